@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+class IBootloaderCommandsResponse;
+class IDataLoggerCommandsResponse;
+class IConfigCommandsResponse;
+class IPidTunerCommandsResponse;
+class IMapTuningCommandsResponse;
+class IControlerAdaptationResponse;
+class ICandumpResponse;
+class IFaultServiceCommandsResponse;
+class IScopeCommandsResponse;
+
+// Turns the payload of one frame into one call of one of nine interfaces, synchronously. The
+// pointers are not owned; null means that nobody cares, and such responses are dropped.
+class CommandsResponseReceiver
+{
+public:
+    CommandsResponseReceiver(
+        IBootloaderCommandsResponse* bootloaderResponse,
+        IDataLoggerCommandsResponse* dataLoggerResponse, IConfigCommandsResponse* configResponse,
+        IPidTunerCommandsResponse* pidTunerResponse, IMapTuningCommandsResponse* mapTuningResponse,
+        IControlerAdaptationResponse* adaptationResponse, ICandumpResponse* candumpResponse,
+        IFaultServiceCommandsResponse* faultServiceResponse, IScopeCommandsResponse* scopeResponse);
+
+    void setDataLoggerCommandsResponse(IDataLoggerCommandsResponse* response);
+
+    // A payload that does not parse, or whose member nobody knows, is dropped without a word.
+    void decodeResponse(const std::string& data);
+
+private:
+    IBootloaderCommandsResponse* bootloaderResponse;
+    IDataLoggerCommandsResponse* dataLoggerResponse;
+    IConfigCommandsResponse* configResponse;
+    IPidTunerCommandsResponse* pidTunerResponse;
+    IMapTuningCommandsResponse* mapTuningResponse;
+    IControlerAdaptationResponse* adaptationResponse;
+    ICandumpResponse* candumpResponse;
+    IFaultServiceCommandsResponse* faultServiceResponse;
+    IScopeCommandsResponse* scopeResponse;
+};

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QDir>
+#include <QTemporaryDir>
+
+// A home directory that lives as long as this object. Settings, documents and the working directory
+// of the process point into it, so that a test never touches the user's files. Make it before the
+// first QSettings or QStandardPaths call.
+class TestHome
+{
+public:
+    TestHome();
+    ~TestHome();
+    TestHome(const TestHome&) = delete;
+    TestHome& operator=(const TestHome&) = delete;
+
+    QDir root() const { return QDir(directory.path()); }
+    QDir documents() const { return QDir(directory.filePath("Documents")); }
+
+private:
+    QTemporaryDir directory;
+    QString workingDirectory;
+};
