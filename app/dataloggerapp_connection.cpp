@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/dataloggerapp.h"
+#include "comm/portdiscovery.h"
+#include "comm/portlist.h"
+#include "ui_dataloggerapp.h"
+
+#include <QElapsedTimer>
+
+namespace {
+
+constexpr unsigned int PromptPing = 0xFEDCBA00;
+
+QString portText(const QSerialPortInfo& port)
+{
+    return isBootloaderPort(port) ? port.serialNumber()
+                                  : QStringLiteral("%1 XCU").arg(port.serialNumber());
+}
+
+} // namespace
+
+void DataLoggerApp::refreshPorts()
+{
+    QList<QSerialPortInfo> found;
+    for (const QSerialPortInfo& port : portList.availablePorts()) {
+        if (isControllerPort(port)) {
+            found.append(port);
+        }
+    }
+    if (!(ports == found)) {
+        ports = found;
+        listPorts();
+    }
+    if (comPort.isOpen()) {
+        bool present = false;
+        for (const QSerialPortInfo& port : qAsConst(ports)) {
+            present = port == comPort.getOpenedPort() || present;
+        }
+        if (!present) {
+            on_pushButton_2_clicked(); // the cable is out: the same as the button
+        }
+    }
+}
+
+void DataLoggerApp::listPorts()
+{
+    ui->xcuSerialNumber->clear();
+    for (int index = 0; index < ports.size(); ++index) {
+        ui->xcuSerialNumber->addItem(portText(ports[index]), index);
+    }
+}
+
+void DataLoggerApp::on_pushButton_2_clicked()
+{
+    if (comPort.isOpen()) {
+        disconnectPort();
+    } else {
+        connectPort();
+    }
+}
+
+// Sends nothing and stops no timer: a session that is running polls on, and after the next connect
+// it polls the new link.
+void DataLoggerApp::disconnectPort()
+{
+    ui->pushButton_2->setText(QStringLiteral("Connect"));
+    emit addLog(QStringLiteral("Disconnected"));
+    delete pongClock;
+    pongClock = nullptr;
+    logFile.close();
+    comPort.close();
+}
+
+void DataLoggerApp::connectPort()
+{
+    const int index = ui->xcuSerialNumber->currentData().toInt();
+    if (ports.isEmpty() || !comPort.open(ports.value(index))) {
+        emit addLog(QStringLiteral("Failed to connect"));
+        return;
+    }
+    ui->pushButton_2->setText(QStringLiteral("Disconnect"));
+    emit addLog(QStringLiteral("Connected"));
+    pongClock = new QElapsedTimer;
+    const QString serialNumber = QString::fromStdString(comPort.getSerialNumber());
+    backupDir = baseDir;
+    enterFolder(backupDir, serialNumber);
+    enterFolder(backupDir, QStringLiteral("extLoggerBackup"));
+    logDir = baseDir;
+    enterFolder(logDir, serialNumber);
+    enterFolder(logDir, QStringLiteral("extLoggerLogs"));
+    commandsSender.sendConfigReadReq(0);
+    commandsSender.sendConfigReadReq(6);
+}
+
+void DataLoggerApp::readPort(std::string data)
+{
+    responseReceiver.decodeResponse(data);
+}
+
+void DataLoggerApp::on_promptReceived()
+{
+    emit addLog(QStringLiteral("ReceivedPrompt"));
+    commandsSender.sendPing(PromptPing);
+}
+
+void DataLoggerApp::on_pongReceived(unsigned int value)
+{
+    // Nothing starts the clock, as no ping is ever under way.
+    const qint64 elapsed = pongClock && pongClock->isValid() ? pongClock->elapsed() : 0;
+    emit addLog(QStringLiteral("ReceivedPong %1 after %2 ms").arg(value).arg(elapsed));
+}
