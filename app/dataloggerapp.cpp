@@ -5,7 +5,6 @@
 #include "ui_dataloggerapp.h"
 
 #include <QElapsedTimer>
-#include <QStandardPaths>
 
 namespace {
 
@@ -45,10 +44,6 @@ DataLoggerApp::DataLoggerApp(QWidget* parent)
     connectLink();
     prepareFolders();
     labelSignalColumns();
-
-    // Closing this window ends the program, whatever else is open.
-    faultsDisplay.setAttribute(Qt::WA_QuitOnClose, false);
-    candumpWindow.setAttribute(Qt::WA_QuitOnClose, false);
 }
 
 DataLoggerApp::~DataLoggerApp()
@@ -75,7 +70,8 @@ void DataLoggerApp::restoreWindow()
 
 void DataLoggerApp::restoreControls()
 {
-    ui->channelCount->setCurrentIndex(settings.value(QStringLiteral("ui/channelsCount"), 1).toInt());
+    ui->channelCount->setCurrentIndex(
+        settings.value(QStringLiteral("ui/channelsCount"), 1).toInt());
     // Without a stored pace this is 0, and the box makes it 1 ms, not the form's 200 ms.
     ui->refreshRate->setValue(settings.value(QStringLiteral("ui/refreshRate")).toInt());
     ui->splitter->restoreState(settings.value(QStringLiteral("ui/channelLayout")).toByteArray());
@@ -98,14 +94,6 @@ void DataLoggerApp::connectLink()
     connect(this, SIGNAL(addLog(QString)), ui->statusBar, SLOT(showMessage(QString)));
     connect(this, &DataLoggerApp::pongReceived, this, &DataLoggerApp::on_pongReceived);
     connect(&comPort, &ComPort::commandRead, this, &DataLoggerApp::readPort);
-}
-
-void DataLoggerApp::prepareFolders()
-{
-    baseDir.cd(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
-    enterFolder(baseDir, QStringLiteral("Corvane Motion Systems"));
-    backupDir = baseDir;
-    logDir = baseDir;
 }
 
 void DataLoggerApp::labelSignalColumns()
@@ -133,9 +121,9 @@ void DataLoggerApp::showPanel(QWidget* panel, const QString& hiddenKey, int stat
 {
     settings.setValue(hiddenKey, state == Qt::Unchecked);
     panel->setVisible(state != Qt::Unchecked);
-    const bool anyPanel = ui->dataSelectorShow->checkState() == Qt::Checked
-                          || ui->virtualInputsShow->checkState() == Qt::Checked
-                          || ui->canMsg->checkState() == Qt::Checked;
+    const bool anyPanel = ui->dataSelectorShow->checkState() == Qt::Checked ||
+                          ui->virtualInputsShow->checkState() == Qt::Checked ||
+                          ui->canMsg->checkState() == Qt::Checked;
     ui->addonsContainer->setVisible(anyPanel);
 }
 

@@ -12,6 +12,7 @@
 #include "comm/icontroleradaptationresponse.h"
 #include "comm/idataloggercommandsresponse.h"
 #include "comm/ifaultservicecommandsresponse.h"
+#include "comm/portlist.h"
 #include "formats/channelcount.h"
 
 #include <QDir>
@@ -41,7 +42,8 @@ class Ui_DataLoggerApp;
 // The logging console's main window and the owner of everything in it: the link to one controller,
 // the logging session and its file, the live chart, the capture of CAN frames, the fault service.
 // Its slots react to the operator, its callbacks to the controller; nothing pairs the two. All of
-// it runs on the GUI thread. Each subject has a source file of its own, dataloggerapp_<subject>.cpp.
+// it runs on the GUI thread. Each subject has a source file of its own,
+// dataloggerapp_<subject>.cpp.
 //
 // Scripts and tests reach the slots by name and index: helpers are plain members, never new slots.
 class DataLoggerApp : public QMainWindow,
@@ -64,7 +66,7 @@ public:
 
     void writeConfiguration(unsigned int result, unsigned int configId) override;
     void readConfiguration(
-        unsigned int result, unsigned int configId, const std::string& data) override;
+        unsigned int result, unsigned int configId, const std::string& block) override;
     void eraseConfiguration(unsigned int result, unsigned int configId) override;
     void writeCalibration(unsigned int result, unsigned int configId) override;
 
@@ -149,8 +151,7 @@ private:
     void disconnectPort();
     void listPorts();
     QTimer* startSessionTimer(int intervalMs, void (DataLoggerApp::*tick)());
-    void openCapture(const QString& path);
-    void setChannelLabel(int channel, const QString& text);
+    void plotRecord(const std::vector<int>& values);
     void requestReplot();
 
     std::unique_ptr<Ui_DataLoggerApp> ui;
@@ -159,7 +160,7 @@ private:
     QDir backupDir; // of the controller last connected to, baseDir before
     QDir logDir;    // likewise
     QString reservedText;
-    int windowLength = 0; // never took effect: the view is the operator's
+    int windowLength = 0;         // never took effect: the view is the operator's
     QList<QSerialPortInfo> ports; // the entries of the port list, by index
     QSerialPort reservedPort;     // never opened: the port in use lives in comPort
     ComPort comPort;
@@ -176,8 +177,8 @@ private:
     QFile logFile;
     QFile candumpFile;
     int recordCounter = 0;
-    int firstTimestamp = -1; // controller time in ms, an unsigned 32-bit pattern; -1 before the
-    int lastTimestamp = -1;  // first record of the program's run
+    int firstTimestamp = -1;  // controller time in ms, an unsigned 32-bit pattern; -1 before the
+    int lastTimestamp = -1;   // first record of the program's run
     QMap<int, AxisTag*> tags; // the latest tag of each record, by lastTimestamp
     QSettings settings;
     CandumpViewModel candumpModel;
@@ -185,7 +186,8 @@ private:
     bool configRead0 = false;
     bool configRead6 = false;
 
-    std::string logLine;     // reused from record to record
-    std::string candumpLine; // reused from frame to frame
-    bool deselecting = false;
+    PortList portList;
+    std::string logLine;      // reused from record to record
+    std::string candumpLine;  // reused from frame to frame
+    bool deselecting = false; // the strip waits until all boxes are cleared
 };

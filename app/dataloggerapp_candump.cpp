@@ -15,9 +15,7 @@ void DataLoggerApp::on_candump_clicked()
 }
 
 // A click runs both slots of this name; this one does nothing.
-void DataLoggerApp::on_candump_clicked(bool /*checked*/)
-{
-}
+void DataLoggerApp::on_candump_clicked(bool /*checked*/) {}
 
 void DataLoggerApp::candumpStart()
 {
@@ -28,9 +26,7 @@ void DataLoggerApp::candumpStart()
     emit addLog(QStringLiteral("Candump started"));
 }
 
-void DataLoggerApp::candumpStop()
-{
-}
+void DataLoggerApp::candumpStop() {}
 
 // Whether a frame is written depends on the file alone: the table shows frames that come before the
 // capture is confirmed, too.
@@ -50,10 +46,10 @@ void DataLoggerApp::candump(
 void DataLoggerApp::on_canMsgSend_clicked()
 {
     // fromHex() skips what is no hexadecimal digit and pairs digits from the end: "123" is 01 23.
-    const QByteArray data = QByteArray::fromHex(ui->canMsgData->text().toUtf8());
+    const QByteArray payload = QByteArray::fromHex(ui->canMsgData->text().toUtf8());
     const bool extended = ui->canMsgType->currentIndex() == 1;
     const bool fd = ui->canMsgMode->currentIndex() == 1;
     commandsSender.sendCanSendMessage(
         ui->canNetId->value(), static_cast<unsigned int>(ui->canMsgId->value()),
-        data.toStdString(), extended, fd);
+        payload.toStdString(), extended, fd);
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
 #include "formats/channelcolour.h"
 #include "ui_dataloggerapp.h"
@@ -25,8 +26,8 @@ void DataLoggerApp::createChart()
 {
     plot = new QCustomPlot;
     plot->setInteractions(
-        QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes
-        | QCP::iSelectLegend);
+        QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes |
+        QCP::iSelectLegend);
     ui->chartLayout->addWidget(plot, 0, 0);
     windowLength = 1000;
 }
@@ -54,13 +55,7 @@ void DataLoggerApp::createChannels()
 
 void DataLoggerApp::finishChart()
 {
-    auto* logo = new QCPItemPixmap(plot);
-    logo->setPixmap(QPixmap(QStringLiteral(":/icon.png")));
-    logo->topLeft->setType(QCPItemPosition::ptAxisRectRatio);
-    logo->topLeft->setCoords(0.9, 0);
-    logo->bottomRight->setType(QCPItemPosition::ptAxisRectRatio);
-    logo->bottomRight->setCoords(1.0, 0.1);
-    logo->setScaled(true, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    new ChartLogo(plot); // belongs to the plot
     // The view belongs to the operator: nothing ever moves or rescales it.
     plot->xAxis->setRange(0, 60);
     plot->yAxis->setRange(0, 1024);
@@ -126,10 +121,6 @@ void DataLoggerApp::on_splitter_2_splitterMoved(int /*pos*/, int /*index*/)
 
 // No widget reaches the two slots below.
 
-void DataLoggerApp::on_widget_2_customContextMenuRequested(const QPoint& /*pos*/)
-{
-}
+void DataLoggerApp::on_widget_2_customContextMenuRequested(const QPoint& /*pos*/) {}
 
-void DataLoggerApp::on_PValue_valueChanged(double /*arg1*/)
-{
-}
+void DataLoggerApp::on_PValue_valueChanged(double /*arg1*/) {}

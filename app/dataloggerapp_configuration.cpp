@@ -19,13 +19,13 @@ void writeBackup(const QDir& directory, const std::string& block)
 } // namespace
 
 void DataLoggerApp::readConfiguration(
-    unsigned int /*result*/, unsigned int configId, const std::string& data)
+    unsigned int /*result*/, unsigned int configId, const std::string& block)
 {
-    if (!isEmptyConfigurationBlock(data)) {
+    if (!isEmptyConfigurationBlock(block)) {
         if (configId == 0) {
-            writeBackup(backupDir, data);
+            writeBackup(backupDir, block);
         }
-        for (const ChannelLabel& label : readChannelLabels(data)) {
+        for (const ChannelLabel& label : readChannelLabels(block)) {
             channelLabels[label.channel] = label.text;
             seriesCheckBoxes[label.channel]->setText(label.text);
         }
@@ -40,17 +40,11 @@ void DataLoggerApp::readConfiguration(
 
 // The console reads the configuration and never changes it: the answers to a change mean nothing.
 
-void DataLoggerApp::writeConfiguration(unsigned int /*result*/, unsigned int /*configId*/)
-{
-}
+void DataLoggerApp::writeConfiguration(unsigned int /*result*/, unsigned int /*configId*/) {}
 
-void DataLoggerApp::eraseConfiguration(unsigned int /*result*/, unsigned int /*configId*/)
-{
-}
+void DataLoggerApp::eraseConfiguration(unsigned int /*result*/, unsigned int /*configId*/) {}
 
-void DataLoggerApp::writeCalibration(unsigned int /*result*/, unsigned int /*configId*/)
-{
-}
+void DataLoggerApp::writeCalibration(unsigned int /*result*/, unsigned int /*configId*/) {}
 
 void DataLoggerApp::on_calibrationStart_clicked()
 {

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 #include "comm/portdiscovery.h"
-#include "comm/portlist.h"
 #include "ui_dataloggerapp.h"
 
 #include <QElapsedTimer>
+#include <QStandardPaths>
+#include <algorithm>
 
 namespace {
 
@@ -12,35 +13,46 @@ constexpr unsigned int PromptPing = 0xFEDCBA00;
 
 QString portText(const QSerialPortInfo& port)
 {
-    return isBootloaderPort(port) ? port.serialNumber()
-                                  : QStringLiteral("%1 XCU").arg(port.serialNumber());
+    return isControllerPort(port, {UsbId::bootloader})
+               ? port.serialNumber()
+               : QStringLiteral("%1 XCU").arg(port.serialNumber());
+}
+
+// A folder that cannot be made or entered leaves the directory where it is.
+void enterFolder(QDir& directory, const QString& name)
+{
+    if (!directory.exists(name)) {
+        directory.mkdir(name);
+    }
+    directory.cd(name);
 }
 
 } // namespace
 
+void DataLoggerApp::prepareFolders()
+{
+    baseDir.cd(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    enterFolder(baseDir, QStringLiteral("Corvane Motion Systems"));
+    backupDir = baseDir;
+    logDir = baseDir;
+}
+
 void DataLoggerApp::refreshPorts()
 {
-    QList<QSerialPortInfo> found;
-    for (const QSerialPortInfo& port : portList.availablePorts()) {
-        if (isControllerPort(port)) {
-            found.append(port);
-        }
-    }
-    if (!(ports == found)) {
-        ports = found;
+    QList<QSerialPortInfo> attached = portList.availablePorts();
+    const auto isNoController = [](const QSerialPortInfo& port) { return !isControllerPort(port); };
+    attached.erase(
+        std::remove_if(attached.begin(), attached.end(), isNoController), attached.end());
+    if (ports != attached) {
+        ports = attached;
         listPorts();
     }
-    if (comPort.isOpen()) {
-        bool present = false;
-        for (const QSerialPortInfo& port : qAsConst(ports)) {
-            present = port == comPort.getOpenedPort() || present;
-        }
-        if (!present) {
-            on_pushButton_2_clicked(); // the cable is out: the same as the button
-        }
+    if (comPort.isOpen() && !ports.contains(comPort.getOpenedPort())) {
+        on_pushButton_2_clicked(); // the cable is out, which is like the button
     }
 }
 
+// The first entry is selected afterwards, whatever was selected before.
 void DataLoggerApp::listPorts()
 {
     ui->xcuSerialNumber->clear();
@@ -91,9 +103,9 @@ void DataLoggerApp::connectPort()
     commandsSender.sendConfigReadReq(6);
 }
 
-void DataLoggerApp::readPort(std::string data)
+void DataLoggerApp::readPort(std::string payload)
 {
-    responseReceiver.decodeResponse(data);
+    responseReceiver.decodeResponse(payload);
 }
 
 void DataLoggerApp::on_promptReceived()

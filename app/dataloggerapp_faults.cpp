@@ -24,6 +24,4 @@ void DataLoggerApp::faultGetFaultsResp(std::vector<FaultItemData>&& items)
 }
 
 // No control of the console clears faults.
-void DataLoggerApp::faultCleanFaultsResp()
-{
-}
+void DataLoggerApp::faultCleanFaultsResp() {}

@@ -79,9 +79,7 @@ void DataLoggerApp::on_stopLogging_clicked()
 }
 
 // The file stays open on purpose: records that are still on their way are written, too.
-void DataLoggerApp::loggerStopped()
-{
-}
+void DataLoggerApp::loggerStopped() {}
 
 void DataLoggerApp::on_channelCount_currentIndexChanged(int index)
 {
@@ -94,6 +92,4 @@ void DataLoggerApp::on_autostart_stateChanged(int arg1)
 }
 
 // A new pace takes effect at the start of the next session.
-void DataLoggerApp::on_refreshRate_valueChanged(int /*arg1*/)
-{
-}
+void DataLoggerApp::on_refreshRate_valueChanged(int /*arg1*/) {}
