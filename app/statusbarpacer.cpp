@@ -1,34 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/statusbarpacer.h"
 
+#include <QEvent>
 #include <QStatusBar>
 
 StatusBarPacer::StatusBarPacer(QStatusBar* statusBar)
     : QObject(statusBar)
-    , bar(statusBar)
 {
-    frame.setSingleShot(true);
-    frame.setInterval(FrameMs);
-    frame.setTimerType(Qt::PreciseTimer);
-    connect(&frame, &QTimer::timeout, this, &StatusBarPacer::paintLatest);
-    // The bar tells of a new text just before it paints it.
-    connect(bar, &QStatusBar::messageChanged, this, &StatusBarPacer::holdPainting);
+    pause.setSingleShot(true);
+    pause.setInterval(FrameMs);
+    pause.setTimerType(Qt::PreciseTimer);
+    statusBar->installEventFilter(this);
+    connect(statusBar, &QStatusBar::messageChanged, this, [this, statusBar] {
+        statusBar->setUpdatesEnabled(!pause.isActive());
+    });
+    connect(&pause, &QTimer::timeout, this, [statusBar] { statusBar->setUpdatesEnabled(true); });
 }
 
-void StatusBarPacer::holdPainting()
+bool StatusBarPacer::eventFilter(QObject* /*watched*/, QEvent* event)
 {
-    if (frame.isActive()) {
-        bar->setUpdatesEnabled(false);
-    } else {
-        frame.start();
+    if (event->type() == QEvent::Paint) {
+        pause.start();
     }
-}
-
-void StatusBarPacer::paintLatest()
-{
-    if (!bar->updatesEnabled()) {
-        bar->setUpdatesEnabled(true);
-        bar->repaint();
-        frame.start();
-    }
+    return false;
 }

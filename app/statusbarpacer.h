@@ -6,10 +6,11 @@
 
 class QStatusBar;
 
-// Paints a status bar no more often than a display shows it, however fast its text changes: a
-// status bar paints itself at each new text, which costs more than the record that the text tells
-// of. The first text after a pause is painted at once, later ones together, the last one within
-// FrameMs. currentMessage() is always the latest text. Belongs to the bar and goes with it.
+// Paints a status bar no more often than a display shows it, however fast its text changes: left to
+// itself it is painted in every pass of the event loop, which costs more than the few records that
+// such a pass brings. Each painting begins a pause of FrameMs; texts that come in it are painted
+// together at its end. currentMessage() is always the latest text. Belongs to the bar and goes with
+// it.
 class StatusBarPacer : public QObject
 {
     Q_OBJECT
@@ -19,10 +20,8 @@ public:
 
     explicit StatusBarPacer(QStatusBar* statusBar);
 
-private:
-    void holdPainting();
-    void paintLatest();
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
-    QStatusBar* bar;
-    QTimer frame;
+private:
+    QTimer pause;
 };

@@ -44,26 +44,24 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&bar));
         PaintWatcher watcher(&bar);
 
-        bar.showMessage("first"); // at once, before the call returns
-        QCOMPARE(watcher.painted, QStringList({"first"}));
         for (int i = 0; i < 1000; ++i) {
             bar.showMessage(QString::number(i));
             QCOMPARE(bar.currentMessage(), QString::number(i));
         }
-        QCOMPARE(watcher.painted.size(), 1);
-        QTRY_COMPARE(watcher.painted.last(), "999");
-        QVERIFY(watcher.painted.size() <= 3);
+        QTRY_VERIFY(watcher.painted.contains("999"));
+        QVERIFY(watcher.painted.size() <= 2); // the window itself may have come up late
 
         // A steady stream does not hold the picture back.
+        watcher.painted.clear();
         QElapsedTimer clock;
         clock.start();
-        watcher.painted.clear();
         int shown = 0;
         while (watcher.painted.size() < 5 && clock.elapsed() < 5000) {
             bar.showMessage(QString::number(++shown));
             QCoreApplication::processEvents();
         }
-        QVERIFY(watcher.painted.size() >= 5);
+        QCOMPARE(watcher.painted.size(), 5);
+        QVERIFY(clock.elapsed() > 3 * StatusBarPacer::FrameMs);
         bar.showMessage("last");
         QTRY_COMPARE(watcher.painted.last(), "last");
     }
