@@ -18,7 +18,8 @@ public:
 
     bool eventFilter(QObject* /*watched*/, QEvent* event) override
     {
-        if (event->type() == QEvent::Paint) {
+        if (event->type() == QEvent::Paint &&
+            static_cast<QPaintEvent*>(event)->region().contains(bar->rect().center())) {
             painted.append(bar->currentMessage());
         }
         return false;
