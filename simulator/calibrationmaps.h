@@ -5,7 +5,6 @@
 #include "simulator/controlleroptions.h"
 
 #include <limits>
-#include <optional>
 #include <vector>
 
 // The controller's calibration maps: tables of integers with integer breakpoints on both axes. Maps
@@ -18,6 +17,9 @@ public:
         std::vector<int> xLabels;
         std::vector<int> yLabels;
         std::vector<int> values;
+        // The cell that was asked for last, -1 before.
+        int lastX = -1;
+        int lastY = -1;
     };
 
     // How a request on a map ended, as it goes over the wire.
@@ -31,29 +33,34 @@ public:
     std::size_t size() const { return maps.size(); }
     // Null for a map that does not exist. Tests may change what they like.
     Map* map(unsigned int id);
-    const Map* map(unsigned int id) const;
 
     // Labels and values outside are refused; at first everything is allowed.
     void setLimits(int smallest, int largest);
 
-    void answer(const xcu::MapTunerStartReq& request, xcu::MapTunerStartResp& response) const;
-    void answer(const xcu::MapTunerGetMapDetailsReq&, xcu::MapTunerGetMapDetailsResp&) const;
-    void answer(const xcu::MapTunerSetMapLabelReq&, xcu::MapTunerSetMapLabelResp&);
-    void answer(const xcu::MapTunerGetMapLabelReq&, xcu::MapTunerGetMapLabelResp&) const;
-    void answer(const xcu::MapTunerSetMapValueReq&, xcu::MapTunerSetMapValueResp&);
-    void answer(const xcu::MapTunerGetMapValueReq&, xcu::MapTunerGetMapValueResp&);
-    void answer(const xcu::MapTunerGetMapReq&, xcu::MapTunerGetMapResp&) const;
-    void answer(const xcu::MapTunerGetLastGetValueReq&, xcu::MapTunerGetLastGetValueResp&) const;
+    void answer(const xcu::MapTunerStartReq& request, xcu::MapTunerStartResp& response);
+    void answer(
+        const xcu::MapTunerGetMapDetailsReq& request, xcu::MapTunerGetMapDetailsResp& response);
+    void answer(const xcu::MapTunerSetMapLabelReq& request, xcu::MapTunerSetMapLabelResp& response);
+    void answer(const xcu::MapTunerGetMapLabelReq& request, xcu::MapTunerGetMapLabelResp& response);
+    void answer(const xcu::MapTunerSetMapValueReq& request, xcu::MapTunerSetMapValueResp& response);
+    void answer(const xcu::MapTunerGetMapValueReq& request, xcu::MapTunerGetMapValueResp& response);
+    void answer(const xcu::MapTunerGetMapReq& request, xcu::MapTunerGetMapResp& response);
+    void answer(
+        const xcu::MapTunerGetLastGetValueReq& request, xcu::MapTunerGetLastGetValueResp& response);
 
 private:
-    struct Cell
+    // A label or cell; null, with the reason, where there is none.
+    struct Place
     {
-        unsigned int x;
-        unsigned int y;
+        int* value;
+        xcu::MapCommandResult result;
     };
 
+    Place label(unsigned int mapId, int axis, unsigned int labelId);
+    Place cell(unsigned int mapId, unsigned int x, unsigned int y);
+    xcu::MapCommandResult store(const Place& place, int value) const;
+
     std::vector<Map> maps;
-    std::vector<std::optional<Cell>> lastRead; // the cell that a map was last asked for
     int smallestValue = std::numeric_limits<int>::min();
     int largestValue = std::numeric_limits<int>::max();
 };

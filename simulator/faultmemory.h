@@ -10,7 +10,7 @@
 class FaultMemory
 {
 public:
-    explicit FaultMemory(std::vector<xcu::FaultItem> faults);
+    explicit FaultMemory(std::vector<xcu::FaultItem> initial);
 
     const std::vector<xcu::FaultItem>& list() const { return faults; }
     void add(const xcu::FaultItem& fault) { faults.push_back(fault); }

@@ -16,6 +16,9 @@ void appendFrame(QByteArray& line, const char* payload, quint32 size);
 class FrameReader
 {
 public:
+    // A longer payload is passed over without being kept.
+    static constexpr quint32 longestPayload = 64 * 1024 * 1024;
+
     void append(const QByteArray& bytes);
     // Takes the next whole payload; false if there is none yet.
     bool next(std::string& payload);
@@ -23,5 +26,6 @@ public:
 
 private:
     QByteArray buffer;
-    int consumed = 0; // bytes at the start of the buffer that next() has handed out
+    int consumed = 0;       // bytes at the start of the buffer that were handed out
+    quint64 passedOver = 0; // bytes still to come of a payload that is too long
 };

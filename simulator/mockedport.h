@@ -9,7 +9,7 @@
 #include <QTimer>
 #include <memory>
 
-class QSocketNotifier;
+class PseudoTerminal;
 class Testbed;
 class VirtualController;
 
@@ -26,7 +26,7 @@ public:
     // A unit that changes its guise stays away for so long, so that nobody takes one for the other.
     static constexpr int absenceMs = 400;
 
-    MockedPort(Testbed& testbed, VirtualController& controller, QObject* parent = nullptr);
+    MockedPort(Testbed& bed, VirtualController& unit, QObject* parent = nullptr);
     ~MockedPort() override;
 
     // "ttyACM<process id>x<n>": a program that opens a port locks its name for the whole machine.
@@ -52,22 +52,26 @@ signals:
     void closed(); // by the last program, or by its death
 
 private:
-    struct Terminal;
-
-    void readLine();
-    void writeLine();
     void transmit(const QByteArray& bytes);
-    void watchUse();
+    void readLine();
+    void receiveAll();
+    void writeLine();
+    void followUse();
+    void setInUse(bool used);
+    void dropOutput();
+    int backlog() const { return output.size() - outputStart; }
     void tellLine();
 
     Testbed& testbed;
     VirtualController& controller;
     QString portName;
-    std::unique_ptr<Terminal> terminal;
-    QByteArray output; // what the terminal did not take yet
+    std::unique_ptr<PseudoTerminal> terminal;
+    QByteArray output; // what the terminal has not taken yet
     int outputStart = 0;
     bool inUse = false;
-    QTimer returnTimer;
+    bool lineFull = false;
+    bool isReading = false;
+    QTimer returnTimer; // runs while the unit is away to change its guise
     quint64 receivedBytes = 0;
     quint64 sentBytes = 0;
 };

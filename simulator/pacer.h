@@ -10,15 +10,15 @@ public:
     explicit Pacer(double perSecond);
 
     void setRate(double perSecond); // 0 for none; may be infinite
-    double rate() const { return perSecond; }
+    double rate() const { return itemsPerSecond; }
     void start(); // from now on; what was due before is forgotten
 
-    // Takes what is due, at most so many. A backlog above one second is forgotten: a stream that
-    // was held up goes on at its pace.
+    // Takes what is due, at most so many. What has been due for more than a second is forgotten: a
+    // stream that was held up goes on at its pace.
     int take(int most);
 
 private:
-    double perSecond;
+    double itemsPerSecond;
     QElapsedTimer clock;
-    qint64 takenNs = 0; // what was handed out is worth so much time since the start
+    double taken = 0; // items since start, a whole number
 };

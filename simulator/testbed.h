@@ -3,13 +3,14 @@
 
 #include "simulator/controlleroptions.h"
 
+#include <QHash>
 #include <QProcessEnvironment>
 #include <QString>
 #include <memory>
 
 // A view of /sys and /dev of its own, in a temporary directory, for programs that are started with
-// environment(). A process has one testbed at the most; it may use it itself if it was started
-// under the preload.
+// the environment given here. A process has one testbed at the most; it sees the testbed itself if
+// it was started under the preload.
 class Testbed
 {
 public:
@@ -18,20 +19,25 @@ public:
     Testbed(const Testbed&) = delete;
     Testbed& operator=(const Testbed&) = delete;
 
-    QString root() const;
+    QString root() const { return rootDirectory; }
 
-    // The preload library and the variables that make a program see the testbed.
-    static QString preloadLibrary();
-    void addTo(QProcessEnvironment& environment) const;
+    // What makes a program see the testbed.
+    QProcessEnvironment addTo(QProcessEnvironment environment) const;
 
-    // Puts a controller on the USB bus, or takes it away. The terminal is the device that the
-    // port's node stands for, such as "/dev/pts/7"; the name is that of the port, "ttyACM...".
+    // Puts a controller on the USB bus, or takes it away. The name is that of the port, such as
+    // "ttyACM0"; the terminal is what its node in /dev stands for, such as "/dev/pts/7".
     void addPort(
         const QString& name, const QString& terminal, const QString& serialNumber, Guise guise);
     void removePort(const QString& name);
 
 private:
-    struct Private;
+    struct Library;
 
-    std::unique_ptr<Private> d;
+    QString usbPath(const QString& name);
+    QString nodePath(const QString& name) const;
+
+    std::unique_ptr<Library> library;
+    QString rootDirectory;
+    QHash<QString, QString>
+        usbPaths; // by port name, kept for good: a unit comes back to its socket
 };

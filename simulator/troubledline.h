@@ -25,13 +25,13 @@ public:
     // Takes a response and says how often it goes out: 0, 1 or 2 times.
     int put(const xcu::Response& response);
     // Takes bytes that are spared all trouble but being cut.
-    void putStraight(const QByteArray& bytes);
+    void putStraight(const QByteArray& bytes) { ready += bytes; }
     // Hands over what is due. Whoever puts something calls this at the end of a burst.
     void flush();
     // Forgets what waits, as when the cable is pulled.
     void clear();
 
-    int waitingBytes() const { return ready.size(); }
+    int waitingBytes() const { return ready.size(); } // due, not handed over yet
 
 signals:
     void bytes(const QByteArray& bytes);
@@ -43,13 +43,17 @@ private:
         QByteArray bytes;
     };
 
-    void flushPiece();
+    bool hits(int every) const;
+    QByteArray garbageFrame();
+    void takeDue();
+    void handOverPiece();
 
     Trouble settings;
     std::mt19937 random;
-    quint32 responseCount = 0;
-    QByteArray ready; // due, not handed over yet
+    int responseCount = 0;
+    QByteArray ready;
     std::deque<Delayed> delayed;
     QElapsedTimer clock;
-    QTimer timer;
+    QTimer delayTimer;
+    QTimer pauseTimer;
 };

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "schema/link.pb.h"
+#include "simulator/adaptationrun.h"
 #include "simulator/calibrationmaps.h"
 #include "simulator/cantraffic.h"
+#include "simulator/commandhistory.h"
 #include "simulator/configurationstore.h"
 #include "simulator/controlleroptions.h"
 #include "simulator/datalogger.h"
@@ -18,7 +20,6 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
-#include <array>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -26,8 +27,8 @@
 // A controller without any port: line bytes in, line bytes out. It answers every command that has
 // an answer, counts what it is told, and misbehaves as its options say.
 //
-// In the bootloader's guise it knows the commands of the bootloader alone (see isBootloaderCommand
-// in the .cpp file) and leaves the others unanswered.
+// In the bootloader's guise it knows the bootloader's commands alone and leaves the others
+// unanswered.
 //
 // All operations belong to the thread that owns the object.
 class VirtualController : public QObject
@@ -43,15 +44,14 @@ public:
     // Line bytes from the PC, cut anywhere.
     void receive(const QByteArray& bytes);
 
-    // Asks of the tests. REQ_NOT_SET stands for commands without a member.
-    int count(xcu::Command::ReqCase member) const;
+    // What was received. REQ_NOT_SET stands for commands without a member.
+    int count(xcu::Command::ReqCase member) const { return history.count(member); }
     std::optional<xcu::Command> last(xcu::Command::ReqCase member) const;
-    const std::vector<xcu::Command>& received() const { return history; } // see keepReceived
-    quint64 commandsReceived() const { return commandTotal; }
+    const std::vector<xcu::Command>& received() const { return history.list(); }
     quint64 brokenPayloads() const { return brokenTotal; } // whole frames that were no Command
-    void clearReceived();
+    void clearReceived() { history.clear(); }
 
-    // What went out to the line; a doubled one counts twice, a dropped one not at all.
+    // What went out to the line; a doubled response counts twice, a dropped one not at all.
     quint64 recordsSent() const { return recordTotal; }
     quint64 framesSent() const { return frameTotal; }
     quint64 responsesSent() const { return responseTotal; }
@@ -66,7 +66,7 @@ public:
     // Unasked: these go out at once and are spared drop, double, delay and garbage.
     void send(const xcu::Response& response);
     void sendRaw(const QByteArray& lineBytes); // as they are, without a length in front
-    // The next record, also without a session (it then has the channels of the last one).
+    // The next record, also without a session: it then has the channels of the last one.
     void pushRecord();
     void pushFrame(); // the next of the traffic
     void pushFrame(const xcu::CandumpFrame& frame);
@@ -90,7 +90,7 @@ public:
     // the numbers; answers are given all the same.
     void setLineReady(bool ready);
     // The cable was pulled or the program at the other end is gone: half a frame is forgotten in
-    // both directions. Sessions go on, the vehicle feeds the controller.
+    // both directions. Sessions go on, for the vehicle feeds the controller.
     void dropLink();
 
 signals:
@@ -101,17 +101,23 @@ signals:
     void leavingBus(Guise guise);
 
 private:
-    void handlePayload(const std::string& payload);
-    void handleDeviceCommand(const xcu::Command& command);
-    bool handleBootloaderCommand(const xcu::Command& command);
-    void handleLoggerCommand(const xcu::Command& command);
-    void handleCanCommand(const xcu::Command& command);
-    void handleMapCommand(const xcu::Command& command);
-    void handleConfigurationCommand(const xcu::Command& command);
-    void answer(const xcu::Response& response);
-    void answerRecord();
-    void answerFrame(const xcu::CandumpFrame& frame);
-    void remember(const xcu::Command& command);
+    void handle(const xcu::Command& command);
+    // Do what the command says and fill in the answer; false if it has none.
+    bool answerBootloaderCommand(const xcu::Command& command, xcu::Response& response);
+    bool answerDeviceCommand(const xcu::Command& command, xcu::Response& response);
+    bool answerLoggerCommand(const xcu::Command& command, xcu::Response& response);
+    bool answerCanCommand(const xcu::Command& command, xcu::Response& response);
+    bool answerPidCommand(const xcu::Command& command, xcu::Response& response);
+    bool answerMapCommand(const xcu::Command& command, xcu::Response& response);
+    bool answerConfigurationCommand(const xcu::Command& command, xcu::Response& response);
+    void loopBack(const xcu::CanSendMessageReq& request);
+    void fillScope(int channel, xcu::ScopeDataResp& response) const;
+    void tellAdaptationStatus();
+
+    void put(const xcu::Response& response);
+    void putRecord();
+    void putFrame(const xcu::CandumpFrame& frame);
+    void countSent(const xcu::Response& response, int copies);
     void schedulePushing();
     void push();
 
@@ -131,19 +137,15 @@ private:
     FaultMemory faultMemory;
     CanTraffic traffic;
     PidTuner pidTuner;
+    AdaptationRun adaptation;
     bool capturing = false;
 
     QTimer pushTimer;
     Pacer recordPacer;
     Pacer framePacer;
-    QTimer calibrationTimer; // runs while the adaptation is busy
-    xcu::Response scratch;   // reused for records: a flood would allocate all day long
+    xcu::Response recordResponse; // reused: a flood would allocate all day long
 
-    static constexpr std::size_t memberLimit = 256;
-    std::array<int, memberLimit> counts = {};
-    std::vector<std::optional<xcu::Command>> latest;
-    std::vector<xcu::Command> history;
-    quint64 commandTotal = 0;
+    CommandHistory history;
     quint64 brokenTotal = 0;
     quint64 recordTotal = 0;
     quint64 frameTotal = 0;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "simulator/channels.h"
+
 #include <QtGlobal>
 #include <vector>
 
@@ -11,21 +13,19 @@ class Waveforms
 public:
     explicit Waveforms(quint32 seed);
 
-    // The value of a channel, 0 to 127; channels above repeat those below.
+    // The value of a channel, 0 to 127, within the range of its LogChannel.
     int value(unsigned int channel, quint32 timeMs) const;
 
 private:
-    enum class Shape { Sine, Sawtooth, Steps, Noise };
-
     struct Wave
     {
-        Shape shape;
+        LogChannel::Shape shape;
         int low;
-        int span;
+        quint32 span; // high - low
         quint32 periodMs;
         quint32 phaseMs;
+        quint32 noise;
     };
 
     std::vector<Wave> waves;
-    quint32 noiseSeed;
 };

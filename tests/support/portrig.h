@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/controlleroptions.h"
-#include "simulator/mockedport.h"
+#include "simulator/controllerunit.h"
 #include "simulator/testbed.h"
-#include "simulator/virtualcontroller.h"
 
 #include <QString>
 #include <QThread>
@@ -31,8 +29,8 @@ public:
     PortRig(const PortRig&) = delete;
     PortRig& operator=(const PortRig&) = delete;
 
-    VirtualController& controller(int index = 0) { return *units.at(index)->controller; }
-    MockedPort& port(int index = 0) { return *units.at(index)->port; }
+    VirtualController& controller(int index = 0) { return units.at(index)->controller; }
+    MockedPort& port(int index = 0) { return units.at(index)->port; }
 
     // These may be called from the test's thread wherever the rig lives, and block until done.
     void plug(int index = 0);
@@ -57,16 +55,10 @@ public:
     }
 
 private:
-    struct Unit
-    {
-        std::unique_ptr<VirtualController> controller;
-        std::unique_ptr<MockedPort> port;
-    };
-
     void inRigThread(const std::function<void()>& task);
 
     QThread thread;
     std::unique_ptr<QObject> anchor; // lives in the rig's thread
     std::unique_ptr<Testbed> testbed;
-    std::vector<std::unique_ptr<Unit>> units;
+    std::vector<std::unique_ptr<ControllerUnit>> units;
 };
