@@ -6,6 +6,8 @@
 
 #include <QAbstractButton>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QDirIterator>
 #include <QFile>
 #include <QSettings>
 #include <QStatusBar>
@@ -27,16 +29,21 @@ public:
     void store(const QString& key, const QVariant& value) { open().setValue(key, value); }
     QStringList keys() { return open().allKeys(); }
 
-    // The files of one kind, such as "*.log", that the console wrote for a controller; oldest
-    // first.
-    QStringList files(const QString& serialNumber, const QString& folder, const QString& pattern)
+    QDir controllerFolder(const QString& serialNumber)
     {
-        const QDir written(documents().filePath(
-            QStringLiteral("Corvane Motion Systems/%1/%2").arg(serialNumber, folder)));
+        return QDir(documents().filePath("Corvane Motion Systems/" + serialNumber));
+    }
+
+    // The files of one kind, such as "*.log", below the documents folder; oldest first.
+    QStringList files(const QString& pattern)
+    {
         QStringList paths;
-        for (const QString& name : written.entryList({pattern}, QDir::Files, QDir::Name)) {
-            paths.append(written.filePath(name));
+        QDirIterator found(
+            documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
+        while (found.hasNext()) {
+            paths.append(found.next());
         }
+        paths.sort();
         return paths;
     }
 
@@ -72,6 +79,10 @@ public:
     void click(const char* button) { child<QAbstractButton>(button)->click(); }
     QString status() { return child<QStatusBar>("statusBar")->currentMessage(); }
     QString text(const char* button) { return child<QAbstractButton>(button)->text(); }
+    int timers()
+    {
+        return window.findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly).size();
+    }
     QCustomPlot* plot() { return window.findChild<QCustomPlot*>(); }
 
     // The box of a channel, 0 to 127, found by its place in the strip.
