@@ -1,28 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "simulator/controlleroptions.h"
+#include "simulator/pseudoterminal.h"
+
 #include <QByteArray>
 #include <QSerialPortInfo>
 #include <QString>
-#include <QStringList>
 
-// What a tty reports of the USB device behind it; 0 leaves the property out.
-struct UsbUnit
-{
-    QString serialNumber;
-    quint16 product;
-    quint16 vendor;
-};
-
-UsbUnit runningDevice(const QString& serialNumber);
-UsbUnit inBootloader(const QString& serialNumber);
-
-// A serial port on the USB bus whose far end the test holds byte by byte: anything may be put on
-// the line, and any kind of device may stand behind it. Plugged in as long as it lives.
+// A serial port on the USB bus whose far end the test holds byte by byte. It is plugged in as long
+// as it lives, and every one has a name of its own.
 class MockedTty
 {
 public:
-    explicit MockedTty(const UsbUnit& unit);
+    explicit MockedTty(const QString& serialNumber, Guise guise = Guise::Device);
     ~MockedTty();
     MockedTty(const MockedTty&) = delete;
     MockedTty& operator=(const MockedTty&) = delete;
@@ -30,12 +21,13 @@ public:
     QString name() const { return portName; }
     QSerialPortInfo info() const;
 
-    void write(const QByteArray& bytes); // towards the program
-    QByteArray read();                   // what the program has sent since the last call
+    // Another text instead of one that the system tells of the device, such as "ID_MODEL_ID=eef0".
+    void disguise(const QByteArray& property, const QByteArray& replacement);
+
+    void write(const QByteArray& bytes);          // towards the program
+    QByteArray read() { return terminal.read(); } // some of what the program has sent
 
 private:
+    PseudoTerminal terminal;
     QString portName;
-    QStringList devices; // in /sys, the tty first
-    int master = -1;
-    int slave = -1;
 };

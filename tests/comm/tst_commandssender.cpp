@@ -19,7 +19,7 @@ private slots:
 void TestCommandsSender::fillsEveryCommand()
 {
     using Axis = CommandsSender::MapAxis;
-    MockedTty tty(runningDevice("XCU1"));
+    MockedTty tty("XCU1");
     ComPort port;
     QVERIFY(port.open(tty.info()));
     CommandsSender sender(port);

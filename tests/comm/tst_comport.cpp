@@ -37,7 +37,7 @@ struct Link
     }
     bool open() { return port.open(tty.info()); }
 
-    MockedTty tty{runningDevice("XCU1")};
+    MockedTty tty{"XCU1"};
     ComPort port;
     Payloads delivered;
     std::function<void()> handler; // of the next frame
@@ -177,7 +177,7 @@ void TestComPort::failedOpenReportsThePortThatWasTried()
     QVERIFY(!port.isOpen());
     QSerialPortInfo gone;
     {
-        const MockedTty tty(inBootloader("XCU1"));
+        const MockedTty tty("XCU1", Guise::Bootloader);
         gone = tty.info();
     }
     QVERIFY(!port.open(gone));
@@ -268,7 +268,7 @@ void TestComPort::handlerMayDoAnythingToThePort()
     QFETCH(Action, action);
     QFETCH(Payloads, payloads);
     Link link;
-    const MockedTty other(runningDevice("XCU2"));
+    const MockedTty other("XCU2");
     const QSerialPortInfo otherPort = other.info();
     QVERIFY(link.open());
     link.handler = [&] { action(link.port, otherPort); };

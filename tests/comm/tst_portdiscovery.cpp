@@ -33,17 +33,21 @@ private slots:
 
 void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
 {
-    const QString serial = "XCU7";
-    const MockedTty foreign({serial, 0xEEF1, UsbId::vendor});
-    const MockedTty stranger({serial, UsbId::device, 0x0403});
-    const MockedTty nameless({serial, UsbId::device, 0});
-    const MockedTty productless({serial, 0, UsbId::vendor});
+    QString serial = "XCU7";
+    MockedTty foreign(serial);
+    foreign.disguise("ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1");
+    MockedTty stranger(serial);
+    stranger.disguise("ID_VENDOR_ID=04d8", "ID_VENDOR_ID=0403");
+    MockedTty nameless(serial);
+    nameless.disguise("ID_VENDOR_ID=04d8\n", "");
+    MockedTty productless(serial);
+    productless.disguise("ID_MODEL_ID=eef0\n", "");
     QCOMPARE(QSerialPortInfo::availablePorts().size(), 4);
-    QVERIFY(getPortBySerialNumber(const_cast<QString&>(serial)).isNull());
+    QVERIFY(getPortBySerialNumber(serial).isNull());
 
-    const MockedTty device(runningDevice(serial));
-    const MockedTty other(inBootloader("xcu7"));
-    const MockedTty unnumbered(inBootloader(""));
+    const MockedTty device(serial);
+    const MockedTty other("xcu7", Guise::Bootloader);
+    const MockedTty unnumbered("", Guise::Bootloader);
     QCOMPARE(nameOf(getPortBySerialNumber, serial), device.name());
     QCOMPARE(nameOf(getDevicePortBySerialNumber, serial), device.name());
     QCOMPARE(nameOf(getBootloaderPortBySerialNumber, serial), QString());
@@ -51,7 +55,7 @@ void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
     QCOMPARE(nameOf(getDevicePortBySerialNumber, "xcu7"), QString());
     QCOMPARE(nameOf(getBootloaderPortBySerialNumber, ""), unnumbered.name());
 
-    const MockedTty twin(inBootloader(serial));
+    const MockedTty twin(serial, Guise::Bootloader);
     QString first; // whichever stands first in the list
     for (const QSerialPortInfo& port : QSerialPortInfo::availablePorts()) {
         if (first.isEmpty() &&
@@ -65,8 +69,8 @@ void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
 
 void TestPortDiscovery::comparesPortsByTheirTexts()
 {
-    const MockedTty one(runningDevice("XCU1"));
-    const MockedTty two(runningDevice("XCU2"));
+    const MockedTty one("XCU1");
+    const MockedTty two("XCU2");
     const QList<QSerialPortInfo> both{one.info(), two.info()};
     const QList<QSerialPortInfo> again{one.info(), two.info()};
     QVERIFY(both == again);
@@ -76,7 +80,7 @@ void TestPortDiscovery::comparesPortsByTheirTexts()
 
 void TestPortDiscovery::reconnectsAtOnceToAUnitThatIsThere()
 {
-    const MockedTty tty(inBootloader("XCU1"));
+    const MockedTty tty("XCU1", Guise::Bootloader);
     ComPort port;
     QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
     QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
@@ -90,7 +94,7 @@ void TestPortDiscovery::reconnectsAtOnceToAUnitThatIsThere()
 
 void TestPortDiscovery::keepsLookingUntilTheUnitIsBack()
 {
-    auto tty = std::make_unique<MockedTty>(runningDevice("XCU1"));
+    auto tty = std::make_unique<MockedTty>("XCU1");
     ComPort port;
     QVERIFY(port.open(tty->info()));
     {
@@ -105,7 +109,7 @@ void TestPortDiscovery::keepsLookingUntilTheUnitIsBack()
     port.reconnect(); // two attempts a tick now; the first that succeeds ends both
     QCOMPARE(asDevice.count(), 0);
 
-    tty = std::make_unique<MockedTty>(runningDevice("XCU1"));
+    tty = std::make_unique<MockedTty>("XCU1");
     ComPort holder; // the unit is there, but somebody else has it open
     QVERIFY(holder.open(tty->info()));
     QTRY_VERIFY(!port.isOpen());
@@ -122,13 +126,13 @@ void TestPortDiscovery::keepsLookingUntilTheUnitIsBack()
 
 void TestPortDiscovery::theOtherServiceEndsTheCycleToo()
 {
-    auto tty = std::make_unique<MockedTty>(inBootloader("XCU1"));
+    auto tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
     ComPort port;
     QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
     QVERIFY(port.open(tty->info()));
     tty.reset();
     port.reconnect();
-    tty = std::make_unique<MockedTty>(inBootloader("XCU1"));
+    tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
     port.reconnectDeviceService(); // a bootloader will do for it as well
     QCOMPARE(asBootloader.count(), 1);
     QVERIFY(!asBootloader.wait(300));
@@ -136,7 +140,7 @@ void TestPortDiscovery::theOtherServiceEndsTheCycleToo()
 
 void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
 {
-    auto tty = std::make_unique<MockedTty>(runningDevice("XCU1"));
+    auto tty = std::make_unique<MockedTty>("XCU1");
     ComPort port;
     QVERIFY(port.open(tty->info()));
     port.waitForDevicePortAvaliable();
@@ -147,7 +151,7 @@ void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
     });
     QTest::qWait(300);
     const bool tooEarly = found;
-    const MockedTty bootloader(inBootloader("XCU1"));
+    const MockedTty bootloader("XCU1", Guise::Bootloader);
     waiting.join();
     QVERIFY(found && !tooEarly);
 }
