@@ -12,7 +12,7 @@
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
 #include "support/importcheck.h"
-#include "support/literalimport.h"
+#include "bench/slowroad.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -86,7 +86,7 @@ void compareReaders(Benchmark& bench)
     const QTemporaryDir folder;
     for (const QString kind : {".txt", ".candump", ".trc", ".csv", ".asc", ".trace"}) {
         const QString name = writeTrace(folder, kind, comparedFrames);
-        literal::Trace slow;
+        slowroad::Trace slow;
         const double slowTime = fastest([&] {
             QFile converted(folder.filePath("slow"));
             converted.open(QIODevice::WriteOnly);
@@ -98,7 +98,7 @@ void compareReaders(Benchmark& bench)
             slow.count = 0;
             QFile file(name);
             file.open(QIODevice::ReadOnly);
-            literal::readTrace(kind, file, slow);
+            slowroad::readTrace(kind, file, slow);
         });
         QVector<CanFrames> frames;
         const double fastTime = fastest([&] {
