@@ -3,12 +3,12 @@
 // bench_records: session logs and black-box records onto a chart, and signals out of frames,
 // against reading value by value and adding point by point.
 #include "bench/benchmark.h"
+#include "bench/slowroad.h"
 #include "formats/arrivalorder.h"
 #include "formats/blackboxreader.h"
 #include "formats/logreader.h"
 #include "formats/signaldecoder.h"
 #include "schema/blackbox.pb.h"
-#include "bench/slowroad.h"
 
 #include <QApplication>
 #include <QFile>
@@ -221,7 +221,7 @@ void measureBlackbox(Benchmark& bench)
     const double slowTime = timeOf(slow, readSlowly);
     const double fastTime = timeOf(fast, [](std::istream& stream, QFile& converted, Chart& chart) {
         QVector<CanFrames> frames;
-        TraceImport import{frames, [](std::string_view) {}, &converted};
+        TraceImport import{frames, &converted};
         chart.addPoints(readBlackbox(stream, import).points);
     });
     bench.figure(".rbx", fastTime * 1e3, "ms");

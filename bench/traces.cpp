@@ -7,12 +7,12 @@
 // The readers are compared over a list that has its memory: what the system takes for handing out
 // 88 bytes a frame is the same on all roads, and is in the figures of the whole import.
 #include "bench/benchmark.h"
+#include "bench/slowroad.h"
 #include "formats/frameindex.h"
 #include "formats/identifierlist.h"
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
 #include "support/importcheck.h"
-#include "bench/slowroad.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -105,7 +105,7 @@ void compareReaders(Benchmark& bench)
             QFile converted(folder.filePath("fast"));
             converted.open(QIODevice::WriteOnly);
             frames.resize(0);
-            TraceImport import{frames, [](std::string_view) {}, &converted};
+            TraceImport import{frames, &converted};
             readTraceFile(*traceFormat(name), name, import);
         });
         const bool isSame = sameFrames(frames, slow.frames);
@@ -145,7 +145,7 @@ void comparePeers(Benchmark& bench, int count)
     QVector<CanFrames> frames;
     const double ours = fastest([&] {
         frames.resize(0);
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         readTraceFile(*traceFormat(name), name, import);
     });
     const double log2asc = peerTime("log2asc", {"-I", "FILE", "can1"}, name);
@@ -166,7 +166,7 @@ void measureWholeImport(Benchmark& bench, int count)
     const QTemporaryDir folder;
     const QString name = writeTrace(folder, ".candump", count);
     const auto read = [&name](QVector<CanFrames>& frames) {
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         return readTraceFile(*traceFormat(name), name, import);
     };
     const double bare = fastest([&] {

@@ -22,8 +22,8 @@ void addInArrivalOrder(Container& curve, const Points& arrivals)
     // A QVector holds at most 2 GiB, and ends the program when asked for more.
     constexpr std::size_t mostPoints = (std::numeric_limits<int>::max() - 64) / sizeof(Point);
     const int known = curve.size();
-    const std::size_t added =
-        std::min(arrivals.size(), mostPoints - static_cast<std::size_t>(known));
+    const int room = std::max(0, static_cast<int>(mostPoints) - known);
+    const std::size_t added = std::min(arrivals.size(), static_cast<std::size_t>(room));
     if (added == 0) {
         return;
     }

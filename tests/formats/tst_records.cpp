@@ -22,7 +22,7 @@ Blackbox read(const std::string& bytes)
     Blackbox result;
     QBuffer conversion(&result.conversion);
     conversion.open(QIODevice::WriteOnly);
-    TraceImport import{result.frames, [](std::string_view) {}, &conversion};
+    TraceImport import{result.frames, &conversion};
     std::istringstream stream(bytes);
     result.content = readBlackbox(stream, import);
     return result;
@@ -171,7 +171,7 @@ private slots:
     void missingBlackbox()
     {
         QVector<CanFrames> frames;
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         QVERIFY(readBlackboxFile("/none/a.rbx", import).statusText.endsWith(" frames, 0"));
         QVERIFY(readBlackboxFile(XCU_TEST_DATA_DIR "/drive.rbx", import)
                     .statusText.endsWith(" frames, 1"));
