@@ -22,10 +22,8 @@ public:
     class Item
     {
     public:
+        virtual ~Item() = default;
         virtual void paint(QCPPainter* painter) = 0;
-
-    protected:
-        ~Item() = default;
     };
 
     // The sheet of an axis, made by the first call. It goes with the axis.
