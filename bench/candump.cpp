@@ -9,6 +9,7 @@
 #include "formats/candumpline.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QMap>
 #include <QTableView>
