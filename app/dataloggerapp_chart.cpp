@@ -84,7 +84,7 @@ void DataLoggerApp::plotRecord(const std::vector<int>& values)
 
 void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
 {
-    if (deselecting) {
+    if (holdStrip) {
         return;
     }
     for (int channel = 0; channel < ChannelTotal; ++channel) {
@@ -99,13 +99,13 @@ void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
 // same state after 128 times the work.
 void DataLoggerApp::on_mapTuner_clicked()
 {
-    deselecting = true;
+    holdStrip = true;
     for (int channel = 0; channel < ChannelTotal; ++channel) {
         plot->graph(channel)->setVisible(false);
         seriesCheckBoxes[channel]->setCheckState(Qt::Unchecked);
         settings.setValue(selectedKey(channel), false);
     }
-    deselecting = false;
+    holdStrip = false;
     requestReplot();
 }
 
