@@ -34,6 +34,7 @@
 #include <vector>
 
 class AxisTag;
+class LiveChart;
 class QCPGraph;
 class QCheckBox;
 class QCustomPlot;
@@ -42,6 +43,7 @@ class QSlider;
 class QTableWidgetItem;
 class QTimer;
 class RecordPoints;
+class ReplotPacer;
 class Ui_DataLoggerApp;
 struct LogContent;
 struct TraceFormat;
@@ -206,6 +208,8 @@ private:
     bool configRead0 = false;
     bool configRead6 = false;
 
+    LiveChart* liveChart = nullptr;     // of plot, and goes with it
+    ReplotPacer* replotPacer = nullptr; // likewise
     PortList portList;
     std::string logLine;           // reused from record to record
     std::string candumpLine;       // reused from frame to frame

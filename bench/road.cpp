@@ -13,6 +13,7 @@
 #include "support/portrig.h"
 
 #include <QCommandLineParser>
+#include <ctime>
 #include <unistd.h>
 
 namespace {
@@ -44,7 +45,16 @@ public:
     std::size_t total = 0;
 };
 
-// How the event loop lives: a timer of 1 ms that drops the ticks it misses, as all timers do.
+// Processor time of the calling thread.
+double threadSeconds()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+// How the GUI thread lived from construction to stop(), by a timer of 1 ms that drops the ticks it
+// misses, as all timers do.
 class Heartbeat
 {
 public:
@@ -53,19 +63,32 @@ public:
         timer.setTimerType(Qt::PreciseTimer);
         timer.callOnTimeout([this] {
             ++ticks;
-            longestMs = std::max(longestMs, static_cast<double>(clock.nsecsElapsed()) / 1e6);
-            clock.start();
+            longestMs = std::max(longestMs, double(sinceTick.nsecsElapsed()) / 1e6);
+            sinceTick.start();
         });
-        clock.start();
+        whole.start();
+        sinceTick.start();
         timer.start(1);
     }
 
-    int ticks = 0;
+    void stop()
+    {
+        timer.stop();
+        const double seconds = double(whole.nsecsElapsed()) / 1e9;
+        ticksPerSecond = ticks / seconds;
+        busyPercent = 100 * (threadSeconds() - busyBefore) / seconds;
+    }
+
+    double ticksPerSecond = 0;
     double longestMs = 0; // from tick to tick
+    double busyPercent = 0;
 
 private:
     QTimer timer;
-    QElapsedTimer clock;
+    QElapsedTimer whole;
+    QElapsedTimer sinceTick;
+    double busyBefore = threadSeconds();
+    int ticks = 0;
 };
 
 template <typename Condition>
@@ -126,6 +149,8 @@ public:
     {
         constexpr int parts = 5;
         double best = 0;
+        const int atStart = texts;
+        const double busyBefore = threadSeconds();
         setRates(records, frames);
         for (int part = 0; part < parts; ++part) {
             const int before = texts;
@@ -134,16 +159,30 @@ public:
             runUntil([&] { return texts >= before + items / parts; });
             best = std::max(best, (texts - before) * 1e9 / double(timer.nsecsElapsed()));
         }
+        itemsPerThreadSecond = (texts - atStart) / (threadSeconds() - busyBefore);
         setRates(0, 0);
         int seen = -1;
         runUntil([&] { return std::exchange(seen, texts) == texts; });
         return best;
     }
 
+    // All curves, with the latest records at the left of the view.
+    void showCurves()
+    {
+        QCustomPlot* plot = console.plot();
+        for (int channel = 0; channel < channels; ++channel) {
+            plot->graph(channel)->setVisible(true);
+        }
+        const double now = (plot->graph(0)->data()->constEnd() - 1)->key;
+        plot->xAxis->setRange(now - 5, now + 55);
+        plot->replot();
+    }
+
     ConsoleHome home;
     PortRig rig;
     ConsoleRig console;
     int texts = 0;
+    double itemsPerThreadSecond = 0; // of the last flood, by processor time of the GUI thread
 
 private:
     static ControllerOptions options()
@@ -223,39 +262,38 @@ int main(int argc, char* argv[])
 
     Benchmark bench;
     Road road;
+    const auto flood = [&](const char* name, double records, double frames, double bound) {
+        const double rate = road.flood(records, frames, items);
+        bench.atLeast(name, rate, bound, "1/s");
+        bench.figure("  by processor time of the GUI thread", road.itemsPerThreadSecond, "1/s");
+        return rate;
+    };
     road.console.click("mapTuner"); // no curve is shown
-    const double dark = road.flood(asFastAsTheLineTakes, 0, items);
-    bench.atLeast("records of 128 values, no curves", dark, 40'000, "1/s");
+    const double dark = flood("records of 128 values, no curves", asFastAsTheLineTakes, 0, 40'000);
     stages(bench, road, 1e6 / dark);
 
     constexpr double paced = 1000; // records a second
     road.setRates(paced, 0);
     Heartbeat quiet;
     runFor(seconds);
-    for (int channel = 0; channel < channels; ++channel) {
-        road.console.plot()->graph(channel)->setVisible(true);
-    }
-    const double now = road.console.plot()
-                           ->graph(0)
-                           ->data()
-                           ->at(road.console.plot()->graph(0)->dataCount() - 1)
-                           ->key;
-    road.console.plot()->xAxis->setRange(now - 5, now + 55);
-    road.console.plot()->replot();
+    quiet.stop();
+    road.showCurves();
     Heartbeat drawing;
     runFor(seconds);
-    bench.figure("1 ms ticks kept at 1 kHz, no curves", quiet.ticks / 10.0 / seconds, "%");
+    drawing.stop();
     bench.atLeast(
-        "of these kept with 128 curves in view", 100.0 * drawing.ticks / quiet.ticks, 90, "%");
-    bench.figure("longest silence with them", drawing.longestMs, "ms");
-    const double lit = road.flood(asFastAsTheLineTakes, 0, items);
-    bench.atLeast("records of 128 values, curves in view", lit, 50'000, "1/s");
+        "1 ms ticks kept at 1 kHz with 128 curves",
+        100 * drawing.ticksPerSecond / quiet.ticksPerSecond, 90, "% of those without");
+    bench.figure("  GUI thread busy without curves", quiet.busyPercent, "%");
+    bench.figure("  GUI thread busy with them", drawing.busyPercent, "%");
+    bench.figure("  longest silence with them", drawing.longestMs, "ms");
+    flood("records of 128 values, curves in view", asFastAsTheLineTakes, 0, 50'000);
 
     road.console.click("candump");
     Heartbeat capturing;
-    const double frames = road.flood(0, asFastAsTheLineTakes, 2 * items);
-    bench.atLeast("captured frames, table open", frames, 100'000, "1/s");
-    bench.atMost("longest silence with them", capturing.longestMs, 20, "ms");
+    flood("captured frames, table open", 0, asFastAsTheLineTakes, 100'000);
+    capturing.stop();
+    bench.atMost("  longest silence with them", capturing.longestMs, 20, "ms");
 
     const QByteArray log = contents(road.home.files("*.log").value(0));
     const quint64 sent = road.rig.run([](VirtualController& unit) { return unit.recordsSent(); });
