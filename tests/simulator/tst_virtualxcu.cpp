@@ -27,7 +27,6 @@ public:
     int exitCode()
     {
         constexpr int limitMs = 60000;
-        process.closeWriteChannel();
         process.waitForFinished(limitMs);
         output += process.readAllStandardOutput();
         return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
@@ -169,6 +168,7 @@ void TestVirtualXcu::followsLineCommands()
 
     Run interactive({"--interactive"}, QStringLiteral("exec sleep 100"));
     interactive.process.write("wait 1\nquit"); // the last line may lack its end
+    interactive.process.closeWriteChannel();
     QCOMPARE(interactive.exitCode(), 128 + SIGTERM);
 }
 
