@@ -64,6 +64,10 @@ public:
     void sendScopeDataRequest(int value);
 
 private:
+    // Builds the command with fill(xcu::Command&), which selects the member and sets its fields.
+    template <typename Fill>
+    void send(Fill fill);
+
     ComPort& comPort;
     std::mutex mutex; // never locked: ComPort keeps frames apart
 };

@@ -1,28 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QByteArray>
 #include <QMutex>
 #include <QObject>
+#include <QSerialPort>
 #include <QSerialPortInfo>
 #include <QString>
 #include <QTimer>
 #include <QWaitCondition>
+#include <memory>
 #include <string>
+#include <vector>
 
-class QSerialPort;
-
-// Ports of a controller in either guise (bootloader or running device), told by the USB identifiers
-// below and by an exact, case-sensitive match of the USB serial number. The first match in the
-// order of QSerialPortInfo::availablePorts() wins; a null info stands for "not found".
-QSerialPortInfo getPortBySerialNumber(QString& serial);
-QSerialPortInfo getBootloaderPortBySerialNumber(QString& serial);
-QSerialPortInfo getDevicePortBySerialNumber(QString& serial);
-
-// The one transport between the PC and a controller: 32-bit little-endian length, then that many
-// bytes of payload, in both directions. It knows nothing of what the frames contain.
+// The one transport between the PC and a controller: frames (comm/frame.h) over a serial port. It
+// knows nothing of what the frames contain.
 //
-// All operations belong to the thread that owns the object, except commandSend.
+// All operations belong to the thread that owns the object, except commandSend. A handler of
+// commandRead may close or reopen the port and may run an event loop of its own, but must not
+// destroy the ComPort.
 class ComPort : public QObject
 {
     Q_OBJECT
@@ -43,7 +38,7 @@ public:
     void commandSend(std::string data);
 
     std::string getSerialNumber() const; // UTF-8, of the port last passed to open
-    quint16 getVid() const;
+    quint16 getVid() const;              // USB identifiers of that port, 0 if it has none
     quint16 getPid() const;
     std::string error() const; // the port's error text, UTF-8; empty without a port object
     QSerialPortInfo getOpenedPort() const;
@@ -53,17 +48,43 @@ public:
     void reconnect();
     void reconnectDevice();
 
-    // Block the calling thread, without a time limit, until the unit is there.
+    // Block the calling thread, without a time limit, until the unit is there: the first as a
+    // bootloader, the second as a running device. Nothing is opened.
     void waitForPortAvaliable();
     void waitForDevicePortAvaliable();
 
 signals:
-    void commandRead(std::string data);
+    void commandRead(std::string data); // the payload of one frame
     void deviceReconnected();
     void bootloaderReconnected();
 
 public slots:
+    // Delivers all whole frames that have arrived. While it runs, further calls return at once.
     void dataAvaliable();
     void reconnectDeviceService();
     void reconnectBootloderService();
+
+private:
+    void retire(std::unique_ptr<QSerialPort> port);
+    void releaseRetiredPorts();
+    bool reopen();
+
+    // The order is that of construction: on destruction the port goes last, after the timers that
+    // would read from it.
+    std::unique_ptr<QSerialPort> serialPort; // null after close
+    QSerialPortInfo openedPort;              // last passed to open
+    QMutex readMutex;                        // never locked
+    QMutex writeMutex;                       // held while a frame is written
+    QMutex portMutex;                        // never locked
+    QWaitCondition readCondition;            // never used
+    QWaitCondition portCondition;            // never used
+    bool aborted = false;                    // never read
+    QString serialNumber;                    // of openedPort
+    // Both survive close and open: a frame cut by a close takes its payload from the next session.
+    quint32 readState = 0;   // a FrameState
+    quint32 frameLength = 0; // of the frame that readState is in, bytes
+    QTimer pollTimer;        // backstop for bytes that no readyRead told of
+    QTimer reconnectTimer;
+    bool receiving = false; // inside dataAvaliable
+    std::vector<std::unique_ptr<QSerialPort>> retiredPorts;
 };

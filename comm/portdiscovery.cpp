@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "comm/portdiscovery.h"
+
+#include <algorithm>
+
+namespace {
+
+QSerialPortInfo findController(const QString& serial, std::initializer_list<quint16> guises)
+{
+    for (const QSerialPortInfo& port : QSerialPortInfo::availablePorts()) {
+        if (isControllerPort(port, guises) && port.serialNumber() == serial) {
+            return port;
+        }
+    }
+    return QSerialPortInfo();
+}
+
+} // namespace
+
+bool isControllerPort(const QSerialPortInfo& port, std::initializer_list<quint16> guises)
+{
+    return port.hasProductIdentifier() && port.hasVendorIdentifier() &&
+           port.vendorIdentifier() == UsbId::vendor &&
+           std::find(guises.begin(), guises.end(), port.productIdentifier()) != guises.end();
+}
+
+QSerialPortInfo getPortBySerialNumber(QString& serial)
+{
+    return findController(serial, {UsbId::bootloader, UsbId::device});
+}
+
+QSerialPortInfo getBootloaderPortBySerialNumber(QString& serial)
+{
+    return findController(serial, {UsbId::bootloader});
+}
+
+QSerialPortInfo getDevicePortBySerialNumber(QString& serial)
+{
+    return findController(serial, {UsbId::device});
+}
+
+bool operator==(QSerialPortInfo left, QSerialPortInfo right)
+{
+    return left.systemLocation() == right.systemLocation() && left.portName() == right.portName() &&
+           left.description() == right.description() &&
+           left.manufacturer() == right.manufacturer() &&
+           left.serialNumber() == right.serialNumber();
+}
