@@ -158,7 +158,7 @@ void TestComPort::reassemblesFrames()
     QCOMPARE(link.delivered, payloads);
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    QVERIFY(usage.ru_maxrss < 1024 * 1024); // KiB: what is only announced takes no memory
+    QVERIFY(usage.ru_maxrss < 1'000'000); // KiB: what is only announced takes no memory
 }
 
 void TestComPort::shortReadsLoseNothing()
