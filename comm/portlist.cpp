@@ -25,9 +25,10 @@ std::function<qint64()> stopwatch()
 
 } // namespace
 
-PortList::PortList()
-    : PortList(Source{ttyNames, &QSerialPortInfo::availablePorts, stopwatch()})
-{}
+PortList::Source PortList::systemSource()
+{
+    return Source{ttyNames, &QSerialPortInfo::availablePorts, stopwatch()};
+}
 
 PortList::PortList(Source facts)
     : source(std::move(facts))

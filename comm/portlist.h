@@ -24,8 +24,9 @@ public:
         std::function<qint64()> milliseconds; // a clock that never goes back
     };
 
-    PortList(); // the ports of this machine
-    explicit PortList(Source source);
+    static Source systemSource();
+
+    explicit PortList(Source source = systemSource());
 
     // The ports in the order of QSerialPortInfo::availablePorts().
     QList<QSerialPortInfo> availablePorts();

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// A byte stream, cut at arbitrary places, through the frame reader and the dispatcher: exactly the
+// payloads that stand in the stream come out, in order, and whatever is in them does no harm.
+#include "feed.h"
+#include "support/responserecorder.h"
+
+#include <fuzzer/FuzzedDataProvider.h>
+#include <vector>
+
+namespace {
+
+std::vector<std::string> payloadsIn(const std::string& stream)
+{
+    std::vector<std::string> payloads;
+    for (std::size_t at = 0; stream.size() - at >= 4;) {
+        std::size_t length = 0;
+        for (std::size_t i = 4; i-- > 0;) {
+            length = length << 8 | static_cast<unsigned char>(stream[at + i]);
+        }
+        at += 4;
+        if (stream.size() - at < length) {
+            break;
+        }
+        payloads.push_back(stream.substr(at, length));
+        at += length;
+    }
+    return payloads;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    FuzzedDataProvider input(data, size);
+    ResponseRecorder recorder;
+    CommandsResponseReceiver receiver = recorder.receiver();
+    Feed line;
+    std::string stream;
+    std::vector<std::string> delivered;
+    while (input.remaining_bytes() > 0) {
+        // The size of a piece is taken from the end of the input, its bytes from the front.
+        const std::string piece =
+            input.ConsumeBytesAsString(input.ConsumeIntegralInRange<std::size_t>(0, 40));
+        stream += piece;
+        line.feed(piece, [&](const std::string& payload) {
+            receiver.decodeResponse(payload);
+            delivered.push_back(payload);
+        });
+    }
+    if (delivered != payloadsIn(stream)) {
+        std::abort();
+    }
+    return 0;
+}

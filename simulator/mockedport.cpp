@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/mockedport.h"
+
+#include "simulator/pseudoterminal.h"
+#include "simulator/testbed.h"
+#include "simulator/virtualcontroller.h"
+
+#include <QCoreApplication>
+#include <QScopedValueRollback>
+#include <atomic>
+
+namespace {
+
+// Bytes that wait for the terminal. Above the first mark the controller pushes nothing any more
+// until the queue is below the second one; above the third the program is not listened to either.
+constexpr int fullMark = 256 * 1024;
+constexpr int easyMark = 64 * 1024;
+constexpr int deafMark = 16 * 1024 * 1024;
+
+QString makePortName()
+{
+    static std::atomic<int> count = 0;
+    return QStringLiteral("ttyACM%1x%2").arg(QCoreApplication::applicationPid()).arg(count++);
+}
+
+} // namespace
+
+MockedPort::MockedPort(Testbed& bed, VirtualController& unit, QObject* parent)
+    : QObject(parent)
+    , testbed(bed)
+    , controller(unit)
+    , portName(makePortName())
+{
+    returnTimer.setSingleShot(true);
+    returnTimer.setInterval(absenceMs);
+    connect(&returnTimer, &QTimer::timeout, this, &MockedPort::plug);
+    connect(&unit, &VirtualController::transmit, this, &MockedPort::transmit);
+    connect(&unit, &VirtualController::leavingBus, this, &MockedPort::changeGuise);
+    controller.setLineReady(false);
+}
+
+MockedPort::~MockedPort()
+{
+    unplug();
+}
+
+void MockedPort::plug()
+{
+    returnTimer.stop();
+    if (isPlugged()) {
+        return;
+    }
+    terminal = std::make_unique<PseudoTerminal>();
+    connect(terminal.get(), &PseudoTerminal::readable, this, &MockedPort::readLine);
+    connect(terminal.get(), &PseudoTerminal::writable, this, &MockedPort::writeLine);
+    connect(terminal.get(), &PseudoTerminal::useChanged, this, &MockedPort::followUse);
+    testbed.addPort(
+        portName, terminal->path(), controller.options().serialNumber, controller.guise());
+    emit plugged();
+}
+
+void MockedPort::unplug()
+{
+    returnTimer.stop();
+    if (!isPlugged()) {
+        return;
+    }
+    testbed.removePort(portName);
+    // One of its own signals may have led here.
+    terminal->close();
+    terminal.release()->deleteLater();
+    dropOutput();
+    setInUse(false);
+    emit unplugged();
+}
+
+void MockedPort::changeGuise(Guise guise)
+{
+    unplug();
+    controller.restart(guise);
+    returnTimer.start();
+}
+
+void MockedPort::transmit(const QByteArray& bytes)
+{
+    if (!isPlugged()) {
+        return;
+    }
+    if (!inUse && !isReading) {
+        followUse();
+    }
+    if (!inUse) {
+        return; // nobody listens, and whoever opens the port next shall not get half of it
+    }
+    output += bytes;
+    if (backlog() == bytes.size()) {
+        writeLine();
+    } else {
+        tellLine();
+    }
+}
+
+void MockedPort::writeLine()
+{
+    const int taken = terminal->write(output.constData() + outputStart, backlog());
+    outputStart += taken;
+    sentBytes += taken;
+    if (outputStart == output.size() || outputStart > easyMark) {
+        output.remove(0, outputStart);
+        outputStart = 0;
+    }
+    terminal->setWriteNotification(backlog() > 0);
+    tellLine();
+}
+
+void MockedPort::tellLine()
+{
+    lineFull = backlog() > (lineFull ? easyMark : fullMark);
+    controller.setLineReady(inUse && !lineFull);
+    if (isPlugged()) {
+        terminal->setReadNotification(backlog() < deafMark);
+    }
+}
+
+void MockedPort::readLine()
+{
+    followUse();
+    receiveAll();
+}
+
+void MockedPort::receiveAll()
+{
+    if (isReading) {
+        return; // a slot runs an event loop; the outer call reads on
+    }
+    const QScopedValueRollback<bool> guard(isReading, true);
+    // Not without an end: the way out wants its turn too.
+    for (int turn = 0; turn < 64 && isPlugged(); ++turn) {
+        const QByteArray bytes = terminal->read();
+        if (bytes.isEmpty()) {
+            return;
+        }
+        receivedBytes += bytes.size();
+        setInUse(true);
+        controller.receive(bytes);
+    }
+}
+
+void MockedPort::followUse()
+{
+    switch (terminal->takeUse()) {
+    case PseudoTerminal::Use::Unchanged:
+        break;
+    case PseudoTerminal::Use::Opened:
+        setInUse(true);
+        break;
+    case PseudoTerminal::Use::Reopened:
+        dropOutput();
+        setInUse(false);
+        setInUse(true);
+        break;
+    case PseudoTerminal::Use::Closed:
+        receiveAll(); // its last words
+        dropOutput();
+        setInUse(false);
+        break;
+    }
+}
+
+void MockedPort::setInUse(bool used)
+{
+    if (inUse == used) {
+        return;
+    }
+    inUse = used;
+    tellLine();
+    if (inUse) {
+        emit opened();
+    } else {
+        emit closed();
+    }
+}
+
+// Nobody shall find half a frame of somebody else's.
+void MockedPort::dropOutput()
+{
+    output.clear();
+    outputStart = 0;
+    controller.dropLink();
+    if (isPlugged()) {
+        terminal->setWriteNotification(false);
+        terminal->discardUnread();
+    }
+}

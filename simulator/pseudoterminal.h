@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QSocketNotifier>
+#include <QString>
+#include <memory>
+
+// A pseudo terminal pair without any line discipline, and a watch on who has its far end open. The
+// near end never blocks.
+//
+// The far end is kept open here too: with nobody there the near end would fail to read.
+class PseudoTerminal : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PseudoTerminal(QObject* parent = nullptr);
+    ~PseudoTerminal() override;
+
+    // The far end, such as "/dev/pts/7"; empty if there is no terminal to be had.
+    QString path() const { return farPath; }
+
+    // Hangs up: a program at the far end gets errors from now on.
+    void close();
+
+    // Reads some of what there is; empty if there is nothing.
+    QByteArray read();
+    // Writes as much as the terminal takes, and gives its size.
+    int write(const char* bytes, int size);
+    // Throws away what the program at the far end has not read yet.
+    void discardUnread();
+
+    void setReadNotification(bool on) { readNotifier->setEnabled(on); }
+    void setWriteNotification(bool on) { writeNotifier->setEnabled(on); }
+
+    // What happened at the far end since the last call.
+    enum class Use {
+        Unchanged,
+        Opened,
+        Reopened, // closed, and opened again before anybody looked
+        Closed,   // nobody is left
+    };
+    Use takeUse();
+
+signals:
+    void readable();
+    void writable();
+    void useChanged(); // ask takeUse
+
+private:
+    struct Events
+    {
+        bool opened = false;
+        bool closed = false;
+        bool openedLast = false;
+    };
+
+    void openFarEnd();
+    Events takeEvents();
+    bool isFarEndInUse();
+
+    int nearEnd = -1;
+    int farEnd = -1;
+    int watch = -1;
+    QString farPath;
+    std::unique_ptr<QSocketNotifier> readNotifier;
+    std::unique_ptr<QSocketNotifier> writeNotifier;
+    std::unique_ptr<QSocketNotifier> watchNotifier;
+};

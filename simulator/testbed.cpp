@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// Ahead of Qt, whose keyword macros would spoil the names in this header.
+#include <umockdev.h>
+
+#include "simulator/testbed.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace {
+
+constexpr const char* preloadLibrary = "libumockdev-preload.so.0";
+
+// A unit with one serial interface. The tty needs its parents, or it is not listed. There is no N:
+// line on purpose: the library would make the node itself and could not add it a second time.
+constexpr const char* description = R"(P: %1
+E: SUBSYSTEM=usb
+E: DEVTYPE=usb_device
+A: idVendor=04d8
+A: idProduct=%2
+A: serial=%4
+
+P: %1/%5:1.0
+E: SUBSYSTEM=usb
+E: DEVTYPE=usb_interface
+E: DRIVER=cdc_acm
+
+P: %1/%5:1.0/tty/%6
+E: SUBSYSTEM=tty
+E: DEVNAME=/dev/%6
+E: ID_BUS=usb
+E: ID_VENDOR_ID=04d8
+E: ID_MODEL_ID=%2
+E: ID_MODEL=%3
+E: ID_SERIAL_SHORT=%4
+A: dev=166:0
+
+)";
+
+} // namespace
+
+struct Testbed::Library
+{
+    UMockdevTestbed* testbed = umockdev_testbed_new();
+
+    Library() = default;
+    ~Library() { g_object_unref(testbed); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+};
+
+Testbed::Testbed()
+    : library(std::make_unique<Library>())
+{
+    char* root = umockdev_testbed_get_root_dir(library->testbed);
+    rootDirectory = QFile::decodeName(root);
+    g_free(root);
+    QDir(rootDirectory).mkdir(QStringLiteral("dev"));
+}
+
+Testbed::~Testbed() = default;
+
+QProcessEnvironment Testbed::addTo(QProcessEnvironment environment) const
+{
+    const QString variable = QStringLiteral("LD_PRELOAD");
+    QString libraries = environment.value(variable);
+    if (!libraries.contains(QLatin1String(preloadLibrary))) {
+        libraries += (libraries.isEmpty() ? QString() : QStringLiteral(":")) + preloadLibrary;
+    }
+    environment.insert(variable, libraries);
+    environment.insert(QStringLiteral("UMOCKDEV_DIR"), rootDirectory);
+    return environment;
+}
+
+void Testbed::addPort(
+    const QString& name, const QString& terminal, const QString& serialNumber, Guise guise)
+{
+    const bool isDevice = guise == Guise::Device;
+    // Qt tells ports apart by the model, not by the identifiers: each guise needs its own.
+    const QString model = isDevice ? QStringLiteral("XCU") : QStringLiteral("XCU_Bootloader");
+    const QString product = isDevice ? QStringLiteral("eef0") : QStringLiteral("eeef");
+    const QString path = usbPath(name);
+    const QString text = QString::fromLatin1(description)
+                             .arg(path, product, model, serialNumber, path.section('/', -1), name);
+
+    QFile::link(terminal, nodePath(name));
+    GError* error = nullptr;
+    umockdev_testbed_add_from_string(library->testbed, text.toUtf8().constData(), &error);
+    if (error != nullptr) {
+        qWarning("The port %s cannot be added: %s", qPrintable(name), error->message);
+        g_error_free(error);
+    }
+}
+
+void Testbed::removePort(const QString& name)
+{
+    const QString device = QStringLiteral("/sys") + usbPath(name);
+    const QString interface = device + QLatin1Char('/') + device.section('/', -1) + ":1.0";
+    for (const QString& path : {interface + "/tty/" + name, interface, device}) {
+        umockdev_testbed_remove_device(library->testbed, path.toUtf8().constData());
+    }
+    QFile::remove(nodePath(name));
+}
+
+QString Testbed::usbPath(const QString& name)
+{
+    QString& path = usbPaths[name];
+    if (path.isEmpty()) {
+        path = QStringLiteral("/devices/pci0000:00/0000:00:14.0/usb1/1-%1").arg(usbPaths.size());
+    }
+    return path;
+}
+
+QString Testbed::nodePath(const QString& name) const
+{
+    return rootDirectory + QStringLiteral("/dev/") + name;
+}

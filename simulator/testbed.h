@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/controlleroptions.h"
+
+#include <QHash>
+#include <QProcessEnvironment>
+#include <QString>
+#include <memory>
+
+// A view of /sys and /dev of its own, in a temporary directory, for programs that are started with
+// the environment given here. A process has one testbed at the most; it sees the testbed itself if
+// it was started under the preload.
+class Testbed
+{
+public:
+    Testbed();
+    ~Testbed();
+    Testbed(const Testbed&) = delete;
+    Testbed& operator=(const Testbed&) = delete;
+
+    QString root() const { return rootDirectory; }
+
+    // What makes a program see the testbed.
+    QProcessEnvironment addTo(QProcessEnvironment environment) const;
+
+    // Puts a controller on the USB bus, or takes it away. The name is that of the port, such as
+    // "ttyACM0"; the terminal is what its node in /dev stands for, such as "/dev/pts/7".
+    void addPort(
+        const QString& name, const QString& terminal, const QString& serialNumber, Guise guise);
+    void removePort(const QString& name);
+
+private:
+    struct Library;
+
+    QString usbPath(const QString& name);
+    QString nodePath(const QString& name) const;
+
+    std::unique_ptr<Library> library;
+    QString rootDirectory;
+    QHash<QString, QString>
+        usbPaths; // by port name, kept for good: a unit comes back to its socket
+};

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "schema/link.pb.h"
+#include "simulator/controlleroptions.h"
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+#include <deque>
+#include <random>
+
+// The controller's way out to the line, with all the trouble that can be had there.
+class TroubledLine : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TroubledLine(quint32 seed, QObject* parent = nullptr);
+
+    void setTrouble(const Trouble& trouble);
+    const Trouble& trouble() const { return settings; }
+
+    // Takes a response and says how often it goes out: 0, 1 or 2 times.
+    int put(const xcu::Response& response);
+    // Takes bytes that are spared all trouble but being cut.
+    void putStraight(const QByteArray& bytes) { ready += bytes; }
+    // Hands over what is due. Whoever puts something calls this at the end of a burst.
+    void flush();
+    // Forgets what waits, as when the cable is pulled.
+    void clear();
+
+    int waitingBytes() const { return ready.size(); } // due, not handed over yet
+
+signals:
+    void bytes(const QByteArray& bytes);
+
+private:
+    struct Delayed
+    {
+        qint64 dueMs;
+        QByteArray bytes;
+    };
+
+    bool hits(int every) const;
+    QByteArray garbageFrame();
+    void takeDue();
+    void handOverPiece();
+
+    Trouble settings;
+    std::mt19937 random;
+    int responseCount = 0;
+    QByteArray ready;
+    std::deque<Delayed> delayed;
+    QElapsedTimer clock;
+    QTimer delayTimer;
+    QTimer pauseTimer;
+};

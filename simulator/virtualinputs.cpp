@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/virtualinputs.h"
+
+void VirtualInputs::set(int index, int value)
+{
+    if (index >= 0 && index < inputCount) {
+        values[index] = value;
+    }
+}
+
+int VirtualInputs::value(int index) const
+{
+    return index >= 0 && index < inputCount ? values[index] : 0;
+}

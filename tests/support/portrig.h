@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "simulator/controllerunit.h"
+#include "simulator/testbed.h"
+
+#include <QString>
+#include <QThread>
+#include <functional>
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+// Virtual controllers on mocked USB serial ports for tests that run under the preload (PORT in
+// xcu_test). At first nothing is plugged in. A process has one rig at a time.
+//
+// In the calling thread the rig lives from the caller's event loop. In a thread of its own it goes
+// on while the caller blocks, as a real controller does; controller() and port() must then only be
+// touched within run().
+class PortRig
+{
+public:
+    enum class Lives { InCallingThread, InOwnThread };
+
+    explicit PortRig(ControllerOptions options = {}, Lives where = Lives::InCallingThread);
+    explicit PortRig(
+        std::vector<ControllerOptions> controllers, Lives where = Lives::InCallingThread);
+    ~PortRig();
+    PortRig(const PortRig&) = delete;
+    PortRig& operator=(const PortRig&) = delete;
+
+    VirtualController& controller(int index = 0) { return units.at(index)->controller; }
+    MockedPort& port(int index = 0) { return units.at(index)->port; }
+
+    // These may be called from the test's thread wherever the rig lives, and block until done.
+    void plug(int index = 0);
+    void unplug(int index = 0);
+    void changeGuise(Guise guise, int index = 0);
+    QString portName(int index = 0);
+    QString serialNumber(int index = 0);
+    int count(xcu::Command::ReqCase member, int index = 0);
+
+    // Runs task(VirtualController&) in the rig's thread and gives what it returns.
+    template <typename Task>
+    auto run(Task task, int index = 0)
+    {
+        using Result = std::invoke_result_t<Task, VirtualController&>;
+        if constexpr (std::is_void_v<Result>) {
+            inRigThread([&] { task(controller(index)); });
+        } else {
+            Result result = {};
+            inRigThread([&] { result = task(controller(index)); });
+            return result;
+        }
+    }
+
+private:
+    void inRigThread(const std::function<void()>& task);
+
+    QThread thread;
+    std::unique_ptr<QObject> anchor; // lives in the rig's thread
+    std::unique_ptr<Testbed> testbed;
+    std::vector<std::unique_ptr<ControllerUnit>> units;
+};
