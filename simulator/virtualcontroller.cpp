@@ -33,6 +33,7 @@ VirtualController::VirtualController(ControllerOptions options, QObject* parent)
     , framePacer(settings.framesPerSecond)
     , history(settings.keepReceived)
 {
+    qRegisterMetaType<Guise>("Guise");
     steadyClock.start();
     clock = [this] { return steadyClock.elapsed(); };
     recordResponse.set_protocol_version(1);

@@ -3,6 +3,10 @@
 
 #include <utility>
 
+PortRig::PortRig(Lives where)
+    : PortRig(ControllerOptions(), where)
+{}
+
 PortRig::PortRig(ControllerOptions options, Lives where)
     : PortRig(std::vector<ControllerOptions>{std::move(options)}, where)
 {}

@@ -22,7 +22,8 @@ class PortRig
 public:
     enum class Lives { InCallingThread, InOwnThread };
 
-    explicit PortRig(ControllerOptions options = {}, Lives where = Lives::InCallingThread);
+    explicit PortRig(Lives where = Lives::InCallingThread);
+    explicit PortRig(ControllerOptions options, Lives where = Lives::InCallingThread);
     explicit PortRig(
         std::vector<ControllerOptions> controllers, Lives where = Lives::InCallingThread);
     ~PortRig();
