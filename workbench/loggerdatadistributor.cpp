@@ -39,7 +39,9 @@ void LoggerDataDistributor::loggerStarted()
             commandsSender.sendLoggerDataRequest();
             QThread::msleep(pollPause);
         }
+        --polling;
     });
+    ++polling;
     workers.emplace_back(workerThread);
     workerThread->start(QThread::InheritPriority);
 }
@@ -65,6 +67,7 @@ void LoggerDataDistributor::stop()
     for (const std::unique_ptr<QThread>& worker : workers) {
         worker->wait();
     }
+    Q_ASSERT(polling == 0);
     workers.clear();
     workerThread = nullptr;
 }

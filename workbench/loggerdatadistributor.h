@@ -41,5 +41,6 @@ private:
     CommandsSender& commandsSender;
     QThread* workerThread = nullptr; // of the latest start
     std::atomic<bool> running = false;
+    std::atomic<int> polling = 0; // workers in their loop
     std::vector<std::unique_ptr<QThread>> workers;
 };
