@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <qcustomplot.h>
+
+#include <QPointer>
+
+// A marker on an axis of a chart: a short arrow that points at a value, and a text beside its tail,
+// turned by 90 degrees. It belongs to the axis and goes with it.
+class AxisTag : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit AxisTag(QCPAxis* parentAxis);
+    ~AxisTag() override; // takes the marker off the chart, if the chart is still there
+
+    void setPen(const QPen& pen); // of the arrow and of the frame around the text
+    void setBrush(const QBrush& brush);
+    void setText(const QString& text);
+    QString text() const;
+
+    // value is a coordinate of the axis. The marker keeps its distance in pixels from the axis.
+    void updatePosition(double value);
+
+private:
+    QCPAxis* axis;
+    QPointer<QCPItemTracer> tracer; // invisible; anchors the arrow to the axis
+    QPointer<QCPItemLine> arrow;
+    QPointer<QCPItemText> label;
+};

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/candumptableview.h"
+
+#include "app/candumptextdelegate.h"
+
+#include <QTimerEvent>
+
+namespace {
+
+constexpr int RepaintPauseMs = 16;
+
+} // namespace
+
+CandumpTableView::CandumpTableView(QWidget* parent)
+    : QTableView(parent)
+{
+    setItemDelegate(new CandumpTextDelegate(this));
+}
+
+void CandumpTableView::dataChanged(const QModelIndex&, const QModelIndex&, const QVector<int>&)
+{
+    if (repaintPause.isActive()) {
+        changedInPause = true;
+        return;
+    }
+    repaintPause.start(RepaintPauseMs, Qt::PreciseTimer, this);
+    QTableView::dataChanged(QModelIndex(), QModelIndex());
+}
+
+void CandumpTableView::timerEvent(QTimerEvent* event)
+{
+    if (event->timerId() != repaintPause.timerId()) {
+        QTableView::timerEvent(event);
+    } else if (changedInPause) {
+        changedInPause = false;
+        QTableView::dataChanged(QModelIndex(), QModelIndex());
+    } else {
+        repaintPause.stop();
+    }
+}

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/dataloggerapp.h"
+
+#include "app/statusbarpacer.h"
+#include "ui_dataloggerapp.h"
+
+#include <QElapsedTimer>
+
+namespace {
+
+constexpr int PortRefreshMs = 100;
+
+// The stored value says the opposite of what these names suggest: true is a hidden panel. Stores in
+// the field hold it so. The last one belongs to the CAN send panel.
+const QString ChannelStripHidden = QStringLiteral("ui/showChannelSelector");
+const QString VirtualInputsHidden = QStringLiteral("ui/virtualInputShow");
+const QString CanSendHidden = QStringLiteral("ui/pidTunerShow");
+
+} // namespace
+
+DataLoggerApp::DataLoggerApp(QWidget* parent)
+    : QMainWindow(parent)
+    , ui(std::make_unique<Ui_DataLoggerApp>())
+    , commandsSender(comPort)
+    , responseReceiver(nullptr, this, this, nullptr, nullptr, this, this, this, nullptr)
+    , faultsDisplay(commandsSender, nullptr)
+    , channelLabels(ChannelTotal, QStringLiteral("x"))
+    , settings(QStringLiteral("CorvaneMotionSystems"), QStringLiteral("DataLogger"))
+    , candumpWindow(&candumpModel, nullptr)
+{
+    qRegisterMetaType<std::string>("std::string");
+    // From here on a change to a widget runs its slot, which writes the setting back.
+    ui->setupUi(this);
+    restoreWindow();
+    restoreControls();
+    createChart();
+    createChannels();
+    finishChart();
+    restorePanel(ui->dataSelectorShow, ui->dataSeriesWidget, ChannelStripHidden);
+    createVirtualInputs();
+    restorePanel(ui->virtualInputsShow, ui->virtualInputsWidget, VirtualInputsHidden);
+    restorePanel(ui->canMsg, ui->CanbusWidget, CanSendHidden);
+    startPortRefresh();
+    connectLink();
+    prepareFolders();
+    labelSignalColumns();
+}
+
+DataLoggerApp::~DataLoggerApp()
+{
+    settings.setValue(QStringLiteral("ui/isMaximized"), isMaximized());
+    settings.setValue(QStringLiteral("ui/size"), size());
+    settings.setValue(QStringLiteral("ui/pos"), pos());
+    settings.setValue(QStringLiteral("ui/refreshRate"), ui->refreshRate->value());
+    ui.reset();
+    delete pongClock;
+    delete portRefreshTimer;
+}
+
+void DataLoggerApp::restoreWindow()
+{
+    resize(settings.value(QStringLiteral("ui/size"), QSize(400, 400)).toSize());
+    move(settings.value(QStringLiteral("ui/pos"), QPoint(200, 200)).toPoint());
+    // A comparison, not toBool(): of the texts that a store may hold only "true" counts.
+    if (settings.value(QStringLiteral("ui/isMaximized"), false) == QVariant(true)) {
+        showMaximized();
+    }
+    settings.value(QStringLiteral("ui/advanced"), false).toBool(); // has no effect
+}
+
+void DataLoggerApp::restoreControls()
+{
+    ui->channelCount->setCurrentIndex(
+        settings.value(QStringLiteral("ui/channelsCount"), 1).toInt());
+    // Without a stored pace this is 0, and the box makes it 1 ms, not the form's 200 ms.
+    ui->refreshRate->setValue(settings.value(QStringLiteral("ui/refreshRate")).toInt());
+    ui->splitter->restoreState(settings.value(QStringLiteral("ui/channelLayout")).toByteArray());
+    ui->splitter_2->restoreState(settings.value(QStringLiteral("ui/canLayout")).toByteArray());
+    const int autostart = settings.value(QStringLiteral("ui/autostart")).toInt();
+    ui->autostart->setCheckState(
+        static_cast<Qt::CheckState>(qBound<int>(Qt::Unchecked, autostart, Qt::Checked)));
+}
+
+void DataLoggerApp::startPortRefresh()
+{
+    portRefreshTimer = new QTimer;
+    connect(portRefreshTimer, &QTimer::timeout, this, &DataLoggerApp::refreshPorts);
+    portRefreshTimer->start(PortRefreshMs);
+}
+
+void DataLoggerApp::connectLink()
+{
+    new StatusBarPacer(ui->statusBar);
+    connect(this, SIGNAL(addLog(QString)), ui->statusBar, SLOT(showMessage(QString)));
+    connect(this, &DataLoggerApp::pongReceived, this, &DataLoggerApp::on_pongReceived);
+    connect(&comPort, &ComPort::commandRead, this, &DataLoggerApp::readPort);
+}
+
+void DataLoggerApp::labelSignalColumns()
+{
+    const char* const titles[] = {"Frame", "Offset",     "Length",     "Multiplier", "Add",
+                                  "Show",  "Mux offset", "Mux length", "Mux value",  "FrameLength"};
+    int column = 0; // the last column, a signal's name, stays without a title
+    for (const char* title : titles) {
+        ui->canTraceFrames->setHorizontalHeaderItem(
+            column++, new QTableWidgetItem(QLatin1String(title)));
+    }
+}
+
+void DataLoggerApp::restorePanel(QCheckBox* box, QWidget* panel, const QString& hiddenKey)
+{
+    if (settings.value(hiddenKey, false).toBool()) {
+        panel->hide();
+        box->setCheckState(Qt::Unchecked);
+    } else {
+        box->setCheckState(Qt::Checked); // runs the slot, which shows the panel
+    }
+}
+
+void DataLoggerApp::showPanel(QWidget* panel, const QString& hiddenKey, int state)
+{
+    settings.setValue(hiddenKey, state == Qt::Unchecked);
+    panel->setVisible(state != Qt::Unchecked);
+    const bool anyPanel = ui->dataSelectorShow->checkState() == Qt::Checked ||
+                          ui->virtualInputsShow->checkState() == Qt::Checked ||
+                          ui->canMsg->checkState() == Qt::Checked;
+    ui->addonsContainer->setVisible(anyPanel);
+}
+
+void DataLoggerApp::on_dataSelectorShow_stateChanged(int arg1)
+{
+    showPanel(ui->dataSeriesWidget, ChannelStripHidden, arg1);
+}
+
+void DataLoggerApp::on_virtualInputsShow_stateChanged(int arg1)
+{
+    showPanel(ui->virtualInputsWidget, VirtualInputsHidden, arg1);
+}
+
+void DataLoggerApp::on_canMsg_stateChanged(int arg1)
+{
+    showPanel(ui->CanbusWidget, CanSendHidden, arg1);
+}

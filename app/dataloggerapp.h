@@ -1,0 +1,193 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/candumpviewmodel.h"
+#include "app/candumpwindow.h"
+#include "app/faultsdisplay.h"
+#include "comm/commandsresponsereceiver.h"
+#include "comm/commandssender.h"
+#include "comm/comport.h"
+#include "comm/icandumpresponse.h"
+#include "comm/iconfigcommandsresponse.h"
+#include "comm/icontroleradaptationresponse.h"
+#include "comm/idataloggercommandsresponse.h"
+#include "comm/ifaultservicecommandsresponse.h"
+#include "comm/portlist.h"
+#include "formats/channelcount.h"
+
+#include <QDir>
+#include <QFile>
+#include <QList>
+#include <QMainWindow>
+#include <QMap>
+#include <QSerialPort>
+#include <QSerialPortInfo>
+#include <QSettings>
+#include <QVector>
+#include <array>
+#include <memory>
+#include <string>
+#include <vector>
+
+class AxisTag;
+class QCPGraph;
+class QCheckBox;
+class QCustomPlot;
+class QElapsedTimer;
+class QSlider;
+class QTableWidgetItem;
+class QTimer;
+class Ui_DataLoggerApp;
+
+// The logging console's main window and the owner of everything in it: the link to one controller,
+// the logging session and its file, the live chart, the capture of CAN frames, the fault service.
+// Its slots react to the operator, its callbacks to the controller; nothing pairs the two. All of
+// it runs on the GUI thread. Each subject has a source file of its own,
+// dataloggerapp_<subject>.cpp.
+//
+// Scripts and tests reach the slots by name and index: helpers are plain members, never new slots.
+class DataLoggerApp : public QMainWindow,
+                      public IDataLoggerCommandsResponse,
+                      public IControlerAdaptationResponse,
+                      public IConfigCommandsResponse,
+                      public ICandumpResponse,
+                      public IFaultServiceCommandsResponse
+{
+    Q_OBJECT
+
+public:
+    explicit DataLoggerApp(QWidget* parent = nullptr);
+    ~DataLoggerApp() override;
+
+    void loggerStarted() override;
+    void loggerDataReceived(
+        unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values) override;
+    void loggerStopped() override;
+
+    void writeConfiguration(unsigned int result, unsigned int configId) override;
+    void readConfiguration(
+        unsigned int result, unsigned int configId, const std::string& block) override;
+    void eraseConfiguration(unsigned int result, unsigned int configId) override;
+    void writeCalibration(unsigned int result, unsigned int configId) override;
+
+    void adaptationStart() override;
+    void adaptationStatus(IControlerAdaptationResponse::AdaptationStatus status) override;
+
+    void candumpStart() override;
+    void candumpStop() override;
+    void candump(
+        int busNumber, int timestampMs, int canId, bool isExtended, bool isFd, bool isBitrateSwitch,
+        const std::string& frameData) override;
+
+    void faultGetFaultCountResp(int first, int second) override;
+    void faultGetFaultsResp(std::vector<FaultItemData>&& items) override;
+    void faultCleanFaultsResp() override;
+
+    // Marks the time of the latest record on the chart and, while a log is open, in the log.
+    void addTag(QString text);
+
+signals:
+    // The one way to tell the operator something: the status bar shows the latest text.
+    void addLog(QString);
+    void promptReceived();
+    void pongReceived(unsigned int);
+    void writePort(std::string);
+    void openPort(QSerialPortInfo*);
+
+private slots:
+    void on_candump_clicked(bool checked);
+    void on_candump_clicked();
+    void on_calibrationStart_clicked();
+    void on_refreshRate_valueChanged(int arg1);
+    void on_mapTuner_clicked();
+    void on_canMsg_stateChanged(int arg1);
+    void on_virtualInput_sliderMoved(int position);
+    void on_virtualInputsShow_stateChanged(int arg1);
+    void on_dataSelectorShow_stateChanged(int arg1);
+    void seriesVisible_stateChanged(int arg1);
+    void refreshPorts();
+    void on_pushButton_2_clicked();
+    void readPort(std::string);
+    void on_promptReceived();
+    void on_pongReceived(unsigned int);
+    void on_startLogging_clicked();
+    void on_stopLogging_clicked();
+    void on_ping_timer();
+    void on_actionOpen_with_Timestamp_triggered(bool);
+    void on_faultTimer_tieout();
+    void on_canMsgSend_clicked();
+    void on_autostart_stateChanged(int arg1);
+    void on_splitter_2_splitterMoved(int pos, int index);
+    void on_splitter_splitterMoved(int pos, int index);
+    void on_widget_2_customContextMenuRequested(const QPoint& pos);
+    void on_channelCount_currentIndexChanged(int index);
+    void on_canTraceFrames_itemChanged(QTableWidgetItem* item);
+    void on_addCanTrace_clicked();
+    void on_PValue_valueChanged(double arg1);
+    void on_faultStatus_clicked();
+    void on_saveCanSignals_clicked();
+    void on_loadCanSignals_clicked();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    static constexpr int VirtualInputTotal = 12;
+
+    void restoreWindow();
+    void restoreControls();
+    void createChart();
+    void createChannels();
+    void finishChart();
+    void createVirtualInputs();
+    void startPortRefresh();
+    void connectLink();
+    void prepareFolders();
+    void labelSignalColumns();
+
+    void restorePanel(QCheckBox* box, QWidget* panel, const QString& hiddenKey);
+    void showPanel(QWidget* panel, const QString& hiddenKey, int state);
+    void connectPort();
+    void disconnectPort();
+    void listPorts();
+    QTimer* startSessionTimer(int intervalMs, void (DataLoggerApp::*tick)());
+    void plotRecord(const std::vector<int>& values);
+    void requestReplot();
+
+    std::unique_ptr<Ui_DataLoggerApp> ui;
+    QTimer* portRefreshTimer = nullptr;
+    QDir baseDir;   // the console's folder below the user's documents
+    QDir backupDir; // of the controller last connected to, baseDir before
+    QDir logDir;    // likewise
+    QString reservedText;
+    int windowLength = 0;         // never took effect: the view is the operator's
+    QList<QSerialPortInfo> ports; // the entries of the port list, by index
+    QSerialPort reservedPort;     // never opened: the port in use lives in comPort
+    ComPort comPort;
+    CommandsSender commandsSender;
+    CommandsResponseReceiver responseReceiver;
+    QTimer* pingTimer = nullptr;  // of the latest session; null when there is none
+    QTimer* faultTimer = nullptr; // of the latest session; earlier ones tick on
+    QElapsedTimer* pongClock = nullptr;
+    FaultsDisplay faultsDisplay;
+    QCustomPlot* plot = nullptr;
+    std::array<QCheckBox*, ChannelTotal> seriesCheckBoxes{};
+    QVector<QString> channelLabels; // log column names; "x" is a channel without a name
+    std::array<QSlider*, VirtualInputTotal> virtualInputSliders{};
+    QFile logFile;
+    QFile candumpFile;
+    int recordCounter = 0;
+    int firstTimestamp = -1;  // controller time in ms, an unsigned 32-bit pattern; -1 before the
+    int lastTimestamp = -1;   // first record of the program's run
+    QMap<int, AxisTag*> tags; // the latest tag of each record, by lastTimestamp
+    QSettings settings;
+    CandumpViewModel candumpModel;
+    CandumpWindow candumpWindow;
+    bool configRead0 = false;
+    bool configRead6 = false;
+
+    PortList portList;
+    std::string logLine;      // reused from record to record
+    std::string candumpLine;  // reused from frame to frame
+    bool deselecting = false; // the strip waits until all boxes are cleared
+};

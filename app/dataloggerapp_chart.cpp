@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/chartlogo.h"
+#include "app/dataloggerapp.h"
+#include "formats/channelcolour.h"
+#include "ui_dataloggerapp.h"
+
+#include <qcustomplot.h>
+
+namespace {
+
+constexpr int StripRows = 32;
+
+QString labelKey(int channel)
+{
+    return QStringLiteral("ui/channels/%1/label").arg(channel);
+}
+
+QString selectedKey(int channel)
+{
+    return QStringLiteral("ui/channels/%1/selected").arg(channel);
+}
+
+} // namespace
+
+void DataLoggerApp::createChart()
+{
+    plot = new QCustomPlot;
+    plot->setInteractions(
+        QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes |
+        QCP::iSelectLegend);
+    ui->chartLayout->addWidget(plot, 0, 0);
+    windowLength = 1000;
+}
+
+// One curve and one box in the strip for each channel. A box is connected after its state is set,
+// so that the start writes no settings.
+void DataLoggerApp::createChannels()
+{
+    for (int channel = 0; channel < ChannelTotal; ++channel) {
+        const QString fallback = QStringLiteral("data %1").arg(channel + 1);
+        const QString label = settings.value(labelKey(channel), fallback).toString();
+        QCPGraph* graph = plot->addGraph();
+        graph->setName(label);
+        graph->setPen(QPen(channelColour(channel)));
+
+        auto* box = new QCheckBox(label);
+        const bool selected = settings.value(selectedKey(channel), true).toBool();
+        box->setCheckState(selected ? Qt::Checked : Qt::Unchecked);
+        graph->setVisible(selected);
+        ui->dataSeriesLayout->addWidget(box, channel % StripRows, channel / StripRows);
+        connect(box, SIGNAL(stateChanged(int)), this, SLOT(seriesVisible_stateChanged(int)));
+        seriesCheckBoxes[channel] = box;
+    }
+}
+
+void DataLoggerApp::finishChart()
+{
+    new ChartLogo(plot); // belongs to the plot
+    // The view belongs to the operator: nothing ever moves or rescales it.
+    plot->xAxis->setRange(0, 60);
+    plot->yAxis->setRange(0, 1024);
+    requestReplot();
+}
+
+// The one place that asks for a drawing of the chart.
+void DataLoggerApp::requestReplot()
+{
+    plot->replot(QCustomPlot::rpRefreshHint);
+}
+
+void DataLoggerApp::plotRecord(const std::vector<int>& values)
+{
+    // The controller's clock may wrap. Single precision: from 16,777,216 ms on x steps by 2 ms.
+    const unsigned int elapsed =
+        static_cast<unsigned int>(lastTimestamp) - static_cast<unsigned int>(firstTimestamp);
+    const double x = static_cast<float>(elapsed) / 1000.0F;
+    // Values beyond the channels land on the curves of CAN signals, if there are any.
+    const auto drawn = std::min<std::size_t>(values.size(), plot->graphCount());
+    for (std::size_t i = 0; i < drawn; ++i) {
+        plot->graph(static_cast<int>(i))->addData(x, values[i]);
+    }
+    requestReplot();
+}
+
+void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
+{
+    if (deselecting) {
+        return;
+    }
+    for (int channel = 0; channel < ChannelTotal; ++channel) {
+        const bool selected = seriesCheckBoxes[channel]->checkState() == Qt::Checked;
+        plot->graph(channel)->setVisible(selected);
+        settings.setValue(selectedKey(channel), selected);
+    }
+    requestReplot();
+}
+
+// "Deselect All". Each box that it clears would run the whole strip, which would end in the very
+// same state after 128 times the work.
+void DataLoggerApp::on_mapTuner_clicked()
+{
+    deselecting = true;
+    for (int channel = 0; channel < ChannelTotal; ++channel) {
+        plot->graph(channel)->setVisible(false);
+        seriesCheckBoxes[channel]->setCheckState(Qt::Unchecked);
+        settings.setValue(selectedKey(channel), false);
+    }
+    deselecting = false;
+    requestReplot();
+}
+
+void DataLoggerApp::on_splitter_splitterMoved(int /*pos*/, int /*index*/)
+{
+    settings.setValue(QStringLiteral("ui/channelLayout"), ui->splitter->saveState());
+}
+
+void DataLoggerApp::on_splitter_2_splitterMoved(int /*pos*/, int /*index*/)
+{
+    settings.setValue(QStringLiteral("ui/canLayout"), ui->splitter_2->saveState());
+}
+
+// No widget reaches the two slots below.
+
+void DataLoggerApp::on_widget_2_customContextMenuRequested(const QPoint& /*pos*/) {}
+
+void DataLoggerApp::on_PValue_valueChanged(double /*arg1*/) {}

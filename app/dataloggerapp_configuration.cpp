@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/dataloggerapp.h"
+#include "formats/configurationblock.h"
+#include "formats/filestamp.h"
+#include "ui_dataloggerapp.h"
+
+#include <QDateTime>
+
+namespace {
+
+void writeBackup(const QDir& directory, const std::string& block)
+{
+    const QString stamp = fileStamp(QDateTime::currentDateTime());
+    QFile file(directory.filePath(QStringLiteral("%1.xcu").arg(stamp)));
+    file.open(QIODevice::WriteOnly);
+    file.write(block.data(), static_cast<qint64>(block.size()));
+}
+
+} // namespace
+
+void DataLoggerApp::readConfiguration(
+    unsigned int /*result*/, unsigned int configId, const std::string& block)
+{
+    if (!isEmptyConfigurationBlock(block)) {
+        if (configId == 0) {
+            writeBackup(backupDir, block);
+        }
+        for (const ChannelLabel& label : readChannelLabels(block)) {
+            channelLabels[label.channel] = label.text;
+            seriesCheckBoxes[label.channel]->setText(label.text);
+        }
+    }
+    configRead0 = configRead0 || configId == 0;
+    configRead6 = configRead6 || configId == 6;
+    // The flags outlive a disconnect: after a reconnect each of the two blocks starts a session.
+    if (configRead0 && configRead6 && ui->autostart->checkState() == Qt::Checked) {
+        on_startLogging_clicked();
+    }
+}
+
+// The console reads the configuration and never changes it: the answers to a change mean nothing.
+
+void DataLoggerApp::writeConfiguration(unsigned int /*result*/, unsigned int /*configId*/) {}
+
+void DataLoggerApp::eraseConfiguration(unsigned int /*result*/, unsigned int /*configId*/) {}
+
+void DataLoggerApp::writeCalibration(unsigned int /*result*/, unsigned int /*configId*/) {}
+
+void DataLoggerApp::on_calibrationStart_clicked()
+{
+    commandsSender.sendAdaptationStart();
+}
+
+void DataLoggerApp::adaptationStart()
+{
+    emit addLog(QStringLiteral("Adptation start response"));
+}
+
+void DataLoggerApp::adaptationStatus(IControlerAdaptationResponse::AdaptationStatus status)
+{
+    switch (status) {
+    case AdaptationStatus::Idle:
+        emit addLog(QStringLiteral("Adptation Idle"));
+        break;
+    case AdaptationStatus::Busy:
+        emit addLog(QStringLiteral("Adptation Busy"));
+        break;
+    }
+}

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/dataloggerapp.h"
+#include "comm/portdiscovery.h"
+#include "ui_dataloggerapp.h"
+
+#include <QElapsedTimer>
+#include <QStandardPaths>
+#include <algorithm>
+
+namespace {
+
+constexpr unsigned int PromptPing = 0xFEDCBA00;
+
+QString portText(const QSerialPortInfo& port)
+{
+    return isControllerPort(port, {UsbId::bootloader})
+               ? port.serialNumber()
+               : QStringLiteral("%1 XCU").arg(port.serialNumber());
+}
+
+// A folder that cannot be made or entered leaves the directory where it is.
+void enterFolder(QDir& directory, const QString& name)
+{
+    if (!directory.exists(name)) {
+        directory.mkdir(name);
+    }
+    directory.cd(name);
+}
+
+} // namespace
+
+void DataLoggerApp::prepareFolders()
+{
+    baseDir.cd(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation));
+    enterFolder(baseDir, QStringLiteral("Corvane Motion Systems"));
+    backupDir = baseDir;
+    logDir = baseDir;
+}
+
+void DataLoggerApp::refreshPorts()
+{
+    QList<QSerialPortInfo> attached = portList.availablePorts();
+    const auto isNoController = [](const QSerialPortInfo& port) { return !isControllerPort(port); };
+    attached.erase(
+        std::remove_if(attached.begin(), attached.end(), isNoController), attached.end());
+    if (ports != attached) {
+        ports = attached;
+        listPorts();
+    }
+    if (comPort.isOpen() && !ports.contains(comPort.getOpenedPort())) {
+        on_pushButton_2_clicked(); // the cable is out, which is like the button
+    }
+}
+
+// The first entry is selected afterwards, whatever was selected before.
+void DataLoggerApp::listPorts()
+{
+    ui->xcuSerialNumber->clear();
+    for (int index = 0; index < ports.size(); ++index) {
+        ui->xcuSerialNumber->addItem(portText(ports[index]), index);
+    }
+}
+
+void DataLoggerApp::on_pushButton_2_clicked()
+{
+    if (comPort.isOpen()) {
+        disconnectPort();
+    } else {
+        connectPort();
+    }
+}
+
+// Sends nothing and stops no timer: a session that is running polls on, and after the next connect
+// it polls the new link.
+void DataLoggerApp::disconnectPort()
+{
+    ui->pushButton_2->setText(QStringLiteral("Connect"));
+    emit addLog(QStringLiteral("Disconnected"));
+    delete pongClock;
+    pongClock = nullptr;
+    logFile.close();
+    comPort.close();
+}
+
+void DataLoggerApp::connectPort()
+{
+    const int index = ui->xcuSerialNumber->currentData().toInt();
+    if (ports.isEmpty() || !comPort.open(ports.value(index))) {
+        emit addLog(QStringLiteral("Failed to connect"));
+        return;
+    }
+    ui->pushButton_2->setText(QStringLiteral("Disconnect"));
+    emit addLog(QStringLiteral("Connected"));
+    pongClock = new QElapsedTimer;
+    const QString serialNumber = QString::fromStdString(comPort.getSerialNumber());
+    backupDir = baseDir;
+    enterFolder(backupDir, serialNumber);
+    enterFolder(backupDir, QStringLiteral("extLoggerBackup"));
+    logDir = baseDir;
+    enterFolder(logDir, serialNumber);
+    enterFolder(logDir, QStringLiteral("extLoggerLogs"));
+    commandsSender.sendConfigReadReq(0);
+    commandsSender.sendConfigReadReq(6);
+}
+
+void DataLoggerApp::readPort(std::string payload)
+{
+    responseReceiver.decodeResponse(payload);
+}
+
+void DataLoggerApp::on_promptReceived()
+{
+    emit addLog(QStringLiteral("ReceivedPrompt"));
+    commandsSender.sendPing(PromptPing);
+}
+
+void DataLoggerApp::on_pongReceived(unsigned int value)
+{
+    // Nothing starts the clock, as no ping is ever under way.
+    const qint64 elapsed = pongClock && pongClock->isValid() ? pongClock->elapsed() : 0;
+    emit addLog(QStringLiteral("ReceivedPong %1 after %2 ms").arg(value).arg(elapsed));
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/dataloggerapp.h"
+#include "formats/filestamp.h"
+#include "formats/logline.h"
+#include "ui_dataloggerapp.h"
+
+#include <QDateTime>
+#include <QTimer>
+#include <numeric>
+
+namespace {
+
+constexpr int FaultPollMs = 200;
+
+} // namespace
+
+void DataLoggerApp::on_startLogging_clicked()
+{
+    // The strip only hides curves: the controller always logs the first channels.
+    std::vector<unsigned int> channels(channelCountOfChoice(ui->channelCount->currentIndex()));
+    std::iota(channels.begin(), channels.end(), 0U);
+    const bool passive = ui->passiveDatalogger->checkState() == Qt::Checked;
+    commandsSender.sendLoggerStart(channels, passive);
+    emit addLog(QStringLiteral("Sent start request"));
+}
+
+void DataLoggerApp::loggerStarted()
+{
+    emit addLog(QStringLiteral("Received logger started"));
+    const QString stamp = fileStamp(QDateTime::currentDateTime());
+    // Closes the file of the session before, which Stop leaves open for late records.
+    logFile.setFileName(logDir.filePath(QStringLiteral("%1.log").arg(stamp)));
+    logFile.open(QIODevice::WriteOnly);
+    logFile.write(logHeaderLine(channelLabels));
+    logFile.flush();
+    // Timers of earlier sessions tick on: each confirmed start adds to the pace.
+    if (ui->passiveDatalogger->checkState() != Qt::Checked) {
+        pingTimer = startSessionTimer(ui->refreshRate->value(), &DataLoggerApp::on_ping_timer);
+    }
+    faultTimer = startSessionTimer(FaultPollMs, &DataLoggerApp::on_faultTimer_tieout);
+}
+
+QTimer* DataLoggerApp::startSessionTimer(int intervalMs, void (DataLoggerApp::*tick)())
+{
+    auto* timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, tick);
+    timer->start(intervalMs);
+    return timer;
+}
+
+void DataLoggerApp::on_ping_timer()
+{
+    commandsSender.sendLoggerDataRequest();
+}
+
+void DataLoggerApp::loggerDataReceived(
+    unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
+{
+    emit addLog(QStringLiteral("Received logger data %1").arg(timestamp));
+    lastTimestamp = static_cast<int>(timestamp);
+    if (firstTimestamp == -1) {
+        firstTimestamp = lastTimestamp;
+    }
+    // The file first, the picture second. A closed file loses the line, and Qt says so.
+    composeLogLine(logLine, sampleNumber, timestamp, values);
+    logFile.write(logLine.data(), static_cast<qint64>(logLine.size()));
+    logFile.flush();
+    plotRecord(values);
+}
+
+void DataLoggerApp::on_stopLogging_clicked()
+{
+    if (pingTimer) {
+        disconnect(pingTimer, &QTimer::timeout, this, &DataLoggerApp::on_ping_timer);
+        delete pingTimer;
+        pingTimer = nullptr;
+    }
+    commandsSender.sendLoggerStop();
+}
+
+// The file stays open on purpose: records that are still on their way are written, too.
+void DataLoggerApp::loggerStopped() {}
+
+void DataLoggerApp::on_channelCount_currentIndexChanged(int index)
+{
+    settings.setValue(QStringLiteral("ui/channelsCount"), index);
+}
+
+void DataLoggerApp::on_autostart_stateChanged(int arg1)
+{
+    settings.setValue(QStringLiteral("ui/autostart"), arg1);
+}
+
+// A new pace takes effect at the start of the next session.
+void DataLoggerApp::on_refreshRate_valueChanged(int /*arg1*/) {}

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/faultsdisplay.h"
+
+#include "app/faultdictionary.h"
+#include "comm/commandssender.h"
+#include "ui_faultsdisplay.h"
+
+namespace {
+
+// "Intermitten" is spelled as operators know it.
+QString modeText(int mode)
+{
+    switch (mode) {
+    case 1:
+        return QStringLiteral("Intermitten");
+    case 2:
+        return QStringLiteral("Continuous");
+    case 3:
+        return QStringLiteral("RunFault");
+    case 4:
+        return QStringLiteral("Inactive");
+    default:
+        return QString();
+    }
+}
+
+} // namespace
+
+FaultsDisplay::FaultsDisplay(CommandsSender& sender, QWidget* parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::FaultsDisplay>())
+    , commandsSender(sender)
+{
+    ui->setupUi(this);
+    setAttribute(Qt::WA_QuitOnClose, false);
+    ui->faultList->setHorizontalHeaderLabels(
+        {QStringLiteral("Type"), QStringLiteral("Mode"), QStringLiteral("Category"),
+         QStringLiteral("Fault ID"), QStringLiteral("Component ID"),
+         QStringLiteral("Fault Description")});
+}
+
+FaultsDisplay::~FaultsDisplay() = default;
+
+void FaultsDisplay::faultGetFaultsResp(std::vector<FaultItemData>&& items)
+{
+    ui->faultList->setRowCount(static_cast<int>(items.size()));
+    int row = 0;
+    for (const FaultItemData& item : items) {
+        const auto write = [this, row](int column, const QString& text) {
+            ui->faultList->setItem(row, column, new QTableWidgetItem(text));
+        };
+        write(0, item.type == 1 ? QStringLiteral("Warning") : QStringLiteral("Fault"));
+        if (const QString mode = modeText(item.mode); !mode.isEmpty()) {
+            write(1, mode);
+        }
+        write(2, QString::number(item.category));
+        write(3, QString::number(item.faultId));
+        write(4, QString::number(item.componentId));
+        const std::string description = getFaultDescription(item.category, item.faultId);
+        write(5, QString::fromLatin1(description.c_str()));
+        ++row;
+    }
+}
+
+void FaultsDisplay::on_refreshButton_clicked()
+{
+    commandsSender.sendFaultGetFaultsReq();
+}

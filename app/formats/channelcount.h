@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+// Channels that the controller's logger has, numbered from 0.
+constexpr int ChannelTotal = 128;
+
+// How many channels a session asks for, by the choice in the channel count box: 32, 64, 96 or 128.
+// No valid choice gives 64.
+constexpr int channelCountOfChoice(int index)
+{
+    return index >= 0 && index <= 3 ? 32 * (index + 1) : 64;
+}

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/axistag.h"
+#include "support/consolerig.h"
+
+#include <QLineEdit>
+
+namespace {
+
+QStringList tagTexts(QCustomPlot* plot)
+{
+    QStringList texts;
+    for (int i = 0; i < plot->itemCount(); ++i) {
+        if (const auto* label = qobject_cast<QCPItemText*>(plot->item(i))) {
+            texts.append(label->text());
+        }
+    }
+    return texts;
+}
+
+} // namespace
+
+class ConsoleChartTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<ConsoleHome> home;
+
+private slots:
+    void init() { home = std::make_unique<ConsoleHome>(); }
+    void cleanup() { home.reset(); }
+
+    void chartIsSetUp()
+    {
+        ConsoleRig console;
+        QCustomPlot* plot = console.plot();
+        QCOMPARE(
+            plot->interactions(), QCP::Interactions(
+                                      QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables |
+                                      QCP::iSelectAxes | QCP::iSelectLegend));
+        QCOMPARE(plot->xAxis->range(), QCPRange(0, 60));
+        QCOMPARE(plot->yAxis->range(), QCPRange(0, 1024));
+        QCOMPARE(plot->graph(1)->pen(), QPen(QColor(129, 196, 184)));
+        // The logo is centred in its corner, whatever the shape of the corner.
+        plot->setParent(nullptr);
+        plot->setGeometry(0, 0, 1000, 400);
+        const QImage picture = plot->toPixmap(1000, 400).toImage();
+        const QRect axes = plot->axisRect()->rect();
+        const QRgb ground = qRgb(0x12, 0x30, 0x3f); // of the logo
+        int first = picture.width();
+        int last = 0;
+        for (int x = axes.right() - axes.width() / 10; x <= axes.right(); ++x) {
+            if (picture.pixel(x, axes.top() + axes.height() / 40) == ground) {
+                first = qMin(first, x);
+                last = qMax(last, x);
+            }
+        }
+        const double middle = axes.left() + 0.95 * axes.width();
+        QVERIFY2(qAbs((first + last) / 2.0 - middle) < 3, qPrintable(QString::number(first)));
+        delete plot;
+    }
+
+    void oneClickRewritesTheWholeStrip()
+    {
+        ConsoleRig console;
+        console.channelBox(5)->click();
+        for (int channel = 0; channel < 128; ++channel) {
+            const QVariant stored = home->stored(QString("ui/channels/%1/selected").arg(channel));
+            QCOMPARE(stored, QVariant(channel != 5));
+            QCOMPARE(console.plot()->graph(channel)->visible(), channel != 5);
+        }
+    }
+
+    void deselectAllHidesTheChannelsAlone()
+    {
+        ConsoleRig console;
+        QCPGraph* canSignal = console.plot()->addGraph();
+        console.channelBox(7)->click();
+        QSignalSpy drawn(console.plot(), &QCustomPlot::afterReplot);
+        console.click("mapTuner");
+        QTRY_COMPARE(drawn.count(), 1);
+        for (int channel = 0; channel < 128; ++channel) {
+            QCOMPARE(console.channelBox(channel)->checkState(), Qt::Unchecked);
+            QVERIFY(!console.plot()->graph(channel)->visible());
+            const QString key = QString("ui/channels/%1/selected").arg(channel);
+            QCOMPARE(home->stored(key), QVariant(false));
+        }
+        QVERIFY(canSignal->visible());
+        console.channelBox(9)->click(); // the strip works again
+        QVERIFY(console.plot()->graph(9)->visible());
+        QVERIFY(!console.plot()->graph(10)->visible());
+    }
+
+    // x is a single-precision quotient, and the difference wraps like the controller's clock.
+    void recordsBecomePoints()
+    {
+        ConsoleRig console;
+        console.plot()->addGraph(); // of a CAN signal: surplus values land on it
+        console.window.loggerDataReceived(1, 4000000000U, {7, -8});
+        console.window.loggerDataReceived(2, 4000000000U + 16777217U, {9});
+        console.window.loggerDataReceived(3, 3999999000U, std::vector<int>(200, 3));
+        console.window.loggerDataReceived(4, 5, {});
+        const auto first = console.plot()->graph(0)->data();
+        QCOMPARE(first->size(), 3);
+        QCOMPARE(first->at(0)->key, 0.0);
+        QCOMPARE(first->at(0)->value, 7.0);
+        QCOMPARE(first->at(1)->key, 16777.216796875);
+        QCOMPARE(first->at(2)->key, double(float(4294966296U) / 1000.0F));
+        QCOMPARE(console.plot()->graph(1)->data()->at(0)->value, -8.0);
+        QCOMPARE(console.plot()->graph(128)->dataCount(), 1);
+        QCOMPARE(console.status(), "Received logger data 5");
+    }
+
+    void tagsStandAtTheLatestRecord()
+    {
+        ConsoleRig console;
+        console.window.addTag("before");
+        console.window.loggerDataReceived(1, 1000, {});
+        console.window.loggerDataReceived(2, 2500, {});
+        console.window.addTag("first of two");
+        console.window.addTag("second of two");
+        console.window.loggerDataReceived(3, 400, {}); // the controller was reset
+        console.window.addTag("back in time");
+        QList<double> places;
+        for (int i = 1; i < console.plot()->itemCount(); i += 3) { // behind the logo
+            places.append(qobject_cast<QCPItemTracer*>(console.plot()->item(i))->position->key());
+        }
+        QCOMPARE(places, QList<double>({0, 1.5, 1.5, -0.6}));
+        QCOMPARE(
+            tagTexts(console.plot()),
+            QStringList({"before", "first of two", "second of two", "back in time"}));
+    }
+
+    void keysMakeTags_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QString>("text"); // of the event
+        QTest::addColumn<QString>("tag");
+        const QString control = QChar(0); // as of Ctrl+2
+        QTest::newRow("letter") << int(Qt::Key_S) << "s"
+                                << "Engine stall";
+        QTest::newRow("capital letter") << int(Qt::Key_S) << "S"
+                                        << "Engine stall";
+        QTest::newRow("the scale skips Hard") << int(Qt::Key_F4) << ""
+                                              << "Very Hard";
+        QTest::newRow("arrow") << int(Qt::Key_Down) << ""
+                               << "Low";
+        QTest::newRow("digit") << int(Qt::Key_0) << "0"
+                               << "0";
+        QTest::newRow("digit with a control character") << int(Qt::Key_2) << control << "2";
+        QTest::newRow("no tag") << int(Qt::Key_Q) << "q" << QString();
+        QTest::newRow("no digit") << int(Qt::Key_Colon) << ":" << QString();
+    }
+
+    void keysMakeTags()
+    {
+        QFETCH(int, key);
+        QFETCH(QString, text);
+        QFETCH(QString, tag);
+        ConsoleRig console;
+        for (const bool repeats : {false, true}) { // a key that is held down
+            QKeyEvent event(QEvent::KeyPress, key, Qt::ControlModifier, text, repeats);
+            QApplication::sendEvent(&console.window, &event);
+            QVERIFY(event.isAccepted());
+        }
+        const QStringList expected = tag.isNull() ? QStringList() : QStringList({tag, tag});
+        QCOMPARE(tagTexts(console.plot()), expected);
+    }
+
+    void fieldsKeepTheirKeys()
+    {
+        ConsoleRig console;
+        QTest::keyClick(console.child<QLineEdit>("canMsgData"), Qt::Key_S);
+        QCOMPARE(console.child<QLineEdit>("canMsgData")->text(), "s");
+        QVERIFY(tagTexts(console.plot()).isEmpty());
+    }
+
+    void sliderStepsAreTagsToo()
+    {
+        ConsoleRig console;
+        console.slider(1)->setValue(5);
+        console.slider(12)->setValue(2000);
+        console.slider(12)->setValue(1024); // is there already
+        QCOMPARE(tagTexts(console.plot()), QStringList({"VI0=5", "VI11=1024"}));
+        QCOMPARE(console.status(), "Set VI 11 to 1024");
+    }
+
+    void axisTagHangsOnItsAxis()
+    {
+        QCustomPlot plot;
+        plot.setGeometry(0, 0, 400, 300);
+        plot.xAxis->setRange(0, 10);
+        auto* tag = new AxisTag(plot.xAxis);
+        tag->setText("Hard shift");
+        tag->updatePosition(5);
+        plot.replot();
+        QCOMPARE(tag->text(), "Hard shift");
+        QCOMPARE(plot.itemCount(), 3);
+        const auto* arrow = qobject_cast<QCPItemLine*>(plot.item(1));
+        const auto* label = qobject_cast<QCPItemText*>(plot.item(2));
+        const QPointF head(plot.xAxis->coordToPixel(5), plot.axisRect()->bottom() + 1);
+        QCOMPARE(arrow->end->pixelPosition(), head);
+        QCOMPARE(arrow->start->pixelPosition(), head - QPointF(0, 25));
+        QCOMPARE(label->position->pixelPosition(), head - QPointF(0, 25));
+        QCOMPARE(int(label->positionAlignment()), Qt::AlignCenter | Qt::AlignBottom);
+        QCOMPARE(label->layer()->name(), "overlay");
+        tag->setPen(QPen(Qt::red));
+        QCOMPARE(arrow->pen().color(), QColor(Qt::red));
+        QCOMPARE(label->pen().color(), QColor(Qt::red));
+        delete tag; // takes its items along; another goes down with the plot
+        QCOMPARE(plot.itemCount(), 0);
+        new AxisTag(plot.xAxis);
+    }
+};
+
+QTEST_MAIN(ConsoleChartTest)
+#include "tst_consolechart.moc"

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "app/dataloggerapp.h"
+#include "support/testhome.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDirIterator>
+#include <QFile>
+#include <QSettings>
+#include <QStatusBar>
+#include <QtTest>
+#include <qcustomplot.h>
+
+// A throw-away home whose settings the console reads. Qt looks the place of settings up once in a
+// process, so it is told of each new home.
+class ConsoleHome : public TestHome
+{
+public:
+    ConsoleHome()
+    {
+        QSettings::setPath(
+            QSettings::NativeFormat, QSettings::UserScope, root().filePath(".config"));
+    }
+
+    QVariant stored(const QString& key) { return open().value(key); }
+    void store(const QString& key, const QVariant& value) { open().setValue(key, value); }
+    QStringList keys() { return open().allKeys(); }
+
+    QDir controllerFolder(const QString& serialNumber)
+    {
+        return QDir(documents().filePath("Corvane Motion Systems/" + serialNumber));
+    }
+
+    // The files of one kind, such as "*.log", below the documents folder; oldest first.
+    QStringList files(const QString& pattern)
+    {
+        QStringList paths;
+        QDirIterator found(
+            documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
+        while (found.hasNext()) {
+            paths.append(found.next());
+        }
+        paths.sort();
+        return paths;
+    }
+
+private:
+    static QSettings open()
+    {
+        return QSettings(QStringLiteral("CorvaneMotionSystems"), QStringLiteral("DataLogger"));
+    }
+};
+
+inline QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no such file");
+}
+
+// The real window, reached by object names as an operator's hands would.
+class ConsoleRig
+{
+public:
+    DataLoggerApp window;
+
+    template <typename Widget>
+    Widget* child(const char* name)
+    {
+        auto* found = window.findChild<Widget*>(QLatin1String(name));
+        if (!found) {
+            qFatal("The console has no %s", name);
+        }
+        return found;
+    }
+
+    void click(const char* button) { child<QAbstractButton>(button)->click(); }
+    QString status() { return child<QStatusBar>("statusBar")->currentMessage(); }
+    QString text(const char* button) { return child<QAbstractButton>(button)->text(); }
+    int timers()
+    {
+        return window.findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly).size();
+    }
+    QCustomPlot* plot() { return window.findChild<QCustomPlot*>(); }
+
+    // The box of a channel, 0 to 127, found by its place in the strip.
+    QCheckBox* channelBox(int channel)
+    {
+        QLayoutItem* item =
+            child<QGridLayout>("dataSeriesLayout")->itemAtPosition(channel % 32, channel / 32);
+        return qobject_cast<QCheckBox*>(item->widget());
+    }
+
+    // The slider above the label with this number, 1 to 12.
+    QSlider* slider(int number)
+    {
+        QLayoutItem* column = child<QHBoxLayout>("virtualInputLayout")->itemAt(number - 1);
+        return qobject_cast<QSlider*>(column->layout()->itemAt(0)->widget());
+    }
+};
