@@ -3,8 +3,11 @@
 
 #include "formats/graphpoint.h"
 
+#include <QVector>
 #include <algorithm>
 #include <cmath>
+#include <limits>
+#include <vector>
 
 // Adds points to the sorted data of a chart curve and leaves them in the order in which adding one
 // by one would: a point that is not before the newest goes behind its equals, a late one before
@@ -12,33 +15,37 @@
 // one takes quadratic time.
 //
 // Container is the chart library's; it is a parameter to keep this layer free of the chart.
-template <typename Container>
-void addInArrivalOrder(Container& curve, const QVector<GraphPoint>& arrivals)
+template <typename Container, typename Points>
+void addInArrivalOrder(Container& curve, const Points& arrivals)
 {
     using Point = typename std::decay<decltype(*curve.constBegin())>::type;
-    if (arrivals.isEmpty()) {
+    // A QVector holds at most 2 GiB, and ends the program when asked for more.
+    constexpr std::size_t mostPoints = (std::numeric_limits<int>::max() - 64) / sizeof(Point);
+    const int known = curve.size();
+    const std::size_t added =
+        std::min(arrivals.size(), mostPoints - static_cast<std::size_t>(known));
+    if (added == 0) {
         return;
     }
-    const int known = curve.size();
-    QVector<Point> ordered(known + arrivals.size());
+    QVector<Point> ordered(known + static_cast<int>(added));
     std::copy(curve.constBegin(), curve.constEnd(), ordered.begin());
     QVector<Point> late;
-    auto end = ordered.begin() + known;
-    for (const GraphPoint& arrival : arrivals) {
-        const Point point(arrival.key, arrival.value);
-        if (end != ordered.begin() && arrival.key < (end - 1)->key) {
+    Point* end = ordered.data() + known;
+    for (std::size_t i = 0; i < added; ++i) {
+        const Point point(arrivals[i].key, arrivals[i].value);
+        if (end != ordered.data() && point.key < (end - 1)->key) {
             late.append(point);
         } else {
             *end++ = point;
         }
     }
-    ordered.erase(end, ordered.end());
+    ordered.resize(static_cast<int>(end - ordered.data()));
     if (!late.isEmpty()) {
         const auto isNan = [](const Point& point) { return std::isnan(point.key); };
         if (std::any_of(ordered.cbegin(), ordered.cend(), isNan)) {
             // Without an order among the keys only the slow way knows where a point goes.
-            for (const GraphPoint& arrival : arrivals) {
-                curve.add(Point(arrival.key, arrival.value));
+            for (std::size_t i = 0; i < added; ++i) {
+                curve.add(Point(arrivals[i].key, arrivals[i].value));
             }
             return;
         }

@@ -48,11 +48,20 @@ char* putSeconds(char* out, int timestampMs)
     return putText(out, "000");
 }
 
-// Any number that a foreign trace brings, as Qt prints it with 6 decimals. Qt has no sign before a
-// zero and writes infinity and NaN in its own way.
+// Whether Qt prints the number with 6 decimals as the standard library does. Infinity and NaN it
+// writes in its own way, a zero has no sign, and odd multiples of 1/128, which lie midway between
+// two sixth decimals, are rounded away from zero.
+bool isPrintedAlike(double value)
+{
+    const double halves = value * 128.0;
+    return std::isfinite(value) && value != 0.0 &&
+           (std::trunc(halves) != halves || std::fmod(halves, 2.0) == 0.0);
+}
+
+// Any number that a foreign trace brings, as Qt prints it with 6 decimals.
 char* putReal(char* out, double value)
 {
-    if (std::isfinite(value) && value != 0.0) {
+    if (isPrintedAlike(value)) {
         return std::to_chars(out, out + MaxRealLength, value, std::chars_format::fixed, 6).ptr;
     }
     const QByteArray text = QByteArray::number(value, 'f', 6);

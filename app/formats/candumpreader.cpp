@@ -3,23 +3,15 @@
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
 
-#include <algorithm>
-
 namespace {
 
-// A number without any bracket in its text; usually there is one at either end.
+// A number without the brackets in its text; usually there is one at either end.
 double bracketedNumber(std::string_view text)
 {
-    const auto isBracket = [](char c) { return c == '(' || c == ')'; };
-    std::string_view number = text;
-    if (!number.empty() && isBracket(number.front())) {
-        number.remove_prefix(1);
-    }
-    if (!number.empty() && isBracket(number.back())) {
-        number.remove_suffix(1);
-    }
-    if (std::none_of(number.begin(), number.end(), isBracket)) {
-        return realNumber(number);
+    if (text.size() > 2 && text.front() == '(' && text.back() == ')') {
+        if (const auto number = plainReal(text.substr(1, text.size() - 2))) {
+            return *number;
+        }
     }
     return textOf(text).remove(QLatin1Char('(')).remove(QLatin1Char(')')).toDouble();
 }

@@ -22,15 +22,22 @@ quint32 lowBits(quint32 word, qint64 count)
 
 } // namespace
 
-FieldReader::FieldReader(const CanFrames& frame)
+// The eight bytes from the one that holds the position, the first one lowest; bytes outside the
+// frame are 0.
+quint64 FieldReader::wordAt(qint64 position) const
 {
-    std::memcpy(bytes.data() + Guard, frame.payload, static_cast<std::size_t>(payloadSize(frame)));
-}
-
-// Rounds down, so that positions before the frame fall into the guard.
-const unsigned char* FieldReader::byteAt(qint64 position) const
-{
-    return bytes.data() + Guard + (position >> 3);
+    constexpr qint64 wordSize = sizeof(quint64);
+    constexpr qint64 lastWord = sizeof frame.payload - wordSize;
+    const qint64 byte = position >> 3; // rounds down, before the frame as well
+    if (byte <= -wordSize || byte >= size) {
+        return 0;
+    }
+    const qint64 from = qBound<qint64>(0, byte, lastWord);
+    quint64 word = qFromLittleEndian<quint64>(frame.payload + from);
+    if (from + wordSize > size) {
+        word &= (quint64{1} << 8 * (size - from)) - 1;
+    }
+    return byte < from ? word << 8 * (from - byte) : word >> 8 * (byte - from);
 }
 
 quint64 FieldReader::leastSignificantFirst(int offset, int length) const
@@ -41,7 +48,7 @@ quint64 FieldReader::leastSignificantFirst(int offset, int length) const
     qint64 done = offset < 0 ? -qint64{offset} / WordBits * WordBits : 0;
     for (; done < length && offset + done < BitCount; done += WordBits) {
         const qint64 position = offset + done;
-        const quint64 piece = qFromLittleEndian<quint64>(byteAt(position)) >> (position & 7);
+        const quint64 piece = wordAt(position) >> (position & 7);
         word |= lowBits(static_cast<quint32>(piece), length - done);
     }
     return signExtended(word);
@@ -56,7 +63,7 @@ quint64 FieldReader::mostSignificantFirst(int offset, int length) const
     qint64 done = behind > 0 ? behind / WordBits * WordBits : 0;
     for (; done < length && end - done > 0; done += WordBits) {
         const qint64 position = end - done - WordBits;
-        const quint64 piece = qFromBigEndian<quint64>(byteAt(position)) << (position & 7);
+        const quint64 piece = qbswap(wordAt(position)) << (position & 7);
         word |= lowBits(static_cast<quint32>(piece >> WordBits), length - done);
     }
     return signExtended(word);
@@ -68,7 +75,7 @@ double FieldReader::singlePrecision(int offset) const
     for (int position = offset; position < offset + WordBits;) {
         const int next = std::min((position | 7) + 1, offset + WordBits);
         const unsigned mask = (0xffU << (position & 7)) & (0xffU >> (7 - ((next - 1) & 7)));
-        word |= *byteAt(position) & mask;
+        word |= wordAt(position) & mask;
         position = next;
     }
     float value = 0.0F;

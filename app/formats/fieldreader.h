@@ -3,8 +3,6 @@
 
 #include "formats/canframes.h"
 
-#include <array>
-
 // The bits of one frame, 64 bytes of 8 bits; behind the frame's end they read as 0.
 //
 // Two bit orders. Least significant first: position p is bit p % 8 of byte p / 8, and a field
@@ -16,7 +14,11 @@ class FieldReader
 public:
     static constexpr int BitCount = 512;
 
-    explicit FieldReader(const CanFrames& frame);
+    // The frame outlives the reader.
+    explicit FieldReader(const CanFrames& source)
+        : frame(source)
+        , size(payloadSize(source))
+    {}
 
     // A field of `length` bits from position `offset`; bits outside the frame read as 0, and so
     // does a field of no or negative length. The result has 32 bits, sign-extended to 64: bits 32
@@ -32,9 +34,8 @@ public:
     double singlePrecision(int offset) const;
 
 private:
-    static constexpr int Guard = 8; // zero bytes on either side, so that words may reach out
+    quint64 wordAt(qint64 position) const;
 
-    const unsigned char* byteAt(qint64 position) const;
-
-    std::array<unsigned char, Guard + BitCount / 8 + Guard> bytes{};
+    const CanFrames& frame;
+    const int size; // bytes of the payload that count
 };

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::size_t BlockSize = 1 << 18;
+constexpr std::size_t BlockSize = 1 << 16;
 
 } // namespace
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr int BlockSize = 1 << 18;
+constexpr int BlockSize = 1 << 16;
 
 enum class Mark { None, Utf8, Other };
 

@@ -4,6 +4,7 @@
 #include "formats/recordpoints.h"
 
 #include <QString>
+#include <QVector>
 
 class QIODevice;
 

@@ -30,8 +30,8 @@ public:
         target.values.push_back(value);
     }
 
-    // The points of one channel in the order of their records, the first MaxPointCount of them.
-    QVector<GraphPoint> points(int channel) const;
+    // The points of one channel in the order of their records.
+    std::vector<GraphPoint> points(int channel) const;
 
 private:
     // The values from `firstValue` on are those of the records from `firstRecord` on.

@@ -86,27 +86,24 @@ bool isDrawable(const CanSignalData& signal)
 
 } // namespace
 
-std::optional<QVector<GraphPoint>> signalCurve(
+std::optional<Staircase> signalCurve(
     const CanSignalData& signal, const QVector<CanFrames>& frames, FrameIndex& index)
 {
     if (!isDrawable(signal)) {
         return std::nullopt;
     }
-    QVector<GraphPoint> curve;
+    Staircase curve;
     if (!signal.plotted) {
         return curve;
     }
     index.extend(frames);
     const SignalDecoder decoder(signal);
     const QVector<int> positions = index.positions(signal.frameId);
-    curve.reserve(2 * positions.size());
+    curve.reserve(static_cast<std::size_t>(positions.size()));
     for (const int position : positions) {
         const CanFrames& frame = frames.at(position);
         const FieldReader reader(frame);
         if (decoder.isCarriedBy(frame, reader)) {
-            if (!curve.isEmpty()) {
-                curve.append({frame.frameTime, curve.constLast().value});
-            }
             curve.append({frame.frameTime, decoder.valueIn(reader)});
         }
     }

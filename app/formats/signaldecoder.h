@@ -6,6 +6,7 @@
 #include "formats/graphpoint.h"
 
 #include <optional>
+#include <vector>
 
 // How a signal is read from its frames: the values of CanSignalData::showMode. Any other value
 // gives a raw value of 0, so the curve is the constant addend.
@@ -26,5 +27,5 @@ enum SignalMode {
 // stays as it is, even if the signal is no longer plotted.
 //
 // The index is brought up to date first.
-std::optional<QVector<GraphPoint>> signalCurve(
+std::optional<Staircase> signalCurve(
     const CanSignalData& signal, const QVector<CanFrames>& frames, FrameIndex& index);

@@ -44,36 +44,6 @@ quint64 takeDigits(std::string_view& text, std::size_t& count)
     return value;
 }
 
-// Digits with at most one point among them, perhaps behind a minus sign, if the digits taken as an
-// integer are one that a double holds: the quotient of two such numbers is rounded correctly. No
-// value for anything else.
-std::optional<double> plainReal(std::string_view number)
-{
-    static constexpr std::array<double, 19> powers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
-                                                   1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
-                                                   1e14, 1e15, 1e16, 1e17, 1e18};
-    constexpr quint64 exactLimit = quint64{1} << 53;
-    const bool isNegative = !number.empty() && number.front() == '-';
-    number.remove_prefix(isNegative ? 1 : 0);
-    std::size_t digits = 0;
-    const quint64 whole = takeDigits(number, digits);
-    const std::size_t wholeDigits = digits;
-    if (!number.empty() && number.front() == '.') {
-        number.remove_prefix(1);
-    }
-    const quint64 fraction = takeDigits(number, digits);
-    if (!number.empty() || digits == 0 || digits >= powers.size()) {
-        return std::nullopt;
-    }
-    const double power = powers[digits - wholeDigits];
-    const quint64 mantissa = whole * static_cast<quint64>(power) + fraction;
-    if (mantissa > exactLimit) {
-        return std::nullopt;
-    }
-    const double value = static_cast<double>(mantissa) / power;
-    return isNegative ? -value : value;
-}
-
 constexpr int NoDigit = -1;
 
 constexpr std::array<signed char, 256> hexDigits()
@@ -173,6 +143,33 @@ int decimalInt(std::string_view text)
 int hexInt(std::string_view text)
 {
     return integer<16>(text);
+}
+
+std::optional<double> plainReal(std::string_view number)
+{
+    static constexpr std::array<double, 19> powers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
+                                                   1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
+                                                   1e14, 1e15, 1e16, 1e17, 1e18};
+    constexpr quint64 exactLimit = quint64{1} << 53;
+    const bool isNegative = !number.empty() && number.front() == '-';
+    number.remove_prefix(isNegative ? 1 : 0);
+    std::size_t digits = 0;
+    const quint64 whole = takeDigits(number, digits);
+    const std::size_t wholeDigits = digits;
+    if (!number.empty() && number.front() == '.') {
+        number.remove_prefix(1);
+    }
+    const quint64 fraction = takeDigits(number, digits);
+    if (!number.empty() || digits == 0 || digits >= powers.size()) {
+        return std::nullopt;
+    }
+    const double power = powers[digits - wholeDigits];
+    const quint64 mantissa = whole * static_cast<quint64>(power) + fraction;
+    if (mantissa > exactLimit) {
+        return std::nullopt;
+    }
+    const double value = static_cast<double>(mantissa) / power;
+    return isNegative ? -value : value;
 }
 
 double realNumber(std::string_view text)

@@ -3,6 +3,8 @@
 
 #include <QByteArray>
 #include <QString>
+#include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -51,6 +53,11 @@ std::string_view replaced(std::string_view text, char from, char to, std::string
 int decimalInt(std::string_view text);
 int hexInt(std::string_view text); // takes "0x" in front; 0 above 0x7fffffff
 double realNumber(std::string_view text);
+
+// Digits with at most one point among them, perhaps behind a minus sign, if the digits taken as an
+// integer are one that a double holds: a quotient of such a number and a power of ten is rounded
+// correctly. No value for anything else.
+std::optional<double> plainReal(std::string_view number);
 
 // Decodes hexadecimal digits, passing over all other characters; an odd first digit is a byte of
 // its own. Stores at most `capacity` bytes and returns how many there are.

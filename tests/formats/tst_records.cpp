@@ -136,9 +136,9 @@ private slots:
         const LogContent log = readLog(file, 128, -1, -1);
         QCOMPARE(log.labels.size(), 128);
         QCOMPARE(log.labels[2].text, QStringLiteral("Clutch \u00b5"));
-        QCOMPARE(log.points.points(2).last().value, -285.0);
-        QCOMPARE(log.points.points(3).last().value, 0.0);
-        QCOMPARE(log.points.points(4).size(), 0);
+        QCOMPARE(log.points.points(2).back().value, -285.0);
+        QCOMPARE(log.points.points(3).back().value, 0.0);
+        QVERIFY(log.points.points(4).empty());
         std::mt19937 random(1);
         for (int i = 0; i < 500; ++i) {
             const QByteArray content = damaged(sample, random);
@@ -205,7 +205,7 @@ private slots:
             file.add_loglines(logRecord(inputs, outputs, 1000));
             const Blackbox result = read(file.SerializeAsString());
             const int last = result.content.channelTexts.size() - 1;
-            QCOMPARE(result.content.points.points(last).size(), 1);
+            QCOMPARE(result.content.points.points(last).size(), std::size_t(1));
             QCOMPARE(result.content.channelTexts.size(), 128);
             QCOMPARE(
                 result.content.channelTexts.filter("Out").size(),

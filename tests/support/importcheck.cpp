@@ -26,10 +26,11 @@ QString describe(const QString& text)
     return text;
 }
 
-template <typename List>
-QString difference(const char* what, const List& fast, const List& slow)
+template <typename FastList, typename SlowList>
+QString difference(const char* what, const FastList& fast, const SlowList& slow)
 {
-    for (int i = 0; i < qMin(fast.size(), slow.size()); ++i) {
+    const auto size = qMin(fast.size(), slow.size());
+    for (auto i = size - size; i < size; ++i) {
         if (describe(fast[i]) != describe(slow[i])) {
             return QStringLiteral("%1 %2: %3 instead of %4")
                 .arg(QLatin1String(what))
@@ -48,45 +49,14 @@ QString difference(const char* what, const List& fast, const List& slow)
 
 QByteArray damaged(QByteArray content, std::mt19937& random)
 {
-    static const QVector<QByteArray> stumbles{
-        "",
-        " ",
-        "\t",
-        "\n",
-        "\r",
-        "\r\n",
-        "\n\n",
-        ";",
-        ",",
-        "#",
-        "##",
-        "=",
-        ":",
-        " -> ",
-        "-",
-        "+",
-        ".",
-        "(",
-        "!",
-        "0x",
-        "x",
-        "$;",
-        "1e3",
-        "nan",
-        "-inf",
-        "007",
-        "2147483648",
-        "99999999999999999999",
-        "0.1234567890123456789",
-        "64",
-        "CANFD 1 2 3 4 5 6",
-        "\xc2\xa0",
-        "\xe2\x80\x83",
-        "\xef\xbb\xbf",
-        "\xff",
-        "\xc3",
-        QByteArray(1, '\0'),
-        QByteArray(140, 'a')};
+    static const QList<QByteArray> stumbles =
+        QByteArray(
+            "| |\t|\n|\r|\r\n|\n\n|;|,|#|##|=|:| -> "
+            "|-|+|.|(|!|0x|x|$;|1e3|nan|-inf|007|64|140|2147483648|"
+            "99999999999999999999|0.1234567890123456789|CANFD 1 2 3 4 5 6|\xc2\xa0|\xe2\x80\x83|"
+            "\xef\xbb\xbf|\xff|\xc3|" +
+            QByteArray(1, '\0') + "|" + QByteArray(140, 'a'))
+            .split('|');
     const auto below = [&random](int bound) {
         return bound > 0 ? static_cast<int>(random() % static_cast<unsigned>(bound)) : 0;
     };
@@ -146,9 +116,9 @@ QString logDifference(QByteArray content)
     device.open(QIODevice::ReadOnly);
     literal::Log slow;
     slow.firstTimestamp = origin;
-    QVector<QVector<GraphPoint>> graphs(graphCount);
+    std::vector<std::vector<GraphPoint>> graphs(graphCount);
     literal::readLog(device, graphCount, slow, [&graphs](int graph, GraphPoint point) {
-        graphs[graph].append(point);
+        graphs[graph].push_back(point);
     });
 
     device.seek(0);
@@ -183,9 +153,9 @@ QString logDifference(QByteArray content)
 
 QString curveDifference(const CanSignalData& signal, const QVector<CanFrames>& frames)
 {
-    QVector<GraphPoint> slow;
-    const bool isDrawn =
-        literal::readSignal(signal, frames, [&slow](int, GraphPoint point) { slow.append(point); });
+    std::vector<GraphPoint> slow;
+    const bool isDrawn = literal::readSignal(
+        signal, frames, [&slow](int, GraphPoint point) { slow.push_back(point); });
     FrameIndex index;
     const auto fast = signalCurve(signal, frames, index);
     if (fast.has_value() != isDrawn) {
