@@ -50,7 +50,7 @@ int TroubledLine::put(const xcu::Response& response)
 bool TroubledLine::isFull() const
 {
     constexpr int mostReady = 256 * 1024; // held back by being cut
-    constexpr qint64 mostDelayed = 64 * 1024 * 1024;
+    constexpr int mostDelayed = 64 * 1024 * 1024;
     return ready.size() > mostReady || delayedBytes > mostDelayed;
 }
 
