@@ -98,7 +98,7 @@ bool decodePairs(std::string_view text, unsigned char* bytes)
         const int high = hexDigit(text[2 * i]);
         const int low = hexDigit(text[2 * i + 1]);
         digits |= high | low;
-        bytes[i] = static_cast<unsigned char>(high << 4 | low);
+        bytes[i] = static_cast<unsigned char>(16 * high + low);
     }
     return digits >= 0 && text.size() % 2 == 0;
 }

@@ -150,7 +150,8 @@ private slots:
     // A loop over the bits of these would take minutes.
     void hugeFields()
     {
-        const FieldReader reader(frameOf(QByteArray(128, 'f')));
+        const CanFrames full = frameOf(QByteArray(128, 'f'));
+        const FieldReader reader(full);
         const auto all = ~quint64{0};
         QCOMPARE(reader.leastSignificantFirst(0, IntMax), all);
         QCOMPARE(reader.leastSignificantFirst(IntMin, IntMax), quint64{0});

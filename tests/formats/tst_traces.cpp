@@ -133,7 +133,7 @@ private slots:
         row("UTF-8 mark", ".candump", "\xef\xbb\xbf(1) c 1#02\n", one);
         row("mark on a later line", ".candump", "(1) c 1#02\n\xef\xbb\xbf(2) c 1#02\n",
             one + "|-1 can0 1 [1] 02");
-        row("UTF-16", ".candump", QByteArray("\xff\xfe(\0001\0)\0 \0c\0 \0001\0#\0000\0002\0", 24),
+        row("UTF-16", ".candump", QByteArray("\xff\xfe(\0001\0)\0 \0c\0 \0001\0#\0000\0002\0", 22),
             one);
         row("NUL is no number", ".candump", QByteArray("(1\0) c 1\0#02\n", 13), "0 can0 0 [1] 02");
         row("FD digit is a byte", ".candump", "(1.5) can1 123##1aabb\n", "0 can0 123 [3] 01aabb");
