@@ -12,6 +12,9 @@ namespace {
 
 struct Sink final : IDataPresenter
 {
+    explicit Sink(std::function<void()> action)
+        : onRecord(std::move(action))
+    {}
     void update(unsigned int, unsigned int, std::vector<int>&) override { onRecord(); }
     void updateLabels(std::vector<std::string>&) override {}
     void showData(std::vector<bool>&) override {}
@@ -45,12 +48,9 @@ void TestLoggerDataDistributor::fanOut()
     Logger logger("none");
     LoggerDataDistributor& distributor = logger.distributor;
     QString calls;
-    Sink a;
-    Sink b;
-    Sink leaving;
-    a.onRecord = [&] { calls += 'a'; };
-    b.onRecord = [&] { calls += 'b'; };
-    leaving.onRecord = [&] { distributor.removeSink(&leaving); };
+    Sink a{[&] { calls += 'a'; }};
+    Sink b{[&] { calls += 'b'; }};
+    Sink leaving{[&] { distributor.removeSink(&leaving); }};
     for (IDataPresenter* sink : {&leaving, &b, &a, &b}) {
         distributor.addSink(sink);
     }
@@ -59,7 +59,6 @@ void TestLoggerDataDistributor::fanOut()
     distributor.removeSink(&b);
     distributor.removeSink(&leaving);
     distributor.loggerDataReceived(2, 3, {4});
-    QCOMPARE(calls, QString("baba"));
     distributor.loggerDataReceived(3, 4, std::vector<int>(1025)); // no controller means that
     QCOMPARE(calls, QString("baba"));
 }

@@ -6,21 +6,10 @@
 #include "workbench/valueviewer.h"
 
 #include <QCheckBox>
-#include <QProcess>
-#include <QSerialPort>
-#include <QTextStream>
 
 namespace {
 
 constexpr auto pollRequest = xcu::Command::kDataloggerData;
-
-// What this program does when it is started with "--hold" and the name of a port.
-int holdPort(const QString& name)
-{
-    QSerialPort port(name);
-    QTextStream(stdout) << (port.open(QIODevice::ReadWrite) ? "open" : "refused") << Qt::endl;
-    return QTextStream(stdin).readLine().size();
-}
 
 } // namespace
 
@@ -31,7 +20,6 @@ class TestMainWindow : public QObject
 private slots:
     void menusFollowTheBus();
     void connectingStartsLoggerAndMaps();
-    void portThatAnotherProgramHolds();
     void viewersComeAndGoWhileRecordsArrive();
     void cableIsPulledWhileTheWorkerPolls();
     void windowIsClosedWhileWorkersPoll();
@@ -74,24 +62,6 @@ void TestMainWindow::connectingStartsLoggerAndMaps()
     const int requests = bench.controller().count(pollRequest);
     QTRY_VERIFY(bench.controller().count(pollRequest) > requests);
     QCOMPARE(bench.entries("menuMap_Tuning"), QStringList({"Map 0", "Map 1"}));
-}
-
-// Console and workbench must never talk on one line.
-void TestMainWindow::portThatAnotherProgramHolds()
-{
-    ConnectedWorkbench bench({});
-    for (const QByteArray answer : {"refused\n", "open\n"}) {
-        QProcess other;
-        other.start(QCoreApplication::applicationFilePath(), {"--hold", bench.rig.portName()});
-        QTRY_VERIFY(other.canReadLine());
-        QCOMPARE(other.readLine(), answer);
-        bench.window = std::make_unique<MainWindow>(); // leaves the port to the other
-        bench.choose("menuConnection", bench.rig.serialNumber());
-        QCOMPARE(bench.status() == "Connected", answer == "refused\n");
-        bench.window = std::make_unique<MainWindow>();
-        other.closeWriteChannel();
-        QVERIFY(other.waitForFinished());
-    }
 }
 
 void TestMainWindow::viewersComeAndGoWhileRecordsArrive()
@@ -149,14 +119,5 @@ void TestMainWindow::windowIsClosedWhileWorkersPoll()
     QTRY_VERIFY(!bench.rig.port().isInUse());
 }
 
-int main(int argc, char* argv[])
-{
-    QApplication application(argc, argv);
-    if (argc == 3 && QByteArray(argv[1]) == "--hold") {
-        return holdPort(argv[2]);
-    }
-    TestMainWindow test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(TestMainWindow)
 #include "tst_mainwindow.moc"

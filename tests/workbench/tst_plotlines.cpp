@@ -87,7 +87,6 @@ class TestPlotLines : public QObject
 
 private slots:
     void historyBetween();
-    void thinningKeepsTheExtremes();
     void looksLikeAChartOfAllPoints();
     void seriesHoldsAllOrWhatTheAxisShows();
 };
@@ -114,16 +113,6 @@ void TestPlotLines::historyBetween()
     QCOMPARE(kept(QVector<float>(1000, 9) << 15), Indexes({0, 999, 1000})); // whole blocks outside
 }
 
-void TestPlotLines::thinningKeepsTheExtremes()
-{
-    Points points = {{-0.1, 0}, {0, 5}, {0.1, 9}, {0.2, 5}, {0.3, 1}, {0.4, 5}, {1, 5}};
-    const Points all = points;
-    thinColumns(points, 0);
-    QCOMPARE(points, all);
-    thinColumns(points, 1);
-    QCOMPARE(points, Points({all[0], all[1], all[2], all[4], all[5], all[6]}));
-}
-
 // Qt itself, given all points, is the reference.
 void TestPlotLines::looksLikeAChartOfAllPoints()
 {
@@ -131,20 +120,17 @@ void TestPlotLines::looksLikeAChartOfAllPoints()
     {
         int points;
         std::function<void(Plot&)> change;
-        int tolerance;
     };
-    // Two layers are blended instead of one, so that pixels may be rounded otherwise.
-    constexpr int rounding = 12;
     const Step steps[] = {
-        {400, [](Plot&) {}, 0},
-        {700, [](Plot&) {}, rounding},
-        {731, [](Plot&) {}, rounding}, // onto a picture that is there
-        {731, [](Plot& plot) { plot.chart->zoomIn(); }, rounding},
-        {12'000, [](Plot& plot) { plot.chart->scroll(2000, 30); }, rounding},
-        {12'000, [](Plot& plot) { plot.axisX->setRange(0, 1500); }, rounding},
-        {12'100, [](Plot& plot) { plot.addLine(); }, rounding},
-        {12'100, [](Plot& plot) { plot.view.resize(517, 333); }, rounding},
-        {12'100, [](Plot& plot) { plot.chart->zoomReset(); }, rounding},
+        {400, [](Plot&) {}},
+        {700, [](Plot&) {}},
+        {731, [](Plot&) {}}, // onto a picture that is there
+        {731, [](Plot& plot) { plot.chart->zoomIn(); }},
+        {12'000, [](Plot& plot) { plot.chart->scroll(2000, 30); }},
+        {12'000, [](Plot& plot) { plot.axisX->setRange(0, 1500); }},
+        {12'100, [](Plot& plot) { plot.addLine(); }},
+        {12'100, [](Plot& plot) { plot.view.resize(517, 333); }},
+        {12'100, [](Plot& plot) { plot.chart->zoomReset(); }},
     };
     Plot plain(false);
     Plot fast(true);
@@ -163,11 +149,9 @@ void TestPlotLines::looksLikeAChartOfAllPoints()
         for (int line = 0; line < lineCount; ++line) {
             plain.series[line]->replace(all[line]);
         }
-        const int found = difference(plain.picture(), fast.picture());
-        const qptrdiff number = &step - steps;
-        QVERIFY2(
-            found <= step.tolerance,
-            qPrintable(QStringLiteral("step %1 differs by %2").arg(number).arg(found)));
+        // Two layers are blended instead of one, so that pixels may be rounded otherwise.
+        const int rounding = step.points > 500 ? 12 : 0;
+        QCOMPARE(std::max(difference(plain.picture(), fast.picture()), rounding), rounding);
     }
 }
 
