@@ -60,20 +60,6 @@ private slots:
         QCOMPARE(console.text("pushButton_2"), "Connect");
     }
 
-    void aPortInOtherHandsFails()
-    {
-        PortRig rig(unit("XCU0007"));
-        rig.plug();
-        ConsoleRig console;
-        ConsoleRig other;
-        QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
-        QTRY_COMPARE(other.child<QComboBox>("xcuSerialNumber")->count(), 1);
-        other.click("pushButton_2");
-        console.click("pushButton_2");
-        QCOMPARE(console.status(), "Failed to connect");
-        QCOMPARE(console.text("pushButton_2"), "Connect");
-    }
-
     void theSelectedOneOfTwoIsOpened()
     {
         PortRig rig(std::vector<ControllerOptions>{unit("XCU0001"), unit("XCU0002")});

@@ -145,7 +145,7 @@ void TestVirtualXcu::followsLineCommands()
     const QByteArray pipe = QFile::encodeName(directory.filePath(QStringLiteral("pipe")));
     QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
     Run run(
-        {"--commands", pipe, "--controllers", "2"},
+        {"--commands", pipe, "--controllers", "2", "--bootloader-after", "1"},
         QStringLiteral("while read x; do echo $(cat /sys/bus/usb/devices/*/idProduct).; done"));
     const auto bus = [&] {
         run.output.clear();
@@ -156,7 +156,9 @@ void TestVirtualXcu::followsLineCommands()
         QFile file(pipe);
         return file.open(QIODevice::WriteOnly) && file.write(lines) == lines.size();
     };
-    QCOMPARE(bus(), QByteArray("eef0eef0.\n"));
+    QTRY_COMPARE(bus(), QByteArray("eeefeeef.\n")); // by the option
+    QVERIFY(command("device\n"));
+    QTRY_COMPARE(bus(), QByteArray("eef0eef0.\n"));
     QVERIFY(command("nonsense\n1 unplug\n"));
     QTRY_COMPARE(bus(), QByteArray("eef0.\n"));
     QVERIFY(command("wait 1\n2 bootloader\n"));

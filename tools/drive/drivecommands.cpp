@@ -192,6 +192,18 @@ DriveResult trigger(const Words& words)
     return {};
 }
 
+DriveResult call(const Words& words)
+{
+    QObject* object = findObject(words[1]);
+    if (object == nullptr) {
+        return notYet();
+    }
+    if (!QMetaObject::invokeMethod(object, qPrintable(words[2]))) {
+        return {true, QStringLiteral("no such slot"), 0};
+    }
+    return {};
+}
+
 // Opens the menu as a click does, so that menus filled on demand fill themselves.
 DriveResult menu(const Words& words)
 {
@@ -279,6 +291,7 @@ const std::map<QString, Command>& commands()
         {"cell", {4, "cell TABLE ROW COLUMN TEXT", cell}},
         {"select", {5, "select TABLE ROW COLUMN ROW COLUMN", selectCells}},
         {"trigger", {1, "trigger ACTION", trigger}},
+        {"call", {2, "call OBJECT SLOT", call}},
         {"menu", {2, "menu MENU INDEX", menu}},
         {"file", {1, "file PATH (answers the open file dialog)", chooseFile}},
         {"clipboard", {1, "clipboard TEXT (\\t and \\n stand for tab and line end)", copy}},
