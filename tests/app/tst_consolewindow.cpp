@@ -5,6 +5,7 @@
 #include <QMetaMethod>
 #include <QSpinBox>
 #include <QSplitter>
+#include <map>
 
 // Remembers what a status bar said each time it painted its text.
 class PaintWatcher : public QObject
@@ -192,6 +193,7 @@ private slots:
         console.click("canMsg");
         QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
         QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(false));
+        QVERIFY(!container->isHidden());
         console.click("canMsg");
         QVERIFY(container->isHidden());
         QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(true));
@@ -201,12 +203,21 @@ private slots:
 
     void splittersRememberTheirPlaces()
     {
-        ConsoleRig console;
-        auto* splitter = console.child<QSplitter>("splitter");
-        splitter->setSizes({300, 200});
-        emit splitter->splitterMoved(300, 1);
-        QCOMPARE(home->stored("ui/channelLayout").toByteArray(), splitter->saveState());
-        QVERIFY(!home->keys().contains("ui/canLayout"));
+        const std::map<const char*, const char*> keys = {
+            {"splitter", "ui/channelLayout"}, {"splitter_2", "ui/canLayout"}};
+        for (const auto& [name, key] : keys) {
+            QByteArray state;
+            {
+                ConsoleRig console;
+                auto* splitter = console.child<QSplitter>(name);
+                splitter->setSizes({300, 200});
+                emit splitter->splitterMoved(300, 1);
+                state = splitter->saveState();
+            }
+            QCOMPARE(home->stored(key).toByteArray(), state);
+            ConsoleRig again;
+            QCOMPARE(again.child<QSplitter>(name)->saveState(), state);
+        }
     }
 
     void statusTextsArePaintedAtTheDisplaysPace()
