@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/axistag.h"
+#include "app/tagsheet.h"
 #include "support/consolerig.h"
 
 #include <QLineEdit>
@@ -210,6 +211,47 @@ private slots:
         delete tag; // takes its items along; another goes down with the plot
         QCOMPARE(plot.itemCount(), 0);
         new AxisTag(plot.xAxis);
+    }
+
+    // Standing tags are painted once. What comes, goes, changes or moves must show all the same.
+    void keptPictureOfTagsIsThePlotsOwn()
+    {
+        std::array<QCustomPlot, 2> plots;
+        std::array<QList<AxisTag*>, 2> tags;
+        TagSheet* off = TagSheet::of(plots[1].xAxis); // here the plot paints each item
+        off->setVisible(false);
+        off->itemGate()->setVisible(true);
+        for (int step = 0; step < 30; ++step) {
+            std::array<QImage, 2> pictures;
+            for (int i = 0; i < 2; ++i) {
+                QCustomPlot& plot = plots[i];
+                tags[i].append(new AxisTag(plot.xAxis));
+                tags[i].last()->setText(QString("VI%1=%2").arg(step % 12).arg(step * 7));
+                tags[i].last()->updatePosition(step * 0.137);
+                switch (step) {
+                case 8:
+                    tags[i][2]->setText("changed");
+                    break;
+                case 12:
+                    tags[i][3]->updatePosition(2.9);
+                    break;
+                case 16:
+                    plot.xAxis->setRange(-1, 4);
+                    break;
+                case 20:
+                    plot.resize(500, 300);
+                    break;
+                case 24:
+                    delete tags[i].takeAt(1);
+                    break;
+                default:
+                    break;
+                }
+                plot.replot();
+                pictures[i] = plot.grab().toImage();
+            }
+            QCOMPARE(pictures[0], pictures[1]);
+        }
     }
 };
 
