@@ -21,7 +21,7 @@ FACTS = [
     (WINDOWS, r'trace(?:Line|Text)?\("(.*?) *"', TROUBLE, ["{}"]),
     (WINDOWS, r'"(ui/[^"]+)"', SETTINGS, ["`{}`"]),
     (WINDOWS, r'\{Qt::Key_\w+, "(.*?)"\}', SETTINGS, ["| {} |"]),
-    (["simulator/simulationoptions.cpp"], r'^    \{"(\S+)", ', MANUAL, ["Fl -{} ", "Fl -{}\n"]),
+    (["simulator/simulationoptions.cpp"], r'^ +\{"(\S+)", ', MANUAL, ["Fl -{} ", "Fl -{}\n"]),
     (["simulator/linecommands.cpp"], r'^    \{"(\S+)", ', MANUAL, ["Cm {}"]),
 ]
 
