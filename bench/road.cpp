@@ -104,7 +104,7 @@ void runFor(int seconds)
 {
     QElapsedTimer timer;
     timer.start();
-    runUntil([&] { return timer.elapsed() >= seconds * 1000; });
+    runUntil([&] { return timer.elapsed() >= qint64(seconds) * 1000; });
 }
 
 template <typename Stage>

@@ -6,6 +6,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <atomic>
 #include <memory>
 #include <thread>
 
@@ -150,13 +151,12 @@ void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
     ComPort port;
     QVERIFY(port.open(tty->info()));
     port.waitForDevicePortAvaliable();
-    bool found = false;
+    std::atomic<bool> found = false;
     std::thread waiting([&] {
         port.waitForPortAvaliable();
         found = true;
     });
-    QTest::qWait(300);
-    const bool tooEarly = found;
+    const bool tooEarly = QTest::qWaitFor([&] { return found.load(); }, 300);
     const MockedTty bootloader("XCU1", Guise::Bootloader);
     waiting.join();
     QVERIFY(found && !tooEarly);
