@@ -11,6 +11,7 @@
 #include <QTest>
 #include <functional>
 #include <optional>
+#include <sys/resource.h>
 #include <thread>
 #include <utility>
 
@@ -155,6 +156,9 @@ void TestComPort::reassemblesFrames()
     }
     QCOMPARE(output.text(), traces);
     QCOMPARE(link.delivered, payloads);
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    QVERIFY(usage.ru_maxrss < 1'000'000); // KiB: what is only announced takes no memory
 }
 
 void TestComPort::shortReadsLoseNothing()

@@ -3,83 +3,60 @@
 
 #include <QTest>
 
-// Counts enumerations while a test turns the clock and the names by hand.
 class TestPortList : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void init();
-    void restsWhenNothingChanges();
-    void seesAChangeAtOnceAndWatchesItSettle_data();
-    void seesAChangeAtOnceAndWatchesItSettle();
-    void enumeratesAlwaysWithoutNames();
+    void enumeratesWhenThereIsAReason_data();
+    void enumeratesWhenThereIsAReason();
+};
 
-private:
-    // Ticks of 100 ms; gives how many of them enumerated.
-    int ticks(PortList& list, int count)
-    {
-        const int before = enumerations;
-        for (int i = 0; i < count; ++i) {
+void TestPortList::enumeratesWhenThereIsAReason_data()
+{
+    QTest::addColumn<QStringList>("before");
+    QTest::addColumn<QStringList>("after");
+    QTest::addColumn<QList<int>>("enumerations");
+    // In the first call, the next 20 ticks of 100 ms, 30 more; in the tick after the change, the
+    // next 20, 30 more.
+    const QList<int> watchful{1, 20, 3, 1, 20, 3};
+    const QStringList one{"ttyS0", "ttyACM0"};
+    QTest::newRow("nothing changes") << one << one << QList<int>{1, 20, 3, 0, 2, 3};
+    QTest::newRow("pulled") << one << QStringList{"ttyS0"} << watchful;
+    QTest::newRow("plugged") << one << one + QStringList{"ttyACM1"} << watchful;
+    QTest::newRow("exchanged") << one << QStringList{"ttyS0", "ttyACM1"} << watchful;
+    QTest::newRow("no names to be had")
+        << QStringList() << QStringList() << QList<int>{1, 20, 30, 1, 20, 30};
+}
+
+void TestPortList::enumeratesWhenThereIsAReason()
+{
+    QFETCH(QStringList, before);
+    QFETCH(QStringList, after);
+    QFETCH(QList<int>, enumerations);
+    QStringList names = before;
+    qint64 now = 5000;
+    int count = 0;
+    PortList list(
+        {[&] { return names; },
+         [&] {
+             ++count;
+             return QList<QSerialPortInfo>();
+         },
+         [&] { return now; }});
+    QList<int> counts;
+    for (const int ticks : {1, 20, 30, 1, 20, 30}) {
+        if (counts.size() == 3) {
+            names = after;
+        }
+        count = 0;
+        for (int i = 0; i < ticks; ++i) {
             now += 100;
             list.availablePorts();
         }
-        return enumerations - before;
+        counts << count;
     }
-
-    PortList::Source source;
-    QStringList names;
-    qint64 now = 0;
-    int enumerations = 0;
-};
-
-void TestPortList::init()
-{
-    names = QStringList{"ttyS0", "ttyACM0"};
-    now = 5000;
-    enumerations = 0;
-    source.names = [this] { return names; };
-    source.milliseconds = [this] { return now; };
-    source.ports = [this] {
-        ++enumerations;
-        return QList<QSerialPortInfo>();
-    };
-}
-
-void TestPortList::restsWhenNothingChanges()
-{
-    PortList list(source);
-    list.availablePorts();
-    QCOMPARE(enumerations, 1);
-    QCOMPARE(ticks(list, 20), 20); // the first look is a change
-    QCOMPARE(ticks(list, 100), 10);
-}
-
-void TestPortList::seesAChangeAtOnceAndWatchesItSettle_data()
-{
-    QTest::addColumn<QStringList>("later");
-    QTest::newRow("pulled") << QStringList{"ttyS0"};
-    QTest::newRow("plugged") << QStringList{"ttyS0", "ttyACM0", "ttyACM1"};
-    QTest::newRow("another at the same time") << QStringList{"ttyS0", "ttyACM1"};
-}
-
-void TestPortList::seesAChangeAtOnceAndWatchesItSettle()
-{
-    QFETCH(QStringList, later);
-    PortList list(source);
-    list.availablePorts();
-    ticks(list, 35);
-    names = later;
-    QCOMPARE(ticks(list, 1), 1);
-    QCOMPARE(ticks(list, 20), 20);
-    QCOMPARE(ticks(list, 9), 0);
-}
-
-void TestPortList::enumeratesAlwaysWithoutNames()
-{
-    names.clear();
-    PortList list(source);
-    QCOMPARE(ticks(list, 50), 50);
+    QCOMPARE(counts, enumerations);
 }
 
 QTEST_GUILESS_MAIN(TestPortList)

@@ -234,7 +234,15 @@ void TestMockedPort::nobodyFindsTheMarkOfADeadProgram()
     ::ioctl(next, TIOCGEXCL, &exclusive);
     QCOMPARE(exclusive, 0);
     QTRY_COMPARE(opened.size(), 2);
+
+    // As long as one of two has it, it is in use, whatever came and went unseen.
+    const int other = ::open(node.constData(), O_RDWR | O_NOCTTY);
     ::close(next);
+    ::close(::open(node.constData(), O_RDWR | O_NOCTTY));
+    QCoreApplication::processEvents();
+    QCOMPARE(closed.size(), 1);
+    ::close(other);
+    QTRY_COMPARE(closed.size(), 2);
 }
 
 void TestMockedPort::slowReaderLosesNothing()

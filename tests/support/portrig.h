@@ -56,10 +56,12 @@ public:
     }
 
 private:
+    class Worker;
+
     void inRigThread(const std::function<void()>& task);
 
     QThread thread;
-    std::unique_ptr<QObject> anchor; // lives in the rig's thread
+    std::unique_ptr<Worker> worker; // lives in the rig's thread
     std::unique_ptr<Testbed> testbed;
     std::vector<std::unique_ptr<ControllerUnit>> units;
 };
