@@ -221,7 +221,8 @@ void measureBlackbox(Benchmark& bench)
     const double slowTime = timeOf(slow, readSlowly);
     const double fastTime = timeOf(fast, [](std::istream& stream, QFile& converted, Chart& chart) {
         QVector<CanFrames> frames;
-        TraceImport import{frames, &converted};
+        TraceImport import{frames};
+        import.candumpFile = &converted;
         chart.addPoints(readBlackbox(stream, import).points);
     });
     bench.figure(".rbx", fastTime * 1e3, "ms");

@@ -105,7 +105,8 @@ void compareReaders(Benchmark& bench)
             QFile converted(folder.filePath("fast"));
             converted.open(QIODevice::WriteOnly);
             frames.resize(0);
-            TraceImport import{frames, &converted};
+            TraceImport import{frames};
+            import.candumpFile = &converted;
             readTraceFile(*traceFormat(name), name, import);
         });
         const bool isSame = sameFrames(frames, slow.frames);

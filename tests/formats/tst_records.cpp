@@ -22,7 +22,8 @@ Blackbox read(const std::string& bytes)
     Blackbox result;
     QBuffer conversion(&result.conversion);
     conversion.open(QIODevice::WriteOnly);
-    TraceImport import{result.frames, &conversion};
+    TraceImport import{result.frames};
+    import.candumpFile = &conversion;
     std::istringstream stream(bytes);
     result.content = readBlackbox(stream, import);
     return result;

@@ -29,7 +29,7 @@ Result read(const QString& fileName)
     QBuffer conversion(&result.conversion);
     conversion.open(QIODevice::WriteOnly);
     const auto trace = [&result](std::string_view line) { result.diagnosis += textOf(line) + '|'; };
-    TraceImport import{frames, &conversion, trace};
+    TraceImport import{frames, trace, &conversion};
     result.status = readTraceFile(*traceFormat(fileName), fileName, import);
     for (const CanFrames& frame : frames) {
         result.frames += describe(frame, 8) + '|';

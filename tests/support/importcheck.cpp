@@ -79,7 +79,7 @@ QString traceDifference(const QString& kind, QByteArray content)
     };
     QBuffer lines;
     lines.open(QIODevice::WriteOnly);
-    TraceImport import{frames, &lines, trace};
+    TraceImport import{frames, trace, &lines};
     fastTexts << QString::number(traceFormat(kind)->read(device, import)) << lines.data();
 
     QStringList slowTexts = slow.diagnosis << QString::number(slow.count) << slowLines;
