@@ -8,6 +8,7 @@
 #include <QComboBox>
 #include <QDir>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMenu>
 #include <QRegularExpression>
 #include <QStatusBar>
@@ -225,10 +226,12 @@ DriveResult menu(const Words& words)
 DriveResult chooseFile(const Words& words)
 {
     auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-    if (dialog == nullptr) {
+    if (dialog == nullptr || !dialog->isVisible()) {
         return notYet();
     }
-    dialog->selectFile(QDir::current().absoluteFilePath(words[1]));
+    // Not selectFile(), which leaves a name field that has the focus as it is.
+    dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))
+        ->setText(QDir::current().absoluteFilePath(words[1]));
     QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
     return {};
 }

@@ -27,7 +27,8 @@ DriveScript::DriveScript(const QString& path)
             lines.push_back({number, parts});
         }
     }
-    connect(&stepTimer, &QTimer::timeout, this, &DriveScript::step);
+    // Queued, since a timer is silent in an event loop that its own slot runs, such as a dialog's.
+    connect(&stepTimer, &QTimer::timeout, this, &DriveScript::step, Qt::QueuedConnection);
     stepTimer.start(kStepMs);
     waiting.start();
 }
