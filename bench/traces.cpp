@@ -9,7 +9,6 @@
 #include "bench/benchmark.h"
 #include "bench/slowroad.h"
 #include "formats/frameindex.h"
-#include "formats/identifierlist.h"
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
 #include "support/importcheck.h"
@@ -180,11 +179,10 @@ void measureWholeImport(Benchmark& bench, int count)
         return fastest([&] {
             QVector<CanFrames> frames;
             FrameIndex index;
-            IdentifierList list;
             for (int i = 0; i < times; ++i) {
                 read(frames);
                 index.extend(frames);
-                list.takeNew(index.identifiers());
+                index.identifierTexts();
             }
             memory = residentSize() - before;
         });
