@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/frameindex.h"
-#include "formats/identifierlist.h"
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
 #include "support/importcheck.h"
@@ -208,20 +207,20 @@ private slots:
         QVERIFY(traceDifference(".candump", blocks + longLine + blocks).isEmpty());
     }
 
-    void identifiersAreListedOnceAndByText()
+    void framesAreIndexedOnce()
     {
         QVector<CanFrames> frames(7);
         for (int i = 0; i < frames.size(); ++i) {
-            frames[i].frameId = QVector<int>{0x7ff, 0x18daf110, 0x12, -1, 0, 0x7ff, 0x11}[i];
+            frames[i].frameId = QVector<int>{0x7ff, 0x18daf110, 0x12, -1, 0, 0x7ff, 0x12}[i];
         }
         FrameIndex index;
-        IdentifierList list;
         index.extend(frames.mid(0, 5));
-        const QStringList first{"0x000", "0x012", "0x18daf110", "0x7ff", "0xffffffffffffffff"};
-        QCOMPARE(list.takeNew(index.identifiers()), first);
         index.extend(frames);
-        QCOMPARE(list.takeNew(index.identifiers()), QStringList("0x011"));
         QCOMPARE(index.positions(0x7ff), (QVector<int>{0, 5}));
+        QCOMPARE(index.positions(1), QVector<int>());
+        QStringList texts = index.identifierTexts();
+        texts.sort();
+        QCOMPARE(texts.join(' '), QString("0x000 0x012 0x18daf110 0x7ff 0xffffffffffffffff"));
     }
 };
 
