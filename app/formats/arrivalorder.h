@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
 // Adds points to the sorted data of a chart curve and leaves them in the order in which adding one
@@ -28,10 +29,13 @@ void addInArrivalOrder(Container& curve, const Points& arrivals)
     if (added == 0) {
         return;
     }
-    // With room to grow, or the next record of a session would copy all points of all curves.
+    // With room to grow, or the next record of a session would copy all points of all curves. A
+    // staircase is drawn anew whenever it changes, and room would only cost time.
+    constexpr std::size_t roomFactor = std::is_same<Points, Staircase>::value ? 1 : 2;
     const auto vectorOf = [](int size) {
         QVector<Point> points;
-        points.reserve(static_cast<int>(std::min(2 * static_cast<std::size_t>(size), mostPoints)));
+        points.reserve(
+            static_cast<int>(std::min(roomFactor * static_cast<std::size_t>(size), mostPoints)));
         points.resize(size);
         return points;
     };

@@ -16,16 +16,21 @@ double bracketedNumber(std::string_view text)
     return textOf(text).remove(QLatin1Char('(')).remove(QLatin1Char(')')).toDouble();
 }
 
+// Identifier and bytes, which stand before and behind "##" if there is one, else "#".
 void readData(std::string_view data, CanFrames& frame)
 {
     constexpr std::string_view fdMarker = "##";
     std::string_view rest = data;
     std::string_view id = takeField(rest, '#');
+    if (const std::optional<int> size = decodePlainHex(rest, frame.payload)) {
+        frame.frameId = hexInt(id);
+        frame.length = *size;
+        return;
+    }
     std::string_view bytes = takeField(rest, '#');
-    const bool hasMore = bytes.data() + bytes.size() != data.data() + data.size();
-    if (hasMore && data.find(fdMarker) != std::string_view::npos) {
-        id = data.substr(0, data.find(fdMarker));
-        bytes = data.substr(id.size() + fdMarker.size());
+    if (const std::size_t marker = data.find(fdMarker); marker != std::string_view::npos) {
+        id = data.substr(0, marker);
+        bytes = data.substr(marker + fdMarker.size());
         bytes = bytes.substr(0, bytes.find(fdMarker));
     }
     frame.frameId = hexInt(id);

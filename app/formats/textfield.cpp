@@ -90,19 +90,6 @@ int integer(std::string_view text)
     return number.empty() ? 0 : textOf(text).toInt(nullptr, Base);
 }
 
-// Pairs of digits and nothing else, as almost every frame is written. False for anything else.
-bool decodePairs(std::string_view text, unsigned char* bytes)
-{
-    int digits = 0;
-    for (std::size_t i = 0; i < text.size() / 2; ++i) {
-        const int high = hexDigit(text[2 * i]);
-        const int low = hexDigit(text[2 * i + 1]);
-        digits |= high | low;
-        bytes[i] = static_cast<unsigned char>(16 * high + low);
-    }
-    return digits >= 0 && text.size() % 2 == 0;
-}
-
 } // namespace
 
 QString textOf(std::string_view bytes)
@@ -145,18 +132,19 @@ int hexInt(std::string_view text)
     return integer<16>(text);
 }
 
-std::optional<double> plainReal(std::string_view number)
+std::optional<double> plainReal(std::string_view text, char point)
 {
     static constexpr std::array<double, 19> powers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
                                                    1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
                                                    1e14, 1e15, 1e16, 1e17, 1e18};
     constexpr quint64 exactLimit = quint64{1} << 53;
+    std::string_view number = withoutAsciiSpace(text);
     const bool isNegative = !number.empty() && number.front() == '-';
     number.remove_prefix(isNegative ? 1 : 0);
     std::size_t digits = 0;
     const quint64 whole = takeDigits(number, digits);
     const std::size_t wholeDigits = digits;
-    if (!number.empty() && number.front() == '.') {
+    if (!number.empty() && number.front() == point) {
         number.remove_prefix(1);
     }
     const quint64 fraction = takeDigits(number, digits);
@@ -174,20 +162,37 @@ std::optional<double> plainReal(std::string_view number)
 
 double realNumber(std::string_view text)
 {
-    const std::string_view number = withoutAsciiSpace(text);
-    if (const std::optional<double> value = plainReal(number)) {
-        return *value;
+    const std::optional<double> value = plainReal(text);
+    return value ? *value : textOf(text).toDouble();
+}
+
+std::optional<int> decodePlainHex(std::string_view text, unsigned char* bytes)
+{
+    std::array<unsigned char, MaxPlainBytes> decoded;
+    if (text.size() > 2 * decoded.size() || text.size() % 2 != 0) {
+        return std::nullopt;
     }
-    return number.empty() ? 0.0 : textOf(text).toDouble();
+    const std::size_t size = text.size() / 2;
+    int digits = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const int high = hexDigit(text[2 * i]);
+        const int low = hexDigit(text[2 * i + 1]);
+        digits |= high | low; // negative from the first NoDigit on
+        decoded[i] = static_cast<unsigned char>(16 * high + low);
+    }
+    if (digits < 0) {
+        return std::nullopt;
+    }
+    std::memcpy(bytes, decoded.data(), size);
+    return static_cast<int>(size);
 }
 
 int decodeHex(std::string_view text, unsigned char* bytes, int capacity)
 {
-    std::array<unsigned char, 8> pairs;
-    if (text.size() <= 2 * pairs.size() && decodePairs(text, pairs.data())) {
-        const int size = static_cast<int>(text.size() / 2);
-        std::memcpy(bytes, pairs.data(), static_cast<std::size_t>(size));
-        return size;
+    if (capacity >= MaxPlainBytes) {
+        if (const std::optional<int> size = decodePlainHex(text, bytes)) {
+            return *size;
+        }
     }
     const auto isDigit = [](char c) { return hexDigit(c) != NoDigit; };
     const auto digits = std::count_if(text.begin(), text.end(), isDigit);

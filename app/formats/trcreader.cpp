@@ -3,6 +3,17 @@
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
 
+namespace {
+
+// A number with every comma taken for a point.
+double commaNumber(std::string_view text, std::string& scratch)
+{
+    const std::optional<double> value = plainReal(text, ',');
+    return value ? *value : realNumber(replaced(text, ',', '.', scratch));
+}
+
+} // namespace
+
 int readTrc(QIODevice& device, TraceImport& import)
 {
     import.trace("trc file!");
@@ -22,7 +33,7 @@ int readTrc(QIODevice& device, TraceImport& import)
         if (second.empty()) {
             continue;
         }
-        frame.frameTime = base.elapsed(realNumber(replaced(time, ',', '.', scratch)));
+        frame.frameTime = base.elapsed(commaNumber(time, scratch));
         skipWords(line, '\t', 1);
         frame.frameId = hexInt(takeWord(line, '\t'));
         frame.length = decimalInt(takeWord(line, '\t'));

@@ -175,30 +175,30 @@ private slots:
         struct Row
         {
             int column;
-            const char* typed;
             bool changes;
+            const char* typed;
             const char* text; // that the table would put back
         };
         const Row rows[] = {
-            {FrameIdColumn, "1A0", true, "0x1a0"},
-            {FrameIdColumn, "0x7ff", false, "0x7ff"},
-            {FrameIdColumn, "-1", true, "0xffffffffffffffff"},
-            {FrameIdColumn, "80000000", false, "0x7ff"},
-            {BitOffsetColumn, " 12 ", true, "12"},
-            {BitLengthColumn, "0x10", false, "8"},
-            {MultiplierColumn, "0.123456789", true, "0.123457"},
-            {MultiplierColumn, "1e6", true, "1e+06"},
-            {AddendColumn, "1,5", false, "-40"},
-            {AddendColumn, "-40.0", false, "-40"},
-            {AddendColumn, "nan", true, "nan"},
-            {ShowModeColumn, "0", true, "0"},
-            {MuxOffsetColumn, "", false, "3"},
-            {MuxLengthColumn, "-4", true, "-4"},
-            {MuxValueColumn, "-1", true, "0xffffffffffffffff"},
-            {MuxValueColumn, "ffffffff", false, "0x1f"},
-            {RequiredLengthColumn, "-1", false, "-1"},
-            {NameColumn, "a;b", false, "a;b"}};
-        for (const auto& [column, typed, changes, text] : rows) {
+            {FrameIdColumn, true, "1A0", "0x1a0"},
+            {FrameIdColumn, false, "0x7ff", "0x7ff"},
+            {FrameIdColumn, true, "-1", "0xffffffffffffffff"},
+            {FrameIdColumn, false, "80000000", "0x7ff"},
+            {BitOffsetColumn, true, " 12 ", "12"},
+            {BitLengthColumn, false, "0x10", "8"},
+            {MultiplierColumn, true, "0.123456789", "0.123457"},
+            {MultiplierColumn, true, "1e6", "1e+06"},
+            {AddendColumn, false, "1,5", "-40"},
+            {AddendColumn, false, "-40.0", "-40"},
+            {AddendColumn, true, "nan", "nan"},
+            {ShowModeColumn, true, "0", "0"},
+            {MuxOffsetColumn, false, "", "3"},
+            {MuxLengthColumn, true, "-4", "-4"},
+            {MuxValueColumn, true, "-1", "0xffffffffffffffff"},
+            {MuxValueColumn, false, "ffffffff", "0x1f"},
+            {RequiredLengthColumn, false, "-1", "-1"},
+            {NameColumn, false, "a;b", "a;b"}};
+        for (const auto& [column, changes, typed, text] : rows) {
             CanSignalData signal{0x7ff, 4, 8, 0.1, -40.0, true, 3, 5, 0x1f, 1, -1, "name"};
             const CellEdit edit = applySignalCell(signal, column, typed);
             QVERIFY2((edit == CellEdit::Changed) == changes, typed);
