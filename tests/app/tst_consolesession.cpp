@@ -74,7 +74,8 @@ private slots:
         QCOMPARE(console.status(), "Sent start request");
         QTRY_COMPARE(console.status(), "Received logger started");
         QTest::keyClick(&console.window, Qt::Key_H); // before the first record
-        session.record(4294967295);                  // unsigned in a record, signed in a tag
+        QVERIFY(contents(home->files("*.log").value(0)).endsWith("\n$;-1;Hard shift\n"));
+        session.record(4294967295); // unsigned in a record, signed in a tag
         QTRY_COMPARE(console.status(), "Received logger data 4294967295");
         console.window.addTag("-1");
         session.record(1500);
@@ -190,6 +191,10 @@ private slots:
         QCOMPARE(console.timers(), 5);
         console.click("stopLogging");
         QCOMPARE(console.timers(), 4);
+        // Of two sessions in one second the later one takes the file over.
+        for (const QString& log : home->files("*.log")) {
+            QCOMPARE(contents(log).count("#;timestamp;"), 1);
+        }
     }
 
     // The blocks of a reconnect each find the other's flag set, and each starts a session.
