@@ -4,6 +4,7 @@
 #include <QMetaMethod>
 #include <QSpinBox>
 #include <QSplitter>
+#include <QTableWidget>
 #include <map>
 
 namespace {
@@ -128,6 +129,9 @@ private slots:
             }
             QCOMPARE(console.plot()->graphCount(), 128);
             QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
+            const auto* canSignals = console.child<QTableWidget>("canTraceFrames");
+            QCOMPARE(canSignals->horizontalHeaderItem(9)->text(), "FrameLength");
+            QVERIFY(!canSignals->horizontalHeaderItem(10)); // the name needs no title
             // The panels write their keys, and nothing else does.
             QCOMPARE(
                 home->keys(),
