@@ -5,6 +5,7 @@
 #include <QMetaMethod>
 #include <QSpinBox>
 #include <QSplitter>
+#include <QTableWidget>
 #include <map>
 
 // Remembers what a status bar said each time it painted its text.
@@ -133,6 +134,9 @@ private slots:
             QCOMPARE(console.plot()->graph(32)->name(), "data 33");
             QCOMPARE(console.plot()->graphCount(), 128);
             QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
+            const auto* canSignals = console.child<QTableWidget>("canTraceFrames");
+            QCOMPARE(canSignals->horizontalHeaderItem(9)->text(), "FrameLength");
+            QVERIFY(!canSignals->horizontalHeaderItem(10)); // the name needs no title
             // The panels write their keys, and nothing else does.
             QCOMPARE(
                 home.keys(),
