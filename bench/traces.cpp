@@ -8,7 +8,6 @@
 // 88 bytes a frame is the same on all roads, and is in the figures of the whole import.
 #include "bench/benchmark.h"
 #include "formats/frameindex.h"
-#include "formats/identifierlist.h"
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
 #include "support/importcheck.h"
@@ -179,11 +178,10 @@ void measureWholeImport(Benchmark& bench, int count)
         return fastest([&] {
             QVector<CanFrames> frames;
             FrameIndex index;
-            IdentifierList list;
             for (int i = 0; i < times; ++i) {
                 read(frames);
                 index.extend(frames);
-                list.takeNew(index.identifiers());
+                index.identifierTexts();
             }
             memory = residentSize() - before;
         });

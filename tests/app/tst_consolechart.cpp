@@ -22,15 +22,10 @@ class ConsoleChartTest : public QObject
 {
     Q_OBJECT
 
-private:
-    std::unique_ptr<ConsoleHome> home;
-
 private slots:
-    void init() { home = std::make_unique<ConsoleHome>(); }
-    void cleanup() { home.reset(); }
-
     void chartIsSetUp()
     {
+        ConsoleHome home;
         ConsoleRig console;
         QCustomPlot* plot = console.plot();
         QCOMPARE(
@@ -44,10 +39,11 @@ private slots:
 
     void oneClickRewritesTheWholeStrip()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.channelBox(5)->click();
         for (int channel = 0; channel < 128; ++channel) {
-            const QVariant stored = home->stored(QString("ui/channels/%1/selected").arg(channel));
+            const QVariant stored = home.stored(QString("ui/channels/%1/selected").arg(channel));
             QCOMPARE(stored, QVariant(channel != 5));
             QCOMPARE(console.plot()->graph(channel)->visible(), channel != 5);
         }
@@ -55,6 +51,7 @@ private slots:
 
     void deselectAllHidesTheChannelsAlone()
     {
+        ConsoleHome home;
         ConsoleRig console;
         QCPGraph* canSignal = console.plot()->addGraph();
         console.channelBox(7)->click();
@@ -65,7 +62,7 @@ private slots:
             QCOMPARE(console.channelBox(channel)->checkState(), Qt::Unchecked);
             QVERIFY(!console.plot()->graph(channel)->visible());
             const QString key = QString("ui/channels/%1/selected").arg(channel);
-            QCOMPARE(home->stored(key), QVariant(false));
+            QCOMPARE(home.stored(key), QVariant(false));
         }
         QVERIFY(canSignal->visible());
         console.channelBox(9)->click(); // the strip works again
@@ -76,6 +73,7 @@ private slots:
     // x is a single-precision quotient, and the difference wraps like the controller's clock.
     void recordsBecomePoints()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.plot()->addGraph(); // of a CAN signal: surplus values land on it
         console.window.loggerDataReceived(1, 4000000000U, {7, -8});
@@ -95,6 +93,7 @@ private slots:
 
     void tagsStandAtTheLatestRecord()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.window.addTag("before");
         console.window.loggerDataReceived(1, 1000, {});
@@ -115,6 +114,7 @@ private slots:
 
     void keysMakeTags()
     {
+        ConsoleHome home;
         const struct
         {
             int key;
@@ -143,6 +143,7 @@ private slots:
 
     void sliderStepsAreTagsToo()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.slider(1)->setValue(5);
         console.slider(12)->setValue(2000);

@@ -17,15 +17,10 @@ class ConsoleConnectionTest : public QObject
 {
     Q_OBJECT
 
-private:
-    std::unique_ptr<ConsoleHome> home;
-
 private slots:
-    void init() { home = std::make_unique<ConsoleHome>(); }
-    void cleanup() { home.reset(); }
-
     void connectingPreparesFoldersAndReadsTheConfiguration()
     {
+        ConsoleHome home;
         PortRig rig(unit("XCU0007"));
         rig.plug();
         ConsoleRig console;
@@ -40,7 +35,7 @@ private slots:
             QCOMPARE(received[1].read_configuration().config_id(), 6U);
             QTRY_COMPARE(rig.controller().responsesSent(), quint64(2 * round + 2));
             QCOMPARE(
-                home->controllerFolder("XCU0007").entryList(QDir::Dirs | QDir::NoDotAndDotDot),
+                home.controllerFolder("XCU0007").entryList(QDir::Dirs | QDir::NoDotAndDotDot),
                 QStringList({"extLoggerBackup", "extLoggerLogs"}));
 
             console.click("pushButton_2");
@@ -54,6 +49,7 @@ private slots:
 
     void withoutAControllerItFails()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.click("pushButton_2");
         QCOMPARE(console.status(), "Failed to connect");
@@ -62,6 +58,7 @@ private slots:
 
     void theSelectedOneOfTwoIsOpened()
     {
+        ConsoleHome home;
         PortRig rig(std::vector<ControllerOptions>{unit("XCU0001"), unit("XCU0002")});
         rig.plug(0);
         rig.plug(1);
@@ -90,6 +87,7 @@ private slots:
 
     void aBootloaderIsListedByItsBareNumber()
     {
+        ConsoleHome home;
         ControllerOptions options = unit("XCU0009");
         options.guise = Guise::Bootloader;
         PortRig rig(options);
@@ -108,6 +106,7 @@ private slots:
 
     void aPulledCableDisconnectsAndClosesTheLog()
     {
+        ConsoleHome home;
         PortRig rig(unit("XCU0007"));
         rig.plug();
         ConsoleRig console;
@@ -118,7 +117,7 @@ private slots:
         rig.unplug();
         QTRY_COMPARE(console.text("pushButton_2"), "Connect");
         QCOMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 0);
-        const QStringList logs = home->files("*.log");
+        const QStringList logs = home.files("*.log");
         QCOMPARE(logs.size(), 1);
         const QByteArray log = contents(logs.first());
         QVERIFY(log.count('\n') > 5);
@@ -131,6 +130,7 @@ private slots:
 
     void destroyedInTheMiddleOfASession()
     {
+        ConsoleHome home;
         PortRig rig(unit("XCU0007"), PortRig::Lives::InOwnThread);
         rig.plug();
         {
@@ -143,7 +143,7 @@ private slots:
             QTRY_VERIFY(console.status().startsWith("Received logger data"));
             console.window.addTag("end");
         }
-        const QByteArray log = contents(home->files("*.log").value(0));
+        const QByteArray log = contents(home.files("*.log").value(0));
         QVERIFY(log.contains(";end\n"));
         QVERIFY(log.endsWith('\n'));
         QCOMPARE(rig.count(xcu::Command::kDataloggerStop), 0);
