@@ -6,6 +6,7 @@
 
 #include <QSignalSpy>
 #include <QTest>
+#include <atomic>
 #include <memory>
 #include <thread>
 
@@ -69,13 +70,19 @@ void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
 
 void TestPortDiscovery::comparesPortsByTheirTexts()
 {
-    const MockedTty one("XCU1");
     const MockedTty two("XCU2");
-    const QList<QSerialPortInfo> both{one.info(), two.info()};
-    const QList<QSerialPortInfo> again{one.info(), two.info()};
-    QVERIFY(both == again);
-    QVERIFY(!(both == QList<QSerialPortInfo>{two.info(), one.info()}));
-    QVERIFY(QSerialPortInfo() == QSerialPortInfo());
+    const auto isEqualAs = [&](const QByteArray& property, const QByteArray& replacement) {
+        MockedTty one("XCU1");
+        const QList<QSerialPortInfo> before{one.info(), two.info()};
+        one.disguise(property, replacement);
+        return before == QList<QSerialPortInfo>{one.info(), two.info()};
+    };
+    QVERIFY(!isEqualAs("ID_SERIAL_SHORT=XCU1", "ID_SERIAL_SHORT=XCU2"));
+    QVERIFY(!isEqualAs("ID_MODEL=XCU", "ID_MODEL=Loader")); // how a change of guise is seen
+    QVERIFY(!isEqualAs("ID_BUS=usb", "ID_BUS=usb\nID_VENDOR=Another"));
+    QVERIFY(isEqualAs("ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef")); // not by the identifiers
+    const MockedTty one("XCU2");
+    QVERIFY(!(one.info() == two.info()));
 }
 
 void TestPortDiscovery::reconnectsAtOnceToAUnitThatIsThere()
@@ -144,13 +151,12 @@ void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
     ComPort port;
     QVERIFY(port.open(tty->info()));
     port.waitForDevicePortAvaliable();
-    bool found = false;
+    std::atomic<bool> found = false;
     std::thread waiting([&] {
         port.waitForPortAvaliable();
         found = true;
     });
-    QTest::qWait(300);
-    const bool tooEarly = found;
+    const bool tooEarly = QTest::qWaitFor([&] { return found.load(); }, 300);
     const MockedTty bootloader("XCU1", Guise::Bootloader);
     waiting.join();
     QVERIFY(found && !tooEarly);

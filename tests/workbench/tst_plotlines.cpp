@@ -18,7 +18,8 @@ constexpr int lineCount = 3;
 int valueAt(int line, int index)
 {
     const double wave = 400 * std::sin(index * 0.003 * (line + 1));
-    return int(512 + wave) + index * 7919 * (line + 1) % 60 + (index % 977 == 0 ? 200 : 0);
+    const int step = index < 700 ? 300 : 0;
+    return int(512 + wave) + index * 7919 * (line + 1) % 60 + (index % 977 == 0 ? 200 : 0) - step;
 }
 
 // A chart with a few lines, drawn by PlotLines or by Qt alone.
@@ -176,6 +177,10 @@ void TestPlotLines::seriesHoldsAllOrWhatTheAxisShows()
     }
     feed(288'010); // beyond the axis
     QCOMPARE(series->count(), shown.size());
+    plot.lines->append(series, 28'795, 5); // the time begins anew
+    QCOMPARE(
+        series->pointsVector().mid(shown.size()),
+        Points({{double(288'009 * 0.1F), 9}, {28'795, 5}}));
     for (QLineSeries* line : plot.series) {
         plot.lines->remove(line);
         plot.chart->removeSeries(line);
