@@ -147,6 +147,22 @@ private slots:
         QCOMPARE(console.count(xcu::Command::kDataloggerStart), 3);
     }
 
+    void aPulledCableClosesTheLog()
+    {
+        ConsoleHome home;
+        ConnectedConsole console;
+        console.click("startLogging");
+        QTRY_VERIFY(console.controller().recordsSent() > 10);
+        console.rig.unplug();
+        QTRY_COMPARE(console.text("pushButton_2"), "Connect");
+        QCOMPARE(console.status(), "Disconnected");
+        const QString written = log(home);
+        QVERIFY(written.count('\n') > 5);
+        QVERIFY(written.endsWith(";\n"));
+        console.window.addTag("late");
+        QCOMPARE(log(home), written);
+    }
+
     void aVanishedFolderStopsNothing()
     {
         ConsoleHome home;
@@ -155,6 +171,26 @@ private slots:
         console.click("startLogging");
         QTRY_VERIFY(console.plot()->graph(0)->dataCount() > 3);
         QVERIFY(home.files("*.log").isEmpty());
+    }
+
+    void destroyedInTheMiddleOfASession()
+    {
+        ConsoleHome home;
+        PortRig rig(ControllerOptions(), PortRig::Lives::InOwnThread);
+        rig.plug();
+        {
+            ConsoleRig console;
+            QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
+            console.click("pushButton_2");
+            console.click("passiveDatalogger");
+            rig.run([](VirtualController& unit) { unit.setRecordRate(2000); });
+            console.click("startLogging");
+            QTRY_VERIFY(console.status().startsWith("Received logger data"));
+            console.window.addTag("end");
+        }
+        QVERIFY(log(home).contains(";end\n"));
+        QVERIFY(log(home).endsWith('\n'));
+        QCOMPARE(rig.count(xcu::Command::kDataloggerStop), 0);
     }
 };
 
