@@ -77,6 +77,7 @@ private slots:
         ConsoleRig console;
         console.plot()->addGraph(); // of a CAN signal: surplus values land on it
         console.window.loggerDataReceived(1, 4000000000U, {7, -8});
+        console.window.loggerStarted(); // a new session counts on from the very first record
         console.window.loggerDataReceived(2, 4000000000U + 16777217U, {9});
         console.window.loggerDataReceived(3, 3999999000U, std::vector<int>(200, 3));
         console.window.loggerDataReceived(4, 5, {});

@@ -37,6 +37,7 @@ private slots:
             QCOMPARE(
                 home.controllerFolder("XCU0007").entryList(QDir::Dirs | QDir::NoDotAndDotDot),
                 QStringList({"extLoggerBackup", "extLoggerLogs"}));
+            QVERIFY(!home->controllerFolder("XCU0007").exists("extLoggerLogs/XCU0007"));
 
             console.click("pushButton_2");
             QCOMPARE(console.text("pushButton_2"), "Connect");
@@ -45,6 +46,24 @@ private slots:
             QCOMPARE(received.size(), std::size_t(2)); // nothing else was sent
             rig.controller().clearReceived();
         }
+    }
+
+    // Nobody calls for this in the console, but whoever does must find it safe.
+    void aPromptIsAnsweredByAPing()
+    {
+        PortRig rig(unit("XCU0007"));
+        rig.plug();
+        ConsoleRig console;
+        emit console.window.pongReceived(5); // no clock before the first connection
+        QCOMPARE(console.status(), "ReceivedPong 5 after 0 ms");
+        QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
+        console.click("pushButton_2");
+        emit console.window.pongReceived(0xFEDCBA00); // and none that runs after it
+        QCOMPARE(console.status(), "ReceivedPong 4275878400 after 0 ms");
+        QMetaObject::invokeMethod(&console.window, "on_promptReceived");
+        QCOMPARE(console.status(), "ReceivedPrompt");
+        QTRY_COMPARE(rig.count(xcu::Command::kPing), 1);
+        QCOMPARE(rig.controller().last(xcu::Command::kPing)->ping().value(), 0xFEDCBA00);
     }
 
     void withoutAControllerItFails()

@@ -5,6 +5,7 @@
 #include <QMetaMethod>
 #include <QSpinBox>
 #include <QSplitter>
+#include <QTableWidget>
 #include <map>
 
 // Remembers what a status bar said each time it painted its text.
@@ -133,6 +134,9 @@ private slots:
             QCOMPARE(console.plot()->graph(32)->name(), "data 33");
             QCOMPARE(console.plot()->graphCount(), 128);
             QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
+            const auto* canSignals = console.child<QTableWidget>("canTraceFrames");
+            QCOMPARE(canSignals->horizontalHeaderItem(9)->text(), "FrameLength");
+            QVERIFY(!canSignals->horizontalHeaderItem(10)); // the name needs no title
             // The panels write their keys, and nothing else does.
             QCOMPARE(
                 home.keys(),
@@ -192,12 +196,8 @@ private slots:
         QVERIFY(!container->isHidden());
         console.click("canMsg");
         QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
-<<<<<<< HEAD
-        QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(false));
-        QVERIFY(!container->isHidden());
-=======
         QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(false));
->>>>>>> app
+        QVERIFY(!container->isHidden());
         console.click("canMsg");
         QVERIFY(container->isHidden());
         QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(true));
@@ -207,7 +207,7 @@ private slots:
 
     void splittersRememberTheirPlaces()
     {
-<<<<<<< HEAD
+        ConsoleHome home;
         const std::map<const char*, const char*> keys = {
             {"splitter", "ui/channelLayout"}, {"splitter_2", "ui/canLayout"}};
         for (const auto& [name, key] : keys) {
@@ -219,19 +219,10 @@ private slots:
                 emit splitter->splitterMoved(300, 1);
                 state = splitter->saveState();
             }
-            QCOMPARE(home->stored(key).toByteArray(), state);
+            QCOMPARE(home.stored(key).toByteArray(), state);
             ConsoleRig again;
             QCOMPARE(again.child<QSplitter>(name)->saveState(), state);
         }
-=======
-        ConsoleHome home;
-        ConsoleRig console;
-        auto* splitter = console.child<QSplitter>("splitter");
-        splitter->setSizes({300, 200});
-        emit splitter->splitterMoved(300, 1);
-        QCOMPARE(home.stored("ui/channelLayout").toByteArray(), splitter->saveState());
-        QVERIFY(!home.keys().contains("ui/canLayout"));
->>>>>>> app
     }
 
     void statusTextsArePaintedAtTheDisplaysPace()
