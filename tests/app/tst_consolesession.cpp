@@ -117,15 +117,11 @@ private slots:
         console.window.loggerStarted();
         QCOMPARE(console.timers(), 4);
         console.click("stopLogging");
-<<<<<<< HEAD
         QCOMPARE(console.timers(), 3);
-=======
-        QCOMPARE(console.timers(), 4);
         // Of two sessions in one second the later one takes the file over.
-        for (const QString& log : home->files("*.log")) {
-            QCOMPARE(contents(log).count("#;timestamp;"), 1);
+        for (const QString& file : home.files("*.log")) {
+            QCOMPARE(contents(file).count("#;timestamp;"), 1);
         }
->>>>>>> review
     }
 
     // The blocks of a reconnect each find the other's flag set, and each starts a session.
