@@ -118,6 +118,10 @@ private slots:
         QCOMPARE(console.timers(), 4);
         console.click("stopLogging");
         QCOMPARE(console.timers(), 3);
+        // Of two sessions in one second the later one takes the file over.
+        for (const QString& file : home.files("*.log")) {
+            QCOMPARE(contents(file).count("#;timestamp;"), 1);
+        }
     }
 
     // The blocks of a reconnect each find the other's flag set, and each starts a session.
