@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/axistag.h"
 
+#include "app/tagsheet.h"
+
 namespace {
+
+using Arrow = SheetItem<QCPItemLine>;
+using Label = SheetItem<QCPItemText>;
 
 constexpr double TailDistance = -25.0; // pixels, upwards from the arrow's head
 
@@ -18,8 +23,8 @@ AxisTag::AxisTag(QCPAxis* parentAxis)
     : QObject(parentAxis)
     , axis(parentAxis)
     , tracer(new QCPItemTracer(parentAxis->parentPlot()))
-    , arrow(new QCPItemLine(parentAxis->parentPlot()))
-    , label(new QCPItemText(parentAxis->parentPlot()))
+    , arrow(new Arrow(parentAxis))
+    , label(new Label(parentAxis))
 {
     tracer->setVisible(false);
     tracer->position->setTypeY(QCPItemPosition::ptAxisRectRatio);
@@ -56,16 +61,19 @@ void AxisTag::setPen(const QPen& pen)
 {
     arrow->setPen(pen);
     label->setPen(pen);
+    repaint();
 }
 
 void AxisTag::setBrush(const QBrush& brush)
 {
     label->setBrush(brush);
+    repaint();
 }
 
 void AxisTag::setText(const QString& text)
 {
     label->setText(text);
+    repaint();
 }
 
 QString AxisTag::text() const
@@ -77,4 +85,10 @@ void AxisTag::updatePosition(double value)
 {
     tracer->position->setCoords(value, 1);
     arrow->end->setCoords(0, axis->offset());
+    repaint();
+}
+
+void AxisTag::repaint()
+{
+    static_cast<Arrow*>(arrow.data())->changed(); // the label is always painted with it
 }

@@ -6,7 +6,8 @@
 #include <QPointer>
 
 // A marker on an axis of a chart: a short arrow that points at a value, and a text beside its tail,
-// turned by 90 degrees. It belongs to the axis and goes with it.
+// turned by 90 degrees. It belongs to the axis and goes with it. Change it by these operations
+// alone: the picture of standing tags is kept (TagSheet).
 class AxisTag : public QObject
 {
     Q_OBJECT
@@ -24,6 +25,8 @@ public:
     void updatePosition(double value);
 
 private:
+    void repaint();
+
     QCPAxis* axis;
     QPointer<QCPItemTracer> tracer; // invisible; anchors the arrow to the axis
     QPointer<QCPItemLine> arrow;

@@ -13,7 +13,11 @@
 #include "comm/idataloggercommandsresponse.h"
 #include "comm/ifaultservicecommandsresponse.h"
 #include "comm/portlist.h"
+#include "formats/canframes.h"
+#include "formats/cansignaldata.h"
 #include "formats/channelcount.h"
+#include "formats/frameindex.h"
+#include "formats/identifierlist.h"
 
 #include <QDir>
 #include <QFile>
@@ -30,6 +34,7 @@
 #include <vector>
 
 class AxisTag;
+class LiveChart;
 class QCPGraph;
 class QCheckBox;
 class QCustomPlot;
@@ -37,7 +42,11 @@ class QElapsedTimer;
 class QSlider;
 class QTableWidgetItem;
 class QTimer;
+class RecordPoints;
+class ReplotPacer;
 class Ui_DataLoggerApp;
+struct LogContent;
+struct TraceFormat;
 
 // The logging console's main window and the owner of everything in it: the link to one controller,
 // the logging session and its file, the live chart, the capture of CAN frames, the fault service.
@@ -153,6 +162,16 @@ private:
     QTimer* startSessionTimer(int intervalMs, void (DataLoggerApp::*tick)());
     void plotRecord(const std::vector<int>& values);
     void requestReplot();
+    void openCandumpFile(const QString& path);
+
+    void addSignal(const CanSignalData& signal);
+    void rebuildSignalGraph(int row);
+    void importTrace(const TraceFormat& format, const QString& name);
+    bool importBlackbox(const QString& name);
+    void importLog(const QString& name);
+    void labelStrip(const LogContent& content);
+    void openConversion(const QString& pattern);
+    void plotImport(const RecordPoints& points);
 
     std::unique_ptr<Ui_DataLoggerApp> ui;
     QTimer* portRefreshTimer = nullptr;
@@ -172,7 +191,10 @@ private:
     FaultsDisplay faultsDisplay;
     QCustomPlot* plot = nullptr;
     std::array<QCheckBox*, ChannelTotal> seriesCheckBoxes{};
-    QVector<QString> channelLabels; // log column names; "x" is a channel without a name
+    QVector<QString> channelLabels;       // log column names; "x" is a channel without a name
+    QVector<CanFrames> canTraceFrameList; // of all imports, in the order of reading
+    QVector<QCPGraph*> canSignalGraphs;   // by row of the signal table
+    QVector<CanSignalData> canSignals;    // likewise
     std::array<QSlider*, VirtualInputTotal> virtualInputSliders{};
     QFile logFile;
     QFile candumpFile;
@@ -186,8 +208,13 @@ private:
     bool configRead0 = false;
     bool configRead6 = false;
 
+    LiveChart* liveChart = nullptr;     // of plot, and goes with it
+    ReplotPacer* replotPacer = nullptr; // likewise
     PortList portList;
-    std::string logLine;      // reused from record to record
-    std::string candumpLine;  // reused from frame to frame
-    bool deselecting = false; // the strip waits until all boxes are cleared
+    std::string logLine;           // reused from record to record
+    std::string candumpLine;       // reused from frame to frame
+    FrameIndex frameIndex;         // of canTraceFrameList, brought up to date by who needs it
+    IdentifierList identifierList; // what canFrameIds shows
+    bool holdStrip = false;        // the strip waits until many boxes have changed
+    bool writingCells = false;     // cells of the signal table change by the console's own hand
 };

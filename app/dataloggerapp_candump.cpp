@@ -20,10 +20,15 @@ void DataLoggerApp::on_candump_clicked(bool /*checked*/) {}
 void DataLoggerApp::candumpStart()
 {
     const QString stamp = fileStamp(QDateTime::currentDateTime());
-    // Closes the file before, if one is open.
-    candumpFile.setFileName(logDir.filePath(QStringLiteral("can-%1.candump").arg(stamp)));
-    candumpFile.open(QIODevice::WriteOnly);
+    openCandumpFile(logDir.filePath(QStringLiteral("can-%1.candump").arg(stamp)));
     emit addLog(QStringLiteral("Candump started"));
+}
+
+// In place of the file that is open, if one is: setFileName closes that, with a warning of Qt's.
+void DataLoggerApp::openCandumpFile(const QString& path)
+{
+    candumpFile.setFileName(path);
+    candumpFile.open(QIODevice::WriteOnly);
 }
 
 void DataLoggerApp::candumpStop() {}

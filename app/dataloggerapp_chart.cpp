@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
+#include "app/livechart.h"
+#include "app/livegraph.h"
+#include "app/replotpacer.h"
 #include "formats/channelcolour.h"
 #include "ui_dataloggerapp.h"
 
@@ -29,6 +32,8 @@ void DataLoggerApp::createChart()
         QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes |
         QCP::iSelectLegend);
     ui->chartLayout->addWidget(plot, 0, 0);
+    liveChart = new LiveChart(plot);
+    replotPacer = new ReplotPacer(plot);
     windowLength = 1000;
 }
 
@@ -39,7 +44,7 @@ void DataLoggerApp::createChannels()
     for (int channel = 0; channel < ChannelTotal; ++channel) {
         const QString fallback = QStringLiteral("data %1").arg(channel + 1);
         const QString label = settings.value(labelKey(channel), fallback).toString();
-        QCPGraph* graph = plot->addGraph();
+        QCPGraph* graph = liveChart->addGraph();
         graph->setName(label);
         graph->setPen(QPen(channelColour(channel)));
 
@@ -62,10 +67,10 @@ void DataLoggerApp::finishChart()
     requestReplot();
 }
 
-// The one place that asks for a drawing of the chart.
+// The one way to have the chart drawn.
 void DataLoggerApp::requestReplot()
 {
-    plot->replot(QCustomPlot::rpRefreshHint);
+    replotPacer->request();
 }
 
 void DataLoggerApp::plotRecord(const std::vector<int>& values)
@@ -75,16 +80,17 @@ void DataLoggerApp::plotRecord(const std::vector<int>& values)
         static_cast<unsigned int>(lastTimestamp) - static_cast<unsigned int>(firstTimestamp);
     const double x = static_cast<float>(elapsed) / 1000.0F;
     // Values beyond the channels land on the curves of CAN signals, if there are any.
-    const auto drawn = std::min<std::size_t>(values.size(), plot->graphCount());
-    for (std::size_t i = 0; i < drawn; ++i) {
-        plot->graph(static_cast<int>(i))->addData(x, values[i]);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        liveChart->addPoint(static_cast<int>(i), x, values[i]);
     }
-    requestReplot();
+    if (liveChart->hasNewInk()) {
+        requestReplot();
+    }
 }
 
 void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
 {
-    if (deselecting) {
+    if (holdStrip) {
         return;
     }
     for (int channel = 0; channel < ChannelTotal; ++channel) {
@@ -99,13 +105,13 @@ void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
 // same state after 128 times the work.
 void DataLoggerApp::on_mapTuner_clicked()
 {
-    deselecting = true;
+    holdStrip = true;
     for (int channel = 0; channel < ChannelTotal; ++channel) {
         plot->graph(channel)->setVisible(false);
         seriesCheckBoxes[channel]->setCheckState(Qt::Unchecked);
         settings.setValue(selectedKey(channel), false);
     }
-    deselecting = false;
+    holdStrip = false;
     requestReplot();
 }
 

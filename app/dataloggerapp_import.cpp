@@ -1,4 +1,119 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
+#include "comm/trace.h"
+#include "formats/arrivalorder.h"
+#include "formats/blackboxreader.h"
+#include "formats/filestamp.h"
+#include "formats/logreader.h"
+#include "formats/traceformat.h"
+#include "ui_dataloggerapp.h"
 
-void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool) {}
+#include <QDateTime>
+#include <QFileDialog>
+#include <qcustomplot.h>
+
+// Opens a log, a black-box record or a CAN trace, told apart by the end of the name. Nothing is
+// cleared first: curves, tags, frames and identifiers add up.
+void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
+{
+    const QString name = QFileDialog::getOpenFileName(
+        this, tr("Open log file"), QString(), tr("Log Files (*.log);; Any File (*.*)"));
+    if (name.isEmpty()) {
+        return;
+    }
+    bool listIdentifiers = true;
+    if (const TraceFormat* format = traceFormat(name)) {
+        importTrace(*format, name);
+    } else if (name.endsWith(QLatin1String(".rbx"))) {
+        listIdentifiers = importBlackbox(name);
+    } else {
+        importLog(name);
+    }
+    if (listIdentifiers) {
+        frameIndex.extend(canTraceFrameList);
+        ui->canFrameIds->addItems(identifierList.takeNew(frameIndex.identifiers()));
+        ui->canFrameIds->sortItems();
+    }
+}
+
+void DataLoggerApp::importTrace(const TraceFormat& format, const QString& name)
+{
+    TraceImport import = {canTraceFrameList, &traceLine<std::string_view>};
+    if (format.convertedName) {
+        openConversion(QLatin1String(format.convertedName));
+        import.candumpFile = &candumpFile;
+    }
+    const QString status = readTraceFile(format, name, import);
+    candumpFile.flush();
+    emit addLog(status);
+}
+
+// False for a record without log lines: the identifiers of its frames wait for the next import.
+bool DataLoggerApp::importBlackbox(const QString& name)
+{
+    openConversion(QLatin1String("canbb-%1.candump"));
+    TraceImport import = {canTraceFrameList, &traceLine<std::string_view>, &candumpFile};
+    const BlackboxContent content = readBlackboxFile(name, import);
+    candumpFile.flush();
+    firstTimestamp = content.firstTimestamp; // for sessions: the times of the record stay absolute
+    emit addLog(content.statusText);
+    if (content.hasLog) {
+        for (int channel = 0; channel < content.channelTexts.size(); ++channel) {
+            seriesCheckBoxes[channel]->setText(content.channelTexts[channel]);
+        }
+        plotImport(content.points);
+    }
+    return content.hasLog;
+}
+
+void DataLoggerApp::importLog(const QString& name)
+{
+    traceLine("catchall");
+    QFile file(name);
+    file.open(QIODevice::ReadOnly);
+    const LogContent content = readLog(file, plot->graphCount(), firstTimestamp, lastTimestamp);
+    labelStrip(content);
+    for (const LogContent::Tag& tag : content.tags) {
+        firstTimestamp = tag.firstTimestamp;
+        lastTimestamp = tag.lastTimestamp;
+        addTag(tag.text); // reaches the log of a session, too, if one is open
+    }
+    firstTimestamp = content.firstTimestamp;
+    lastTimestamp = content.lastTimestamp;
+    plotImport(content.points);
+}
+
+// Channels that the log does not name lose their box for good.
+void DataLoggerApp::labelStrip(const LogContent& content)
+{
+    holdStrip = true;
+    bool changed = false;
+    for (const LogContent::Label& label : content.labels) {
+        QCheckBox* box = seriesCheckBoxes[label.channel];
+        channelLabels[label.channel] = label.text;
+        box->setText(label.text);
+        if (label.hides) {
+            changed = changed || box->isChecked();
+            box->setCheckState(Qt::Unchecked);
+            box->hide();
+        }
+    }
+    holdStrip = false;
+    if (changed) {
+        seriesVisible_stateChanged(Qt::Unchecked);
+    }
+}
+
+// In the working directory, and left open: frames of a capture that runs go there from now on.
+void DataLoggerApp::openConversion(const QString& pattern)
+{
+    openCandumpFile(pattern.arg(fileStamp(QDateTime::currentDateTime())));
+}
+
+void DataLoggerApp::plotImport(const RecordPoints& points)
+{
+    for (int channel = 0; channel < points.channelCount(); ++channel) {
+        addInArrivalOrder(*plot->graph(channel)->data(), points.points(channel));
+    }
+    requestReplot();
+}

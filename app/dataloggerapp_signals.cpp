@@ -1,10 +1,99 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
+#include "formats/arrivalorder.h"
+#include "formats/channelcolour.h"
+#include "formats/signalcells.h"
+#include "formats/signaldecoder.h"
+#include "formats/signalset.h"
+#include "ui_dataloggerapp.h"
 
-void DataLoggerApp::on_addCanTrace_clicked() {}
+#include <QFileDialog>
+#include <QScopedValueRollback>
+#include <qcustomplot.h>
 
-void DataLoggerApp::on_canTraceFrames_itemChanged(QTableWidgetItem* /*item*/) {}
+void DataLoggerApp::on_addCanTrace_clicked()
+{
+    addSignal(CanSignalData());
+}
 
-void DataLoggerApp::on_saveCanSignals_clicked() {}
+// Adds a row without items to the table, and its curve to the chart. The signal stands in the list
+// before any cell does: each new cell runs the slot below.
+void DataLoggerApp::addSignal(const CanSignalData& signal)
+{
+    QCPGraph* graph = plot->addGraph();
+    graph->setPen(QPen(channelColour(canSignalGraphs.size())));
+    canSignalGraphs.append(graph);
+    canSignals.append(signal);
+    ui->canTraceFrames->setRowCount(canSignals.size());
+}
 
-void DataLoggerApp::on_loadCanSignals_clicked() {}
+void DataLoggerApp::on_canTraceFrames_itemChanged(QTableWidgetItem* item)
+{
+    const int row = item->row();
+    const int column = item->column();
+    emit addLog(QStringLiteral("row: %1, col: %2, val: %3").arg(row).arg(column).arg(item->text()));
+    if (!item->tableWidget() || row >= canSignals.size() || column >= SignalColumnCount) {
+        return;
+    }
+    // A text that the console wrote says less than the value: it never changes it.
+    CanSignalData& signal = canSignals[row];
+    const CellEdit edit =
+        writingCells ? CellEdit::Unchanged : applySignalCell(signal, column, item->text());
+    switch (edit) {
+    case CellEdit::Changed:
+        rebuildSignalGraph(row);
+        break;
+    case CellEdit::Unchanged: {
+        const QScopedValueRollback<bool> writing(writingCells, true);
+        item->setText(signalCellText(signal, column));
+        break;
+    }
+    case CellEdit::Renamed:
+        break;
+    }
+}
+
+void DataLoggerApp::rebuildSignalGraph(int row)
+{
+    const auto curve = signalCurve(canSignals[row], canTraceFrameList, frameIndex);
+    if (!curve) {
+        return; // no place for such a signal in a frame: the old curve stays, without a word
+    }
+    QCPGraphDataContainer& points = *canSignalGraphs[row]->data();
+    points.clear();
+    addInArrivalOrder(points, *curve);
+    requestReplot();
+}
+
+void DataLoggerApp::on_saveCanSignals_clicked()
+{
+    const QString name =
+        QFileDialog::getSaveFileName(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
+    if (name.isEmpty()) {
+        return;
+    }
+    QFile file(name);
+    file.open(QIODevice::WriteOnly);
+    file.write(signalSet(canSignals));
+}
+
+// The rows are added to those that are there. They draw nothing until "Show" is changed.
+void DataLoggerApp::on_loadCanSignals_clicked()
+{
+    const QString name =
+        QFileDialog::getOpenFileName(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
+    if (name.isEmpty()) {
+        return;
+    }
+    QFile file(name);
+    file.open(QIODevice::ReadOnly);
+    const QScopedValueRollback<bool> writing(writingCells, true);
+    for (const CanSignalData& signal : readSignalSet(file)) {
+        addSignal(signal);
+        const int row = canSignals.size() - 1;
+        for (int column = 0; column < SignalColumnCount; ++column) {
+            ui->canTraceFrames->setItem(
+                row, column, new QTableWidgetItem(loadedSignalCellText(signal, column)));
+        }
+    }
+}

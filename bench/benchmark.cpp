@@ -49,6 +49,18 @@ void Benchmark::print(const QString& line)
     }
 }
 
+void needPreload(char** argv)
+{
+    const QByteArray library = "libumockdev-preload.so.0";
+    QByteArray preload = qgetenv("LD_PRELOAD");
+    if (!preload.contains(library)) {
+        preload += (preload.isEmpty() ? "" : ":") + library;
+        qputenv("LD_PRELOAD", preload);
+        execv("/proc/self/exe", argv);
+        std::perror("the preload for mocked ports");
+    }
+}
+
 qint64 residentSize()
 {
     QFile file(QStringLiteral("/proc/self/statm"));

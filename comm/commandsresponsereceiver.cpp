@@ -13,6 +13,8 @@
 #include "comm/trace.h"
 #include "schema/link.pb.h"
 
+#include <limits>
+
 using xcu::Response;
 
 namespace {
@@ -89,7 +91,8 @@ void CommandsResponseReceiver::setDataLoggerCommandsResponse(IDataLoggerCommands
 void CommandsResponseReceiver::decodeResponse(const std::string& data)
 {
     Response response;
-    if (!response.ParseFromString(data)) {
+    // The parser counts in int: what is larger is no message, and must not reach it.
+    if (data.size() > std::numeric_limits<int>::max() || !response.ParseFromString(data)) {
         return;
     }
     switch (response.resp_case()) {

@@ -32,8 +32,7 @@ PortList::Source PortList::systemSource()
 
 PortList::PortList(Source facts)
     : source(std::move(facts))
-{
-}
+{}
 
 QList<QSerialPortInfo> PortList::availablePorts()
 {

@@ -49,7 +49,6 @@ void advance(std::string& data, quint32 sent)
 
 CanTraffic::CanTraffic(int identifiers, quint32 seed)
 {
-    constexpr int mostIdentifiers = 1000; // half of what 11 bits can tell apart
     std::mt19937 random(seed);
     std::set<int> used;
     const int count = std::clamp(identifiers, 1, mostIdentifiers);

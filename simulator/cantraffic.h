@@ -12,7 +12,8 @@
 class CanTraffic
 {
 public:
-    static constexpr int busCount = 4; // numbered from 0
+    static constexpr int busCount = 4;           // numbered from 0
+    static constexpr int mostIdentifiers = 1000; // half of what 11 bits can tell apart
 
     CanTraffic(int identifiers, quint32 seed);
 

@@ -175,9 +175,9 @@ constexpr Command commands[] = {
     {"bootloader", "", "Restart as bootloader.", becomeBootloader},
     {"device", "", "Restart as device.", becomeDevice},
     {"record", "[N]", "Send N records of the last session, unasked.", pushRecords},
-    {"frame", "", "Send the next frame of the CAN traffic, unasked.", pushFrame},
-    {"frame", "BUS ID DATA [extended] [fd] [brs]", "Send this frame; DATA is hexadecimal.",
+    {"frame", "BUS ID DATA [extended] [fd] [brs]", "Send a CAN frame; DATA is hexadecimal.",
      pushFrame},
+    {"frame", "", "Send the next frame of the CAN traffic.", pushFrame},
     {"fault", "add TYPE MODE CATEGORY ID COMPONENT", "Enter a fault, or a warning with TYPE 1.",
      changeFaults},
     {"fault", "clear", "Empty the fault list.", changeFaults},
@@ -257,8 +257,9 @@ QString LineCommands::execute(const QString& line)
     if (command == std::end(commands)) {
         return QStringLiteral("unknown command, try help: ") + line;
     }
+    const bool takesArguments = command->arguments[0] != '\0';
     for (ControllerUnit* unit : meant) {
-        if (!command->run(*unit, words)) {
+        if ((!takesArguments && !words.isEmpty()) || !command->run(*unit, words)) {
             return QStringLiteral("wrong arguments, try help: ") + line;
         }
     }

@@ -2,7 +2,6 @@
 #include "simulator/linesource.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <array>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -52,7 +51,7 @@ void LineSource::work()
         const QString text = QString::fromUtf8(pending.left(end)).simplified();
         pending.remove(0, end + 1);
         if (text.section(' ', 0, 0) == QLatin1String("wait")) {
-            pause.start(text.section(' ', 1).toInt());
+            pause.start(qMax(0, text.section(' ', 1).toInt()));
         } else {
             emit line(text);
         }

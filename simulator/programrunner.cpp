@@ -14,7 +14,7 @@ ProgramRunner::ProgramRunner(QObject* parent)
         });
     connect(&process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart) {
-            emit failedToStart(process.errorString());
+            emit failedToStart(process.program() + ": " + process.errorString());
             emit ended(cannotRun);
         }
     });

@@ -71,7 +71,7 @@ void PseudoTerminal::openFarEnd()
 
 QByteArray PseudoTerminal::read()
 {
-    std::array<char, 16 * 1024> buffer;
+    std::array<char, 16384> buffer;
     const ssize_t size = ::read(nearEnd, buffer.data(), buffer.size());
     return {buffer.data(), static_cast<int>(qMax<ssize_t>(0, size))};
 }
@@ -99,9 +99,9 @@ void PseudoTerminal::discardUnread()
 PseudoTerminal::Use PseudoTerminal::takeUse()
 {
     Events events = takeEvents();
-    Use use = events.opened ? Use::Opened : Use::Unchanged;
-    if (events.opened && events.closed) {
-        use = events.openedLast ? Use::Reopened : Use::Unchanged;
+    Use use = Use::Unchanged;
+    if (events.opened) {
+        use = events.closed && events.openedLast ? Use::Reopened : Use::Opened;
     }
     // Asking opens the far end, which is an event again. A program that opens it in that very
     // moment shows by the bytes that it sends.

@@ -55,6 +55,10 @@ void Simulation::addController(const ControllerOptions& controller)
     connect(&port, &MockedPort::plugged, this, [=] { tell(who + " is plugged in"); });
     connect(&port, &MockedPort::unplugged, this, [=] { tell(who + " is gone"); });
     scheduleCable(port);
+    if (options.bootloaderAfterMs > 0) {
+        QTimer::singleShot(
+            options.bootloaderAfterMs, &port, [&port] { port.changeGuise(Guise::Bootloader); });
+    }
     port.plug();
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/simulationoptions.h"
 
+#include "simulator/cantraffic.h"
+#include "simulator/channels.h"
 #include "simulator/faultmemory.h"
 #include "simulator/linecommands.h"
 
@@ -23,40 +25,59 @@ Rates are in items a second, or the word "flood": as fast as the line takes them
 Of trouble, every nth response is hit. The same options give the same controller;
 what looks random comes from the seed.)";
 
+constexpr int anyNumber = std::numeric_limits<int>::max();
+constexpr int mostControllers = 16;
+constexpr int mostFaults = 10000;
+constexpr int mostMaps = 65536;
+constexpr unsigned int longestMapAxis = 1024;
+
 struct OptionText
 {
     const char* name;
     const char* description;
-    const char* value; // null for a switch
-    const char* defaultValue;
+    const char* value = nullptr; // what the value is; null for a switch
+    QString defaultValue = {};
 };
 
-constexpr OptionText optionTexts[] = {
-    {"controllers", "How many controllers.", "n", "1"},
-    {"serial", "Serial number of the first, second ... controller; repeatable.", "text", nullptr},
-    {"bootloader", "The controllers start as bootloaders.", nullptr, nullptr},
-    {"seed", "Source of all that looks random; the second controller has the next.", "n", "1"},
-    {"channels", "Log channels of a controller, 0 to 128.", "n", "128"},
-    {"named-channels", "Log channels with an entry in the configuration.", "n", "40"},
-    {"start-time", "The controller's clock at power-up, in ms.", "ms", "0"},
-    {"records-per-second", "Records pushed in a passive session.", "rate", "50"},
-    {"frames-per-second", "CAN frames while the capture runs.", "rate", "100"},
-    {"identifiers", "CAN identifiers among them, 1 to 1000.", "n", "24"},
-    {"maps", "Number of calibration maps.", "n", "4"},
-    {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR", nullptr},
-    {"faults", "Entries in the fault list.", "n", "3"},
-    {"calibration-time", "Duration of a driver calibration, in ms.", "ms", "3000"},
-    {"delay", "Trouble: responses are held back, in ms.", "ms", "0"},
-    {"drop", "Trouble: every nth response is lost.", "n", "0"},
-    {"double", "Trouble: every nth response comes twice.", "n", "0"},
-    {"garbage", "Trouble: ahead of every nth response comes a senseless frame.", "n", "0"},
-    {"split", "Trouble: frames come in pieces, cut anywhere.", nullptr, nullptr},
-    {"unplug-after", "The cable is pulled so many ms after it was put in.", "ms", "0"},
-    {"replug-after", "The cable is put back so many ms later, and so on in turn.", "ms", "0"},
-    {"interactive", "Line commands come on standard input.", nullptr, nullptr},
-    {"commands", "Line commands come from a file or named pipe.", "path", nullptr},
-    {"stats", "File for counts, written at the end and by the command stats.", "path", nullptr},
-};
+std::vector<OptionText> optionTexts()
+{
+    const ControllerOptions usual;
+    const auto text = [](auto number) { return QString::number(number); };
+    return {
+        {"controllers", "How many controllers.", "n", text(1)},
+        {"serial", "Serial number of the first, second ... controller; repeatable.", "text"},
+        {"bootloader", "The controllers start as bootloaders."},
+        {"seed", "Source of all that looks random; the second controller has the next.", "n",
+         text(usual.seed)},
+        {"channels", "Log channels of a controller, 0 to 128.", "n", text(usual.channels)},
+        {"named-channels", "Log channels with an entry in the configuration.", "n",
+         text(usual.namedChannels)},
+        {"start-time", "The controller's clock at power-up.", "ms", text(usual.startTimeMs)},
+        {"records-per-second", "Records pushed in a passive session.", "rate",
+         text(usual.recordsPerSecond)},
+        {"frames-per-second", "CAN frames while the capture runs.", "rate",
+         text(usual.framesPerSecond)},
+        {"identifiers", "CAN identifiers among them, 1 to 1000.", "n", text(usual.identifiers)},
+        {"maps", "Number of calibration maps.", "n", text(usual.maps.size())},
+        {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR"},
+        {"faults", "Entries in the fault list.", "n", text(3)},
+        {"calibration-time", "Duration of a driver calibration.", "ms", text(usual.calibrationMs)},
+        {"delay", "Trouble: responses are held back.", "ms", text(0)},
+        {"drop", "Trouble: every nth response is lost.", "n", text(0)},
+        {"double", "Trouble: every nth response comes twice.", "n", text(0)},
+        {"garbage", "Trouble: ahead of every nth response comes a senseless frame.", "n", text(0)},
+        {"split", "Trouble: frames come in pieces, cut anywhere."},
+        {"unplug-after", "The cable is pulled so long after it was put in; 0 for never.", "ms",
+         text(0)},
+        {"replug-after", "The cable is put back so long after that, and so on in turn.", "ms",
+         text(0)},
+        {"bootloader-after", "A reset into the bootloader so long after the start; 0 for never.",
+         "ms", text(0)},
+        {"interactive", "Line commands come on standard input."},
+        {"commands", "Line commands come from a file or named pipe.", "path"},
+        {"stats", "File for counts, written at the end and by the command stats.", "path"},
+    };
+}
 
 QString defaultSerialNumber(int index)
 {
@@ -87,15 +108,12 @@ Reader::Reader(const QStringList& arguments, ParsedCommandLine& result)
 {
     parser.setApplicationDescription(QString::fromLatin1(description));
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    for (const OptionText& text : optionTexts) {
+    for (const OptionText& text : optionTexts()) {
         QCommandLineOption option(QString::fromLatin1(text.name), text.description);
-        if (text.value != nullptr) {
-            option.setValueName(text.value);
-        }
-        if (text.defaultValue != nullptr) {
+        option.setValueName(QString::fromLatin1(text.value));
+        if (!text.defaultValue.isEmpty()) {
             option.setDefaultValue(text.defaultValue);
-            option.setDescription(
-                option.description() + QStringLiteral(" [%1]").arg(text.defaultValue));
+            option.setDescription(option.description() + " [" + text.defaultValue + ']');
         }
         parser.addOption(option);
     }
@@ -113,8 +131,6 @@ Reader::Reader(const QStringList& arguments, ParsedCommandLine& result)
 
 void Reader::read()
 {
-    constexpr int anyNumber = std::numeric_limits<int>::max();
-    constexpr int mostControllers = 16;
     SimulationOptions& options = out.options;
     const QStringList serials = parser.values(QStringLiteral("serial"));
     const ControllerOptions common = controller();
@@ -126,6 +142,7 @@ void Reader::read()
     }
     options.unplugAfterMs = number("unplug-after", 0, anyNumber);
     options.replugAfterMs = number("replug-after", 0, anyNumber);
+    options.bootloaderAfterMs = number("bootloader-after", 0, anyNumber);
     options.interactive = parser.isSet(QStringLiteral("interactive"));
     options.commandsPath = parser.value(QStringLiteral("commands"));
     options.statsPath = parser.value(QStringLiteral("stats"));
@@ -134,12 +151,11 @@ void Reader::read()
 
 ControllerOptions Reader::controller()
 {
-    constexpr int anyNumber = std::numeric_limits<int>::max();
     ControllerOptions options;
     options.guise = parser.isSet(QStringLiteral("bootloader")) ? Guise::Bootloader : Guise::Device;
     options.seed = static_cast<quint32>(number("seed", 0, anyNumber));
-    options.channels = number("channels", 0, 128);
-    options.namedChannels = number("named-channels", 0, 128);
+    options.channels = number("channels", 0, logChannelCount);
+    options.namedChannels = number("named-channels", 0, logChannelCount);
     bool isNumber = false;
     options.startTimeMs = parser.value(QStringLiteral("start-time")).toUInt(&isNumber);
     if (!isNumber) {
@@ -147,9 +163,9 @@ ControllerOptions Reader::controller()
     }
     options.recordsPerSecond = rate("records-per-second");
     options.framesPerSecond = rate("frames-per-second");
-    options.identifiers = number("identifiers", 1, 1000);
+    options.identifiers = number("identifiers", 1, CanTraffic::mostIdentifiers);
     options.maps = maps();
-    options.faults = plausibleFaults(number("faults", 0, 10000), options.seed);
+    options.faults = plausibleFaults(number("faults", 0, mostFaults), options.seed);
     options.calibrationMs = number("calibration-time", 0, anyNumber);
     options.trouble = trouble();
     options.keepReceived = 0; // nobody would ask for them, and a drive is long
@@ -158,17 +174,15 @@ ControllerOptions Reader::controller()
 
 std::vector<MapSize> Reader::maps()
 {
-    constexpr int mostMaps = 65536;
-    constexpr unsigned int longestAxis = 1024;
     const std::vector<MapSize> usual = ControllerOptions().maps;
-    std::vector<MapSize> sizes;
-    for (int i = 0; i < number("maps", 0, mostMaps); ++i) {
-        sizes.push_back(usual[i % usual.size()]);
+    std::vector<MapSize> sizes(number("maps", 0, mostMaps));
+    for (std::size_t i = 0; i < sizes.size(); ++i) {
+        sizes[i] = usual[i % usual.size()];
     }
     if (parser.isSet(QStringLiteral("map-size"))) {
         const QString text = parser.value(QStringLiteral("map-size"));
         const MapSize size = {text.section('x', 0, 0).toUInt(), text.section('x', 1).toUInt()};
-        if (qMin(size.columns, size.rows) == 0 || qMax(size.columns, size.rows) > longestAxis) {
+        if (qMin(size.columns, size.rows) == 0 || qMax(size.columns, size.rows) > longestMapAxis) {
             fail("map-size");
         }
         sizes.assign(sizes.size(), size);
@@ -178,7 +192,6 @@ std::vector<MapSize> Reader::maps()
 
 Trouble Reader::trouble()
 {
-    constexpr int anyNumber = std::numeric_limits<int>::max();
     Trouble trouble;
     trouble.delayMs = number("delay", 0, anyNumber);
     trouble.dropEvery = number("drop", 0, anyNumber);

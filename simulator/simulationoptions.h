@@ -11,8 +11,9 @@
 struct SimulationOptions
 {
     std::vector<ControllerOptions> controllers;
-    int unplugAfterMs = 0; // the cable is pulled so long after it was plugged in; 0 for never
-    int replugAfterMs = 0; // and put back so long after that; 0 for never
+    int unplugAfterMs = 0;     // the cable is pulled so long after it was plugged in; 0 for never
+    int replugAfterMs = 0;     // and put back so long after that; 0 for never
+    int bootloaderAfterMs = 0; // reset into the bootloader so long after the start; 0 for never
     bool interactive = false;
     QString commandsPath;
     QString statsPath;

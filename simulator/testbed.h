@@ -33,6 +33,7 @@ public:
 private:
     struct Library;
 
+    void handOnIoctls();
     QString usbPath(const QString& name);
     QString nodePath(const QString& name) const;
 

@@ -33,6 +33,7 @@ VirtualController::VirtualController(ControllerOptions options, QObject* parent)
     , framePacer(settings.framesPerSecond)
     , history(settings.keepReceived)
 {
+    qRegisterMetaType<Guise>("Guise");
     steadyClock.start();
     clock = [this] { return steadyClock.elapsed(); };
     recordResponse.set_protocol_version(1);
@@ -205,9 +206,8 @@ void VirtualController::schedulePushing()
 
 void VirtualController::push()
 {
-    constexpr int burst = 128;                // of each kind; then the event loop has its turn
-    constexpr int enoughWaiting = 256 * 1024; // bytes that a cut line holds back
-    if (line.waitingBytes() > enoughWaiting) {
+    constexpr int burst = 128; // of each kind; then the event loop has its turn
+    if (line.isFull()) {
         return;
     }
     if (datalogger.isPassive()) {

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <utility>
@@ -13,6 +14,9 @@
 namespace {
 
 constexpr int MaxIdLength = 16;
+
+// Sign, digits before the point of the largest double, point and 6 decimals.
+constexpr std::size_t MaxRealLength = 1 + (std::numeric_limits<double>::max_exponent10 + 1) + 1 + 6;
 
 // Room for everything but payload and time: brackets, words, bus, identifier, marker, line feed.
 constexpr std::size_t MaxFixedLength = 64;
@@ -42,6 +46,26 @@ char* putSeconds(char* out, int timestampMs)
     *out++ = static_cast<char>('0' + fraction / 10 % 10);
     *out++ = static_cast<char>('0' + fraction % 10);
     return putText(out, "000");
+}
+
+// Whether Qt prints the number with 6 decimals as the standard library does. Infinity and NaN it
+// writes in its own way, a zero has no sign, and odd multiples of 1/128, which lie midway between
+// two sixth decimals, are rounded away from zero.
+bool isPrintedAlike(double value)
+{
+    const double halves = value * 128.0;
+    return std::isfinite(value) && value != 0.0 &&
+           (std::trunc(halves) != halves || std::fmod(halves, 2.0) == 0.0);
+}
+
+// Any number that a foreign trace brings, as Qt prints it with 6 decimals.
+char* putReal(char* out, double value)
+{
+    if (isPrintedAlike(value)) {
+        return std::to_chars(out, out + MaxRealLength, value, std::chars_format::fixed, 6).ptr;
+    }
+    const QByteArray text = QByteArray::number(value, 'f', 6);
+    return putText(out, {text.constData(), static_cast<std::size_t>(text.size())});
 }
 
 char* putHex(char* out, std::string_view bytes)
@@ -80,12 +104,10 @@ void composeCandumpLine(
 void composeImportedFrameLine(
     std::string& line, double seconds, int busNumber, int canId, std::string_view payload)
 {
-    // Foreign traces bring any time, hundreds of digits and "nan" included.
-    const QByteArray time = QByteArray::number(seconds, 'f', 6);
-    line.resize(MaxFixedLength + static_cast<std::size_t>(time.size()) + 2 * payload.size());
+    line.resize(MaxFixedLength + MaxRealLength + 2 * payload.size());
     char* out = line.data();
     *out++ = '(';
-    out = putText(out, {time.constData(), static_cast<std::size_t>(time.size())});
+    out = putReal(out, seconds);
     out = putText(out, ") can");
     out = putDecimal(out, busNumber);
     *out++ = ' ';

@@ -4,75 +4,53 @@
 #include <QMetaMethod>
 #include <QSpinBox>
 #include <QSplitter>
-
-namespace {
-
-QString declaration(const QMetaMethod& method)
-{
-    const QList<QByteArray> types = method.parameterTypes();
-    const QList<QByteArray> names = method.parameterNames();
-    QStringList parameters;
-    for (int i = 0; i < types.size(); ++i) {
-        parameters.append(QString(types[i] + ' ' + names[i]).trimmed());
-    }
-    return QStringLiteral("%1(%2)").arg(method.name(), parameters.join(", "));
-}
-
-} // namespace
+#include <map>
 
 class ConsoleWindowTest : public QObject
 {
     Q_OBJECT
 
-private:
-    std::unique_ptr<ConsoleHome> home;
-
 private slots:
-    void init() { home = std::make_unique<ConsoleHome>(); }
-    void cleanup() { home.reset(); }
-
     // Scripts reach slots by index, and connectSlotsByName by name.
     void metaObjectKeepsItsList()
     {
-        const QString expected =
+        ConsoleHome home;
+        const QByteArray expected =
             "addLog(QString) promptReceived() pongReceived(uint) writePort(std::string) "
-            "openPort(QSerialPortInfo*) on_candump_clicked(bool checked) on_candump_clicked() "
-            "on_calibrationStart_clicked() on_refreshRate_valueChanged(int arg1) "
-            "on_mapTuner_clicked() on_canMsg_stateChanged(int arg1) "
-            "on_virtualInput_sliderMoved(int position) "
-            "on_virtualInputsShow_stateChanged(int arg1) "
-            "on_dataSelectorShow_stateChanged(int arg1) seriesVisible_stateChanged(int arg1) "
+            "openPort(QSerialPortInfo*) on_candump_clicked(bool)checked on_candump_clicked() "
+            "on_calibrationStart_clicked() on_refreshRate_valueChanged(int)arg1 "
+            "on_mapTuner_clicked() on_canMsg_stateChanged(int)arg1 "
+            "on_virtualInput_sliderMoved(int)position "
+            "on_virtualInputsShow_stateChanged(int)arg1 "
+            "on_dataSelectorShow_stateChanged(int)arg1 seriesVisible_stateChanged(int)arg1 "
             "refreshPorts() on_pushButton_2_clicked() readPort(std::string) "
             "on_promptReceived() on_pongReceived(uint) on_startLogging_clicked() "
             "on_stopLogging_clicked() on_ping_timer() "
             "on_actionOpen_with_Timestamp_triggered(bool) on_faultTimer_tieout() "
-            "on_canMsgSend_clicked() on_autostart_stateChanged(int arg1) "
-            "on_splitter_2_splitterMoved(int pos, int index) "
-            "on_splitter_splitterMoved(int pos, int index) "
-            "on_widget_2_customContextMenuRequested(QPoint pos) "
-            "on_channelCount_currentIndexChanged(int index) "
-            "on_canTraceFrames_itemChanged(QTableWidgetItem* item) on_addCanTrace_clicked() "
-            "on_PValue_valueChanged(double arg1) on_faultStatus_clicked() "
+            "on_canMsgSend_clicked() on_autostart_stateChanged(int)arg1 "
+            "on_splitter_2_splitterMoved(int,int)pos,index "
+            "on_splitter_splitterMoved(int,int)pos,index "
+            "on_widget_2_customContextMenuRequested(QPoint)pos "
+            "on_channelCount_currentIndexChanged(int)index "
+            "on_canTraceFrames_itemChanged(QTableWidgetItem*)item on_addCanTrace_clicked() "
+            "on_PValue_valueChanged(double)arg1 on_faultStatus_clicked() "
             "on_saveCanSignals_clicked() on_loadCanSignals_clicked()";
         const QMetaObject& meta = DataLoggerApp::staticMetaObject;
-        QStringList found;
+        QByteArrayList found;
         for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-            found.append(declaration(meta.method(i)));
-            const bool isSignal = meta.method(i).methodType() == QMetaMethod::Signal;
-            QCOMPARE(isSignal, i - meta.methodOffset() < 5);
+            const QMetaMethod method = meta.method(i);
+            found.append(method.methodSignature() + method.parameterNames().join(','));
+            QCOMPARE(method.methodType() == QMetaMethod::Signal, i - meta.methodOffset() < 5);
         }
         QCOMPARE(found.join(' '), expected);
         ConsoleRig console;
-        for (const char* base :
-             {"IDataLoggerCommandsResponse", "IControlerAdaptationResponse",
-              "IConfigCommandsResponse", "ICandumpResponse", "IFaultServiceCommandsResponse"}) {
-            QVERIFY2(console.window.qt_metacast(base), base);
-        }
+        QVERIFY(console.window.qt_metacast("IFaultServiceCommandsResponse"));
     }
 
-    // Children in their order of making, depth first, then the way of the tab key.
+    // Children in their order of making, depth first.
     void formHoldsItsObjectsInOrder()
     {
+        ConsoleHome home;
         ConsoleRig console;
         QStringList names;
         for (const QObject* object : console.window.findChildren<QObject*>()) {
@@ -94,23 +72,11 @@ private slots:
             "canNetId dataSeriesWidget dataSeriesLayout_2 dataSeriesLayout virtualInputsWidget "
             "virtualInputLayout widget verticalLayout_3 chartLayout menuBar menuFile mainToolBar "
             "statusBar");
-        const QString tabs =
-            "pushButton_2 xcuSerialNumber selectChannels startLogging stopLogging channelCount "
-            "passiveDatalogger dataSelectorShow virtualInputsShow canMsg refreshRate "
-            "calibrationStart mapTuner candump faultStatus canMsgId dataSeriesWidget";
-        QStringList found;
-        const QWidget* widget = console.child<QWidget>("pushButton_2");
-        do {
-            if ((tabs + " autostart").split(' ').contains(widget->objectName())) {
-                found.append(widget->objectName());
-            }
-            widget = widget->nextInFocusChain();
-        } while (widget != console.child<QWidget>("dataSeriesWidget"));
-        QCOMPARE(found.join(' ') + " dataSeriesWidget", tabs);
     }
 
     void firstRunStartsFromDefaults()
     {
+        ConsoleHome home;
         {
             ConsoleRig console;
             QCOMPARE(console.window.size(), QSize(400, 400));
@@ -119,53 +85,51 @@ private slots:
             QCOMPARE(console.child<QComboBox>("channelCount")->currentText(), "64 channels");
             // The absent pace reads 0, which the box makes its minimum.
             QCOMPARE(console.child<QSpinBox>("refreshRate")->text(), "1ms");
-            for (int channel : {0, 31, 32, 127}) {
-                const QString name = QString("data %1").arg(channel + 1);
-                QCOMPARE(console.channelBox(channel)->text(), name);
-                QCOMPARE(console.channelBox(channel)->checkState(), Qt::Checked);
-                QCOMPARE(console.plot()->graph(channel)->name(), name);
-            }
+            QCOMPARE(console.channelBox(32)->text(), "data 33");
+            QVERIFY(console.channelBox(32)->isChecked());
+            QCOMPARE(console.plot()->graph(32)->name(), "data 33");
             QCOMPARE(console.plot()->graphCount(), 128);
             QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
             // The panels write their keys, and nothing else does.
             QCOMPARE(
-                home->keys(),
+                home.keys(),
                 QStringList({"ui/pidTunerShow", "ui/showChannelSelector", "ui/virtualInputShow"}));
-            QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(false));
-            QVERIFY(home->documents().exists("Corvane Motion Systems"));
+            QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(false));
+            QVERIFY(home.documents().exists("Corvane Motion Systems"));
         }
-        QCOMPARE(home->stored("ui/refreshRate").toInt(), 1);
-        QCOMPARE(home->stored("ui/size").toSize(), QSize(400, 400));
-        QCOMPARE(home->stored("ui/pos").toPoint(), QPoint(200, 200));
-        QCOMPARE(home->stored("ui/isMaximized"), QVariant(false));
+        QCOMPARE(home.stored("ui/refreshRate").toInt(), 1);
+        QCOMPARE(home.stored("ui/pos").toPoint(), QPoint(200, 200));
+        QCOMPARE(home.stored("ui/isMaximized"), QVariant(false));
     }
 
     void storedStateComesBack()
     {
-        home->store("ui/refreshRate", 5000);
-        home->store("ui/channelsCount", 9); // no such choice
-        home->store("ui/autostart", 2);
-        home->store("ui/channels/3/selected", false);
-        home->store("ui/channels/3/label", "Oil");
-        home->store("ui/channelLayout", QByteArray("no splitter state"));
+        ConsoleHome home;
+        home.store("ui/refreshRate", 5000);
+        home.store("ui/channelsCount", 9); // no such choice
+        home.store("ui/autostart", 2);
+        home.store("ui/channels/3/selected", false);
+        home.store("ui/channels/3/label", "Oil");
+        home.store("ui/channelLayout", QByteArray("no splitter state"));
         {
             ConsoleRig console;
             QCOMPARE(console.child<QComboBox>("channelCount")->currentIndex(), -1);
-            QCOMPARE(home->stored("ui/channelsCount").toInt(), -1);
+            QCOMPARE(home.stored("ui/channelsCount").toInt(), -1);
             QCOMPARE(console.child<QCheckBox>("autostart")->checkState(), Qt::Checked);
             QCOMPARE(console.channelBox(3)->checkState(), Qt::Unchecked);
             QCOMPARE(console.channelBox(3)->text(), "Oil");
             QCOMPARE(console.plot()->graph(3)->name(), "Oil");
             QVERIFY(!console.plot()->graph(3)->visible());
-            QVERIFY(!home->keys().contains("ui/channels/4/selected"));
+            QVERIFY(!home.keys().contains("ui/channels/4/selected"));
         }
-        QCOMPARE(home->stored("ui/refreshRate").toInt(), 2000);
+        QCOMPARE(home.stored("ui/refreshRate").toInt(), 2000);
     }
 
     void ofTextsOnlyTrueMaximizes()
     {
+        ConsoleHome home;
         for (const char* value : {"true", "1"}) {
-            home->store("ui/isMaximized", value);
+            home.store("ui/isMaximized", value);
             ConsoleRig console;
             QCOMPARE(console.window.isMaximized(), QByteArray(value) == "true");
         }
@@ -174,9 +138,10 @@ private slots:
     // Hidden panels stay hidden, and since no box changes, their empty container stays.
     void hiddenPanelsComeBackHidden()
     {
+        ConsoleHome home;
         for (const char* key :
              {"ui/showChannelSelector", "ui/virtualInputShow", "ui/pidTunerShow"}) {
-            home->store(key, true);
+            home.store(key, true);
         }
         ConsoleRig console;
         auto* container = console.child<QWidget>("addonsContainer");
@@ -184,26 +149,67 @@ private slots:
         QVERIFY(!container->isHidden());
         console.click("canMsg");
         QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
+<<<<<<< HEAD
         QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(false));
+        QVERIFY(!container->isHidden());
+=======
+        QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(false));
+>>>>>>> app
         console.click("canMsg");
         QVERIFY(container->isHidden());
-        QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(true));
+        QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(true));
         console.click("dataSelectorShow");
         QVERIFY(!container->isHidden());
     }
 
     void splittersRememberTheirPlaces()
     {
+<<<<<<< HEAD
+        const std::map<const char*, const char*> keys = {
+            {"splitter", "ui/channelLayout"}, {"splitter_2", "ui/canLayout"}};
+        for (const auto& [name, key] : keys) {
+            QByteArray state;
+            {
+                ConsoleRig console;
+                auto* splitter = console.child<QSplitter>(name);
+                splitter->setSizes({300, 200});
+                emit splitter->splitterMoved(300, 1);
+                state = splitter->saveState();
+            }
+            QCOMPARE(home->stored(key).toByteArray(), state);
+            ConsoleRig again;
+            QCOMPARE(again.child<QSplitter>(name)->saveState(), state);
+        }
+=======
+        ConsoleHome home;
         ConsoleRig console;
         auto* splitter = console.child<QSplitter>("splitter");
         splitter->setSizes({300, 200});
         emit splitter->splitterMoved(300, 1);
-        QCOMPARE(home->stored("ui/channelLayout").toByteArray(), splitter->saveState());
-        QVERIFY(!home->keys().contains("ui/canLayout"));
+        QCOMPARE(home.stored("ui/channelLayout").toByteArray(), splitter->saveState());
+        QVERIFY(!home.keys().contains("ui/canLayout"));
+>>>>>>> app
+    }
+
+    void statusTextsWaitForTheDisplay()
+    {
+        ConsoleHome home;
+        ConsoleRig console;
+        console.window.show();
+        auto* bar = console.child<QStatusBar>("statusBar");
+        const auto heldBack = [&] {
+            emit console.window.addLog("a text");
+            emit console.window.addLog("the latest");
+            return !bar->updatesEnabled();
+        };
+        QTRY_VERIFY(heldBack());
+        QCOMPARE(console.status(), "the latest");
+        QTRY_VERIFY(bar->updatesEnabled());
     }
 
     void closingTheWindowEndsTheProgram()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.window.show();
         console.click("candump"); // opens its window

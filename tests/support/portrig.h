@@ -22,7 +22,8 @@ class PortRig
 public:
     enum class Lives { InCallingThread, InOwnThread };
 
-    explicit PortRig(ControllerOptions options = {}, Lives where = Lives::InCallingThread);
+    explicit PortRig(Lives where = Lives::InCallingThread);
+    explicit PortRig(ControllerOptions options, Lives where = Lives::InCallingThread);
     explicit PortRig(
         std::vector<ControllerOptions> controllers, Lives where = Lives::InCallingThread);
     ~PortRig();
@@ -55,10 +56,12 @@ public:
     }
 
 private:
+    class Worker;
+
     void inRigThread(const std::function<void()>& task);
 
     QThread thread;
-    std::unique_ptr<QObject> anchor; // lives in the rig's thread
+    std::unique_ptr<Worker> worker; // lives in the rig's thread
     std::unique_ptr<Testbed> testbed;
     std::vector<std::unique_ptr<ControllerUnit>> units;
 };

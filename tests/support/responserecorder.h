@@ -13,6 +13,7 @@
 #include "comm/iscopecommandsresponse.h"
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 // Implements every response interface and keeps each call as text: "name 1 2 [3 4] <bytes>".
@@ -27,7 +28,8 @@ class ResponseRecorder : public IBootloaderCommandsResponse,
                          public IScopeCommandsResponse
 {
 public:
-    using MapAxis = IMapTuningCommandsResponse::MapAxis;
+    using Ints = std::vector<int>;
+    using Bytes = const std::string;
 
     std::vector<std::string> calls;
 
@@ -38,104 +40,99 @@ public:
     }
 
     void bootloaderReady() override { record("bootloaderReady"); }
-    void bootloaderValue(unsigned int value) override { record("bootloaderValue", value); }
-    void pongReceived(unsigned int value) override { record("pongReceived", value); }
+    void bootloaderValue(unsigned v) override { record("bootloaderValue", v); }
+    void pongReceived(unsigned v) override { record("pongReceived", v); }
     void promptReceived() override { record("promptReceived"); }
 
     void loggerStarted() override { record("loggerStarted"); }
-    void loggerDataReceived(unsigned int number, unsigned int time, std::vector<int>&& v) override
+    void loggerDataReceived(unsigned number, unsigned time, Ints&& v) override
     {
         record("loggerDataReceived", number, time, v);
     }
     void loggerStopped() override { record("loggerStopped"); }
 
-    void writeConfiguration(unsigned int result, unsigned int id) override
+    void writeConfiguration(unsigned r, unsigned id) override
     {
-        record("writeConfiguration", result, id);
+        record("writeConfiguration", r, id);
     }
-    void readConfiguration(unsigned int result, unsigned int id, const std::string& data) override
+    void readConfiguration(unsigned r, unsigned id, Bytes& data) override
     {
-        record("readConfiguration", result, id, data);
+        record("readConfiguration", r, id, data);
     }
-    void eraseConfiguration(unsigned int result, unsigned int id) override
+    void eraseConfiguration(unsigned r, unsigned id) override
     {
-        record("eraseConfiguration", result, id);
+        record("eraseConfiguration", r, id);
     }
-    void writeCalibration(unsigned int result, unsigned int id) override
-    {
-        record("writeCalibration", result, id);
-    }
+    void writeCalibration(unsigned r, unsigned id) override { record("writeCalibration", r, id); }
 
-    void pidTunerStart(unsigned int value) override { record("pidTunerStart", value); }
-    void pidTunerSetPid(unsigned int value) override { record("pidTunerSetPid", value); }
-    void pidTunerGetPid(unsigned int id, int p1, int p2, int p3, int p4, int p5) override
+    void pidTunerStart(unsigned v) override { record("pidTunerStart", v); }
+    void pidTunerSetPid(unsigned v) override { record("pidTunerSetPid", v); }
+    void pidTunerGetPid(unsigned id, int a, int b, int c, int d, int e) override
     {
-        record("pidTunerGetPid", id, p1, p2, p3, p4, p5);
+        record("pidTunerGetPid", id, a, b, c, d, e);
     }
-    void pidTunerReset(unsigned int value) override { record("pidTunerReset", value); }
+    void pidTunerReset(unsigned v) override { record("pidTunerReset", v); }
 
-    void mapTuningStart(unsigned int count) override { record("mapTuningStart", count); }
-    void mapTuningMapDetails(unsigned int id, unsigned int x, unsigned int y) override
+    void mapTuningStart(unsigned n) override { record("mapTuningStart", n); }
+    void mapTuningMapDetails(unsigned id, unsigned x, unsigned y) override
     {
         record("mapTuningMapDetails", id, x, y);
     }
     void mapTuningGetMapLabel(
-        unsigned int id, MapAxis axis, unsigned int label, int value, MapCommandResult r) override
+        unsigned id, MapAxis a, unsigned l, int v, MapCommandResult r) override
     {
-        record("mapTuningGetMapLabel", id, int(axis), label, value, int(r));
+        record("mapTuningGetMapLabel", id, a, l, v, r);
     }
-    void mapTuningSetMapLabel(
-        unsigned int id, MapAxis axis, unsigned int label, MapCommandResult r) override
+    void mapTuningSetMapLabel(unsigned id, MapAxis a, unsigned l, MapCommandResult r) override
     {
-        record("mapTuningSetMapLabel", id, int(axis), label, int(r));
+        record("mapTuningSetMapLabel", id, a, l, r);
     }
     void mapTuningGetMapValue(
-        unsigned int id, unsigned int x, unsigned int y, int value, MapCommandResult r) override
+        unsigned id, unsigned x, unsigned y, int v, MapCommandResult r) override
     {
-        record("mapTuningGetMapValue", id, x, y, value, int(r));
+        record("mapTuningGetMapValue", id, x, y, v, r);
     }
-    void mapTuningSetMapValue(
-        unsigned int id, unsigned int x, unsigned int y, MapCommandResult r) override
+    void mapTuningSetMapValue(unsigned id, unsigned x, unsigned y, MapCommandResult r) override
     {
-        record("mapTuningSetMapValue", id, x, y, int(r));
+        record("mapTuningSetMapValue", id, x, y, r);
     }
-    void mapTuningMap(
-        unsigned int id, std::vector<int>&& x, std::vector<int>&& y, std::vector<int>&& v) override
+    void mapTuningMap(unsigned id, Ints&& x, Ints&& y, Ints&& v) override
     {
         record("mapTuningMap", id, x, y, v);
     }
-    void mapTuningGetLastGetValue(unsigned int id, int x, int y, int value) override
+    void mapTuningGetLastGetValue(unsigned id, int x, int y, int v) override
     {
-        record("mapTuningGetLastGetValue", id, x, y, value);
+        record("mapTuningGetLastGetValue", id, x, y, v);
     }
 
     void adaptationStart() override { record("adaptationStart"); }
-    void adaptationStatus(AdaptationStatus s) override { record("adaptationStatus", int(s)); }
+    void adaptationStatus(AdaptationStatus s) override { record("adaptationStatus", s); }
 
     void candumpStart() override { record("candumpStart"); }
     void candumpStop() override { record("candumpStop"); }
-    void candump(
-        int bus, int time, int id, bool extended, bool fd, bool brs, const std::string& d) override
+    void candump(int bus, int t, int id, bool ext, bool fd, bool brs, Bytes& data) override
     {
-        record("candump", bus, time, id, extended, fd, brs, d);
+        record("candump", bus, t, id, ext, fd, brs, data);
     }
 
-    void faultGetFaultCountResp(int first, int second) override
+    void faultGetFaultCountResp(int a, int b) override { record("faultGetFaultCountResp", a, b); }
+    void faultGetFaultsResp(std::vector<FaultItemData>&& v) override
     {
-        record("faultGetFaultCountResp", first, second);
-    }
-    void faultGetFaultsResp(std::vector<FaultItemData>&& items) override
-    {
-        record("faultGetFaultsResp", items);
+        record("faultGetFaultsResp", v);
     }
     void faultCleanFaultsResp() override { record("faultCleanFaultsResp"); }
 
-    void scopeDataReceived(int first, int second, int third, std::vector<int>&& s) override
+    void scopeDataReceived(int a, int b, int c, Ints&& v) override
     {
-        record("scopeDataReceived", first, second, third, s);
+        record("scopeDataReceived", a, b, c, v);
     }
 
 private:
+    template <typename Enumeration, typename = std::enable_if_t<std::is_enum_v<Enumeration>>>
+    static std::string text(Enumeration value)
+    {
+        return std::to_string(static_cast<int>(value));
+    }
     static std::string text(const std::string& bytes) { return '<' + bytes + '>'; }
     static std::string text(const FaultItemData& item)
     {

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "formats/canframes.h"
+
+#include <QHash>
+
+// Where in a growing list of frames the frames of each identifier stand. Costs 4 bytes a frame.
+class FrameIndex
+{
+public:
+    // Takes in the frames that were appended since the last call; the others must be unchanged.
+    void extend(const QVector<CanFrames>& frames);
+
+    // Places in the list, ascending; empty for an identifier that no frame has.
+    QVector<int> positions(int frameId) const { return positionsOf.value(frameId); }
+
+    // All identifiers, in no particular order.
+    QList<int> identifiers() const { return positionsOf.keys(); }
+
+private:
+    QHash<int, QVector<int>> positionsOf;
+    int indexed = 0; // frames taken in so far
+};

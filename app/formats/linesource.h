@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QIODevice>
+#include <QTextStream>
+#include <memory>
+#include <string>
+#include <string_view>
+
+// Cuts the content of a device into lines, a block at a time, so that a file of any size costs no
+// more memory than its longest line. Blocks are read and not mapped: a file that shrinks, or whose
+// stick is pulled, then ends early instead of ending the program.
+class LineSource
+{
+public:
+    enum Content {
+        Bytes, // as they stand
+        Text,  // UTF-8, or by byte order mark UTF-16 or UTF-32, which come out as UTF-8; no mark
+    };
+
+    // A device that is not open reads as empty.
+    LineSource(QIODevice& source, Content contentKind, char lineSeparator = '\n');
+
+    // The next line with its separator, which only the last line may lack; empty at the end. Valid
+    // until the next call.
+    std::string_view next();
+
+    // The next line of a text without white space at either end, as QString::trimmed knows it.
+    std::string_view nextTrimmed();
+
+    // Whether next() or nextTrimmed() has come to the end.
+    bool atEnd() const { return ended; }
+
+private:
+    bool readBlock();
+    void makeRoom(int size);
+
+    QIODevice& device;
+    const Content content;
+    std::unique_ptr<QTextStream> decoder; // for UTF-16 and UTF-32
+    const char separator;
+    std::string buffer;
+    std::size_t begin = 0; // of what has not been given out
+    std::size_t end = 0;   // of what has been read
+    bool ended = false;
+    QByteArray trimmedText;
+};

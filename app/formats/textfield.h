@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Fields and numbers of text lines in UTF-8. All of it gives what QString would give (split,
+// trimmed, toInt, toDouble, QByteArray::fromHex), odd readings included, at the speed of bytes:
+// plain forms are read here, whatever is not plain goes through Qt.
+
+// The text of some bytes. Unlike QString::fromUtf8 a byte order mark is a character.
+QString textOf(std::string_view bytes);
+
+// Without white space at either end, Unicode's included. `scratch` may hold the result.
+std::string_view trimmed(std::string_view text, QByteArray& scratch);
+
+// Takes the first field, and the separator behind it, off `rest`. Once nothing is left the fields
+// are empty, as those that a short line does not have.
+inline std::string_view takeField(std::string_view& rest, char separator)
+{
+    // Fields are so short that calling memchr would cost more than its speed wins.
+    std::size_t size = 0;
+    while (size < rest.size() && rest[size] != separator) {
+        ++size;
+    }
+    const std::string_view field = rest.substr(0, size);
+    rest.remove_prefix(std::min(size + 1, rest.size()));
+    return field;
+}
+
+// The same, passing over empty fields.
+inline std::string_view takeWord(std::string_view& rest, char separator)
+{
+    rest.remove_prefix(std::min(rest.find_first_not_of(separator), rest.size()));
+    return takeField(rest, separator);
+}
+
+inline void skipWords(std::string_view& rest, char separator, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        takeWord(rest, separator);
+    }
+}
+
+// `text` with every `from` replaced by `to`. `scratch` may hold the result.
+std::string_view replaced(std::string_view text, char from, char to, std::string& scratch);
+
+// 0 for what is not a number or does not fit.
+int decimalInt(std::string_view text);
+int hexInt(std::string_view text); // takes "0x" in front; 0 above 0x7fffffff
+double realNumber(std::string_view text);
+
+// Digits with at most one point among them, perhaps behind a minus sign, if the digits taken as an
+// integer are one that a double holds: a quotient of such a number and a power of ten is rounded
+// correctly. No value for anything else.
+std::optional<double> plainReal(std::string_view number);
+
+// Decodes hexadecimal digits, passing over all other characters; an odd first digit is a byte of
+// its own. Stores at most `capacity` bytes and returns how many there are.
+int decodeHex(std::string_view text, unsigned char* bytes, int capacity);

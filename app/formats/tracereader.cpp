@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "formats/linesource.h"
+#include "formats/textfield.h"
+#include "formats/tracereaders.h"
+
+int readTrace(QIODevice& device, TraceImport& import)
+{
+    LineSource lines(device, LineSource::Text);
+    CanFrames frame;
+    frame.busNumber = 1;
+    TimeBase base;
+    int count = 0;
+    for (auto line = lines.nextTrimmed(); !line.empty(); line = lines.nextTrimmed()) {
+        if (line.front() == ';') {
+            continue;
+        }
+        takeWord(line, ' '); // the message number
+        frame.frameTime = base.elapsed(realNumber(takeWord(line, ' '))) / 1000.0;
+        takeWord(line, ' ');
+        frame.frameId = hexInt(takeWord(line, ' '));
+        frame.length = decimalInt(takeWord(line, ' '));
+        takePayload(line, frame);
+        import.append(frame);
+        ++count;
+    }
+    return count;
+}

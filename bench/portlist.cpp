@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// bench_portlist: what the look for attached ports costs, ten times a second.
+#include "comm/portlist.h"
+#include "bench/benchmark.h"
+
+int main()
+{
+    Benchmark bench;
+    constexpr int ticks = 30;
+    const double enumeration = fastest([] { QSerialPortInfo::availablePorts(); });
+    qint64 now = 0;
+    PortList::Source source = PortList::systemSource();
+    source.milliseconds = [&now] { return now; };
+    PortList list(source);
+    list.availablePorts();
+    now += 3000; // nothing settles any more
+    const double watching = fastest([&] {
+        for (int tick = 0; tick < ticks; ++tick) {
+            now += 100;
+            list.availablePorts();
+        }
+    });
+    const double names = fastest([&] { source.names(); });
+    bench.figure("availablePorts()", enumeration * 1e3, "ms");
+    bench.figure("tick of the port list without enumeration", names * 1e3, "ms");
+    bench.atMost("tick of the port list, on average", watching / ticks * 1e3, 1.0, "ms");
+    return bench.exitCode();
+}

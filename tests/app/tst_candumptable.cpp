@@ -1,0 +1,209 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/candumpviewmodel.h"
+#include "app/candumpwindow.h"
+
+#include <QHeaderView>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTest>
+#include <limits>
+
+namespace {
+
+// Notes what the table's first cell says whenever the table is painted.
+class PaintLog : public QObject
+{
+public:
+    int count = 0;
+    QString lastText;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            const auto* table = qobject_cast<QTableView*>(watched->parent());
+            lastText = table->model()->index(0, 0).data().toString();
+            ++count;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+};
+
+} // namespace
+
+class TestCandumpTable : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<CandumpViewModel> model;
+
+    void update(int timestampMs, int canId, const QByteArray& hex)
+    {
+        const std::string bytes = QByteArray::fromHex(hex).toStdString();
+        model->updateFrame(-3, timestampMs, canId, true, true, true, bytes);
+    }
+
+    QVariant cell(int column, int role = Qt::DisplayRole) const
+    {
+        return model->index(0, column).data(role);
+    }
+
+    QColor colour(int column) const { return cell(column, Qt::ForegroundRole).value<QColor>(); }
+
+private slots:
+    void init()
+    {
+        // The colour timer finds no slot, and must not: see the model's constructor.
+        QTest::ignoreMessage(
+            QtWarningMsg,
+            QRegularExpression("No such slot QAbstractTableModel::refreshColours\\(\\)"));
+        model = std::make_unique<CandumpViewModel>();
+    }
+
+    void columns()
+    {
+        update(12345, 0x12, "01fe00");
+        const QStringList titles = {"B0", "B1", "B2",  "B3",  "B4",  "B5",
+                                    "B6", "B7", "DLC", "CAN", "Time"};
+        const QStringList texts = {"01", "fe", "00", "", "", "", "", "", "3", "CAN-3", "12.345"};
+        QCOMPARE(model->columnCount(), 11);
+        for (int column = 0; column < 11; ++column) {
+            QCOMPARE(model->headerData(column, Qt::Horizontal).toString(), titles[column]);
+            QCOMPARE(cell(column).toString(), texts[column]);
+            QCOMPARE(cell(column).isValid(), column < 3 || column > 7);
+            QCOMPARE(cell(column, Qt::TextAlignmentRole).toInt(), column < 8 ? 132 : 129);
+            QCOMPARE(colour(column), QColor(column < 3 ? 255 : 0, 0, 0));
+        }
+        QVERIFY(!cell(0, Qt::BackgroundRole).isValid());
+        QVERIFY(!model->data(QModelIndex()).isValid());
+        QVERIFY(!model->headerData(11, Qt::Horizontal).isValid());
+        QVERIFY(!model->headerData(1, Qt::Vertical).isValid());
+        QCOMPARE(model->flags(model->index(0, 0)), Qt::NoItemFlags);
+    }
+
+    void rowsAreSortedBySignedIdentifier()
+    {
+        QSignalSpy inserted(model.get(), &QAbstractItemModel::rowsInserted);
+        QSignalSpy changed(model.get(), &QAbstractItemModel::dataChanged);
+        const QVector<int> ids = {0x123, 0x12, 0x18daf110, std::numeric_limits<int>::min(), 0x100};
+        const QVector<int> places = {0, 0, 2, 0, 2};
+        for (int i = 0; i < ids.size(); ++i) {
+            update(i, ids[i], "00");
+            QCOMPARE(inserted.takeFirst().at(1).toInt(), places[i]);
+        }
+        QVERIFY(changed.isEmpty());
+        const QStringList headers = {"0xffffffff80000000", "0x012", "0x100", "0x123", "0x18daf110"};
+        for (int row = 0; row < headers.size(); ++row) {
+            QCOMPARE(model->headerData(row, Qt::Vertical).toString(), headers[row]);
+        }
+
+        // A corner outside the table asks views for a whole repaint.
+        update(9, 0x12, "00");
+        QCOMPARE(changed.at(0).at(0).toModelIndex(), model->index(1, 0));
+        QVERIFY(!changed.at(0).at(1).toModelIndex().isValid());
+        QCOMPARE(changed.at(0).at(2).value<QVector<int>>(), QVector<int>({0, 9}));
+    }
+
+    void changedBytesFade_data()
+    {
+        QTest::addColumn<int>("ageMs");
+        QTest::addColumn<int>("red");
+
+        QTest::newRow("cut, not rounded") << 10 << 254;
+        QTest::newRow("half way") << 1500 << 127;
+        QTest::newRow("old") << 600000 << 0;
+        QTest::newRow("clock ran back: invalid, paints black") << -100 << 263;
+        QTest::newRow("clock ran far back") << -2000000000 << 256;
+    }
+
+    void changedBytesFade()
+    {
+        QFETCH(int, ageMs);
+        QFETCH(int, red);
+        update(5000, 0x12, "80");
+        update(5000 + ageMs, 0x300, ""); // frames of others move the clock too
+        QCOMPARE(colour(0), QColor(red, 0, 0));
+    }
+
+    void onlyNewValuesAreRed()
+    {
+        for (int ms = 4000; ms <= 7500; ms += 500) {
+            update(ms, 0x12, ms < 6000 ? "ff01" : "ff02");
+        }
+        QCOMPARE(colour(0), QColor(0, 0, 0)); // above 0x7f too
+        QCOMPARE(colour(1), QColor(127, 0, 0));
+        update(7500, 0x12, "ff");
+        QVERIFY(!cell(1).isValid());
+        update(7500, 0x12, "ff020003");
+        QCOMPARE(cell(1).toString(), QStringLiteral("02"));
+        QCOMPARE(colour(1), QColor(127, 0, 0)); // a shorter frame between does not count
+        QCOMPARE(colour(2), QColor(0, 0, 0));   // a zero never seen before equals the fill
+        QCOMPARE(colour(3), QColor(255, 0, 0));
+    }
+
+    void longFramesShowTheirRealLength()
+    {
+        for (const int length : {64, 65, 4096, 0}) {
+            update(1, 0x12, QByteArray(2 * length, '1'));
+            QCOMPARE(cell(8).toInt(), length);
+        }
+    }
+
+    void picturesEqualTheStockView_data()
+    {
+        QTest::addColumn<int>("columnWidth");
+        QTest::addColumn<int>(
+            "clockMs"); // at the moment of painting; frames come from 0 to 2900 ms
+
+        QTest::newRow("fading") << 70 << 2900;
+        QTest::newRow("clock ran back") << 70 << -5000;
+        QTest::newRow("texts wrap or are cut") << 21 << 2900;
+    }
+
+    void picturesEqualTheStockView()
+    {
+        QFETCH(int, columnWidth);
+        QFETCH(int, clockMs);
+        for (int id = 0; id < 30; ++id) {
+            update(id * 100, id * 77, QByteArray(2 * (id % 10), static_cast<char>('0' + id % 10)));
+        }
+        update(clockMs, 0x7ff, "");
+        CandumpWindow window(model.get(), nullptr);
+        QVERIFY(!window.testAttribute(Qt::WA_QuitOnClose)); // the main window ends the program
+        QTableView stock;
+        stock.setModel(model.get());
+        auto* ours = window.findChild<QTableView*>("tableView");
+        window.show();
+        stock.resize(ours->size());
+        QVector<QImage> pictures;
+        for (QTableView* view : {ours, &stock}) {
+            view->horizontalHeader()->setDefaultSectionSize(columnWidth);
+            view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+            const QImage picture = view->viewport()->grab().toImage();
+            pictures << picture.convertToFormat(QImage::Format_RGB32);
+        }
+        QCOMPARE(pictures[0], pictures[1]);
+    }
+
+    void burstsArePaintedTogetherAndTheLastFrameAlways()
+    {
+        CandumpWindow window(model.get(), nullptr);
+        update(0, 1, "11");
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        PaintLog paints;
+        window.findChild<QTableView*>("tableView")->viewport()->installEventFilter(&paints);
+        constexpr int frames = 1000;
+        for (int i = 1; i <= frames; ++i) {
+            update(i, 1, i < frames ? "22" : "33");
+            QCoreApplication::processEvents();
+        }
+        QVERIFY(paints.count < frames / 2);
+        QTRY_COMPARE(paints.lastText, QStringLiteral("33"));
+    }
+};
+
+QTEST_MAIN(TestCandumpTable)
+#include "tst_candumptable.moc"

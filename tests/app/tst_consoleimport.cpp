@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/consolerig.h"
+
+#include <QFileDialog>
+#include <QListWidget>
+#include <QTableWidget>
+
+namespace {
+
+// Answers the dialog that the action opens with the given path.
+template <typename Action>
+void withFile(const QString& path, Action action)
+{
+    QTimer::singleShot(0, [path] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        dialog->selectFile(path);
+        QMetaObject::invokeMethod(dialog, "accept");
+    });
+    action();
+}
+
+QString sample(const char* name)
+{
+    return QStringLiteral(XCU_TEST_DATA_DIR "/") + QLatin1String(name);
+}
+
+} // namespace
+
+class ConsoleImportTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<ConsoleHome> home;
+    std::unique_ptr<ConsoleRig> console;
+
+    void open(const QString& path)
+    {
+        withFile(path, [this] {
+            console->window.findChild<QAction*>("actionOpen_with_Timestamp")->trigger();
+        });
+    }
+
+    QTableWidget* table() { return console->child<QTableWidget>("canTraceFrames"); }
+    QString cell(int row, int column) { return table()->item(row, column)->text(); }
+
+    // As an operator's editor does: the item comes into being with the text.
+    void type(int column, const QString& text)
+    {
+        table()->model()->setData(table()->model()->index(0, column), text);
+    }
+
+private slots:
+    void init()
+    {
+        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+        home = std::make_unique<ConsoleHome>();
+        console = std::make_unique<ConsoleRig>();
+    }
+
+    void cleanup()
+    {
+        console.reset();
+        home.reset();
+    }
+
+    void everyKindGoesToItsReader()
+    {
+        const QMap<const char*, const char*> statusOf = {
+            {"drive.txt", "Read txt file. 5 can"},
+            {"drive.trc", "Read trc file. 5 can"},
+            {"drive.csv", "Read csv file. 5 can"},
+            {"log2asc.asc", "Read candump file. 8 can"},
+            {"drive.trace", "Read candump file. 5 can"},
+            {"drive.rbx", "Read log file. 20 log points"}};
+        for (auto kind = statusOf.begin(); kind != statusOf.end(); ++kind) {
+            open(sample(kind.key()));
+            QVERIFY2(console->status().startsWith(kind.value()), qPrintable(console->status()));
+        }
+        // The conversions stand in the working directory, complete.
+        QCOMPARE(home->root().entryList({"asc-*.candump", "canbb-*.candump"}).size(), 2);
+        QVERIFY(contents(home->root().entryList({"asc-*"}).first()).endsWith("can2 456#ff\n"));
+        QCOMPARE(console->channelBox(0)->text(), "In0");
+    }
+
+    void identifiersAreListedOnceByTheirText()
+    {
+        QFile trace(home->root().filePath("a.log.candump")); // the end of the name counts
+        QVERIFY(trace.open(QIODevice::WriteOnly));
+        trace.write("(1.0) can0 7ff#00\n(1.1) can0 18daf110#00\n(1.2) can0 012#00\n");
+        trace.close();
+        for (int round = 0; round < 2; ++round) {
+            open(trace.fileName());
+            QCOMPARE(console->status(), "Read candump file. 3 canbus frames");
+            QStringList texts;
+            for (const auto* item :
+                 console->child<QListWidget>("canFrameIds")->findItems("*", Qt::MatchWildcard)) {
+                texts.append(item->text());
+            }
+            QCOMPARE(texts, QStringList({"0x012", "0x18daf110", "0x7ff"}));
+        }
+    }
+
+    void aLogComesBackIntoStripChartAndTags()
+    {
+        console->channelBox(0)->click();
+        open(sample("session.log"));
+        QCOMPARE(console->channelBox(0)->text(), "Oil pressure (ADC3)");
+        QCOMPARE(console->channelBox(0)->checkState(), Qt::Unchecked); // as it was
+        QVERIFY(!console->channelBox(0)->isHidden());
+        QVERIFY(console->channelBox(1)->isHidden()); // "x"
+        QCOMPARE(home->stored("ui/channels/1/selected"), QVariant(false));
+        QCOMPARE(home->stored("ui/channels/2/selected"), QVariant(true));
+        QVERIFY(!console->plot()->graph(1)->visible());
+        const int points = console->plot()->graph(0)->dataCount();
+        QVERIFY(points > 1);
+        QCOMPARE(console->plot()->graph(0)->data()->at(0)->key, 0.0);
+        const int tags = (console->plot()->itemCount() - 1) / 3; // behind the logo
+        QVERIFY(tags > 0);
+        // Nothing is cleared, and the time goes on from the first file's origin.
+        open(sample("session.log"));
+        QCOMPARE(console->plot()->graph(0)->dataCount(), 2 * points);
+        QCOMPARE(console->plot()->itemCount(), 1 + 6 * tags);
+        // The label line of the next session is the log's.
+        console->window.loggerStarted();
+        const QByteArray header = contents(home->files("*.log").value(0));
+        QVERIFY(header.startsWith("#;timestamp;Oil pressure (ADC3);x;"));
+    }
+
+    void aTypedSignalBecomesACurve()
+    {
+        open(sample("drive.candump"));
+        console->click("addCanTrace");
+        QCOMPARE(console->plot()->graph(128)->pen().color(), QColor(100, 164, 156));
+        const QStringList texts = {"123", "0", "8", "0.123456789", "0.0", "1"};
+        for (int column = 0; column < texts.size(); ++column) {
+            type(column, texts[column]);
+        }
+        QCOMPARE(console->status(), "row: 0, col: 5, val: 1");
+        QCOMPARE(cell(0, 0), "123"); // as typed
+        QCOMPARE(cell(0, 4), "0");   // it is the stored value
+        const auto points = console->plot()->graph(128)->data();
+        QCOMPARE(points->at(0)->value, 0.123456789);
+        // A typing error brings back a shorter text, and leaves the value as it is.
+        type(3, "?");
+        QCOMPARE(cell(0, 3), "0.123457");
+        QCOMPARE(console->status(), "row: 0, col: 3, val: 0.123457");
+        type(5, "3");
+        QCOMPARE(points->at(0)->value, 0.123456789);
+        type(1, "505"); // no place for it in a frame: the curve stays as it was
+        QCOMPARE(points->at(0)->value, 0.123456789);
+        type(1, "0");
+        type(5, "0");
+        QVERIFY(points->isEmpty());
+    }
+
+    void setsAreSavedAndLoadedBehindTheRowsThatAreThere()
+    {
+        QFile set(home->root().filePath("set.csv"));
+        QVERIFY(set.open(QIODevice::WriteOnly));
+        const QByteArray line = "0x123;8;16;0.123457;0;1;0;0;0x1f;-1;Oil %1;%12\r\n";
+        set.write("0x123;8;16;0.12345678;0;1;0;0;0x1f;-1;Oil %1\n");
+        set.close();
+        open(sample("drive.candump"));
+        for (int row = 0; row < 2; ++row) {
+            withFile(set.fileName(), [this] { console->click("loadCanSignals"); });
+            QCOMPARE(table()->rowCount(), row + 1);
+            QCOMPARE(cell(row, 8), "0x1f"); // loaded as "1f", and written anew at once
+            QCOMPARE(cell(row, 10), "Oil %1");
+        }
+        QCOMPARE(console->plot()->graph(128)->dataCount(), 0);
+        const QString saved = home->root().filePath("saved.csv");
+        withFile(saved, [this] { console->click("saveCanSignals"); });
+        QCOMPARE(contents(saved), line + line);
+        // A loaded signal draws when "Show" changes, with all digits, whatever its cell says.
+        type(5, "0");
+        type(5, "1");
+        QCOMPARE(console->plot()->graph(128)->data()->at(0)->value, 0xaa02 * 0.12345678);
+    }
+};
+
+QTEST_MAIN(ConsoleImportTest)
+#include "tst_consoleimport.moc"

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "comm/comport.h"
+#include "comm/portdiscovery.h"
+#include "mockedtty.h"
+#include "support/stdoutcapture.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <atomic>
+#include <memory>
+#include <thread>
+
+namespace {
+
+QString nameOf(QSerialPortInfo (*lookup)(QString&), QString serial)
+{
+    return lookup(serial).portName();
+}
+
+} // namespace
+
+class TestPortDiscovery : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void findsUnitsBySerialNumberAndGuise();
+    void comparesPortsByTheirTexts();
+    void reconnectsAtOnceToAUnitThatIsThere();
+    void keepsLookingUntilTheUnitIsBack();
+    void theOtherServiceEndsTheCycleToo();
+    void waitsForTheGuiseThatWasAskedFor();
+};
+
+void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
+{
+    QString serial = "XCU7";
+    MockedTty foreign(serial);
+    foreign.disguise("ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1");
+    MockedTty stranger(serial);
+    stranger.disguise("ID_VENDOR_ID=04d8", "ID_VENDOR_ID=0403");
+    MockedTty nameless(serial);
+    nameless.disguise("ID_VENDOR_ID=04d8\n", "");
+    MockedTty productless(serial);
+    productless.disguise("ID_MODEL_ID=eef0\n", "");
+    QCOMPARE(QSerialPortInfo::availablePorts().size(), 4);
+    QVERIFY(getPortBySerialNumber(serial).isNull());
+
+    const MockedTty device(serial);
+    const MockedTty other("xcu7", Guise::Bootloader);
+    const MockedTty unnumbered("", Guise::Bootloader);
+    QCOMPARE(nameOf(getPortBySerialNumber, serial), device.name());
+    QCOMPARE(nameOf(getDevicePortBySerialNumber, serial), device.name());
+    QCOMPARE(nameOf(getBootloaderPortBySerialNumber, serial), QString());
+    QCOMPARE(nameOf(getPortBySerialNumber, "xcu7"), other.name());
+    QCOMPARE(nameOf(getDevicePortBySerialNumber, "xcu7"), QString());
+    QCOMPARE(nameOf(getBootloaderPortBySerialNumber, ""), unnumbered.name());
+
+    const MockedTty twin(serial, Guise::Bootloader);
+    QString first; // whichever stands first in the list
+    for (const QSerialPortInfo& port : QSerialPortInfo::availablePorts()) {
+        if (first.isEmpty() &&
+            (port.portName() == device.name() || port.portName() == twin.name())) {
+            first = port.portName();
+        }
+    }
+    QCOMPARE(nameOf(getPortBySerialNumber, serial), first);
+    QCOMPARE(nameOf(getBootloaderPortBySerialNumber, serial), twin.name());
+}
+
+void TestPortDiscovery::comparesPortsByTheirTexts()
+{
+    const MockedTty two("XCU2");
+    const auto isEqualAs = [&](const QByteArray& property, const QByteArray& replacement) {
+        MockedTty one("XCU1");
+        const QList<QSerialPortInfo> before{one.info(), two.info()};
+        one.disguise(property, replacement);
+        return before == QList<QSerialPortInfo>{one.info(), two.info()};
+    };
+    QVERIFY(!isEqualAs("ID_SERIAL_SHORT=XCU1", "ID_SERIAL_SHORT=XCU2"));
+    QVERIFY(!isEqualAs("ID_MODEL=XCU", "ID_MODEL=Loader")); // how a change of guise is seen
+    QVERIFY(!isEqualAs("ID_BUS=usb", "ID_BUS=usb\nID_VENDOR=Another"));
+    QVERIFY(isEqualAs("ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef")); // not by the identifiers
+    const MockedTty one("XCU2");
+    QVERIFY(!(one.info() == two.info()));
+}
+
+void TestPortDiscovery::reconnectsAtOnceToAUnitThatIsThere()
+{
+    const MockedTty tty("XCU1", Guise::Bootloader);
+    ComPort port;
+    QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
+    QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
+    QVERIFY(port.open(tty.info()));
+    port.reconnectDevice(); // which takes a bootloader as well
+    QVERIFY(port.isOpen());
+    QCOMPARE(asBootloader.count(), 1);
+    QCOMPARE(asDevice.count(), 0);
+    QVERIFY(!asBootloader.wait(300)); // and no further attempt is made
+}
+
+void TestPortDiscovery::keepsLookingUntilTheUnitIsBack()
+{
+    auto tty = std::make_unique<MockedTty>("XCU1");
+    ComPort port;
+    QVERIFY(port.open(tty->info()));
+    {
+        const StdoutCapture traces;
+        tty->write(QByteArray("\x05\0\0\0ab", 6));
+        QTRY_VERIFY(traces.text().endsWith("Wait for data:  5/2\n"));
+    }
+    tty.reset(); // the cable, in the middle of a frame
+    QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
+    QSignalSpy frames(&port, &ComPort::commandRead);
+    port.reconnect();
+    port.reconnect(); // two attempts a tick now; the first that succeeds ends both
+    QCOMPARE(asDevice.count(), 0);
+
+    tty = std::make_unique<MockedTty>("XCU1");
+    ComPort holder; // the unit is there, but somebody else has it open
+    QVERIFY(holder.open(tty->info()));
+    QTRY_VERIFY(!port.isOpen());
+    QVERIFY(!asDevice.wait(300));
+    holder.close();
+    QVERIFY(asDevice.wait());
+    QVERIFY(port.isOpen());
+    QVERIFY(!asDevice.wait(300));
+    QCOMPARE(asDevice.count(), 1);
+    QCOMPARE(port.getOpenedPort().portName(), tty->name());
+    tty->write("cdefg"); // is taken for the frame that the pulled cable cut
+    QTRY_COMPARE(frames.count(), 1);
+}
+
+void TestPortDiscovery::theOtherServiceEndsTheCycleToo()
+{
+    auto tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
+    ComPort port;
+    QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
+    QVERIFY(port.open(tty->info()));
+    tty.reset();
+    port.reconnect();
+    tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
+    port.reconnectDeviceService(); // a bootloader will do for it as well
+    QCOMPARE(asBootloader.count(), 1);
+    QVERIFY(!asBootloader.wait(300));
+}
+
+void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
+{
+    auto tty = std::make_unique<MockedTty>("XCU1");
+    ComPort port;
+    QVERIFY(port.open(tty->info()));
+    port.waitForDevicePortAvaliable();
+    std::atomic<bool> found = false;
+    std::thread waiting([&] {
+        port.waitForPortAvaliable();
+        found = true;
+    });
+    const bool tooEarly = QTest::qWaitFor([&] { return found.load(); }, 300);
+    const MockedTty bootloader("XCU1", Guise::Bootloader);
+    waiting.join();
+    QVERIFY(found && !tooEarly);
+}
+
+QTEST_GUILESS_MAIN(TestPortDiscovery)
+#include "tst_portdiscovery.moc"

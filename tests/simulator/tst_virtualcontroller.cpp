@@ -1,0 +1,449 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "simulator/virtualcontroller.h"
+
+#include <QSignalSpy>
+#include <QtTest>
+#include <google/protobuf/text_format.h>
+
+namespace {
+
+// What a controller sent, put together again.
+class Listener
+{
+public:
+    explicit Listener(VirtualController& controller)
+    {
+        QObject::connect(
+            &controller, &VirtualController::transmit, [this](const QByteArray& bytes) {
+                chunks.push_back(bytes);
+                reader.append(bytes);
+                std::string payload;
+                while (reader.next(payload)) {
+                    xcu::Response response;
+                    if (response.ParseFromString(payload)) {
+                        responses.push_back(response);
+                    } else {
+                        ++broken;
+                    }
+                }
+            });
+    }
+
+    // All responses so far as text, without the version.
+    QString text() const
+    {
+        QStringList texts;
+        for (xcu::Response response : responses) {
+            response.clear_protocol_version();
+            texts += QString::fromStdString(response.ShortDebugString());
+        }
+        return texts.join(QStringLiteral("; "));
+    }
+
+    std::vector<QByteArray> chunks;
+    std::vector<xcu::Response> responses;
+    int broken = 0;
+
+private:
+    FrameReader reader;
+};
+
+QByteArray commandFrame(const char* text)
+{
+    xcu::Command command;
+    if (!google::protobuf::TextFormat::ParseFromString(text, &command)) {
+        qFatal("bad command in a test: %s", text);
+    }
+    QByteArray frame;
+    appendFrame(frame, command);
+    return frame;
+}
+
+QByteArray pings(int count)
+{
+    QByteArray line;
+    for (int i = 1; i <= count; ++i) {
+        line += commandFrame(qPrintable(QStringLiteral("ping { value: %1 }").arg(i)));
+    }
+    return line;
+}
+
+// Time enough for whatever pushes as fast as it can.
+void turnEventLoop()
+{
+    for (int i = 0; i < 10; ++i) {
+        QCoreApplication::processEvents();
+    }
+}
+
+ControllerOptions smallController()
+{
+    ControllerOptions options;
+    options.maps = {{2, 3}};
+    options.calibrationMs = 0;
+    options.faults.resize(3);
+    options.faults[1].set_type(1);
+    options.startTimeMs = 5000;
+    return options;
+}
+
+} // namespace
+
+class TestVirtualController : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void answersCommands_data();
+    void answersCommands();
+    void answersEveryMemberOfTheSchema();
+    void framesSurviveEveryCut();
+    void badFramesDoNoHarm();
+    void troubleHitsEveryNth_data();
+    void troubleHitsEveryNth();
+    void splitCutsHeadersAndPayloads();
+    void delayKeepsTheOrder();
+    void passiveSessionPushesOnlyWhileTheLineIsReady();
+    void captureFollowsItsCommands();
+    void calibrationTellsOfItself();
+    void restartBeginsAnew();
+    void unaskedResponsesAreSparedTrouble();
+};
+
+void TestVirtualController::answersCommands_data()
+{
+    QTest::addColumn<QStringList>("commands");
+    QTest::addColumn<QString>("answers");
+
+    const auto row = [](const char* name, const QStringList& commands, const char* answers) {
+        QTest::newRow(name) << commands << QString::fromLatin1(answers);
+    };
+    row("ping", {"ping { value: 7 }"}, "pong { value: 7 }");
+    row("zero is an answer too", {"ping { }"}, "pong { }");
+    row("no member", {""}, "");
+    row("no answer exists",
+        {"get_device_id { }", "get_firmware_id { }", "can_setup_baudrate { bus: 1 }",
+         "can_setup_termination { bus: 1 }", "virtual_input_set { index: 3 value: 9 }"},
+        "");
+    row("bootloader keys",
+        {"rsa_public_key { key: 'abc' }", "aes_key { key: '' }", "key_exchange { data: 'ab' }",
+         "module_public_key_request { }", "command_data { data: 'x' }"},
+        "bootloader_value: 3; bootloader_value: 0; bootloader_value: 2; bootloader_value: 1; "
+        "prompt { }");
+    row("record in the requested order",
+        {"datalogger_start { channels: [22, 200, 20] }", "virtual_input_set { index: 0 value: 5 }",
+         "virtual_input_set { index: 2 value: -1 }", "virtual_input_set { index: 12 value: 8 }",
+         "datalogger_data { }", "datalogger_data { }", "datalogger_stop { }",
+         "datalogger_data { }"},
+        "logger_started { }; logger_data { values: -1 values: 5 timestamp: 5042 }; "
+        "logger_data { values: -1 values: 5 sample_number: 1 timestamp: 5042 }; "
+        "logger_stopped { }");
+    row("no record without a session", {"datalogger_data { }"}, "");
+    row("looped back only while capturing",
+        {"can_send_message { bus: 1 id: 9 data: 'a' }", "candump_start { }",
+         "can_send_message { bus: 2 id: 536870911 extended: true fd: true data: '\\000\\377' }",
+         "candump_stop { }", "can_send_message { bus: 1 id: 9 }"},
+        "candump_started { }; candump_frame { data: \"\\000\\377\" bus: 2 timestamp: 5042 "
+        "id: 536870911 extended: true fd: true }; candump_stopped { }");
+    row("regulators",
+        {"pid_tuner_start { }", "pid_tuner_set_pid { pid_id: 3 param_1: -1 param_5: 5 }",
+         "pid_tuner_get_pid { pid_id: 3 }", "pid_tuner_reset { pid_id: 3 }",
+         "pid_tuner_get_pid { pid_id: 3 }", "pid_tuner_set_pid { pid_id: 4 }",
+         "pid_tuner_get_pid { pid_id: 4 }", "pid_tuner_reset { pid_id: 4294967295 }"},
+        "pid_tuner_started { value: 4 }; pid_tuner_set { }; "
+        "pid_tuner_pid { pid_id: 3 param_1: -1 param_5: 5 }; pid_tuner_reset_done { }; "
+        "pid_tuner_pid { pid_id: 3 param_1: 1200 param_2: 80 param_3: 15 param_4: -1000 "
+        "param_5: 1000 }; pid_tuner_set { value: 1 }; pid_tuner_pid { pid_id: 4 }; "
+        "pid_tuner_reset_done { value: 1 }");
+    row("map sizes", {"map_tuner_start { }", "map_tuner_get_map_details { map_id: 0 }"},
+        "map_tuner_started { map_count: 1 }; map_details { x_size: 2 y_size: 3 }");
+    row("map edits are kept",
+        {"map_tuner_set_map_value { x_id: 1 y_id: 2 value: -2147483648 }",
+         "map_tuner_set_map_label { axis: MAP_AXIS_Y label_id: 2 value: 70 }",
+         "map_tuner_set_map_label { label_id: 1 value: 60 }",
+         "map_tuner_get_map_label { axis: MAP_AXIS_Y label_id: 2 }",
+         "map_tuner_get_map_label { label_id: 1 }", "map_tuner_get_last_get_value { }",
+         "map_tuner_get_map_value { x_id: 1 y_id: 2 }", "map_tuner_get_last_get_value { }"},
+        "map_value_set { x_id: 1 y_id: 2 }; map_label_set { axis: MAP_AXIS_Y label_id: 2 }; "
+        "map_label_set { label_id: 1 }; map_label { axis: MAP_AXIS_Y label_id: 2 value: 70 }; "
+        "map_label { label_id: 1 value: 60 }; map_last_get_value { x_id: -1 y_id: -1 }; "
+        "map_value { x_id: 1 y_id: 2 value: -2147483648 }; "
+        "map_last_get_value { x_id: 1 y_id: 2 value: -2147483648 }");
+    row("map places out of range",
+        {"map_tuner_set_map_value { x_id: 2 }", "map_tuner_get_map_value { y_id: 3 }",
+         "map_tuner_set_map_label { label_id: 4294967295 }",
+         "map_tuner_get_map_label { axis: MAP_AXIS_Y label_id: 3 }",
+         "map_tuner_set_map_value { map_id: 1 }", "map_tuner_get_map_label { map_id: 1 }",
+         "map_tuner_get_map_details { map_id: 1 }", "map_tuner_get_map { map_id: 1 }",
+         "map_tuner_get_last_get_value { map_id: 1 }"},
+        "map_value_set { x_id: 2 result: MAP_COMMAND_RESULT_2 }; "
+        "map_value { y_id: 3 result: MAP_COMMAND_RESULT_2 }; "
+        "map_label_set { label_id: 4294967295 result: MAP_COMMAND_RESULT_2 }; "
+        "map_label { axis: MAP_AXIS_Y label_id: 3 result: MAP_COMMAND_RESULT_2 }; "
+        "map_value_set { map_id: 1 result: MAP_COMMAND_RESULT_1 }; "
+        "map_label { map_id: 1 result: MAP_COMMAND_RESULT_1 }; map_details { map_id: 1 }; "
+        "map_data { map_id: 1 }; map_last_get_value { map_id: 1 x_id: -1 y_id: -1 }");
+    row("configuration",
+        {"read_configuration { config_id: 3 }", "write_configuration { config_id: 3 data: 'ab' }",
+         "read_configuration { config_id: 3 }", "erase_configuration { config_id: 3 }",
+         "read_configuration { config_id: 3 }", "write_calibration { data: 'c' }"},
+        "configuration { data: \"\\377\\377\\377\\377\" config_id: 3 }; "
+        "configuration_written { config_id: 3 }; configuration { data: \"ab\" config_id: 3 }; "
+        "configuration_erased { config_id: 3 }; "
+        "configuration { data: \"\\377\\377\\377\\377\" config_id: 3 }; calibration_written { }");
+    row("calibration that takes no time",
+        {"driver_calibration_start { }", "driver_calibration_status { }"},
+        "driver_calibration_started { }; driver_calibration_status { }");
+    row("faults",
+        {"fault_get_fault_count { }", "fault_clean_faults { }", "fault_get_fault_count { }",
+         "fault_get_faults { }"},
+        "fault_count { first_count: 2 second_count: 1 }; faults_cleaned { }; fault_count { }; "
+        "fault_list { }");
+}
+
+void TestVirtualController::answersCommands()
+{
+    QFETCH(QStringList, commands);
+    QFETCH(QString, answers);
+    VirtualController controller(smallController());
+    controller.setClock([] { return 42; });
+    Listener listener(controller);
+    for (const QString& command : commands) {
+        controller.receive(commandFrame(qPrintable(command)));
+    }
+    QCOMPARE(listener.text(), answers);
+    QCOMPARE(static_cast<int>(controller.received().size()), commands.size());
+}
+
+void TestVirtualController::answersEveryMemberOfTheSchema()
+{
+    const QStringList unanswered = {
+        "reset_to_bootloader", "reset",         "can_setup_baudrate", "can_setup_termination",
+        "can_send_message",    "get_device_id", "get_firmware_id",    "datalogger_data",
+        "virtual_input_set"};
+    QStringList silent;
+    const google::protobuf::OneofDescriptor& members = *xcu::Command::descriptor()->oneof_decl(0);
+    for (int i = 0; i < members.field_count(); ++i) {
+        VirtualController controller;
+        Listener listener(controller);
+        const std::string& name = members.field(i)->name();
+        controller.receive(commandFrame((name + " { }").c_str()));
+        QVERIFY2(listener.responses.size() < 2, name.c_str());
+        if (listener.responses.empty()) {
+            silent += QString::fromStdString(name);
+        }
+    }
+    QCOMPARE(silent, unanswered);
+}
+
+void TestVirtualController::framesSurviveEveryCut()
+{
+    // An empty payload is a command without a member.
+    const QByteArray line = pings(2) + QByteArray(4, '\0') + pings(1);
+    for (int cut = 0; cut <= line.size(); ++cut) {
+        VirtualController controller;
+        Listener listener(controller);
+        controller.receive(line.left(cut));
+        controller.receive(line.mid(cut));
+        QCOMPARE(listener.text(), "pong { value: 1 }; pong { value: 2 }; pong { value: 1 }");
+        QCOMPARE(controller.count(xcu::Command::REQ_NOT_SET), 1);
+        QCOMPARE(controller.last(xcu::Command::kPing)->ping().value(), 1U);
+    }
+}
+
+void TestVirtualController::badFramesDoNoHarm()
+{
+    VirtualController controller;
+    Listener listener(controller);
+    QByteArray line;
+    appendFrame(line, "\x07garbage", 8);
+    controller.receive(line + pings(1));
+    QCOMPARE(listener.text(), "pong { value: 1 }");
+    QCOMPARE(controller.brokenPayloads(), 1U);
+
+    // A payload of 2 GiB and a bit is passed over, not stored.
+    constexpr quint32 hugeSize = 0x80000100;
+    const char header[] = {0, 1, 0, '\x80'};
+    const QByteArray megabyte(1 << 20, 'x');
+    controller.receive(QByteArray(header, sizeof header));
+    for (quint32 sent = 0; sent < hugeSize - hugeSize % megabyte.size(); sent += megabyte.size()) {
+        controller.receive(megabyte);
+    }
+    controller.receive(megabyte.left(hugeSize % megabyte.size()) + pings(2));
+    QCOMPARE(listener.text(), "pong { value: 1 }; pong { value: 1 }; pong { value: 2 }");
+
+    // Half a frame is forgotten with its link.
+    controller.receive(pings(1).left(5));
+    controller.dropLink();
+    controller.receive(pings(1));
+    QCOMPARE(listener.responses.size(), 4U);
+}
+
+void TestVirtualController::troubleHitsEveryNth_data()
+{
+    QTest::addColumn<int>("drop");
+    QTest::addColumn<int>("doubled");
+    QTest::addColumn<int>("garbage");
+    QTest::addColumn<QVector<int>>("pongs");
+    QTest::addColumn<int>("broken");
+
+    QTest::newRow("none") << 0 << 0 << 0 << QVector<int>{1, 2, 3, 4} << 0;
+    QTest::newRow("drop") << 2 << 0 << 0 << QVector<int>{1, 3} << 0;
+    QTest::newRow("double") << 0 << 3 << 0 << QVector<int>{1, 2, 3, 3, 4} << 0;
+    QTest::newRow("garbage loses nothing") << 0 << 0 << 1 << QVector<int>{1, 2, 3, 4} << 4;
+    QTest::newRow("dropped ones are not doubled") << 2 << 1 << 4 << QVector<int>{1, 1, 3, 3} << 1;
+}
+
+void TestVirtualController::troubleHitsEveryNth()
+{
+    QFETCH(int, drop);
+    QFETCH(int, doubled);
+    QFETCH(int, garbage);
+    QFETCH(QVector<int>, pongs);
+    ControllerOptions options;
+    options.trouble.dropEvery = drop;
+    options.trouble.doubleEvery = doubled;
+    options.trouble.garbageEvery = garbage;
+    VirtualController controller(options);
+    Listener listener(controller);
+    controller.receive(pings(4));
+    QVector<int> values;
+    for (const xcu::Response& response : listener.responses) {
+        values += static_cast<int>(response.pong().value());
+    }
+    QCOMPARE(values, pongs);
+    QTEST(listener.broken, "broken");
+    QCOMPARE(controller.responsesSent(), static_cast<quint64>(pongs.size()));
+}
+
+void TestVirtualController::splitCutsHeadersAndPayloads()
+{
+    VirtualController controller;
+    Trouble trouble;
+    trouble.split = true;
+    controller.setTrouble(trouble);
+    Listener listener(controller);
+    constexpr int count = 200;
+    const int frameSize = pings(1).size() + 2; // the version comes on top
+    controller.receive(pings(100) + pings(100));
+    QTRY_COMPARE(static_cast<int>(listener.responses.size()), count);
+    QVERIFY(listener.chunks.size() > 3);
+    QVERIFY(
+        std::any_of(listener.chunks.begin(), listener.chunks.end(), [&](const QByteArray& chunk) {
+            return chunk.size() % frameSize != 0;
+        }));
+}
+
+void TestVirtualController::delayKeepsTheOrder()
+{
+    VirtualController controller;
+    Trouble trouble;
+    trouble.delayMs = 20;
+    controller.setTrouble(trouble);
+    Listener listener(controller);
+    controller.receive(pings(1));
+    controller.setTrouble({});
+    controller.receive(commandFrame("ping { value: 2 }")); // must not overtake
+    QVERIFY(listener.responses.empty());
+    QTRY_COMPARE(listener.text(), "pong { value: 1 }; pong { value: 2 }");
+}
+
+void TestVirtualController::passiveSessionPushesOnlyWhileTheLineIsReady()
+{
+    VirtualController controller;
+    Listener listener(controller);
+    controller.setRecordRate(asFastAsTheLineTakes);
+    controller.setLineReady(false);
+    controller.receive(commandFrame("datalogger_start { channels: [0, 1] passive: 1 }"));
+    turnEventLoop();
+    QCOMPARE(controller.recordsSent(), 0U);
+    controller.receive(commandFrame("datalogger_data { }")); // asking is allowed all the same
+    QCOMPARE(controller.recordsSent(), 1U);
+    controller.setLineReady(true);
+    QTRY_VERIFY(controller.recordsSent() > 500);
+    controller.setRecordRate(1000);
+    QTRY_VERIFY(controller.recordsSent() > 1000);
+    controller.setRecordRate(asFastAsTheLineTakes);
+    controller.receive(commandFrame("datalogger_stop { }"));
+    const quint64 total = controller.recordsSent();
+    turnEventLoop();
+
+    QCOMPARE(static_cast<quint64>(listener.responses.size()), total + 2);
+    for (quint64 i = 0; i < total; ++i) {
+        QCOMPARE(quint64(listener.responses[i + 1].logger_data().sample_number()), i);
+    }
+}
+
+void TestVirtualController::captureFollowsItsCommands()
+{
+    ControllerOptions options;
+    options.framesPerSecond = asFastAsTheLineTakes;
+    VirtualController controller(options);
+    Listener listener(controller);
+    turnEventLoop();
+    QCOMPARE(controller.framesSent(), 0U);
+    controller.receive(commandFrame("candump_start { }"));
+    QTRY_VERIFY(controller.framesSent() > 100);
+    controller.receive(commandFrame("candump_stop { }"));
+    const quint64 total = controller.framesSent();
+    turnEventLoop();
+    QCOMPARE(static_cast<quint64>(listener.responses.size()), total + 2);
+}
+
+void TestVirtualController::calibrationTellsOfItself()
+{
+    ControllerOptions options;
+    options.calibrationMs = 40;
+    VirtualController controller(options);
+    Listener listener(controller);
+    controller.receive(commandFrame("driver_calibration_start { }"));
+    controller.receive(commandFrame("driver_calibration_status { }"));
+    QTRY_COMPARE(
+        listener.text(),
+        "driver_calibration_started { }; driver_calibration_status { status: ADAPTATION_BUSY }; "
+        "driver_calibration_status { status: ADAPTATION_BUSY }; driver_calibration_status { }");
+}
+
+void TestVirtualController::restartBeginsAnew()
+{
+    VirtualController controller(smallController());
+    Listener listener(controller);
+    QSignalSpy leaving(&controller, &VirtualController::leavingBus);
+    connect(&controller, &VirtualController::leavingBus, &controller, &VirtualController::restart);
+    controller.receive(commandFrame("datalogger_start { }") + commandFrame("datalogger_data { }"));
+    controller.receive(commandFrame("map_tuner_set_map_value { value: 77 }"));
+    controller.receive(commandFrame("virtual_input_set { index: 1 value: 5 }"));
+    controller.receive(commandFrame("reset_to_bootloader { }"));
+    QCOMPARE(controller.guise(), Guise::Bootloader);
+    listener.responses.clear();
+    controller.receive(commandFrame("fault_get_faults { }") + pings(1));
+    QCOMPARE(listener.text(), "pong { value: 1 }");
+
+    controller.receive(commandFrame("reset { }"));
+    QCOMPARE(leaving.size(), 2);
+    QCOMPARE(controller.guise(), Guise::Device);
+    QVERIFY(!controller.logger().isRunning());
+    QCOMPARE(controller.virtualInputs().value(1), 0);
+    QCOMPARE(controller.maps().map(0)->values[0], 77);
+    controller.receive(commandFrame("datalogger_start { }") + commandFrame("datalogger_data { }"));
+    QCOMPARE(listener.responses.back().logger_data().sample_number(), 0U);
+}
+
+void TestVirtualController::unaskedResponsesAreSparedTrouble()
+{
+    ControllerOptions options;
+    options.trouble.dropEvery = 1;
+    VirtualController controller(options);
+    Listener listener(controller);
+    controller.receive(pings(1));
+    controller.pushRecord();
+    controller.pushFrame();
+    controller.sendRaw(QByteArray(4, '\0'));
+    QCOMPARE(listener.responses.size(), 3U);
+    QVERIFY(listener.responses[0].has_logger_data());
+    QVERIFY(listener.responses[1].has_candump_frame());
+    QCOMPARE(listener.responses[2].resp_case(), xcu::Response::RESP_NOT_SET);
+}
+
+QTEST_GUILESS_MAIN(TestVirtualController)
+#include "tst_virtualcontroller.moc"

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "support/testhome.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QMap>
+#include <QProcess>
+#include <QtTest>
+
+// Runs real programs with virtual controllers attached, in a throw-away home, while a script plays
+// the operator (tools/drive).
+class ProgramRun
+{
+public:
+    TestHome home;
+
+    // What virtual-xcu runs; its exit code comes back, or -1 for a crash or a run without end.
+    int run(const QStringList& options, const QString& program, const QStringList& script)
+    {
+        QProcess process;
+        start(process, options, program, script);
+        if (!process.waitForFinished(90000)) {
+            process.kill();
+            process.waitForFinished();
+            return -1;
+        }
+        output = process.readAllStandardOutput();
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    void start(
+        QProcess& process, const QStringList& options, const QString& program,
+        const QStringList& script)
+    {
+        const QString path = home.root().filePath(program + QStringLiteral(".drive"));
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+        file.write(script.join(QLatin1Char('\n')).toUtf8());
+        file.close();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("QT_PLUGIN_PATH", XCU_BIN_DIR "/../plugins");
+        environment.insert("QT_QPA_GENERIC_PLUGINS", "xcudrive");
+        environment.insert("XCU_DRIVE_SCRIPT", path);
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(home.root().path());
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        const QStringList arguments = QStringList(options) << "--stats"
+                                                           << "stats"
+                                                           << "--" << XCU_BIN_DIR "/" + program;
+        process.start(XCU_BIN_DIR "/virtual-xcu", arguments);
+    }
+
+    // A count of the controllers, summed over them, such as "records sent".
+    qint64 count(const QString& what)
+    {
+        qint64 sum = 0;
+        for (const QByteArray& line : contents(home.root().filePath("stats")).split('\n')) {
+            const QString text = QString::fromUtf8(line).section(": ", 1);
+            if (text.startsWith(what + ' ')) {
+                sum += text.section(' ', -1).toLongLong();
+            }
+        }
+        return sum;
+    }
+
+    // The files of one kind, such as "*.log", below the documents folder; oldest first.
+    QStringList files(const QString& pattern)
+    {
+        QStringList paths;
+        QDirIterator found(
+            home.documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
+        while (found.hasNext()) {
+            paths.append(found.next());
+        }
+        paths.sort();
+        return paths;
+    }
+
+    static QByteArray contents(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    QByteArray output; // what the program traced
+};

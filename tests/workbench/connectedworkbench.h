@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "support/portrig.h"
+#include "workbench/mainwindow.h"
+
+#include <QAction>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QStatusBar>
+#include <QTest>
+#include <memory>
+
+// The real window with a virtual controller on a mocked port, driven by menus.
+struct ConnectedWorkbench
+{
+    explicit ConnectedWorkbench(std::vector<MapSize> maps)
+        : rig(options(std::move(maps)))
+    {
+        rig.plug();
+        window->show();
+        choose("menuConnection", rig.serialNumber());
+    }
+
+    static ControllerOptions options(std::vector<MapSize> maps)
+    {
+        ControllerOptions options;
+        options.maps = std::move(maps);
+        return options;
+    }
+
+    QStringList entries(const char* menuName)
+    {
+        auto* menu = window->findChild<QMenu*>(menuName);
+        emit menu->aboutToShow();
+        QStringList texts;
+        for (const QAction* action : menu->actions()) {
+            texts << action->text();
+        }
+        return texts;
+    }
+
+    // Chooses an entry of a menu by its text; false if it is not there.
+    bool choose(const char* menuName, const QString& text)
+    {
+        const int index = entries(menuName).indexOf(text);
+        if (index >= 0) {
+            window->findChild<QMenu*>(menuName)->actions()[index]->trigger();
+        }
+        return index >= 0;
+    }
+
+    QString status() { return window->findChild<QStatusBar*>()->currentMessage(); }
+    QList<QMdiSubWindow*> subWindows()
+    {
+        return window->findChild<QMdiArea*>("formContainer")->subWindowList();
+    }
+    VirtualController& controller() { return rig.controller(); }
+
+    PortRig rig;
+    std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
+};

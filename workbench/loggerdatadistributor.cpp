@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "workbench/loggerdatadistributor.h"
+
+#include "comm/commandssender.h"
+#include "comm/trace.h"
+#include "workbench/idatapresenter.h"
+
+namespace {
+
+constexpr unsigned long pollPause = 100; // ms
+constexpr std::size_t mostValues = 1024; // of a record; more than any controller has channels
+
+} // namespace
+
+LoggerDataDistributor::LoggerDataDistributor(CommandsSender& sender)
+    : commandsSender(sender)
+{}
+
+LoggerDataDistributor::~LoggerDataDistributor()
+{
+    stop();
+}
+
+void LoggerDataDistributor::addSink(IDataPresenter* sink)
+{
+    sinks.push_back(sink);
+}
+
+void LoggerDataDistributor::removeSink(IDataPresenter* sink)
+{
+    sinks.remove(sink);
+}
+
+void LoggerDataDistributor::loggerStarted()
+{
+    running = true;
+    workerThread = QThread::create([this] {
+        while (running) {
+            commandsSender.sendLoggerDataRequest();
+            QThread::msleep(pollPause);
+        }
+        --polling;
+    });
+    ++polling;
+    workers.emplace_back(workerThread);
+    workerThread->start(QThread::InheritPriority);
+}
+
+void LoggerDataDistributor::loggerDataReceived(
+    unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
+{
+    if (values.size() > mostValues) {
+        traceLine("Refused record of ", values.size(), " values"); // each would become a table row
+        return;
+    }
+    for (auto sink = sinks.begin(); sink != sinks.end();) {
+        IDataPresenter* presenter = *sink++; // the call may take its own entry away
+        presenter->update(sampleNumber, timestamp, values);
+    }
+}
+
+void LoggerDataDistributor::loggerStopped() {}
+
+void LoggerDataDistributor::stop()
+{
+    running = false;
+    for (const std::unique_ptr<QThread>& worker : workers) {
+        worker->wait();
+    }
+    Q_ASSERT(polling == 0);
+    workers.clear();
+    workerThread = nullptr;
+}

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "comm/idataloggercommandsresponse.h"
+
+#include <QThread>
+#include <atomic>
+#include <list>
+#include <memory>
+#include <vector>
+
+class CommandsSender;
+class IDataPresenter;
+
+// Polls the controller for logger records and hands each one to every sink, in the order of their
+// registration. Sinks are not owned; they register and are called on the GUI thread.
+class LoggerDataDistributor : public IDataLoggerCommandsResponse
+{
+public:
+    explicit LoggerDataDistributor(CommandsSender& sender); // must outlive the workers
+    ~LoggerDataDistributor() override;
+
+    // A sink added twice is called twice; removing it removes both. It must be removed before it
+    // is destroyed, and may be removed while it is being called.
+    void addSink(IDataPresenter* sink);
+    void removeSink(IDataPresenter* sink);
+
+    // Starts a worker that asks for a record every 100 ms. Each further call adds one more.
+    void loggerStarted() override;
+    // A record of more than 1,024 values is refused with a trace.
+    void loggerDataReceived(
+        unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values) override;
+    // Changes nothing: the workers poll on until stop.
+    void loggerStopped() override;
+
+    // Ends all workers. Returns when they are gone, 100 ms later at most.
+    void stop();
+
+private:
+    std::list<IDataPresenter*> sinks;
+    CommandsSender& commandsSender;
+    QThread* workerThread = nullptr; // of the latest start
+    std::atomic<bool> running = false;
+    std::atomic<int> polling = 0; // workers in their loop
+    std::vector<std::unique_ptr<QThread>> workers;
+};

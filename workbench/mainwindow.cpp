@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "workbench/mainwindow.h"
+
+#include "comm/commandssender.h"
+#include "comm/portdiscovery.h"
+#include "ui_mainwindow.h"
+#include "workbench/plotviewer.h"
+#include "workbench/valueviewer.h"
+
+#include <QMdiArea>
+#include <QMetaType>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t loggedChannels = 32; // always the first ones
+
+// A viewer that leaves the distributor while it still is an IDataPresenter. QObject::destroyed
+// comes too late for that: by then only the QWidget is left.
+template <typename Viewer>
+class RegisteredViewer final : public Viewer
+{
+public:
+    RegisteredViewer(LoggerDataDistributor& registeredWith, QWidget* parent)
+        : Viewer(parent)
+        , distributor(registeredWith)
+    {}
+    ~RegisteredViewer() override { distributor.removeSink(this); }
+
+private:
+    LoggerDataDistributor& distributor;
+};
+
+} // namespace
+
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent)
+    , ui(std::make_unique<Ui::MainWindow>())
+    , commandsSender(std::make_unique<CommandsSender>(comPort))
+    , loggerDataDistributor(*commandsSender)
+    , mapContainer(commandsSender.get())
+    , commandsResponseReceiver(
+          nullptr, &loggerDataDistributor, nullptr, nullptr, &mapContainer, nullptr, nullptr,
+          nullptr, nullptr)
+{
+    qRegisterMetaType<std::string>("std::string");
+    ui->setupUi(this);
+    connect(&comPort, &ComPort::commandRead, this, &MainWindow::commandResponseRead);
+    connect(ui->menuConnection, &QMenu::aboutToShow, this, &MainWindow::portRefresher);
+    connect(ui->menuConnection, &QMenu::triggered, this, &MainWindow::portConnect);
+    connect(ui->actionValue_Viewer, &QAction::triggered, this, &MainWindow::createValueViewer);
+    connect(ui->actionPlot_Viewer, &QAction::triggered, this, &MainWindow::createPlotViewer);
+    connect(ui->menuMap_Tuning, &QMenu::aboutToShow, this, &MainWindow::mapMenuFill);
+    connect(ui->menuMap_Tuning, &QMenu::triggered, this, &MainWindow::mapMenuShowMapEditor);
+}
+
+// The members die before the child widgets do. Whoever calls a member from another thread or while
+// being destroyed therefore has to go first. The list of sub-windows would not do: it lacks those
+// that were closed and wait for their deletion.
+MainWindow::~MainWindow()
+{
+    loggerDataDistributor.stop();
+    delete ui->formContainer;
+}
+
+void MainWindow::commandResponseRead(std::string frame)
+{
+    commandsResponseReceiver.decodeResponse(frame);
+}
+
+void MainWindow::portRefresher()
+{
+    availablePorts = QSerialPortInfo::availablePorts();
+    ui->menuConnection->clear();
+    portActions.clear();
+    for (const QSerialPortInfo& port : qAsConst(availablePorts)) {
+        if (isControllerPort(port)) {
+            portActions[ui->menuConnection->addAction(port.serialNumber())] = port;
+        }
+    }
+}
+
+void MainWindow::portConnect(QAction* action)
+{
+    if (!comPort.open(portActions[action])) {
+        ui->statusbar->showMessage(QStringLiteral("Failed to connect"));
+        return;
+    }
+    ui->statusbar->showMessage(QStringLiteral("Connected"));
+    std::vector<unsigned int> channels(loggedChannels);
+    std::iota(channels.begin(), channels.end(), 0U);
+    commandsSender->sendLoggerStart(channels, false);
+    commandsSender->sendMapTunerStartReq();
+}
+
+void MainWindow::createValueViewer(bool /*checked*/)
+{
+    auto* viewer = new RegisteredViewer<ValueViewer>(loggerDataDistributor, this);
+    ui->formContainer->addSubWindow(viewer);
+    loggerDataDistributor.addSink(viewer);
+    connect(viewer, &QObject::destroyed, this, &MainWindow::viewerDestroyed);
+    viewer->show();
+}
+
+void MainWindow::createPlotViewer(bool /*checked*/)
+{
+    auto* viewer = new RegisteredViewer<PlotViewer>(loggerDataDistributor, this);
+    ui->formContainer->addSubWindow(viewer);
+    loggerDataDistributor.addSink(viewer);
+    viewer->show();
+}
+
+// The cast finds nothing, as the viewer has lost its type by then; RegisteredViewer does the work.
+void MainWindow::viewerDestroyed(QObject* object)
+{
+    if (auto* presenter = dynamic_cast<IDataPresenter*>(object)) {
+        loggerDataDistributor.removeSink(presenter);
+    }
+}
+
+void MainWindow::mapMenuFill()
+{
+    ui->menuMap_Tuning->clear();
+    mapActions.clear();
+    const QMap<int, QString> maps = mapContainer.getMapList();
+    for (auto map = maps.cbegin(); map != maps.cend(); ++map) {
+        mapActions[ui->menuMap_Tuning->addAction(map.value())] = map.key();
+    }
+}
+
+void MainWindow::mapMenuShowMapEditor(QAction* action)
+{
+    mapContainer.showMapTuner(ui->formContainer, mapActions[action]);
+}

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "workbench/mapcontainer.h"
+
+#include "comm/trace.h"
+#include "workbench/maptuning.h"
+
+#include <QMdiArea>
+
+namespace {
+
+constexpr unsigned int mostMaps = 65536; // more than any controller means
+
+} // namespace
+
+MapContainer::MapContainer(CommandsSender* sender)
+    : commandsSender(sender)
+{}
+
+QMap<int, QString> MapContainer::getMapList() const
+{
+    return mapList;
+}
+
+void MapContainer::showMapTuner(QMdiArea* area, int mapId)
+{
+    auto* editor = new MapTuning(static_cast<unsigned int>(mapId), commandsSender, nullptr);
+    mapTuners[mapId] = editor;
+    QObject::connect(
+        editor, &QObject::destroyed, &lifetime, [this](QObject* dying) { tunerClosing(dying); });
+    area->addSubWindow(editor);
+    editor->show();
+}
+
+void MapContainer::tunerClosing(QObject* editor)
+{
+    for (auto entry = mapTuners.begin(); entry != mapTuners.end(); ++entry) {
+        if (entry.value() == editor) {
+            mapTuners.erase(entry);
+            return;
+        }
+    }
+}
+
+void MapContainer::mapTuningStart(unsigned int mapCount)
+{
+    if (mapCount > mostMaps) {
+        traceLine("Refused map count ", mapCount);
+        return;
+    }
+    for (int mapId = 0; mapId < static_cast<int>(mapCount); ++mapId) {
+        mapList[mapId] = QStringLiteral("Map %1").arg(mapId);
+    }
+}
+
+void MapContainer::mapTuningMapDetails(unsigned int mapId, unsigned int xSize, unsigned int ySize)
+{
+    if (MapTuning* editor = mapTuners.value(static_cast<int>(mapId))) {
+        editor->updateMapByParameters(xSize, ySize);
+    }
+}
+
+void MapContainer::mapTuningMap(
+    unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
+    std::vector<int>&& values)
+{
+    traceLine("Received map data ", mapId, ": x: ", xLabels.size(), " y: ", yLabels.size());
+    if (MapTuning* editor = mapTuners.value(static_cast<int>(mapId))) {
+        editor->mapTuningMap(std::move(xLabels), std::move(yLabels), std::move(values));
+    }
+}
+
+void MapContainer::mapTuningGetMapLabel(
+    unsigned int /*mapId*/, MapAxis /*axis*/, unsigned int /*labelId*/, int /*value*/,
+    MapCommandResult /*result*/)
+{}
+
+void MapContainer::mapTuningSetMapLabel(
+    unsigned int /*mapId*/, MapAxis /*axis*/, unsigned int /*labelId*/, MapCommandResult /*result*/)
+{}
+
+void MapContainer::mapTuningGetMapValue(
+    unsigned int /*mapId*/, unsigned int /*xId*/, unsigned int /*yId*/, int /*value*/,
+    MapCommandResult /*result*/)
+{}
+
+void MapContainer::mapTuningSetMapValue(
+    unsigned int /*mapId*/, unsigned int /*xId*/, unsigned int /*yId*/, MapCommandResult /*result*/)
+{}
+
+void MapContainer::mapTuningGetLastGetValue(
+    unsigned int /*mapId*/, int /*xId*/, int /*yId*/, int /*value*/)
+{}

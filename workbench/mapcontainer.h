@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "comm/imaptuningcommandsresponse.h"
+
+#include <QMap>
+#include <QObject>
+#include <QString>
+#include <vector>
+
+class CommandsSender;
+class MapTuning;
+class QMdiArea;
+
+// The maps of the controller, and the way of its answers to the editors. Maps are numbered from 0
+// and have no other identity.
+class MapContainer : public IMapTuningCommandsResponse
+{
+public:
+    explicit MapContainer(CommandsSender* sender); // not owned
+    virtual ~MapContainer() = default;
+
+    // Map ids and display names. Entries stay when a later controller has fewer maps.
+    QMap<int, QString> getMapList() const;
+
+    // Opens a new editor in the area, which owns it. Of several editors of one map the newest gets
+    // the answers.
+    void showMapTuner(QMdiArea* area, int mapId);
+
+    // Forgets an editor that dies, unless a newer one has taken its place.
+    void tunerClosing(QObject* editor);
+
+    // A count above 65,536 is refused.
+    void mapTuningStart(unsigned int mapCount) override;
+    void mapTuningMapDetails(unsigned int mapId, unsigned int xSize, unsigned int ySize) override;
+    void mapTuningMap(
+        unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
+        std::vector<int>&& values) override;
+
+    // Ignored: an edit that the controller rejects stays displayed as entered.
+    void mapTuningGetMapLabel(
+        unsigned int mapId, MapAxis axis, unsigned int labelId, int value,
+        MapCommandResult result) override;
+    void mapTuningSetMapLabel(
+        unsigned int mapId, MapAxis axis, unsigned int labelId, MapCommandResult result) override;
+    void mapTuningGetMapValue(
+        unsigned int mapId, unsigned int xId, unsigned int yId, int value,
+        MapCommandResult result) override;
+    void mapTuningSetMapValue(
+        unsigned int mapId, unsigned int xId, unsigned int yId, MapCommandResult result) override;
+    void mapTuningGetLastGetValue(unsigned int mapId, int xId, int yId, int value) override;
+
+private:
+    CommandsSender* commandsSender;
+    QMap<int, QString> mapList;
+    QMap<int, MapTuning*> mapTuners; // the newest editor of each map
+    QObject lifetime;                // ends the connections to editors that live longer
+};

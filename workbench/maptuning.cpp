@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "workbench/maptuning.h"
+
+#include "comm/commandssender.h"
+#include "comm/trace.h"
+#include "ui_maptuning.h"
+
+#include <QKeySequence>
+#include <QShortcut>
+
+namespace {
+
+constexpr unsigned int largestSize = 1024; // of one axis; more than any controller means
+
+using Slot = void (MapTuning::*)();
+
+void addShortcut(const char* keys, QWidget* table, MapTuning* editor, Slot slot)
+{
+    auto* shortcut = new QShortcut(QKeySequence(QLatin1String(keys)), table);
+    shortcut->setContext(Qt::WindowShortcut); // in a workspace: the active sub-window alone
+    QObject::connect(shortcut, &QShortcut::activated, editor, slot);
+}
+
+} // namespace
+
+MapTuning::MapTuning(unsigned int id, CommandsSender* sender, QWidget* parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::MapTuning>())
+    , mapId(id)
+    , commandsSender(sender)
+{
+    ui->setupUi(this);
+    setWindowTitle(QStringLiteral("Map ID: %1").arg(mapId));
+    commandsSender->sendMapTunerGetMapDetails(mapId);
+    addShortcut("p", ui->mapValues, this, &MapTuning::mapValues_increaseValues);
+    addShortcut("l", ui->mapValues, this, &MapTuning::mapValues_decreaseValues);
+    addShortcut("Ctrl+C", ui->mapValues, this, &MapTuning::mapValues_copy);
+    addShortcut("Ctrl+V", ui->mapValues, this, &MapTuning::mapValues_paste);
+}
+
+MapTuning::~MapTuning() = default;
+
+void MapTuning::updateMapByParameters(unsigned int newXSize, unsigned int newYSize)
+{
+    if (newXSize > largestSize || newYSize > largestSize) {
+        traceLine("Refused size of map ", mapId, ": x: ", newXSize, " y: ", newYSize);
+        return;
+    }
+    xSize = newXSize;
+    ySize = newYSize;
+    ui->mapValues->setColumnCount(static_cast<int>(xSize) + 1);
+    ui->mapValues->setRowCount(static_cast<int>(ySize) + 1);
+    commandsSender->sendMapTunerGetMap(mapId);
+}
+
+// Nothing blocks the table's signals, on purpose: each item set here goes back to the controller.
+void MapTuning::mapTuningMap(std::vector<int>&& x, std::vector<int>&& y, std::vector<int>&& values)
+{
+    traceLine("Received map data: x: ", x.size(), " y: ", y.size());
+    for (unsigned int i = 0; i < xSize && i < x.size(); ++i) {
+        traceLine("x[", i, "] = ", x[i]);
+        setNumber(0, static_cast<int>(i) + 1, x[i]);
+    }
+    for (unsigned int j = 0; j < ySize && j < y.size(); ++j) {
+        traceLine("y[", j, "] = ", y[j]);
+        setNumber(static_cast<int>(j) + 1, 0, y[j]);
+    }
+    for (unsigned int i = 0; i < xSize; ++i) {
+        for (unsigned int j = 0; j < ySize; ++j) {
+            const std::size_t index = std::size_t(xSize) * j + i;
+            if (index < values.size()) {
+                traceLine("v[", i, ", ", j, "] = ", values[index]);
+                setNumber(static_cast<int>(j) + 1, static_cast<int>(i) + 1, values[index]);
+            }
+        }
+    }
+}
+
+void MapTuning::setNumber(int row, int column, int value)
+{
+    ui->mapValues->setItem(row, column, new QTableWidgetItem(QString::number(value)));
+}
+
+void MapTuning::on_mapValues_cellChanged(int row, int column)
+{
+    const QTableWidgetItem* item = ui->mapValues->item(row, column);
+    if (!item) {
+        return;
+    }
+    const int value = item->text().toInt();
+    const auto xId = static_cast<unsigned int>(column - 1);
+    const auto yId = static_cast<unsigned int>(row - 1);
+    // Row 0 comes first: the corner counts as the X label before the first, 4,294,967,295.
+    if (row == 0) {
+        commandsSender->sendMapTunerSetMapLabel(mapId, CommandsSender::MapAxis::X, xId, value);
+    } else if (column != 0) {
+        commandsSender->sendMapTunerSetMapValue(mapId, xId, yId, value);
+    } else {
+        commandsSender->sendMapTunerSetMapLabel(mapId, CommandsSender::MapAxis::Y, yId, value);
+    }
+}
+
+void MapTuning::onLabelXChanged(int value)
+{
+    const int id = labelXIds[sender()];
+    traceLine("xLabelId = ", id);
+    commandsSender->sendMapTunerSetMapLabel(
+        mapId, CommandsSender::MapAxis::X, static_cast<unsigned int>(id), value);
+}
+
+void MapTuning::onLabelYChanged(int value)
+{
+    const int id = labelYIds[sender()];
+    traceLine("yLabelId = ", id);
+    commandsSender->sendMapTunerSetMapLabel(
+        mapId, CommandsSender::MapAxis::Y, static_cast<unsigned int>(id), value);
+}
+
+void MapTuning::onValueChanged(int value)
+{
+    const int xId = valueXIds[sender()];
+    const int yId = valueYIds[sender()];
+    traceLine("xId = ", xId);
+    traceLine("yId = ", yId);
+    commandsSender->sendMapTunerSetMapValue(
+        mapId, static_cast<unsigned int>(xId), static_cast<unsigned int>(yId), value);
+}
+
+void MapTuning::mapValues_increaseValues()
+{
+    stepValues(1U);
+}
+
+void MapTuning::mapValues_decreaseValues()
+{
+    stepValues(~0U);
+}
+
+// Adds step to every number in the rectangle, labels included; the sum wraps at 32 bits.
+void MapTuning::stepValues(unsigned int step)
+{
+    const QRect cells = selectedRectangle();
+    for (int row = cells.top(); row <= cells.bottom(); ++row) {
+        for (int column = cells.left(); column <= cells.right(); ++column) {
+            QTableWidgetItem* item = ui->mapValues->item(row, column);
+            bool isNumber = false;
+            const int value = item ? item->text().toInt(&isNumber) : 0;
+            if (isNumber) {
+                const auto sum = static_cast<int>(static_cast<unsigned int>(value) + step);
+                item->setText(QString::number(sum));
+            }
+        }
+    }
+}
+
+QRect MapTuning::selectedRectangle() const
+{
+    QRect rectangle;
+    const QModelIndexList indexes = ui->mapValues->selectionModel()->selection().indexes();
+    for (const QModelIndex& index : indexes) {
+        rectangle |= QRect(index.column(), index.row(), 1, 1);
+    }
+    return rectangle;
+}

@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "workbench/plotviewer.h"
+
+#include "ui_plotviewer.h"
+#include "workbench/channelnames.h"
+#include "workbench/chartview.h"
+#include "workbench/plotlines.h"
+
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QLabel>
+#include <QMouseEvent>
+
+namespace {
+
+constexpr int firstRows = 5;       // there before any data
+constexpr qreal largestTime = 200; // s
+constexpr qreal largestValue = 1024;
+
+// Seconds. A controller without a clock sends a record every 100 ms.
+float recordTime(unsigned int sampleNumber, unsigned int timestamp)
+{
+    return timestamp != 0 ? float(timestamp) / 1000.0F : float(sampleNumber) / 10.0F;
+}
+
+} // namespace
+
+PlotViewer::PlotViewer(QWidget* parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::PlotViewer>())
+    , chart(new QtCharts::QChart)
+    , axisX(new QtCharts::QValueAxis)
+    , axisY(new QtCharts::QValueAxis)
+    , panelLayout(new QFormLayout)
+    , panel(new QWidget)
+{
+    ui->setupUi(this);
+    chart->addAxis(axisX, Qt::AlignBottom);
+    chart->addAxis(axisY, Qt::AlignLeft);
+    axisY->setRange(0, largestValue);
+    axisX->setRange(0, largestTime);
+    auto* view = new ChartView(chart);
+    view->setRenderHint(QPainter::Antialiasing);
+    ui->horizontalLayout->addWidget(view);
+    panel->setLayout(panelLayout);
+    panel->hide();
+    ui->horizontalLayout->addWidget(panel);
+    lines = std::make_unique<PlotLines>(chart, axisX, axisY);
+    // These count from 0 and the rows that come with the data from 1, on purpose: "data 4" is
+    // followed by "data 6".
+    for (int row = 0; row < firstRows; ++row) {
+        addRow(QStringLiteral("data %1").arg(row));
+    }
+}
+
+PlotViewer::~PlotViewer() = default;
+
+void PlotViewer::addRow(const QString& name)
+{
+    auto* label = new QLabel(name);
+    auto* check = new QCheckBox;
+    check->setCheckState(Qt::Unchecked);
+    panelLayout->addRow(label, check);
+    channelLabels.push_back(label);
+    channelChecks.push_back(check);
+}
+
+void PlotViewer::update(unsigned int sampleNumber, unsigned int timestamp, std::vector<int>& values)
+{
+    const int channels = static_cast<int>(values.size());
+    const int rows = static_cast<int>(channelLabels.size());
+    for (const QString& name : channelNames(rows, channels)) {
+        addRow(name);
+    }
+    const float time = recordTime(sampleNumber, timestamp);
+    for (auto line = series.cbegin(); line != series.cend() && line.key() < channels; ++line) {
+        lines->append(line.value(), time, values[static_cast<std::size_t>(line.key())]);
+    }
+}
+
+void PlotViewer::updateLabels(std::vector<std::string>& /*labels*/) {}
+
+void PlotViewer::showData(std::vector<bool>& /*shown*/) {}
+
+void PlotViewer::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::RightButton) {
+        return;
+    }
+    if (panelOpen == 0) {
+        panelOpen = 1;
+        panel->show();
+        return;
+    }
+    panelOpen = 0;
+    for (int channel = 0; channel < static_cast<int>(channelChecks.size()); ++channel) {
+        const bool chosen = channelChecks[channel]->checkState() == Qt::Checked;
+        if (chosen && !series.contains(channel)) {
+            addLine(channel);
+        } else if (!chosen && series.contains(channel)) {
+            removeLine(channel);
+        }
+    }
+    panel->hide();
+}
+
+void PlotViewer::addLine(int channel)
+{
+    auto* line = new QtCharts::QLineSeries;
+    line->setName(QStringLiteral("data %1").arg(channel)); // whatever its row is called
+    chart->addSeries(line);
+    series[channel] = line;
+    line->attachAxis(axisX);
+    line->attachAxis(axisY);
+    lines->add(line);
+}
+
+void PlotViewer::removeLine(int channel)
+{
+    QtCharts::QLineSeries* line = series.take(channel);
+    lines->remove(line);
+    chart->removeSeries(line);
+    delete line;
+}

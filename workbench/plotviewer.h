@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "workbench/idatapresenter.h"
+
+#include <QMap>
+#include <QWidget>
+#include <QtCharts/QChart>
+#include <QtCharts/QLineSeries>
+#include <QtCharts/QValueAxis>
+#include <memory>
+#include <string>
+#include <vector>
+
+class PlotLines;
+class QCheckBox;
+class QFormLayout;
+class QLabel;
+
+namespace Ui {
+class PlotViewer;
+}
+
+// Draws chosen channels as lines over the time in seconds. The axes do not follow the data. A right
+// click opens the panel in which channels are chosen, the next one closes it and applies the
+// choice; a line that is chosen again begins anew.
+class PlotViewer : public QWidget, public IDataPresenter
+{
+    Q_OBJECT
+
+public:
+    explicit PlotViewer(QWidget* parent = nullptr);
+    ~PlotViewer() override;
+
+    using QWidget::update;
+    void update(
+        unsigned int sampleNumber, unsigned int timestamp, std::vector<int>& values) override;
+    void updateLabels(std::vector<std::string>& labels) override; // changes nothing
+    void showData(std::vector<bool>& shown) override;             // changes nothing
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+
+private:
+    void addRow(const QString& name);
+    void addLine(int channel);
+    void removeLine(int channel);
+
+    std::unique_ptr<Ui::PlotViewer> ui;
+    QMap<int, QtCharts::QLineSeries*> series; // by channel; in the chart, which owns them
+    QtCharts::QChart* chart;
+    QtCharts::QValueAxis* axisX; // s
+    QtCharts::QValueAxis* axisY; // raw value
+    std::vector<QLabel*> channelLabels;
+    std::vector<QCheckBox*> channelChecks;
+    QFormLayout* panelLayout;
+    QWidget* panel;
+    int panelOpen = 0; // 1 while the panel is shown
+    std::unique_ptr<PlotLines> lines;
+};
