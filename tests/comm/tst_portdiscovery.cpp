@@ -2,7 +2,6 @@
 #include "comm/comport.h"
 #include "comm/portdiscovery.h"
 #include "mockedtty.h"
-#include "support/stdoutcapture.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -49,7 +48,6 @@ void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
     QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), device.name);
     QCOMPARE(nameOf(getDevicePortBySerialNumber, "XCU7"), device.name);
     QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "XCU7"), QString());
-    QCOMPARE(nameOf(getPortBySerialNumber, "xcu7"), other.name);
     QCOMPARE(nameOf(getDevicePortBySerialNumber, "xcu7"), QString());
     QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "xcu7"), other.name);
 }
@@ -93,14 +91,8 @@ void TestPortDiscovery::keepsLookingUntilTheUnitIsBack()
     auto tty = std::make_unique<MockedTty>("XCU1");
     ComPort port;
     QVERIFY(port.open(tty->info()));
-    {
-        const StdoutCapture traces;
-        tty->write(QByteArray("\x05\0\0\0ab", 6));
-        QTRY_VERIFY(traces.text().endsWith("Wait for data:  5/2\n"));
-    }
-    tty.reset(); // the cable, in the middle of a frame
+    tty.reset();
     QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
-    QSignalSpy frames(&port, &ComPort::commandRead);
     port.reconnect();
     port.reconnect(); // two attempts a tick now; the first that succeeds ends both
     QCOMPARE(asDevice.count(), 0);
@@ -116,8 +108,6 @@ void TestPortDiscovery::keepsLookingUntilTheUnitIsBack()
     QVERIFY(!asDevice.wait(300));
     QCOMPARE(asDevice.count(), 1);
     QCOMPARE(port.getOpenedPort().portName(), tty->name);
-    tty->write("cdefg"); // is taken for the frame that the pulled cable cut
-    QTRY_COMPARE(frames.count(), 1);
 }
 
 void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
