@@ -17,7 +17,6 @@
 #include "formats/cansignaldata.h"
 #include "formats/channelcount.h"
 #include "formats/frameindex.h"
-#include "formats/identifierlist.h"
 
 #include <QDir>
 #include <QFile>
@@ -170,6 +169,7 @@ private:
     bool importBlackbox(const QString& name);
     void importLog(const QString& name);
     void labelStrip(const LogContent& content);
+    void listIdentifiers();
     void openConversion(const QString& pattern);
     void plotImport(const RecordPoints& points);
 
@@ -211,10 +211,10 @@ private:
     LiveChart* liveChart = nullptr;     // of plot, and goes with it
     ReplotPacer* replotPacer = nullptr; // likewise
     PortList portList;
-    std::string logLine;           // reused from record to record
-    std::string candumpLine;       // reused from frame to frame
-    FrameIndex frameIndex;         // of canTraceFrameList, brought up to date by who needs it
-    IdentifierList identifierList; // what canFrameIds shows
-    bool holdStrip = false;        // the strip waits until many boxes have changed
-    bool writingCells = false;     // cells of the signal table change by the console's own hand
+    std::string logLine;       // reused from record to record
+    std::string candumpLine;   // reused from frame to frame
+    FrameIndex frameIndex;     // of canTraceFrameList, brought up to date by who needs it
+    bool holdStrip = false;    // the strip waits until many boxes have changed
+    bool holdReplot = false;   // the chart waits until an import is complete
+    bool writingCells = false; // cells of the signal table change by the console's own hand
 };

@@ -70,7 +70,9 @@ void DataLoggerApp::finishChart()
 // The one way to have the chart drawn.
 void DataLoggerApp::requestReplot()
 {
-    replotPacer->request();
+    if (!holdReplot) {
+        replotPacer->request();
+    }
 }
 
 void DataLoggerApp::plotRecord(const std::vector<int>& values)

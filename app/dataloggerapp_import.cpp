@@ -10,6 +10,7 @@
 
 #include <QDateTime>
 #include <QFileDialog>
+#include <QSet>
 #include <qcustomplot.h>
 
 // Opens a log, a black-box record or a CAN trace, told apart by the end of the name. Nothing is
@@ -21,19 +22,33 @@ void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
     if (name.isEmpty()) {
         return;
     }
-    bool listIdentifiers = true;
+    bool isComplete = true;
     if (const TraceFormat* format = traceFormat(name)) {
         importTrace(*format, name);
     } else if (name.endsWith(QLatin1String(".rbx"))) {
-        listIdentifiers = importBlackbox(name);
+        isComplete = importBlackbox(name);
     } else {
         importLog(name);
     }
-    if (listIdentifiers) {
-        frameIndex.extend(canTraceFrameList);
-        ui->canFrameIds->addItems(identifierList.takeNew(frameIndex.identifiers()));
-        ui->canFrameIds->sortItems();
+    if (isComplete) {
+        listIdentifiers();
     }
+}
+
+// Sorted by character and not by value: "0x18daf110" stands before "0x7ff".
+void DataLoggerApp::listIdentifiers()
+{
+    QSet<QString> shown;
+    for (int row = 0; row < ui->canFrameIds->count(); ++row) {
+        shown.insert(ui->canFrameIds->item(row)->text());
+    }
+    frameIndex.extend(canTraceFrameList);
+    for (const QString& identifier : frameIndex.identifierTexts()) {
+        if (!shown.contains(identifier)) {
+            ui->canFrameIds->addItem(identifier);
+        }
+    }
+    ui->canFrameIds->sortItems();
 }
 
 void DataLoggerApp::importTrace(const TraceFormat& format, const QString& name)
@@ -44,7 +59,9 @@ void DataLoggerApp::importTrace(const TraceFormat& format, const QString& name)
         import.candumpFile = &candumpFile;
     }
     const QString status = readTraceFile(format, name, import);
-    candumpFile.flush();
+    if (format.convertedName) {
+        candumpFile.flush();
+    }
     emit addLog(status);
 }
 
@@ -72,6 +89,7 @@ void DataLoggerApp::importLog(const QString& name)
     QFile file(name);
     file.open(QIODevice::ReadOnly);
     const LogContent content = readLog(file, plot->graphCount(), firstTimestamp, lastTimestamp);
+    holdReplot = true; // until the points are there
     labelStrip(content);
     for (const LogContent::Tag& tag : content.tags) {
         firstTimestamp = tag.firstTimestamp;
@@ -80,6 +98,7 @@ void DataLoggerApp::importLog(const QString& name)
     }
     firstTimestamp = content.firstTimestamp;
     lastTimestamp = content.lastTimestamp;
+    holdReplot = false;
     plotImport(content.points);
 }
 

@@ -32,7 +32,7 @@ void DataLoggerApp::on_canTraceFrames_itemChanged(QTableWidgetItem* item)
     const int row = item->row();
     const int column = item->column();
     emit addLog(QStringLiteral("row: %1, col: %2, val: %3").arg(row).arg(column).arg(item->text()));
-    if (!item->tableWidget() || row >= canSignals.size() || column >= SignalColumnCount) {
+    if (row < 0 || row >= canSignals.size() || column >= SignalColumnCount) {
         return;
     }
     // A text that the console wrote says less than the value: it never changes it.

@@ -3,12 +3,12 @@
 // bench_records: session logs and black-box records onto a chart, and signals out of frames,
 // against reading value by value and adding point by point.
 #include "bench/benchmark.h"
+#include "bench/slowroad.h"
 #include "formats/arrivalorder.h"
 #include "formats/blackboxreader.h"
 #include "formats/logreader.h"
 #include "formats/signaldecoder.h"
 #include "schema/blackbox.pb.h"
-#include "support/literalimport.h"
 
 #include <QApplication>
 #include <QFile>
@@ -99,8 +99,8 @@ void measureLog(Benchmark& bench)
     file.write(logFile(30'000, 3000));
     const double slowReading = fastest([&] {
         file.seek(0);
-        literal::Log log;
-        literal::readLog(file, channels, log, [](int, GraphPoint) {});
+        slowroad::Log log;
+        slowroad::readLog(file, channels, log, [](int, GraphPoint) {});
     });
     const double reading = fastest([&] {
         file.seek(0);
@@ -113,9 +113,9 @@ void measureLog(Benchmark& bench)
     const double slowTime = fastest([&] {
         slow.clearPoints();
         file.seek(0);
-        literal::Log log;
+        slowroad::Log log;
         int drawn = 0;
-        literal::readLog(file, channels, log, [&](int channel, GraphPoint point) {
+        slowroad::readLog(file, channels, log, [&](int channel, GraphPoint point) {
             for (; drawn < log.tags.size(); ++drawn) {
                 slow.replot(QCustomPlot::rpRefreshHint);
             }
@@ -187,7 +187,7 @@ void readSlowly(std::istream& stream, QFile& converted, Chart& chart)
         frame.length = static_cast<int>(std::min<std::size_t>(record.framedata().size(), 8));
         std::copy_n(record.framedata().begin(), frame.length, frame.payload);
         frames.append(frame);
-        converted.write(literal::convertedLine(frame.frameTime / 1000.0, frame));
+        converted.write(slowroad::convertedLine(frame.frameTime / 1000.0, frame));
         converted.flush();
     }
     for (const std::string& bytes : file.loglines()) {
@@ -221,7 +221,8 @@ void measureBlackbox(Benchmark& bench)
     const double slowTime = timeOf(slow, readSlowly);
     const double fastTime = timeOf(fast, [](std::istream& stream, QFile& converted, Chart& chart) {
         QVector<CanFrames> frames;
-        TraceImport import{frames, [](std::string_view) {}, &converted};
+        TraceImport import{frames};
+        import.candumpFile = &converted;
         chart.addPoints(readBlackbox(stream, import).points);
     });
     bench.figure(".rbx", fastTime * 1e3, "ms");
@@ -251,7 +252,7 @@ void measureSignal(Benchmark& bench, int identifiers)
     Chart fast;
     const double slowTime = fastest([&] {
         slow.graph(0)->data()->clear();
-        literal::readSignal(
+        slowroad::readSignal(
             signal, frames, [&slow](int, GraphPoint point) { slow.addPoint(0, point); });
     });
     FrameIndex index;

@@ -7,12 +7,11 @@
 // The readers are compared over a list that has its memory: what the system takes for handing out
 // 88 bytes a frame is the same on all roads, and is in the figures of the whole import.
 #include "bench/benchmark.h"
+#include "bench/slowroad.h"
 #include "formats/frameindex.h"
-#include "formats/identifierlist.h"
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
 #include "support/importcheck.h"
-#include "support/literalimport.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -86,7 +85,7 @@ void compareReaders(Benchmark& bench)
     const QTemporaryDir folder;
     for (const QString kind : {".txt", ".candump", ".trc", ".csv", ".asc", ".trace"}) {
         const QString name = writeTrace(folder, kind, comparedFrames);
-        literal::Trace slow;
+        slowroad::Trace slow;
         const double slowTime = fastest([&] {
             QFile converted(folder.filePath("slow"));
             converted.open(QIODevice::WriteOnly);
@@ -98,14 +97,15 @@ void compareReaders(Benchmark& bench)
             slow.count = 0;
             QFile file(name);
             file.open(QIODevice::ReadOnly);
-            literal::readTrace(kind, file, slow);
+            slowroad::readTrace(kind, file, slow);
         });
         QVector<CanFrames> frames;
         const double fastTime = fastest([&] {
             QFile converted(folder.filePath("fast"));
             converted.open(QIODevice::WriteOnly);
             frames.resize(0);
-            TraceImport import{frames, [](std::string_view) {}, &converted};
+            TraceImport import{frames};
+            import.candumpFile = &converted;
             readTraceFile(*traceFormat(name), name, import);
         });
         const bool isSame = sameFrames(frames, slow.frames);
@@ -145,7 +145,7 @@ void comparePeers(Benchmark& bench, int count)
     QVector<CanFrames> frames;
     const double ours = fastest([&] {
         frames.resize(0);
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         readTraceFile(*traceFormat(name), name, import);
     });
     const double log2asc = peerTime("log2asc", {"-I", "FILE", "can1"}, name);
@@ -166,7 +166,7 @@ void measureWholeImport(Benchmark& bench, int count)
     const QTemporaryDir folder;
     const QString name = writeTrace(folder, ".candump", count);
     const auto read = [&name](QVector<CanFrames>& frames) {
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         return readTraceFile(*traceFormat(name), name, import);
     };
     const double bare = fastest([&] {
@@ -179,11 +179,10 @@ void measureWholeImport(Benchmark& bench, int count)
         return fastest([&] {
             QVector<CanFrames> frames;
             FrameIndex index;
-            IdentifierList list;
             for (int i = 0; i < times; ++i) {
                 read(frames);
                 index.extend(frames);
-                list.takeNew(index.identifiers());
+                index.identifierTexts();
             }
             memory = residentSize() - before;
         });

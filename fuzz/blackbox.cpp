@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QVector<CanFrames> frames;
     QBuffer conversion;
     conversion.open(QIODevice::WriteOnly);
-    TraceImport import{frames, [](std::string_view) {}, &conversion};
+    TraceImport import{frames};
+    import.candumpFile = &conversion;
     const BlackboxContent content = readBlackbox(stream, import);
     const int channels = content.points.channelCount();
     bool hasPoints = false;

@@ -20,14 +20,22 @@ void addInArrivalOrder(Container& curve, const Points& arrivals)
 {
     using Point = typename std::decay<decltype(*curve.constBegin())>::type;
     // A QVector holds at most 2 GiB, and ends the program when asked for more.
-    constexpr std::size_t mostPoints = (std::numeric_limits<int>::max() - 64) / sizeof(Point);
+    static constexpr std::size_t mostPoints =
+        (std::numeric_limits<int>::max() - 64) / sizeof(Point);
     const int known = curve.size();
-    const std::size_t added =
-        std::min(arrivals.size(), mostPoints - static_cast<std::size_t>(known));
+    const int room = std::max(0, static_cast<int>(mostPoints) - known);
+    const std::size_t added = std::min(arrivals.size(), static_cast<std::size_t>(room));
     if (added == 0) {
         return;
     }
-    QVector<Point> ordered(known + static_cast<int>(added));
+    // With room to grow, or the next record of a session would copy all points of all curves.
+    const auto vectorOf = [](int size) {
+        QVector<Point> points;
+        points.reserve(static_cast<int>(std::min(2 * static_cast<std::size_t>(size), mostPoints)));
+        points.resize(size);
+        return points;
+    };
+    QVector<Point> ordered = vectorOf(known + static_cast<int>(added));
     std::copy(curve.constBegin(), curve.constEnd(), ordered.begin());
     QVector<Point> late;
     Point* end = ordered.data() + known;
@@ -52,7 +60,7 @@ void addInArrivalOrder(Container& curve, const Points& arrivals)
         const auto isBefore = [](const Point& a, const Point& b) { return a.key < b.key; };
         std::reverse(late.begin(), late.end());
         std::stable_sort(late.begin(), late.end(), isBefore);
-        QVector<Point> merged(ordered.size() + late.size());
+        QVector<Point> merged = vectorOf(ordered.size() + late.size());
         std::merge(
             late.cbegin(), late.cend(), ordered.cbegin(), ordered.cend(), merged.begin(), isBefore);
         ordered.swap(merged);

@@ -7,3 +7,12 @@ void FrameIndex::extend(const QVector<CanFrames>& frames)
         positionsOf[frames.at(indexed).frameId].append(indexed);
     }
 }
+
+QStringList FrameIndex::identifierTexts() const
+{
+    QStringList texts;
+    for (auto entry = positionsOf.keyBegin(); entry != positionsOf.keyEnd(); ++entry) {
+        texts.append(QStringLiteral("0x%1").arg(*entry, 3, 16, QLatin1Char('0')));
+    }
+    return texts;
+}

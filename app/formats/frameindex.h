@@ -4,6 +4,7 @@
 #include "formats/canframes.h"
 
 #include <QHash>
+#include <QStringList>
 
 // Where in a growing list of frames the frames of each identifier stand. Costs 4 bytes a frame.
 class FrameIndex
@@ -15,8 +16,9 @@ public:
     // Places in the list, ascending; empty for an identifier that no frame has.
     QVector<int> positions(int frameId) const { return positionsOf.value(frameId); }
 
-    // All identifiers, in no particular order.
-    QList<int> identifiers() const { return positionsOf.keys(); }
+    // All identifiers, in no particular order, as the list of imported identifiers shows them: in
+    // base 16 behind "0x", filled with "0" to 3 digits.
+    QStringList identifierTexts() const;
 
 private:
     QHash<int, QVector<int>> positionsOf;

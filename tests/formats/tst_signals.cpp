@@ -38,6 +38,13 @@ CanSignalData signalOf(int offset, int length, int mode)
     return signal;
 }
 
+QVector<CanSignalData> setOf(QByteArray content)
+{
+    QBuffer device(&content);
+    device.open(QIODevice::ReadOnly);
+    return readSignalSet(device);
+}
+
 } // namespace
 
 class TestSignals : public QObject
@@ -45,46 +52,40 @@ class TestSignals : public QObject
     Q_OBJECT
 
 private slots:
-    void values_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("offset");
-        QTest::addColumn<int>("length");
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<double>("value");
-        const auto row = [](const char* name, const char* bytes, int offset, int length, int mode,
-                            double value) {
-            QTest::newRow(name) << QByteArray(bytes) << offset << length << mode << value;
-        };
-        row("least significant first", "1234", 4, 8, 1, 0x41);
-        row("most significant first", "1234", 4, 8, 2, 0x23);
-        row("signed", "0ff8", 4, 8, 3, -128);
-        row("signed, most significant first", "0ff8", 3, 9, 4, 255);
-        row("behind the frame's end", "ff", 4, 16, 1, 0xf);
-        row("last bit of 64 bytes", "", 504, 8, 1, 0);
-        row("32 bits, top bit set", "00000080", 0, 32, 1, 18446744071562067968.0);
-        row("32 bits, signed", "00000080", 0, 32, 3, -2147483648.0);
-        row("bit 32 falls on bit 0", "0000000001", 0, 33, 1, 1);
-        row("64 bits are never negative", "ffffffffffffffff", 0, 64, 3, 18446744073709551615.0);
-        row("single: bytes on top of one another", "0102048000", 0, 32, 5,
-            0x87 * std::ldexp(1.0, -149));
-        row("single keeps places within bytes", "f001020408", 4, 32, 6,
-            0xff * std::ldexp(1.0, -149));
-        row("single of 31 bits", "ffffffff", 0, 31, 5, 0);
-        row("mode that there is not", "ff", 0, 8, -1, 0);
-    }
-
     void values()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(int, offset);
-        QFETCH(int, length);
-        QFETCH(int, mode);
-        FrameIndex index;
-        const auto curve = signalCurve(signalOf(offset, length, mode), {frameOf(bytes)}, index);
-        QVERIFY(curve.has_value());
-        QCOMPARE(curve->size(), std::size_t(1));
-        QTEST((*curve)[0].value, "value");
+        struct Row
+        {
+            const char* name;
+            const char* bytes;
+            int offset;
+            int length;
+            int mode;
+            double value;
+        };
+        const double denormal = std::ldexp(1.0, -149);
+        const Row rows[] = {
+            {"least significant first", "1234", 4, 8, 1, 0x41},
+            {"most significant first", "1234", 4, 8, 2, 0x23},
+            {"signed", "0ff8", 4, 8, 3, -128},
+            {"signed, most significant first", "0ff8", 3, 9, 4, 255},
+            {"behind the frame's end", "ff", 4, 16, 1, 0xf},
+            {"last bit of 64 bytes", "", 504, 8, 1, 0},
+            {"32 bits, top bit set", "00000080", 0, 32, 1, 18446744071562067968.0},
+            {"32 bits, signed", "00000080", 0, 32, 3, -2147483648.0},
+            {"bit 32 falls on bit 0", "0000000001", 0, 33, 1, 1},
+            {"64 bits are never negative", "ffffffffffffffff", 0, 64, 3, 18446744073709551615.0},
+            {"single: bytes on top of one another", "0102048000", 0, 32, 5, 0x87 * denormal},
+            {"single keeps places within bytes", "f001020408", 4, 32, 6, 0xff * denormal},
+            {"single of 31 bits", "ffffffff", 0, 31, 5, 0},
+            {"mode that there is not", "ff", 0, 8, -1, 0}};
+        for (const Row& row : rows) {
+            const CanSignalData signal = signalOf(row.offset, row.length, row.mode);
+            FrameIndex index;
+            const auto curve = signalCurve(signal, {frameOf(row.bytes)}, index);
+            QVERIFY2(curve.has_value() && curve->size() == 1, row.name);
+            QVERIFY2((*curve)[0].value == row.value, row.name);
+        }
     }
 
     void curveIsAStaircase()
@@ -153,14 +154,15 @@ private slots:
         const CanFrames full = frameOf(QByteArray(128, 'f'));
         const FieldReader reader(full);
         const auto all = ~quint64{0};
-        QCOMPARE(reader.leastSignificantFirst(0, IntMax), all);
-        QCOMPARE(reader.leastSignificantFirst(IntMin, IntMax), quint64{0});
-        QCOMPARE(reader.leastSignificantFirst(IntMax, IntMax), quint64{0});
-        QCOMPARE(reader.mostSignificantFirst(IntMin, IntMax), quint64{0});
-        QCOMPARE(reader.mostSignificantFirst(IntMin + 8, IntMax), quint64{0x7f});
-        QCOMPARE(reader.mostSignificantFirst(0, IntMax), all);
-        QCOMPARE(reader.mostSignificantFirst(IntMax, IntMax), quint64{0});
-        QCOMPARE(reader.mostSignificantFirst(0, IntMin), quint64{0});
+        for (const auto& [offset, length, least, most] :
+             {std::tuple{0, IntMax, all, all},
+              {IntMin, IntMax, quint64{0}, quint64{0}},
+              {IntMin + 8, IntMax, quint64{0x7f000000}, quint64{0x7f}},
+              {IntMax, IntMax, quint64{0}, quint64{0}},
+              {0, IntMin, quint64{0}, quint64{0}}}) {
+            QCOMPARE(reader.leastSignificantFirst(offset, length), least);
+            QCOMPARE(reader.mostSignificantFirst(offset, length), most);
+        }
         CanFrames huge = frameOf("ff");
         huge.length = IntMax;
         QCOMPARE(FieldReader(huge).leastSignificantFirst(0, 8), quint64{0xff});
@@ -168,94 +170,71 @@ private slots:
         QCOMPARE(FieldReader(huge).leastSignificantFirst(0, 8), quint64{0});
     }
 
-    void cells_data()
-    {
-        QTest::addColumn<int>("column");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<bool>("changes");
-        QTest::addColumn<QString>("text"); // that the table would put back
-        const auto row = [](int column, const char* typed, bool changes, const char* text) {
-            QTest::addRow("%d: %s", column, typed) << column << typed << changes << text;
-        };
-        row(FrameIdColumn, "1A0", true, "0x1a0");
-        row(FrameIdColumn, "0x7ff", false, "0x7ff");
-        row(FrameIdColumn, "-1", true, "0xffffffffffffffff");
-        row(FrameIdColumn, "80000000", false, "0x7ff");
-        row(BitOffsetColumn, " 12 ", true, "12");
-        row(BitLengthColumn, "0x10", false, "8");
-        row(MultiplierColumn, "0.123456789", true, "0.123457");
-        row(MultiplierColumn, "1e6", true, "1e+06");
-        row(AddendColumn, "1,5", false, "-40");
-        row(AddendColumn, "-40.0", false, "-40");
-        row(AddendColumn, "nan", true, "nan");
-        row(ShowModeColumn, "0", true, "0");
-        row(MuxOffsetColumn, "", false, "3");
-        row(MuxLengthColumn, "-4", true, "-4");
-        row(MuxValueColumn, "-1", true, "0xffffffffffffffff");
-        row(MuxValueColumn, "ffffffff", false, "0x1f");
-        row(RequiredLengthColumn, "-1", false, "-1");
-        row(NameColumn, "a;b", false, "a;b");
-    }
-
     void cells()
     {
-        QFETCH(int, column);
-        QFETCH(QString, typed);
-        QFETCH(bool, changes);
-        CanSignalData signal{0x7ff, 4, 8, 0.1, -40.0, true, 3, 5, 0x1f, 1, -1, "name"};
-        const CellEdit edit = applySignalCell(signal, column, typed);
-        QCOMPARE(edit == CellEdit::Changed, changes);
-        QCOMPARE(edit == CellEdit::Renamed, column == NameColumn);
-        QTEST(signalCellText(signal, column), "text");
-        QCOMPARE(signal.plotted, column != ShowModeColumn);
-        QCOMPARE(
-            loadedSignalCellText(signal, column),
-            signalCellText(signal, column).mid(column == MuxValueColumn ? 2 : 0));
+        struct Row
+        {
+            int column;
+            const char* typed;
+            bool changes;
+            const char* text; // that the table would put back
+        };
+        const Row rows[] = {
+            {FrameIdColumn, "1A0", true, "0x1a0"},
+            {FrameIdColumn, "0x7ff", false, "0x7ff"},
+            {FrameIdColumn, "-1", true, "0xffffffffffffffff"},
+            {FrameIdColumn, "80000000", false, "0x7ff"},
+            {BitOffsetColumn, " 12 ", true, "12"},
+            {BitLengthColumn, "0x10", false, "8"},
+            {MultiplierColumn, "0.123456789", true, "0.123457"},
+            {MultiplierColumn, "1e6", true, "1e+06"},
+            {AddendColumn, "1,5", false, "-40"},
+            {AddendColumn, "-40.0", false, "-40"},
+            {AddendColumn, "nan", true, "nan"},
+            {ShowModeColumn, "0", true, "0"},
+            {MuxOffsetColumn, "", false, "3"},
+            {MuxLengthColumn, "-4", true, "-4"},
+            {MuxValueColumn, "-1", true, "0xffffffffffffffff"},
+            {MuxValueColumn, "ffffffff", false, "0x1f"},
+            {RequiredLengthColumn, "-1", false, "-1"},
+            {NameColumn, "a;b", false, "a;b"}};
+        for (const auto& [column, typed, changes, text] : rows) {
+            CanSignalData signal{0x7ff, 4, 8, 0.1, -40.0, true, 3, 5, 0x1f, 1, -1, "name"};
+            const CellEdit edit = applySignalCell(signal, column, typed);
+            QVERIFY2((edit == CellEdit::Changed) == changes, typed);
+            QCOMPARE(edit == CellEdit::Renamed, column == NameColumn);
+            QCOMPARE(signalCellText(signal, column), text);
+            QCOMPARE(
+                loadedSignalCellText(signal, column), text + (column == MuxValueColumn ? 2 : 0));
+            QCOMPARE(signal.plotted, column != ShowModeColumn);
+        }
     }
 
     void signalSets()
     {
         QFile file(XCU_TEST_DATA_DIR "/signals.csv");
+        QCOMPARE(readSignalSet(file).size(), 0); // not open
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray sample = file.readAll();
-        file.seek(0);
-        QVector<CanSignalData> signalList = readSignalSet(file);
-        QCOMPARE(signalList.size(), 3);
-        QVERIFY(!signalList[1].plotted);
-        QCOMPARE(signalList[1].signalName, QStringLiteral("\u00d6l 100%1"));
         // The last line of the sample has no twelfth field.
-        QCOMPARE(signalSet(signalList), sample.left(sample.size() - 2) + ";%12\r\n");
+        QCOMPARE(signalSet(setOf(sample)), sample.left(sample.size() - 2) + ";%12\r\n");
+        QCOMPARE(setOf(sample).value(1).signalName, QStringLiteral("\u00d6l 100%1"));
 
-        signalList.resize(1);
-        signalList[0] = {0x18daf110, -1, 2, 0.123456789, 1e6, true, 3, 4, -5, 6, 7, "a;b"};
-        QByteArray written = signalSet(signalList);
-        QCOMPARE(
-            written,
-            QByteArray("0x18daf110;-1;2;0.123457;1e+06;6;3;4;0xfffffffffffffffb;7;a;b;%12\r\n"));
-        QBuffer device(&written);
-        device.open(QIODevice::ReadOnly);
-        QCOMPARE(readSignalSet(device)[0].muxValue, qint64{0});
-        QCOMPARE(signalSet({}), QByteArray());
-    }
+        const CanSignalData odd{0x18daf110, -1, 2, 0.123456789, 1e6, true, 3, 4, -5, 6, 7, "a;b"};
+        const QByteArray line(
+            "0x18daf110;-1;2;0.123457;1e+06;6;3;4;0xfffffffffffffffb;7;a;b;%12\r\n");
+        QCOMPARE(signalSet({odd}), line);
+        QCOMPARE(setOf(line).value(0).muxValue, qint64{0});
+        QVERIFY(!setOf(line).value(0).plotted);
 
-    void shortSignalSets()
-    {
-        QByteArray content(
+        const QVector<CanSignalData> shortLines = setOf(QByteArray(
             "\t0x1;x\n2;1;1;1,5;\xc2\xa0"
             "1;1;1;1;-1;1;A\0;B\n \r\n3\n",
-            38);
-        QBuffer device(&content);
-        device.open(QIODevice::ReadOnly);
-        const QVector<CanSignalData> signalList = readSignalSet(device);
-        QCOMPARE(signalList.size(), 2);
-        QCOMPARE(signalList[0].frameId, 1);
-        QCOMPARE(signalList[0].requiredLength, 0);
-        QCOMPARE(signalList[1].multiplier, 0.0);
-        QCOMPARE(signalList[1].addend, 1.0);
-        QCOMPARE(signalList[1].muxValue, qint64{-1});
-        QCOMPARE(signalList[1].signalName, "A");
-        QFile closed;
-        QCOMPARE(readSignalSet(closed).size(), 0);
+            38));
+        QCOMPARE(shortLines.size(), 2);
+        QCOMPARE(
+            signalSet(shortLines), QByteArray("0x1;0;0;0;0;0;0;0;0x0;0;;%12\r\n"
+                                              "0x2;1;1;0;1;1;1;1;0xffffffffffffffff;1;A;%12\r\n"));
     }
 
     // Against the chart's own container, point by point: late points, ties, files opened twice, and

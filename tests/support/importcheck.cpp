@@ -1,61 +1,146 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/importcheck.h"
 
-#include "formats/logreader.h"
+#include "bench/slowroad.h"
 #include "formats/signaldecoder.h"
 #include "formats/traceformat.h"
-#include "support/literalimport.h"
 
 #include <QBuffer>
 
 namespace {
 
-// Charts of fewer graphs than a log has columns, and of more.
-constexpr int graphCount = 131;
-
-// Time stamps at which a log goes on.
-constexpr int origin = 1000;
-
-QString describe(const GraphPoint& point)
+QString describe(GraphPoint point)
 {
-    return QStringLiteral("%1 %2").arg(point.key, 0, 'g', 17).arg(point.value, 0, 'g', 17);
+    return QStringLiteral("(%1,%2)").arg(point.key, 0, 'g', 17).arg(point.value, 0, 'g', 17);
 }
 
-QString describe(const QString& text)
+QString difference(const QStringList& fast, const QStringList& slow)
 {
-    return text;
-}
-
-template <typename FastList, typename SlowList>
-QString difference(const char* what, const FastList& fast, const SlowList& slow)
-{
-    const auto size = qMin(fast.size(), slow.size());
-    for (auto i = size - size; i < size; ++i) {
-        if (describe(fast[i]) != describe(slow[i])) {
-            return QStringLiteral("%1 %2: %3 instead of %4")
-                .arg(QLatin1String(what))
-                .arg(i)
-                .arg(describe(fast[i]), describe(slow[i]));
-        }
-    }
-    return fast.size() == slow.size() ? QString()
-                                      : QStringLiteral("%1 %2 instead of %3")
-                                            .arg(fast.size())
-                                            .arg(QLatin1String(what))
-                                            .arg(slow.size());
+    return fast == slow ? QString()
+                        : fast.join('|') + "\ninstead of\n" + slow.join('|') + "\nfrom\n";
 }
 
 } // namespace
+
+QString describe(const CanFrames& frame, int digits)
+{
+    int size = sizeof frame.payload;
+    while (size > 0 && frame.payload[size - 1] == 0) {
+        --size;
+    }
+    return QStringLiteral("%1 can%2 %3 [%4] %5")
+        .arg(frame.frameTime, 0, 'g', digits)
+        .arg(frame.busNumber)
+        .arg(frame.frameId, 0, 16)
+        .arg(frame.length)
+        .arg(QByteArray::fromRawData(reinterpret_cast<const char*>(frame.payload), size)
+                 .toHex()
+                 .data());
+}
+
+QString describe(const RecordPoints& records, int channel)
+{
+    QString text;
+    for (const GraphPoint& point : records.points(channel)) {
+        text += describe(point);
+    }
+    return text;
+}
+
+QStringList describe(const LogContent& log)
+{
+    QStringList parts;
+    for (const LogContent::Label& label : log.labels) {
+        parts << QString::number(label.channel) + '=' + label.text + (label.hides ? "!" : "");
+    }
+    for (const LogContent::Tag& tag : log.tags) {
+        parts << tag.text + QStringLiteral("@%1-%2").arg(tag.lastTimestamp).arg(tag.firstTimestamp);
+    }
+    for (int channel = 0; channel < log.points.channelCount(); ++channel) {
+        parts << describe(log.points, channel);
+    }
+    return parts << QStringLiteral("%1-%2").arg(log.lastTimestamp).arg(log.firstTimestamp);
+}
+
+QString traceDifference(const QString& kind, QByteArray content)
+{
+    QBuffer device(&content);
+    device.open(QIODevice::ReadOnly);
+    slowroad::Trace slow;
+    QByteArray slowLines;
+    slow.convert = [&slowLines](const QByteArray& line) { slowLines += line; };
+    slowroad::readTrace(kind, device, slow);
+
+    device.seek(0);
+    QVector<CanFrames> frames;
+    QStringList fastTexts;
+    const auto trace = [&fastTexts](std::string_view line) {
+        fastTexts << QString::fromUtf8(line.data(), static_cast<int>(line.size()));
+    };
+    QBuffer lines;
+    lines.open(QIODevice::WriteOnly);
+    TraceImport import{frames, trace, &lines};
+    fastTexts << QString::number(traceFormat(kind)->read(device, import)) << lines.data();
+
+    QStringList slowTexts = slow.diagnosis << QString::number(slow.count) << slowLines;
+    for (const CanFrames& frame : frames) {
+        fastTexts << describe(frame);
+    }
+    for (const CanFrames& frame : slow.frames) {
+        slowTexts << describe(frame);
+    }
+    return difference(fastTexts, slowTexts);
+}
+
+QString logDifference(QByteArray content)
+{
+    constexpr int graphCount = 131; // more than a log has columns
+    constexpr int origin = 1000;
+    QBuffer device(&content);
+    device.open(QIODevice::ReadOnly);
+    slowroad::Log slow;
+    slow.firstTimestamp = origin;
+    std::vector<QString> graphs(graphCount);
+    slowroad::readLog(device, graphCount, slow, [&graphs](int graph, GraphPoint point) {
+        graphs[static_cast<std::size_t>(graph)] += describe(point);
+    });
+    QStringList texts;
+    for (auto label = slow.labels.cbegin(); label != slow.labels.cend(); ++label) {
+        texts << QString::number(label.key()) + '=' + label.value() +
+                     (slow.hidden.contains(label.key()) ? "!" : "");
+    }
+    texts << slow.tags;
+    std::copy(graphs.begin(), graphs.end(), std::back_inserter(texts));
+    texts << QStringLiteral("%1-%2").arg(slow.lastTimestamp).arg(slow.firstTimestamp);
+    device.seek(0);
+    return difference(describe(readLog(device, graphCount, origin, -1)), texts);
+}
+
+QString curveDifference(const CanSignalData& signal, const QVector<CanFrames>& frames)
+{
+    QStringList texts;
+    const auto addPoint = [&texts](int, GraphPoint point) { texts << describe(point); };
+    if (!slowroad::readSignal(signal, frames, addPoint)) {
+        texts << "the curve stays";
+    }
+    FrameIndex index;
+    const auto curve = signalCurve(signal, frames, index);
+    QStringList fastTexts(curve.has_value() ? QStringList() : QStringList("the curve stays"));
+    for (std::size_t i = 0; curve.has_value() && i < curve->size(); ++i) {
+        fastTexts << describe((*curve)[i]);
+    }
+    return difference(fastTexts, texts);
+}
 
 QByteArray damaged(QByteArray content, std::mt19937& random)
 {
     static const QList<QByteArray> stumbles =
         QByteArray(
-            "| |\t|\n|\r|\r\n|\n\n|;|,|#|##|=|:| -> "
-            "|-|+|.|(|!|0x|x|$;|1e3|nan|-inf|007|64|140|2147483648|"
-            "99999999999999999999|0.1234567890123456789|CANFD 1 2 3 4 5 6|\xc2\xa0|\xe2\x80\x83|"
-            "\xef\xbb\xbf|\xff|\xc3|" +
-            QByteArray(1, '\0') + "|" + QByteArray(140, 'a'))
+            "| |\t|\n|\r|\r\n|\n\n|;|,|#|##|=|:| -> |-|+|.|(|!|0x|x|$;|1e3|nan|-inf|007|64|"
+            "140|2147483648|99999999999999999999|0.1234567890123456789|CANFD 1 2 3 4 5 6|"
+            "\xc2\xa0|\xe2\x80\x83|\xef\xbb\xbf|\xff|\xc3|@|" +
+            QByteArray(140, 'a'))
+            .replace('@', QByteArray(1, '\0'))
             .split('|');
     const auto below = [&random](int bound) {
         return bound > 0 ? static_cast<int>(random() % static_cast<unsigned>(bound)) : 0;
@@ -65,101 +150,5 @@ QByteArray damaged(QByteArray content, std::mt19937& random)
         const int removed = below(2) == 0 ? 0 : below(below(8) == 0 ? content.size() : 6);
         content.replace(place, removed, stumbles[below(stumbles.size())]);
     }
-    static const QByteArray mark("\xff\xfe");
-    return below(50) == 0 ? mark + content : content;
-}
-
-QString describe(const CanFrames& frame)
-{
-    const QByteArray payload(reinterpret_cast<const char*>(frame.payload), sizeof frame.payload);
-    return QStringLiteral("%1 %2 %3 %4 %5")
-        .arg(frame.frameTime, 0, 'g', 17)
-        .arg(frame.busNumber)
-        .arg(frame.frameId)
-        .arg(frame.length)
-        .arg(QString::fromLatin1(payload.toHex()));
-}
-
-QString traceDifference(const QString& kind, QByteArray content)
-{
-    QBuffer device(&content);
-    device.open(QIODevice::ReadOnly);
-    literal::Trace slow;
-    QByteArray slowLines;
-    slow.convert = [&slowLines](const QByteArray& line) { slowLines += line; };
-    literal::readTrace(kind, device, slow);
-
-    device.seek(0);
-    QVector<CanFrames> frames;
-    QStringList diagnosis;
-    QBuffer lines;
-    lines.open(QIODevice::WriteOnly);
-    TraceImport import{
-        frames,
-        [&diagnosis](std::string_view line) {
-            diagnosis << QString::fromUtf8(line.data(), static_cast<int>(line.size()));
-        },
-        &lines};
-    const int count = traceFormat(kind)->read(device, import);
-
-    if (count != slow.count) {
-        return QStringLiteral("count %1 instead of %2").arg(count).arg(slow.count);
-    }
-    const QString differences =
-        difference("frame", frames, slow.frames) + difference("trace", diagnosis, slow.diagnosis);
-    return lines.data() == slowLines ? differences : differences + QStringLiteral(" conversion");
-}
-
-QString logDifference(QByteArray content)
-{
-    QBuffer device(&content);
-    device.open(QIODevice::ReadOnly);
-    literal::Log slow;
-    slow.firstTimestamp = origin;
-    std::vector<std::vector<GraphPoint>> graphs(graphCount);
-    literal::readLog(device, graphCount, slow, [&graphs](int graph, GraphPoint point) {
-        graphs[graph].push_back(point);
-    });
-
-    device.seek(0);
-    const LogContent log = readLog(device, graphCount, origin, -1);
-    QStringList labels;
-    for (const LogContent::Label& label : log.labels) {
-        labels << QStringLiteral("%1 %2 %3").arg(label.channel).arg(label.hides).arg(label.text);
-    }
-    QStringList slowLabels;
-    for (auto label = slow.labels.cbegin(); label != slow.labels.cend(); ++label) {
-        slowLabels << QStringLiteral("%1 %2 %3")
-                          .arg(label.key())
-                          .arg(slow.hidden.contains(label.key()))
-                          .arg(label.value());
-    }
-    QStringList tags;
-    for (const LogContent::Tag& tag : log.tags) {
-        tags << QStringLiteral("%1 %2 %3")
-                    .arg(tag.firstTimestamp)
-                    .arg(tag.lastTimestamp)
-                    .arg(tag.text);
-    }
-    QString differences =
-        difference("label", labels, slowLabels) + difference("tag", tags, slow.tags);
-    for (int graph = 0; graph < graphCount; ++graph) {
-        differences += difference("point", log.points.points(graph), graphs[graph]);
-    }
-    const bool sameTimes =
-        log.firstTimestamp == slow.firstTimestamp && log.lastTimestamp == slow.lastTimestamp;
-    return sameTimes ? differences : differences + QStringLiteral(" time stamps");
-}
-
-QString curveDifference(const CanSignalData& signal, const QVector<CanFrames>& frames)
-{
-    std::vector<GraphPoint> slow;
-    const bool isDrawn = literal::readSignal(
-        signal, frames, [&slow](int, GraphPoint point) { slow.push_back(point); });
-    FrameIndex index;
-    const auto fast = signalCurve(signal, frames, index);
-    if (fast.has_value() != isDrawn) {
-        return QStringLiteral("geometry");
-    }
-    return isDrawn ? difference("point", *fast, slow) : QString();
+    return below(50) == 0 ? "\xff\xfe" + content : content;
 }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "support/literalimport.h"
+#include "bench/slowroad.h"
 
 #include <QTextStream>
 #include <cstring>
 
-namespace literal {
+namespace slowroad {
 namespace {
 
 constexpr int PayloadSize = 64;
@@ -127,10 +127,24 @@ bool readTraceLine(const QString& line, CanFrames& frame, Trace& trace)
     return true;
 }
 
-} // namespace
+quint64 readField(const unsigned char* work, bool leastFirst, int offset, int length)
+{
+    quint64 accumulator = 0;
+    for (qint64 i = 0; i < length; ++i) {
+        const qint64 p = leastFirst ? offset + i : qint64{offset} + length - 1 - i;
+        const bool isInside = p >= 0 && p < 512;
+        const auto bit = leastFirst ? p % 8 : 7 - p % 8;
+        if (isInside && (work[p / 8] >> bit & 1) != 0) {
+            accumulator |= static_cast<quint64>(qint64{static_cast<qint32>(1U << i % 32)});
+        }
+    }
+    return accumulator;
+}
 
 // One line of a trace into a frame that serves all lines. False if the line makes no frame.
 using LineReader = bool (*)(const QString& line, CanFrames& frame, Trace& trace);
+
+} // namespace
 
 QByteArray convertedLine(double seconds, const CanFrames& frame)
 {
@@ -206,10 +220,8 @@ void readLog(QIODevice& device, int graphCount, Log& log, const AddPoint& addPoi
             log.firstTimestamp = log.lastTimestamp;
         }
         if (isTag) {
-            log.tags << QStringLiteral("%1 %2 %3")
-                            .arg(log.firstTimestamp)
-                            .arg(log.lastTimestamp)
-                            .arg(parts[2].trimmed());
+            log.tags << parts[2].trimmed() +
+                            QStringLiteral("@%1-%2").arg(log.lastTimestamp).arg(log.firstTimestamp);
             continue;
         }
         const auto ms = static_cast<qint32>(
@@ -221,20 +233,6 @@ void readLog(QIODevice& device, int graphCount, Log& log, const AddPoint& addPoi
             }
         }
     }
-}
-
-quint64 readField(const unsigned char* work, bool leastFirst, int offset, int length)
-{
-    quint64 accumulator = 0;
-    for (qint64 i = 0; i < length; ++i) {
-        const qint64 p = leastFirst ? offset + i : qint64{offset} + length - 1 - i;
-        const bool isInside = p >= 0 && p < 512;
-        const auto bit = leastFirst ? p % 8 : 7 - p % 8;
-        if (isInside && (work[p / 8] >> bit & 1) != 0) {
-            accumulator |= static_cast<quint64>(qint64{static_cast<qint32>(1U << i % 32)});
-        }
-    }
-    return accumulator;
 }
 
 bool readSignal(
@@ -291,4 +289,4 @@ bool readSignal(
     return true;
 }
 
-} // namespace literal
+} // namespace slowroad

@@ -15,7 +15,7 @@
 // The slow road through every file format: the steps one by one with the Qt calls that define them,
 // and no thought of speed. The readers of the product are held against it, in what they give and in
 // how long they take.
-namespace literal {
+namespace slowroad {
 
 using AddPoint = std::function<void(int graph, GraphPoint point)>;
 
@@ -39,7 +39,7 @@ struct Log
 {
     QMap<int, QString> labels;
     QSet<int> hidden;
-    QStringList tags; // time origin, time and text
+    QStringList tags; // "<text>@<time>-<origin>"
     int firstTimestamp = -1;
     int lastTimestamp = -1;
 };
@@ -47,11 +47,8 @@ struct Log
 // Continues what `log` holds.
 void readLog(QIODevice& device, int graphCount, Log& log, const AddPoint& addPoint);
 
-// `work` holds 64 bytes.
-quint64 readField(const unsigned char* work, bool leastFirst, int offset, int length);
-
 // False if the curve is to stay as it is. Points come for graph 0.
 bool readSignal(
     const CanSignalData& signal, const QVector<CanFrames>& frames, const AddPoint& addPoint);
 
-} // namespace literal
+} // namespace slowroad
