@@ -23,7 +23,8 @@ private slots:
         QCOMPARE(console.status(), "Sent start request");
         QTRY_COMPARE(console.status(), "Received logger started");
         QTest::keyClick(&console.window, Qt::Key_H); // before the first record
-        console.record(4294967295);                  // unsigned in a record, signed in a tag
+        QTRY_VERIFY(log(home).endsWith("\n$;-1;Hard shift\n"));
+        console.record(4294967295); // unsigned in a record, signed in a tag
         console.window.addTag("-1");
         console.record(1500);
         console.slider(3)->setValue(40);
@@ -117,6 +118,10 @@ private slots:
         QCOMPARE(console.timers(), 4);
         console.click("stopLogging");
         QCOMPARE(console.timers(), 3);
+        // Of two sessions in one second the later one takes the file over.
+        for (const QString& file : home.files("*.log")) {
+            QCOMPARE(contents(file).count("#;timestamp;"), 1);
+        }
     }
 
     // The blocks of a reconnect each find the other's flag set, and each starts a session.
@@ -138,6 +143,22 @@ private slots:
         QCOMPARE(console.count(xcu::Command::kDataloggerStart), 3);
     }
 
+    void aPulledCableClosesTheLog()
+    {
+        ConsoleHome home;
+        ConnectedConsole console;
+        console.click("startLogging");
+        QTRY_VERIFY(console.controller().recordsSent() > 10);
+        console.rig.unplug();
+        QTRY_COMPARE(console.text("pushButton_2"), "Connect");
+        QCOMPARE(console.status(), "Disconnected");
+        const QString written = log(home);
+        QVERIFY(written.count('\n') > 5);
+        QVERIFY(written.endsWith(";\n"));
+        console.window.addTag("late");
+        QCOMPARE(log(home), written);
+    }
+
     void aVanishedFolderStopsNothing()
     {
         ConsoleHome home;
@@ -146,6 +167,26 @@ private slots:
         console.click("startLogging");
         QTRY_VERIFY(console.plot()->graph(0)->dataCount() > 3);
         QVERIFY(home.files("*.log").isEmpty());
+    }
+
+    void destroyedInTheMiddleOfASession()
+    {
+        ConsoleHome home;
+        PortRig rig(ControllerOptions(), PortRig::Lives::InOwnThread);
+        rig.plug();
+        {
+            ConsoleRig console;
+            QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
+            console.click("pushButton_2");
+            console.click("passiveDatalogger");
+            rig.run([](VirtualController& unit) { unit.setRecordRate(2000); });
+            console.click("startLogging");
+            QTRY_VERIFY(console.status().startsWith("Received logger data"));
+            console.window.addTag("end");
+        }
+        QVERIFY(log(home).contains(";end\n"));
+        QVERIFY(log(home).endsWith('\n'));
+        QCOMPARE(rig.count(xcu::Command::kDataloggerStop), 0);
     }
 };
 
