@@ -24,7 +24,7 @@ private slots:
         QTRY_COMPARE(console.status(), "Received logger started");
         QTest::keyClick(&console.window, Qt::Key_H); // before the first record
         QTRY_VERIFY(log(home).endsWith("\n$;-1;Hard shift\n"));
-        console.record(4294967295);                  // unsigned in a record, signed in a tag
+        console.record(4294967295); // unsigned in a record, signed in a tag
         console.window.addTag("-1");
         console.record(1500);
         console.slider(3)->setValue(40);
