@@ -25,6 +25,8 @@ private slots:
         ConsoleRig console;
         console.click("pushButton_2");
         QCOMPARE(console.status(), "Failed to connect");
+        emit console.window.pongReceived(5); // there is no clock before the first connection
+        QCOMPARE(console.status(), "ReceivedPong 5 after 0 ms");
         rig.plug();
         QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->currentText(), "XCU0007 XCU");
         for (int round = 0; round < 2; ++round) {
@@ -39,6 +41,7 @@ private slots:
             QCOMPARE(
                 home.controllerFolder("XCU0007").entryList(QDir::Dirs | QDir::NoDotAndDotDot),
                 QStringList({"extLoggerBackup", "extLoggerLogs"}));
+            QVERIFY(!home.controllerFolder("XCU0007").exists("extLoggerLogs/XCU0007"));
 
             console.click("pushButton_2");
             QCOMPARE(console.text("pushButton_2"), "Connect");
