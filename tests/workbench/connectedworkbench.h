@@ -12,22 +12,14 @@
 #include <QTest>
 #include <memory>
 
-// The real window with a virtual controller on a mocked port, driven by menus.
+// The real window with a virtual controller on a mocked port, driven by its menus.
 struct ConnectedWorkbench
 {
-    explicit ConnectedWorkbench(std::vector<MapSize> maps)
-        : rig(options(std::move(maps)))
+    ConnectedWorkbench()
     {
         rig.plug();
         window->show();
         choose("menuConnection", rig.serialNumber());
-    }
-
-    static ControllerOptions options(std::vector<MapSize> maps)
-    {
-        ControllerOptions options;
-        options.maps = std::move(maps);
-        return options;
     }
 
     QStringList entries(const char* menuName)
@@ -52,10 +44,7 @@ struct ConnectedWorkbench
     }
 
     QString status() { return window->findChild<QStatusBar*>()->currentMessage(); }
-    QList<QMdiSubWindow*> subWindows()
-    {
-        return window->findChild<QMdiArea*>("formContainer")->subWindowList();
-    }
+    QList<QMdiSubWindow*> subWindows() { return window->findChild<QMdiArea*>()->subWindowList(); }
     VirtualController& controller() { return rig.controller(); }
 
     PortRig rig;

@@ -7,15 +7,19 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QLayout>
+#include <QMouseEvent>
 #include <QScopeGuard>
 #include <QSettings>
 #include <QTest>
 #include <QtCharts/QChart>
+#include <cmath>
+#include <functional>
 
 namespace {
 
 using namespace QtCharts;
-using Lines = QMap<QString, QVector<QPointF>>;
+using Points = QVector<QPointF>;
+using Lines = QMap<QString, Points>;
 
 template <typename Viewer>
 void feed(Viewer& viewer, unsigned int sample, unsigned int time, std::vector<int> values)
@@ -46,20 +50,71 @@ void rightClick(QWidget& viewer)
     QTest::mouseClick(&viewer, Qt::RightButton, {}, QPoint(1, 1));
 }
 
-void choose(PlotViewer& viewer, const QVector<int>& rows)
+// A plot viewer on the screen, with its insides at hand.
+struct Plot
 {
-    rightClick(viewer);
-    check(viewer, rows);
-    rightClick(viewer);
+    explicit Plot(const QVector<int>& rows = {})
+    {
+        viewer.show();
+        choose(rows);
+        QCoreApplication::processEvents();
+    }
+
+    void choose(const QVector<int>& rows)
+    {
+        rightClick(viewer);
+        check(viewer, rows);
+        rightClick(viewer);
+    }
+
+    QLineSeries* series(int index) { return qobject_cast<QLineSeries*>(chart->series()[index]); }
+
+    Lines lines()
+    {
+        Lines lines;
+        for (int index = 0; index < chart->series().size(); ++index) {
+            lines[series(index)->name()] = series(index)->pointsVector();
+        }
+        return lines;
+    }
+
+    QImage picture()
+    {
+        for (int pass = 0; pass < 20; ++pass) { // long lines are painted piece by piece
+            QCoreApplication::processEvents();
+            view->grab();
+        }
+        return view->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    }
+
+    QRectF range() const // of both axes
+    {
+        return {QPointF(axisX->min(), axisY->min()), QPointF(axisX->max(), axisY->max())};
+    }
+
+    PlotViewer viewer;
+    ChartView* view = viewer.findChild<ChartView*>();
+    QChart* chart = view->chart();
+    QValueAxis* axisX = qobject_cast<QValueAxis*>(chart->axes(Qt::Horizontal).first());
+    QValueAxis* axisY = qobject_cast<QValueAxis*>(chart->axes(Qt::Vertical).first());
+};
+
+// The largest difference of a colour in any pixel, 0 to 255.
+int difference(const QImage& a, const QImage& b)
+{
+    int largest = 0;
+    for (int byte = 0; byte < a.sizeInBytes(); ++byte) {
+        largest = std::max(largest, std::abs(a.constBits()[byte] - b.constBits()[byte]));
+    }
+    return largest;
 }
 
-Lines linesOf(const PlotViewer& viewer)
+// Steps, noise and rare peaks, so that a wrong or missing segment shows.
+int valueAt(int line, int index)
 {
-    Lines lines;
-    for (QAbstractSeries* series : viewer.findChild<ChartView*>()->chart()->series()) {
-        lines[series->name()] = qobject_cast<QLineSeries*>(series)->pointsVector();
-    }
-    return lines;
+    const double wave = 400 * std::sin(index * 0.003 * (line + 1));
+    const int step = index < 700 ? 300 : 0;
+    return int(512 + wave) + index * 7919 * (line + 1) % 60 + (index % 977 == 0 ? 200 : 0) - step;
 }
 
 } // namespace
@@ -73,8 +128,10 @@ private slots:
     void setupAndReadingView();
     void textsKeepTheirRoom();
     void plotViewerLines();
+    void looksLikeAChartOfAllPoints();
+    void seriesHoldsAllOrWhatTheAxisShows();
     void chartKeys();
-    void touchingSwallowsTheMouse();
+    void mouseOnTheChart();
 
 private:
     TestHome home;
@@ -143,77 +200,152 @@ void TestViewers::textsKeepTheirRoom()
 
 void TestViewers::plotViewerLines()
 {
-    PlotViewer viewer;
-    viewer.show();
-    rightClick(viewer);
-    check(viewer, {0, 2, 4});
-    QCOMPARE(linesOf(viewer), Lines()); // not before the panel is closed
-    rightClick(viewer);
-    feed(viewer, 25, 0, {1, 2, 3});
-    feed(viewer, 26, 2500, {-4, 5, 6});
-    feed(viewer, 27, 16777217, {7, 8, 9}); // more than a float can count
-    Lines lines = {
-        {"data 0", {{2.5, 1}, {2.5, -4}, {16777.216796875, 7}}},
-        {"data 2", {{2.5, 3}, {2.5, 6}, {16777.216796875, 9}}},
-        {"data 4", {}}};
-    QCOMPARE(linesOf(viewer), lines);
-    choose(viewer, {2});
-    QCOMPARE(linesOf(viewer), (Lines{{"data 2", lines["data 2"]}}));
-    choose(viewer, {0, 2});
-    QCOMPARE(linesOf(viewer), (Lines{{"data 0", {}}, {"data 2", lines["data 2"]}}));
+    Plot plot;
+    rightClick(plot.viewer);
+    check(plot.viewer, {0, 2, 4});
+    QCOMPARE(plot.lines(), Lines()); // not before the panel is closed
+    rightClick(plot.viewer);
+    feed(plot.viewer, 25, 0, {1, 2, 3});
+    feed(plot.viewer, 26, 2500, {-4, 5, 6});
+    feed(plot.viewer, 27, 16777217, {7, 8, 9}); // more than a float can count
+    const Points second = {{2.5, 3}, {2.5, 6}, {16777.216796875, 9}};
+    QCOMPARE(
+        plot.lines(), (Lines{
+                          {"data 0", {{2.5, 1}, {2.5, -4}, {16777.216796875, 7}}},
+                          {"data 2", second},
+                          {"data 4", {}}}));
+    plot.choose({2});
+    QCOMPARE(plot.lines(), (Lines{{"data 2", second}}));
+    plot.choose({0, 2});
+    QCOMPARE(plot.lines(), (Lines{{"data 0", {}}, {"data 2", second}}));
+}
+
+// A chart whose series are given all points at once is drawn by Qt itself: the reference.
+void TestViewers::looksLikeAChartOfAllPoints()
+{
+    struct Step
+    {
+        int points;
+        std::function<void(Plot&)> change;
+    };
+    const Step steps[] = {
+        {400, [](Plot&) {}},
+        {700, [](Plot&) {}},
+        {731, [](Plot&) {}}, // onto a picture that is there
+        {731, [](Plot& plot) { plot.chart->zoomIn(); }},
+        {12'000, [](Plot& plot) { plot.chart->scroll(2000, 30); }},
+        {12'000, [](Plot& plot) { plot.axisX->setRange(0, 1500); }},
+        {12'200,
+         [](Plot& plot) {
+             plot.choose({0, 1, 2, 3});
+         }},
+        {12'200, [](Plot& plot) { plot.viewer.resize(517, 333); }},
+        {12'200, [](Plot& plot) { plot.chart->zoomReset(); }},
+    };
+    Plot plain({0, 1, 2});
+    Plot fast({0, 1, 2});
+    Points all[4];
+    int fed = 0;
+    for (const Step& step : steps) {
+        step.change(plain);
+        step.change(fast);
+        const int lines = fast.chart->series().size();
+        for (; fed < step.points; ++fed) {
+            // The controller restarts, and its time begins anew.
+            const auto time = unsigned(fed < 12'050 ? fed : fed - 12'000) * 100U + 1;
+            std::vector<int> values(4);
+            for (int line = 0; line < lines; ++line) {
+                values[line] = valueAt(line, fed);
+                all[line] << QPointF(double(float(time) / 1000.0F), values[line]);
+            }
+            feed(fast.viewer, 0, time, values);
+        }
+        for (int line = 0; line < lines; ++line) {
+            plain.series(line)->replace(all[line]);
+        }
+        // Two layers are blended instead of one, so that pixels may be rounded otherwise.
+        const int rounding = step.points > 500 ? 12 : 0;
+        QCOMPARE(std::max(difference(plain.picture(), fast.picture()), rounding), rounding);
+    }
+}
+
+void TestViewers::seriesHoldsAllOrWhatTheAxisShows()
+{
+    Plot plot({0});
+    QLineSeries* series = plot.series(0);
+    const auto point = [](int index) {
+        return QPointF(double(float(index * 100 + 1) / 1000.0F), index % 1000);
+    };
+    auto feedUpTo = [&, fed = 0](int points) mutable {
+        for (; fed < points; ++fed) {
+            feed(plot.viewer, 0, unsigned(fed * 100 + 1), {fed % 1000});
+        }
+    };
+    feedUpTo(10'000);
+    QCOMPARE(series->count(), 10'000);
+    QCOMPARE(series->at(9'999), point(9'999));
+    feedUpTo(288'000);
+    QVERIFY2(series->count() < 3'000, qPrintable(QString::number(series->count())));
+    plot.axisX->setRange(28'790, 28'799);
+    const Points shown = series->pointsVector();
+    for (int index = 287'901; index < 287'990; ++index) {
+        QVERIFY(shown.contains(point(index)));
+    }
+    feedUpTo(288'010); // beyond the axis
+    QCOMPARE(series->count(), shown.size());
+    feed(plot.viewer, 0, 28'795'000, {5}); // the time begins anew
+    QCOMPARE(series->pointsVector().mid(shown.size()), Points({point(288'009), {28'795, 5}}));
+    plot.choose({});
+    plot.choose({1}); // Qt draws short lines again
+    feed(plot.viewer, 0, 1, {0, 1});
+    QVERIFY(plot.series(0)->pen().style() != Qt::NoPen);
 }
 
 void TestViewers::chartKeys()
 {
-    PlotViewer viewer;
-    viewer.show();
-    choose(viewer, {0}); // a chart without a line has nothing to zoom
-    QCoreApplication::processEvents();
-    auto* view = viewer.findChild<ChartView*>();
-    auto* axisX = qobject_cast<QValueAxis*>(view->chart()->axes(Qt::Horizontal).first());
-    auto* axisY = qobject_cast<QValueAxis*>(view->chart()->axes(Qt::Vertical).first());
-    const double pixelX = 200 / view->chart()->plotArea().width();
-    const double pixelY = 1024 / view->chart()->plotArea().height();
-    struct Row
-    {
-        Qt::Key key;
-        QRectF range; // of both axes
-    };
+    Plot plot({0}); // a chart without a line has nothing to zoom
+    const double pixelX = 200 / plot.chart->plotArea().width();
+    const double pixelY = 1024 / plot.chart->plotArea().height();
     const QRectF start(0, 0, 200, 1024);
-    for (const Row& row :
-         {Row{Qt::Key_Plus, {50, 256, 100, 512}}, Row{Qt::Key_Minus, {-100, -512, 400, 2048}},
-          Row{Qt::Key_Left, start.translated(-10 * pixelX, 0)},
-          Row{Qt::Key_Right, start.translated(10 * pixelX, 0)},
-          Row{Qt::Key_Up, start.translated(0, 10 * pixelY)},
-          Row{Qt::Key_Down, start.translated(0, -10 * pixelY)}, Row{Qt::Key_A, start}}) {
-        QTest::keyClick(view, row.key);
-        QCOMPARE(
-            QRectF(QPointF(axisX->min(), axisY->min()), QPointF(axisX->max(), axisY->max())),
-            row.range);
-        axisX->setRange(0, 200);
-        axisY->setRange(0, 1024);
+    const QVector<QPair<Qt::Key, QRectF>> keys = {
+        {Qt::Key_Plus, {50, 256, 100, 512}},
+        {Qt::Key_Minus, {-100, -512, 400, 2048}},
+        {Qt::Key_Left, start.translated(-10 * pixelX, 0)},
+        {Qt::Key_Right, start.translated(10 * pixelX, 0)},
+        {Qt::Key_Up, start.translated(0, 10 * pixelY)},
+        {Qt::Key_Down, start.translated(0, -10 * pixelY)},
+        {Qt::Key_A, start}};
+    for (const auto& key : keys) {
+        QTest::keyClick(plot.view, key.first);
+        QCOMPARE(plot.range(), key.second);
+        plot.axisX->setRange(0, 200);
+        plot.axisY->setRange(0, 1024);
     }
-    QTest::keyClick(view, Qt::Key_Plus);
-    QTest::keyClick(view, Qt::Key_0);
-    QCOMPARE(axisX->max(), 200.0);
+    QTest::keyClick(plot.view, Qt::Key_Plus);
+    QTest::keyClick(plot.view, Qt::Key_0);
+    QCOMPARE(plot.range(), start);
 }
 
-void TestViewers::touchingSwallowsTheMouse()
+void TestViewers::mouseOnTheChart()
 {
-    PlotViewer viewer;
-    viewer.show();
-    auto* view = viewer.findChild<ChartView*>();
-    const QWidget* panel = viewer.findChild<QCheckBox*>()->parentWidget();
-    const auto isAnimated = [view] {
-        return view->chart()->animationOptions() == QChart::SeriesAnimations;
+    Plot plot({0});
+    QWidget* viewport = plot.view->viewport();
+    const QWidget* panel = plot.viewer.findChild<QCheckBox*>()->parentWidget();
+    const auto isAnimated = [&] {
+        return plot.chart->animationOptions() == QChart::SeriesAnimations;
     };
-    QTest::mouseRelease(view->viewport(), Qt::LeftButton);
+    const QRect band = plot.chart->plotArea().toRect().adjusted(9, 9, -9, -9);
+    QTest::mousePress(viewport, Qt::LeftButton, {}, band.topLeft());
+    QMouseEvent drag(QEvent::MouseMove, band.center(), Qt::NoButton, Qt::LeftButton, {});
+    QCoreApplication::sendEvent(viewport, &drag);
+    QTest::mouseRelease(viewport, Qt::LeftButton, {}, band.bottomRight());
+    QVERIFY(plot.range().left() > 0 && plot.range().bottom() < 1024); // zoomed into the rectangle
     QVERIFY(isAnimated());
-    QTest::touchEvent(view->viewport(), QTest::createTouchDevice()).press(0, QPoint(9, 9), view);
+    QTest::touchEvent(viewport, QTest::createTouchDevice()).press(0, QPoint(9, 9), plot.view);
     QVERIFY(!isAnimated());
-    rightClick(*view->viewport()); // the press does not reach the viewer
+    rightClick(*viewport); // the press does not reach the viewer
     QVERIFY(panel->isHidden());
-    rightClick(*view->viewport());
+    rightClick(*viewport);
     QVERIFY(!panel->isHidden());
     QVERIFY(isAnimated());
 }
