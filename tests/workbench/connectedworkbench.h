@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QStatusBar>
 #include <QTest>
+#include <google/protobuf/text_format.h>
 #include <memory>
 
 // The real window with a virtual controller on a mocked port, driven by its menus.
@@ -41,6 +42,14 @@ struct ConnectedWorkbench
             window->findChild<QMenu*>(menuName)->actions()[index]->trigger();
         }
         return index >= 0;
+    }
+
+    // Has the controller answer what nobody asked. The answer is in protobuf's text form.
+    void answer(const std::string& text)
+    {
+        xcu::Response response;
+        QVERIFY(google::protobuf::TextFormat::ParseFromString(text, &response));
+        controller().send(response);
     }
 
     QString status() { return window->findChild<QStatusBar*>()->currentMessage(); }
