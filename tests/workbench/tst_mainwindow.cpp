@@ -36,8 +36,7 @@ private slots:
     void recordsReachAllSinks();
     void connectingStartsLoggerAndMaps();
     void controllersComeAndGo();
-    void viewersComeAndGoWhileRecordsArrive();
-    void windowIsClosedWhileWorkersPoll();
+    void viewersAndWindowGoWhileWorkersPoll();
 
 private:
     TestHome home;
@@ -114,9 +113,15 @@ void TestMainWindow::controllersComeAndGo()
     QCOMPARE(bench.status(), QString("Connected"));
 }
 
-void TestMainWindow::viewersComeAndGoWhileRecordsArrive()
+void TestMainWindow::viewersAndWindowGoWhileWorkersPoll()
 {
     ConnectedWorkbench bench;
+    QTRY_VERIFY(bench.controller().count(pollRequest) > 1);
+    for (int start = 0; start < 20; ++start) {
+        bench.answer("logger_started {}");
+    }
+    bench.answer("logger_stopped {}");                        // stops none of them
+    QTRY_VERIFY(bench.controller().count(pollRequest) > 200); // one worker would need 20 s
     for (int round = 0; round < 250; ++round) {
         bench.choose("menuDataViewer", "Value Viewer");
         bench.choose("menuDataViewer", "Plot Viewer");
@@ -132,20 +137,9 @@ void TestMainWindow::viewersComeAndGoWhileRecordsArrive()
         }
     }
     const quint64 records = bench.controller().recordsSent();
-    QTRY_VERIFY(bench.controller().recordsSent() > records + 1);
+    QTRY_VERIFY(bench.controller().recordsSent() > records + 21);
     QCOMPARE(bench.window->findChildren<QLabel*>("seqNo").size(), 0);
-}
-
-void TestMainWindow::windowIsClosedWhileWorkersPoll()
-{
-    ConnectedWorkbench bench;
-    QTRY_VERIFY(bench.controller().count(pollRequest) > 1);
-    for (int start = 0; start < 20; ++start) {
-        bench.answer("logger_started {}");
-    }
-    bench.answer("logger_stopped {}");                        // stops none of them
-    QTRY_VERIFY(bench.controller().count(pollRequest) > 200); // one worker would need 20 s
-    QTRY_VERIFY(bench.choose("menuMap_Tuning", "Map 0"));
+    bench.choose("menuMap_Tuning", "Map 0");
     bench.choose("menuDataViewer", "Value Viewer");
     bench.choose("menuDataViewer", "Plot Viewer");
     bench.subWindows().last()->close(); // it is still there when the window goes
