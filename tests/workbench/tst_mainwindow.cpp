@@ -116,12 +116,6 @@ void TestMainWindow::controllersComeAndGo()
 void TestMainWindow::viewersAndWindowGoWhileWorkersPoll()
 {
     ConnectedWorkbench bench;
-    QTRY_VERIFY(bench.controller().count(pollRequest) > 1);
-    for (int start = 0; start < 20; ++start) {
-        bench.answer("logger_started {}");
-    }
-    bench.answer("logger_stopped {}");                        // stops none of them
-    QTRY_VERIFY(bench.controller().count(pollRequest) > 200); // one worker would need 20 s
     for (int round = 0; round < 250; ++round) {
         bench.choose("menuDataViewer", "Value Viewer");
         bench.choose("menuDataViewer", "Plot Viewer");
@@ -137,8 +131,15 @@ void TestMainWindow::viewersAndWindowGoWhileWorkersPoll()
         }
     }
     const quint64 records = bench.controller().recordsSent();
-    QTRY_VERIFY(bench.controller().recordsSent() > records + 21);
+    QTRY_VERIFY(bench.controller().recordsSent() > records + 1);
     QCOMPARE(bench.window->findChildren<QLabel*>("seqNo").size(), 0);
+    for (int start = 0; start < 20; ++start) {
+        bench.answer("logger_started {}");
+    }
+    // This one stops none of them. One worker alone would need 20 s for what follows.
+    bench.answer("logger_stopped {}");
+    const int requests = bench.controller().count(pollRequest);
+    QTRY_VERIFY(bench.controller().count(pollRequest) > requests + 200);
     bench.choose("menuMap_Tuning", "Map 0");
     bench.choose("menuDataViewer", "Value Viewer");
     bench.choose("menuDataViewer", "Plot Viewer");
