@@ -68,7 +68,7 @@ void ValueViewer::update(
 }
 
 // In pixels: of the texts in row 0 and of the widest value on display. Values are measured by their
-// characters, as it would take ten times as long to lay each one out.
+// characters; to lay out each one would be slow.
 std::array<int, 3> ValueViewer::neededWidths() const
 {
     const QFontMetrics metrics = fontMetrics();
