@@ -244,7 +244,7 @@ def check_other_files(day):
 
 
 def evening(bench):
-    """A console without a controller opens all that was written."""
+    """A new console opens all that was written."""
     day = Operator(bench)
     logs, (capture,) = bench.files("*.log"), bench.files("*.candump")
     for path in [*logs, capture]:
@@ -258,14 +258,6 @@ def evening(bench):
     identifiers = [frame.split()[2].split("#")[0] for frame in frames]
     listed = sorted({f"0x{int(identifier, 16):03x}" for identifier in identifiers})
     same(day.console.ask("texts canFrameIds"), listed, "identifiers")
-
-    identifier = re.search(" (...)#[0-9a-f]{16}$", "\n".join(frames), re.M)[1]
-    day.play("click addCanTrace", *[f"cell canTraceFrames 0 {column} {text}" for column, text in
-             ((0, identifier), (2, 8), (3, 2), (5, 2), (10, "Counter"))],
-             "click saveCanSignals", "file signals.csv", "click loadCanSignals", "file signals.csv",
-             "cell canTraceFrames 1 5 0", "cell canTraceFrames 1 5 2")
-    for graph in (128, 129):
-        same(day.ask_points(graph), told.signal_curve(frames, identifier, 2), "signal")
     day.console.close("DataLoggerApp")
 
 

@@ -100,17 +100,6 @@ def opened_curve(logs, channel):
     )
 
 
-def signal_curve(lines, identifier, factor):
-    """Byte 0 of a classic frame in a capture, as stairs: a value holds until the next one."""
-    frames = [line.split() for line in lines]
-    first = float(frames[0][0].strip("()"))
-    values = [(float(frame[0].strip("()")) - first, factor * int(frame[2].split("#")[1][:2], 16))
-              for frame in frames if frame[2].startswith(f"{identifier}#")]
-    steps = zip(values, values[1:])
-    stairs = [((time, held), (time, value)) for (_, held), (time, value) in steps]
-    return sorted(sum(stairs, tuple(values[:1])))
-
-
 def points_of(answer):
     numbers = (point.split() for point in answer.split(";") if point)
     return sorted((float(key), float(value)) for key, value in numbers)

@@ -54,7 +54,8 @@ class Program:
             stdout=self.output.open("wb"), stderr=subprocess.PIPE, text=True, errors="replace",
         )
         self.tail, self.read = Tail(self.output), []
-        threading.Thread(target=self.listen, daemon=True).start()
+        self.listener = threading.Thread(target=self.listen, daemon=True)
+        self.listener.start()
 
     def listen(self):
         for line in self.process.stderr:
@@ -67,6 +68,7 @@ class Program:
         self.sent += len(lines)
         until(lambda: self.done >= self.sent or self.process.poll() is not None, lines)
         if self.done < self.sent:
+            self.listener.join()
             raise AssertionError(f"{self.process.args[0]} ended: {self.said[-9:]}")
 
     def ask(self, question):
@@ -85,7 +87,9 @@ class Program:
 
     def close(self, window):
         os.write(self.pipe, f"close {window}\n".encode())
-        same(self.process.wait(PATIENCE), 0, f"exit code ({self.said[-5:]})")
+        code = self.process.wait(PATIENCE)
+        self.listener.join()
+        same(code, 0, f"exit code ({self.said[-5:]})")
 
     def memory(self):
         """Resident, in kB."""
@@ -127,13 +131,12 @@ class Bench:
             process.wait()
         self.folder.cleanup()
 
-    def start(self, name="datalogger", attached=True, setup=None):
+    def start(self, name="datalogger", setup=None, **variables):
         environment = dict(
-            os.environ, HOME=str(self.home), XDG_CONFIG_HOME=str(self.home / ".config"),
-            QT_QPA_PLATFORM="offscreen", QT_PLUGIN_PATH=str(self.build / "plugins"),
-            QT_QPA_GENERIC_PLUGINS="xcudrive", LC_ALL="C.UTF-8",
+            os.environ, **self.attached, **variables, LC_ALL="C.UTF-8", HOME=str(self.home),
+            XDG_CONFIG_HOME=str(self.home / ".config"), QT_QPA_PLATFORM="offscreen", QT_QPA_GENERIC_PLUGINS="xcudrive",
+            QT_PLUGIN_PATH=str(self.build / "plugins"),
         )
-        environment.update(self.attached if attached else {})
         self.programs.append(Program(self, name, environment, setup))
         return self.programs[-1]
 

@@ -3,16 +3,13 @@
 """The console for hours at its fastest pace, with trouble on purpose: soak.py BUILD [HOURS]
 
 128 channels every millisecond and 500 CAN frames a second. Once in half a minute something goes
-wrong with the controller. A report follows at the end; the chart keeps 16 bytes of each value, which
+wrong with the controller. A report follows at the end. The chart keeps 16 bytes of each value: that
 is 7 GB an hour.
 """
 import itertools
-import pathlib
 import signal
 import sys
 import time
-
-sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "drive"))
 
 from bench import Bench
 
