@@ -132,14 +132,18 @@ def flood(build):
         same(bench.files("*.candump")[0].read_text(), frames, "capture")
 
 
+def sent_by(program):
+    return program.output.read_text().count("<<==>>X")
+
+
 def stall(build):
     """A controller that neither reads nor answers, and then does."""
     with Bench(build) as bench:
         console = connect(bench)
         log(bench, console)
         bench.controllers.send_signal(signal.SIGSTOP)
-        sent = console.output.read_text().count("<<==>>X")
-        until(lambda: console.output.read_text().count("<<==>>X") > sent + 500, "requests go on")
+        sent = sent_by(console)
+        until(lambda: sent_by(console) > sent + 500, "requests go on")
         console.play("key H DataLoggerApp")
         bench.controllers.send_signal(signal.SIGCONT)
         see(bench, 700)
@@ -157,6 +161,20 @@ def damage(build):
         console = connect(bench, "set channelCount currentIndex 3")
         log(bench, console)
         same(leave(bench, console), bench.files("*.log")[0].read_text(), "log")
+
+
+def departure(build):
+    """The workbench keeps the port open when its controller has left, and has nothing to do."""
+    with Bench(build) as bench:
+        workbench = bench.start("tuning-workbench")
+        workbench.play("menu menuConnection 0", "wait statusbar message Connected")
+        see(bench, 5)
+        bench.tell("unplug")
+        sent, used = sent_by(workbench), workbench.processor_time()
+        until(lambda: sent_by(workbench) > sent + 20, "requests go on")  # two seconds
+        used = workbench.processor_time() - used
+        assert used < 0.5, f"{used} s of processor time for nothing"
+        workbench.close("MainWindow")
 
 
 def cycles(build, count=200):
@@ -184,7 +202,7 @@ def cycles(build, count=200):
         console.close("DataLoggerApp")
 
 
-SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, cycles]
+SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, departure, cycles]
 
 
 def main(build, name=None, *arguments):

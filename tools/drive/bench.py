@@ -96,6 +96,11 @@ class Program:
         status = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
         return int(status.split("VmRSS:")[1].split()[0])
 
+    def processor_time(self):
+        """In seconds, since its start."""
+        ticks = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rsplit(")")[1].split()
+        return (int(ticks[11]) + int(ticks[12])) / os.sysconf("SC_CLK_TCK")
+
     def descriptors(self):
         return len(os.listdir(f"/proc/{self.process.pid}/fd"))
 
@@ -134,8 +139,8 @@ class Bench:
     def start(self, name="datalogger", setup=None, **variables):
         environment = dict(
             os.environ, **self.attached, **variables, LC_ALL="C.UTF-8", HOME=str(self.home),
-            XDG_CONFIG_HOME=str(self.home / ".config"), QT_QPA_PLATFORM="offscreen", QT_QPA_GENERIC_PLUGINS="xcudrive",
-            QT_PLUGIN_PATH=str(self.build / "plugins"),
+            XDG_CONFIG_HOME=str(self.home / ".config"), QT_QPA_PLATFORM="offscreen",
+            QT_QPA_GENERIC_PLUGINS="xcudrive", QT_PLUGIN_PATH=str(self.build / "plugins"),
         )
         self.programs.append(Program(self, name, environment, setup))
         return self.programs[-1]
