@@ -5,6 +5,7 @@ import collections
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import tempfile
 import threading
@@ -131,9 +132,12 @@ class Bench:
         return self
 
     def __exit__(self, *_):
-        for process in [program.process for program in self.programs] + [self.controllers]:
-            process.kill()
-            process.wait()
+        for program in self.programs:
+            program.process.kill()
+            program.process.wait()
+        self.controllers.send_signal(signal.SIGCONT)
+        self.controllers.terminate()
+        self.controllers.wait(PATIENCE)
         self.folder.cleanup()
 
     def start(self, name="datalogger", setup=None, **variables):
