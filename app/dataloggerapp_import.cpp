@@ -132,7 +132,10 @@ void DataLoggerApp::openConversion(const QString& pattern)
 void DataLoggerApp::plotImport(const RecordPoints& points)
 {
     for (int channel = 0; channel < points.channelCount(); ++channel) {
-        addInArrivalOrder(*plot->graph(channel)->data(), points.points(channel));
+        // Full curves would all copy themselves at the first record of a session.
+        QCPGraphDataContainer& curve = *plot->graph(channel)->data();
+        const std::vector<GraphPoint> added = points.points(channel);
+        addInArrivalOrder(curve, added, curve.size() + added.size());
     }
     requestReplot();
 }

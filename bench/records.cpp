@@ -3,6 +3,7 @@
 // bench_records: session logs and black-box records onto a chart, and signals out of frames,
 // against reading value by value and adding point by point.
 #include "bench/benchmark.h"
+#include "bench/bitbybit.h"
 #include "formats/arrivalorder.h"
 #include "formats/blackboxreader.h"
 #include "formats/logreader.h"
@@ -96,11 +97,11 @@ void measureLog(Benchmark& bench)
     const QTemporaryDir folder;
     QFile file(folder.filePath("a.log"));
     file.open(QIODevice::ReadWrite);
-    file.write(logFile(30'000, 3000));
+    constexpr int recordsPerTag = 3000;
+    file.write(logFile(30'000, recordsPerTag));
     const double slowReading = fastest([&] {
         file.seek(0);
-        literal::Log log;
-        literal::readLog(file, channels, log, [](int, GraphPoint) {});
+        literal::readLog(file, channels, -1);
     });
     const double reading = fastest([&] {
         file.seek(0);
@@ -113,14 +114,19 @@ void measureLog(Benchmark& bench)
     const double slowTime = fastest([&] {
         slow.clearPoints();
         file.seek(0);
-        literal::Log log;
-        int drawn = 0;
-        literal::readLog(file, channels, log, [&](int channel, GraphPoint point) {
-            for (; drawn < log.tags.size(); ++drawn) {
+        const LogContent log = literal::readLog(file, channels, -1);
+        std::vector<std::vector<GraphPoint>> points;
+        for (int channel = 0; channel < channels; ++channel) {
+            points.push_back(log.points.points(channel));
+        }
+        for (std::size_t record = 0; record < points.front().size(); ++record) {
+            if (record % recordsPerTag == 0) {
                 slow.replot(QCustomPlot::rpRefreshHint);
             }
-            slow.addPoint(channel, point);
-        });
+            for (int channel = 0; channel < channels; ++channel) {
+                slow.addPoint(channel, points[static_cast<std::size_t>(channel)][record]);
+            }
+        }
         slow.replot(QCustomPlot::rpRefreshHint);
     });
     Chart fast;
@@ -251,8 +257,7 @@ void measureSignal(Benchmark& bench, int identifiers)
     Chart fast;
     const double slowTime = fastest([&] {
         slow.graph(0)->data()->clear();
-        literal::readSignal(
-            signal, frames, [&slow](int, GraphPoint point) { slow.addPoint(0, point); });
+        drawBitByBit(signal, frames, [&slow](GraphPoint point) { slow.addPoint(0, point); });
     });
     FrameIndex index;
     index.extend(frames);

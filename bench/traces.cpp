@@ -10,7 +10,6 @@
 #include "formats/frameindex.h"
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
-#include "support/importcheck.h"
 #include "support/literalimport.h"
 
 #include <QCommandLineParser>
@@ -85,19 +84,15 @@ void compareReaders(Benchmark& bench)
     const QTemporaryDir folder;
     for (const QString kind : {".txt", ".candump", ".trc", ".csv", ".asc", ".trace"}) {
         const QString name = writeTrace(folder, kind, comparedFrames);
-        literal::Trace slow;
+        QVector<CanFrames> slow;
         const double slowTime = fastest([&] {
             QFile converted(folder.filePath("slow"));
             converted.open(QIODevice::WriteOnly);
-            slow.convert = [&converted](const QByteArray& line) {
-                converted.write(line);
-                converted.flush();
-            };
-            slow.frames.resize(0);
-            slow.count = 0;
+            slow.resize(0);
+            TraceImport import{slow, [](std::string_view) {}, &converted};
             QFile file(name);
             file.open(QIODevice::ReadOnly);
-            literal::readTrace(kind, file, slow);
+            literal::readTrace(kind, file, import);
         });
         QVector<CanFrames> frames;
         const double fastTime = fastest([&] {
@@ -107,7 +102,7 @@ void compareReaders(Benchmark& bench)
             TraceImport import{frames, [](std::string_view) {}, &converted};
             readTraceFile(*traceFormat(name), name, import);
         });
-        const bool isSame = sameFrames(frames, slow.frames);
+        const bool isSame = sameFrames(frames, slow);
         bench.figure(kind, fastTime / comparedFrames * 1e9, "ns/frame");
         bench.atLeast(
             kind + " against the slow road", isSame ? slowTime / fastTime : 0, 10, "times");

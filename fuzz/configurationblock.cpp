@@ -6,29 +6,23 @@
 #include "formats/channelcount.h"
 
 #include <QtEndian>
-#include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <google/protobuf/stubs/logging.h>
 
-extern "C" int LLVMFuzzerInitialize(int*, char***)
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     // Entries without a name and names that are not UTF-8 are reported, millions of them here.
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     google::protobuf::SetLogHandler(nullptr);
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
     const std::string block(reinterpret_cast<const char*>(data), size);
     const std::vector<ChannelLabel> labels = readChannelLabels(block);
-    const bool inRange = std::all_of(labels.begin(), labels.end(), [](const ChannelLabel& label) {
-        return label.channel >= 0 && label.channel < ChannelTotal;
-    });
-    const bool whole = size >= 4 && qFromLittleEndian<quint32>(data) <= size - 4;
-    if (!inRange || (whole && readChannelLabels(block + "\x0a\x02\x0a").size() != labels.size()) ||
-        (isEmptyConfigurationBlock(block) && !labels.empty())) {
+    const bool isWhole = size >= 4 && qFromLittleEndian<quint32>(data) <= size - 4;
+    bool isRight = labels.empty() || !isEmptyConfigurationBlock(block);
+    isRight &= !isWhole || readChannelLabels(block + "\x0a\x02\x0a").size() == labels.size();
+    for (const ChannelLabel& label : labels) {
+        isRight &= label.channel >= 0 && label.channel < ChannelTotal;
+    }
+    if (!isRight) {
         std::abort();
     }
     return 0;

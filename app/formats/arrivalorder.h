@@ -14,9 +14,11 @@
 // them. A bulk insert of the chart library breaks ties the other way, and adding late points one by
 // one takes quadratic time.
 //
+// The curve gets room for so many more points, so that it does not copy itself when they come.
+//
 // Container is the chart library's; it is a parameter to keep this layer free of the chart.
 template <typename Container, typename Points>
-void addInArrivalOrder(Container& curve, const Points& arrivals)
+void addInArrivalOrder(Container& curve, const Points& arrivals, std::size_t room = 0)
 {
     using Point = typename std::decay<decltype(*curve.constBegin())>::type;
     // A QVector holds at most 2 GiB, and ends the program when asked for more.
@@ -28,10 +30,10 @@ void addInArrivalOrder(Container& curve, const Points& arrivals)
     if (added == 0) {
         return;
     }
-    // With room to grow, or the next record of a session would copy all points of all curves.
-    const auto vectorOf = [](int size) {
+    const auto vectorOf = [room](int size) {
         QVector<Point> points;
-        points.reserve(static_cast<int>(std::min(2 * static_cast<std::size_t>(size), mostPoints)));
+        points.reserve(
+            static_cast<int>(std::min(static_cast<std::size_t>(size) + room, mostPoints)));
         points.resize(size);
         return points;
     };

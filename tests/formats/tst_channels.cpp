@@ -5,46 +5,42 @@
 #include "schema/configuration.pb.h"
 
 #include <QTest>
-#include <QtEndian>
 
 namespace {
 
-std::string block(const std::string& message, std::size_t length)
+std::string block(const std::string& message, unsigned int length)
 {
-    std::string bytes(4, '\0');
-    qToLittleEndian(static_cast<quint32>(length), bytes.data());
+    std::string bytes;
+    for (int shift = 0; shift < 32; shift += 8) {
+        bytes += static_cast<char>(length >> shift);
+    }
     return bytes + message;
 }
 
-std::string block(const std::string& message)
-{
-    return block(message, message.size());
-}
-
-template <typename Entry>
-void fill(Entry* entry, const std::string& name, int channel, int type, unsigned int number = 3)
-{
-    entry->set_name(name);
-    entry->set_logchannel(channel);
-    entry->set_type(static_cast<decltype(entry->type())>(type));
-    entry->set_number(number);
-}
-
-std::string input(const std::string& name, int channel, int type = 0)
+std::string input(const std::string& name, int channel, int type = 0, int number = 3)
 {
     xcu::ConfigData configuration;
-    fill(configuration.add_inputs(), name, channel, type);
+    xcu::Input& entry = *configuration.add_inputs();
+    entry.set_name(name);
+    entry.set_logchannel(channel);
+    entry.set_type(static_cast<decltype(entry.type())>(type));
+    entry.set_number(static_cast<unsigned int>(number));
     return configuration.SerializeAsString();
 }
 
-// "channel=label" of each entry, in order.
-QStringList read(const std::string& bytes)
+// "channel=label" of each entry, in order, separated by "|".
+QString labels(const std::string& bytes)
 {
     QStringList texts;
     for (const ChannelLabel& label : readChannelLabels(bytes)) {
         texts << QString::number(label.channel) + '=' + label.text;
     }
-    return texts;
+    return texts.join('|');
+}
+
+QString labelsOf(const std::string& message)
+{
+    return labels(block(message, static_cast<unsigned int>(message.size())));
 }
 
 } // namespace
@@ -54,100 +50,64 @@ class TestChannels : public QObject
     Q_OBJECT
 
 private slots:
-    void labels_data()
+    void names()
     {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<QString>("label");
-
-        QTest::newRow("named") << QByteArray("Oil pressure") << "Oil pressure (ADC3)";
-        QTest::newRow("without a name the number is lost") << QByteArray() << "ADC";
-        QTest::newRow("marker in the name is filled") << QByteArray("Load %1") << "Load ADC (3%3)";
-        QTest::newRow("UTF-8") << QByteArray("\xc3\x96l;\n") << QStringLiteral("\u00d6l;\n (ADC3)");
-        QTest::newRow("up to a zero byte") << QByteArray("Oil\0pump", 8) << "Oil (ADC3)";
-        QTest::newRow("zero byte alone is a name") << QByteArray("\0", 1) << " (ADC3)";
+        QCOMPARE(labelsOf(input("Oil pressure", 5)), "5=Oil pressure (ADC3)");
+        QCOMPARE(labelsOf(input("", 5)), "5=ADC"); // the number is lost
+        QCOMPARE(labelsOf(input("Load %1", 5)), "5=Load ADC (3%3)");
+        QCOMPARE(labelsOf(input("\xc3\x96l;\n", 5)), QStringLiteral("5=\u00d6l;\n (ADC3)"));
+        QCOMPARE(labelsOf(input({"Oil\0pump", 8}, 5)), "5=Oil (ADC3)");
+        QCOMPARE(labelsOf(input({"\0", 1}, 5)), "5= (ADC3)"); // is a name
+        for (const int type : {-1, std::numeric_limits<int>::min(), 1000000}) {
+            QCOMPARE(labelsOf(input("n", 5, type)), "5=n (3)");
+        }
+        for (const int channel : {-1, std::numeric_limits<int>::min(), 128, 1 << 30}) {
+            QCOMPARE(labelsOf(input("n", channel)), "");
+        }
+        QCOMPARE(labelsOf(input("n", 127) + input("n", 0)), "127=n (ADC3)|0=n (ADC3)");
     }
 
-    void labels()
-    {
-        QFETCH(QByteArray, name);
-        QFETCH(QString, label);
-        QCOMPARE(read(block(input(name.toStdString(), 5))), QStringList("5=" + label));
-    }
-
-    void inputsThenOutputsWithTheirWords()
+    void words()
     {
         const QByteArray words = "ADC,Freq,Digital,PHW,CAN,ADC sw,Const,CMP,DIV,Isense,Duty,MapIn,"
                                  "AHRS,,CanObj,GR,CSl,,PWM,DAC,CAN,I,MAP,SPL,PWR,";
         constexpr int inputs = 18; // with one type too many, as among the outputs
-        xcu::ConfigData configuration;
+        std::string message;
         QStringList expected;
         for (const QByteArray& word : words.split(',')) {
             const int i = expected.size();
-            if (i < inputs) {
-                fill(configuration.add_inputs(), "n", i, i, 4294967295U);
-            } else {
-                fill(configuration.add_outputs(), "n", i, i - inputs, 4294967295U);
-            }
+            std::string entry = input("n", i, i < inputs ? i : i - inputs, -1);
+            entry[0] = i < inputs ? entry[0] : '\x12'; // the same as an output
+            message += entry;
             expected << QString::number(i) + "=n (" + word + "4294967295)";
         }
-        QCOMPARE(read(block(configuration.SerializeAsString())), expected);
-        for (const int type : {-1, std::numeric_limits<int>::min(), 1000000}) {
-            QCOMPARE(read(block(input("n", 5, type))), QStringList("5=n (3)"));
-        }
-    }
-
-    void channelsOutsideTheLoggerAreSkipped()
-    {
-        for (const int channel : {-1, -2, std::numeric_limits<int>::min(), 128, 1 << 30}) {
-            QVERIFY(read(block(input("n", channel))).isEmpty());
-        }
-        QCOMPARE(read(block(input("n", 127) + input("n", 0))).size(), 2); // 0 is not on the wire
-    }
-
-    void lengthsAndDamage_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<bool>("isEmpty");
-        QTest::addColumn<QStringList>("labels");
-
-        const std::string one = input("one", 1);
-        const std::string two = one + input("two", 2);
-        const auto row = [](const char* name, const std::string& bytes, bool isEmpty,
-                            const QStringList& labels) {
-            QTest::newRow(name) << QByteArray::fromStdString(bytes) << isEmpty << labels;
-        };
-        row("never written", block(one, 0xFFFFFFFF), true, {});
-        row("no whole length", "\x01", true, {});
-        row("length zero", block(one, 0), false, {});
-        row("more bytes than the length", block(two, one.size()), false, {"1=one (ADC3)"});
-        row("length near 4 GiB", block(one, 0xFFFFFFFC), false, {"1=one (ADC3)"});
-        // The entry that the damage hits has its name but not its channel: it relabels channel 0.
-        row("cut inside an entry", block(two.substr(0, one.size() + 8)), false,
-            {"1=one (ADC3)", "0=two (ADC0)"});
-        row("name is not UTF-8", block(one + input("\xff", 2)), false,
-            {"1=one (ADC3)", QStringLiteral("0=\ufffd (ADC0)")});
-        row("garbage", block("\xff\xff\xff\xff"), false, {});
+        QCOMPARE(labelsOf(message), expected.join('|'));
     }
 
     void lengthsAndDamage()
     {
-        QFETCH(QByteArray, bytes);
-        QTEST(isEmptyConfigurationBlock(bytes.toStdString()), "isEmpty");
-        QTEST(read(bytes.toStdString()), "labels");
+        const std::string one = input("one", 1);
+        const auto size = static_cast<unsigned int>(one.size());
+        QVERIFY(isEmptyConfigurationBlock(block(one, 0xFFFFFFFF))); // never written
+        QVERIFY(isEmptyConfigurationBlock("\x01"));
+        QVERIFY(!isEmptyConfigurationBlock(block(one, 0)));
+        QCOMPARE(labels(block(one, 0xFFFFFFFF)), "");
+        QCOMPARE(labels(block(one, 0xFFFFFFFC)), "1=one (ADC3)");
+        QCOMPARE(labels(block(one + input("two", 2), size)), "1=one (ADC3)");
+        // The entry that the damage hits has its name but not its channel: it relabels channel 0.
+        const std::string cut = one + input("two", 2).substr(0, 8);
+        QCOMPARE(labelsOf(cut), "1=one (ADC3)|0=two (ADC0)");
+        QCOMPARE(labelsOf(one + input("\xff", 2)), QStringLiteral("1=one (ADC3)|0=\ufffd (ADC0)"));
+        QCOMPARE(labelsOf("\xff\xff\xff\xff"), "");
     }
 
-    void coloursAreCutNotRounded()
+    void coloursAreCutAndNoChoiceIs64Channels()
     {
-        QCOMPARE(channelColour(0), QColor(100, 164, 156));
         QCOMPARE(channelColour(3), QColor(178, 159, 197));
         QCOMPARE(channelColour(127), QColor(139, 199, 190));
-    }
-
-    void noValidChoiceAsksFor64Channels()
-    {
-        const std::vector<int> counts = {64, 32, 64, 96, 128, 64};
+        const QVector<int> counts = {64, 32, 64, 96, 128, 64};
         for (int index = -1; index <= 4; ++index) {
-            QCOMPARE(channelCountOfChoice(index), counts.at(static_cast<std::size_t>(index + 1)));
+            QCOMPARE(channelCountOfChoice(index), counts[index + 1]);
         }
     }
 };

@@ -1,136 +1,147 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/literalimport.h"
 
+#include "formats/textfield.h"
+#include "formats/traceformat.h"
+
+#include <QBuffer>
+#include <QFileDevice>
+#include <QMap>
 #include <QTextStream>
+#include <QTime>
 #include <cstring>
 
-namespace literal {
 namespace {
 
 constexpr int PayloadSize = 64;
 
-void setPayload(CanFrames& frame, const QByteArray& bytes)
+} // namespace
+
+namespace literal {
+namespace {
+
+struct Trace
 {
-    std::memcpy(
-        frame.payload, bytes.constData(),
-        static_cast<std::size_t>(qMin(bytes.size(), PayloadSize)));
+    TraceImport& import;
+    int count;
+    double base;
+    QTime baseTime;
+};
+
+QStringList words(const QString& line, const char* separator)
+{
+    return line.split(QString(separator), Qt::SkipEmptyParts);
 }
 
-double elapsed(double time, Trace& trace)
+int hex(const QString& text)
 {
-    if (trace.count == 0) {
-        trace.base = time;
+    return text.toInt(nullptr, 16);
+}
+
+void setPayload(CanFrames& frame, const QString& digits)
+{
+    const QByteArray bytes = QByteArray::fromHex(digits.toUtf8());
+    frame.length = bytes.size();
+    std::memcpy(frame.payload, bytes.constData(), size_t(qMin(bytes.size(), PayloadSize)));
+}
+
+void setBytes(CanFrames& frame, const QStringList& bytes)
+{
+    for (int i = 0; i < frame.length && i < PayloadSize; ++i) {
+        frame.payload[i] = static_cast<unsigned char>(hex(bytes.value(i)));
     }
-    return time - trace.base;
+}
+
+double elapsed(const QString& time, Trace& trace)
+{
+    trace.base = trace.count == 0 ? time.toDouble() : trace.base;
+    return time.toDouble() - trace.base;
 }
 
 bool readTxt(const QString& line, CanFrames& frame, Trace& trace)
 {
-    const QStringList parts = line.split(QStringLiteral(" -> "), Qt::SkipEmptyParts);
-    const QTime time = QTime::fromString(parts.value(0), QStringLiteral("HH:mm:ss.zzz"));
-    if (trace.count == 0) {
-        trace.baseTime = time;
-    }
+    const QStringList parts = words(line, " -> ");
+    const QTime time = QTime::fromString(parts.value(0), "HH:mm:ss.zzz");
+    trace.baseTime = trace.count == 0 ? time : trace.baseTime;
     frame.frameTime = trace.baseTime.msecsTo(time);
-    QStringList elements = parts.value(1).split(QLatin1Char(':'), Qt::SkipEmptyParts);
-    frame.frameId = elements.value(1).split(QLatin1Char('=')).value(1).toInt();
-    const QByteArray bytes = QByteArray::fromHex(elements.mid(3).join(QString()).toUtf8());
-    frame.length = bytes.size();
-    setPayload(frame, bytes);
+    const QStringList elements = words(parts.value(1), ":");
+    frame.frameId = elements.value(1).split('=').value(1).toInt();
+    setPayload(frame, elements.mid(3).join(QString()));
     return true;
 }
 
 bool readCandump(const QString& line, CanFrames& frame, Trace& trace)
 {
-    const QStringList parts = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    QString time = parts.value(0);
-    time.remove(QLatin1Char('(')).remove(QLatin1Char(')'));
-    frame.frameTime = elapsed(time.toDouble(), trace);
-    const QString data = parts.value(2);
-    const bool isFd = data.contains(QLatin1String("##"));
-    const QStringList halves = data.split(isFd ? QStringLiteral("##") : QStringLiteral("#"));
-    frame.frameId = halves.value(0).toInt(nullptr, 16);
-    const QByteArray bytes = QByteArray::fromHex(halves.value(1).toUtf8());
-    frame.length = bytes.size();
-    setPayload(frame, bytes);
+    const QStringList parts = words(line, " ");
+    frame.frameTime = elapsed(QString(parts.value(0)).remove('(').remove(')'), trace);
+    const QStringList data = parts.value(2).split(parts.value(2).contains("##") ? "##" : "#");
+    frame.frameId = hex(data.value(0));
+    setPayload(frame, data.value(1));
     return true;
 }
 
 bool readTrc(const QString& line, CanFrames& frame, Trace& trace)
 {
-    const QStringList fields = line.split(QLatin1Char('\t'), Qt::SkipEmptyParts);
+    const QStringList fields = words(line, "\t");
     if (fields.size() < 2) {
         return false;
     }
-    QString time = fields.value(0);
-    frame.frameTime = elapsed(time.replace(QLatin1Char(','), QLatin1Char('.')).toDouble(), trace);
-    frame.frameId = fields.value(3).toInt(nullptr, 16);
+    frame.frameTime = elapsed(QString(fields[0]).replace(',', '.'), trace);
+    frame.frameId = hex(fields.value(3));
+    setPayload(frame, fields.value(5));
     frame.length = fields.value(4).toInt();
-    setPayload(frame, QByteArray::fromHex(fields.value(5).toUtf8()));
     return true;
 }
 
 bool readCsv(const QString& line, CanFrames& frame, Trace& trace)
 {
-    const QStringList fields = line.split(QLatin1Char(','));
+    const QStringList fields = line.split(',');
     if (fields.size() < 13) {
-        trace.diagnosis << QStringLiteral("Invalid line >") + line + QLatin1Char('<');
+        trace.import.trace(("Invalid line >" + line + '<').toStdString());
         return false;
     }
-    QString time = fields.value(1);
-    frame.frameTime = elapsed(time.replace(QLatin1Char('!'), QLatin1Char('0')).toDouble(), trace);
-    frame.frameId = fields.value(2).toInt(nullptr, 16);
-    QByteArray bytes;
-    for (int i = 3; i <= 10; ++i) {
-        if (!fields.value(i).isEmpty()) {
-            bytes.append(static_cast<char>(fields.value(i).toInt(nullptr, 16)));
-        }
-    }
+    frame.frameTime = elapsed(QString(fields[1]).replace('!', '0'), trace);
+    frame.frameId = hex(fields[2]);
+    QStringList bytes = fields.mid(3, 8);
+    bytes.removeAll(QString());
     frame.length = bytes.size();
-    setPayload(frame, bytes);
+    setBytes(frame, bytes);
     return true;
-}
-
-void setBytes(CanFrames& frame, const QStringList& elements, int first)
-{
-    for (int i = 0; i < frame.length && i < PayloadSize; ++i) {
-        frame.payload[i] = static_cast<unsigned char>(elements.value(first + i).toInt(nullptr, 16));
-    }
 }
 
 bool readAsc(const QString& line, CanFrames& frame, Trace& trace)
 {
-    const QStringList elements = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    frame.frameTime = elapsed(elements.value(0).toDouble(), trace);
-    const bool isFd = elements.value(1) == QLatin1String("CANFD");
-    if (isFd || elements.value(1) == QLatin1String("2")) {
+    const QStringList elements = words(line, " ");
+    frame.frameTime = elapsed(elements.value(0), trace);
+    const bool isFd = elements.value(1) == "CANFD";
+    if (isFd || elements.value(1) == "2") {
         frame.busNumber = isFd ? 1 : 2;
-        frame.frameId = elements.value(isFd ? 4 : 2).toInt(nullptr, 16);
+        frame.frameId = hex(elements.value(isFd ? 4 : 2));
         frame.length = elements.value(isFd ? 8 : 5).toInt();
-        setBytes(frame, elements, isFd ? 9 : 6);
-        trace.convert(convertedLine(frame.frameTime, frame));
+        setBytes(frame, elements.mid(isFd ? 9 : 6));
+        trace.import.candumpFile->write(convertedLine(frame.frameTime, frame));
+        if (auto* file = qobject_cast<QFileDevice*>(trace.import.candumpFile)) {
+            file->flush();
+        }
     }
     return true;
 }
 
 bool readTraceLine(const QString& line, CanFrames& frame, Trace& trace)
 {
-    if (line.startsWith(QLatin1Char(';'))) {
+    if (line.startsWith(';')) {
         return false;
     }
-    const QStringList elements = line.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const QStringList elements = words(line, " ");
     frame.busNumber = 1;
-    frame.frameTime = elapsed(elements.value(1).toDouble(), trace) / 1000.0;
-    frame.frameId = elements.value(3).toInt(nullptr, 16);
+    frame.frameTime = elapsed(elements.value(1), trace) / 1000.0;
+    frame.frameId = hex(elements.value(3));
     frame.length = elements.value(4).toInt();
-    setBytes(frame, elements, 5);
+    setBytes(frame, elements.mid(5));
     return true;
 }
 
 } // namespace
-
-// One line of a trace into a frame that serves all lines. False if the line makes no frame.
-using LineReader = bool (*)(const QString& line, CanFrames& frame, Trace& trace);
 
 QByteArray convertedLine(double seconds, const CanFrames& frame)
 {
@@ -144,151 +155,166 @@ QByteArray convertedLine(double seconds, const CanFrames& frame)
         .toUtf8();
 }
 
-void readTrace(const QString& kind, QIODevice& device, Trace& trace)
+int readTrace(const QString& kind, QIODevice& device, TraceImport& import)
 {
-    static const QMap<QString, LineReader> readers{
-        {QStringLiteral(".txt"), readTxt}, {QStringLiteral(".candump"), readCandump},
-        {QStringLiteral(".trc"), readTrc}, {QStringLiteral(".csv"), readCsv},
-        {QStringLiteral(".asc"), readAsc}, {QStringLiteral(".trace"), readTraceLine},
-    };
+    using LineReader = bool (*)(const QString& line, CanFrames& frame, Trace& trace);
+    static const QMap<QString, LineReader> readers{{".txt", readTxt}, {".candump", readCandump},
+                                                   {".trc", readTrc}, {".csv", readCsv},
+                                                   {".asc", readAsc}, {".trace", readTraceLine}};
     const LineReader read = readers.value(kind);
-    CanFrames frame;
+    Trace trace{import, 0, 0.0, QTime()};
+    CanFrames frame; // serves all lines
     const auto readLine = [&](const QString& line) {
         if (read(line, frame, trace)) {
-            trace.frames.append(frame);
+            import.frames.append(frame);
             ++trace.count;
         }
     };
     QTextStream stream(&device);
     stream.setCodec("UTF-8");
     if (read == readTrc) {
-        trace.diagnosis << QStringLiteral("trc file!");
-        for (const QString& line : stream.readAll().split(QLatin1Char('\r'))) {
+        import.trace("trc file!");
+        for (const QString& line : stream.readAll().split('\r')) {
             readLine(line);
         }
-        return;
+        return trace.count;
     }
     QString line = stream.readLine().trimmed();
     if (read == readCsv) {
-        trace.diagnosis << QStringLiteral("csv file!");
-        while (line != QLatin1String("TYPE,TIME,ID,D1,D2,D3,D4,D5,D6,D7,D8,ASCII,COUNT,PERIOD")) {
+        import.trace("csv file!");
+        while (line != "TYPE,TIME,ID,D1,D2,D3,D4,D5,D6,D7,D8,ASCII,COUNT,PERIOD") {
             if (stream.atEnd()) {
-                return;
+                return 0;
             }
             line = stream.readLine().trimmed();
         }
-        trace.diagnosis << QStringLiteral("Found start marker");
+        import.trace("Found start marker");
         line = stream.readLine().trimmed();
     }
     for (; !line.isEmpty(); line = stream.readLine().trimmed()) {
         readLine(line);
     }
+    return trace.count;
 }
 
-void readLog(QIODevice& device, int graphCount, Log& log, const AddPoint& addPoint)
+LogContent readLog(QIODevice& device, int graphCount, int firstTimestamp)
 {
+    LogContent log{{}, {}, RecordPoints(graphCount), firstTimestamp, -1};
+    QMap<int, LogContent::Label> labels;
     while (!device.atEnd()) {
-        const QString line = QString::fromUtf8(device.readLine().constData());
-        const QStringList parts = line.split(QLatin1Char(';'));
-        const bool isHeader = parts[0] == QLatin1String("#");
-        const bool isTag = parts[0] == QLatin1String("$");
-        for (int i = 2; isHeader && i < parts.size() && i <= 129; ++i) {
-            log.labels[i - 2] = parts[i];
-            if (parts[i] == QLatin1String("x")) {
-                log.hidden.insert(i - 2);
+        const QStringList parts = QString::fromUtf8(device.readLine().constData()).split(';');
+        const bool isTag = parts[0] == "$";
+        if (parts[0] == "#") {
+            for (int i = 2; i < parts.size() && i <= 129; ++i) {
+                LogContent::Label& label = labels[i - 2];
+                label = {i - 2, parts[i], label.hides || parts[i] == "x"};
             }
-        }
-        if (isHeader || parts.size() < (isTag ? 3 : 2)) {
-            continue;
-        }
-        log.lastTimestamp = parts[1].toInt();
-        if (log.firstTimestamp == -1) {
-            log.firstTimestamp = log.lastTimestamp;
-        }
-        if (isTag) {
-            log.tags << QStringLiteral("%1 %2 %3")
-                            .arg(log.firstTimestamp)
-                            .arg(log.lastTimestamp)
-                            .arg(parts[2].trimmed());
-            continue;
-        }
-        const auto ms = static_cast<qint32>(
-            static_cast<quint32>(log.lastTimestamp) - static_cast<quint32>(log.firstTimestamp));
-        const double key = static_cast<double>(static_cast<float>(ms) / 1000.0F);
-        for (int i = 2; i < parts.size(); ++i) {
-            if (graphCount >= i - 1) {
-                addPoint(i - 2, {key, static_cast<double>(parts[i].toInt())});
+        } else if (parts.size() >= (isTag ? 3 : 2)) {
+            log.lastTimestamp = parts[1].toInt();
+            if (log.firstTimestamp == -1) {
+                log.firstTimestamp = log.lastTimestamp;
+            }
+            if (isTag) {
+                log.tags.append({parts[2].trimmed(), log.firstTimestamp, log.lastTimestamp});
+                continue;
+            }
+            const auto ms = static_cast<qint32>(
+                static_cast<quint32>(log.lastTimestamp) - static_cast<quint32>(log.firstTimestamp));
+            log.points.beginRecord(static_cast<double>(static_cast<float>(ms) / 1000.0F));
+            for (int i = 2; i < parts.size() && graphCount >= i - 1; ++i) {
+                log.points.add(i - 2, parts[i].toInt());
             }
         }
     }
+    log.labels = labels.values().toVector();
+    return log;
 }
 
-quint64 readField(const unsigned char* work, bool leastFirst, int offset, int length)
+quint64 readField(const CanFrames& frame, bool leastFirst, int offset, int length)
 {
+    const int end = 8 * qBound(0, frame.length, PayloadSize);
     quint64 accumulator = 0;
     for (qint64 i = 0; i < length; ++i) {
         const qint64 p = leastFirst ? offset + i : qint64{offset} + length - 1 - i;
-        const bool isInside = p >= 0 && p < 512;
         const auto bit = leastFirst ? p % 8 : 7 - p % 8;
-        if (isInside && (work[p / 8] >> bit & 1) != 0) {
+        if (p >= 0 && p < end && (frame.payload[p / 8] >> bit & 1) != 0) {
             accumulator |= static_cast<quint64>(qint64{static_cast<qint32>(1U << i % 32)});
         }
     }
     return accumulator;
 }
 
-bool readSignal(
-    const CanSignalData& signal, const QVector<CanFrames>& frames, const AddPoint& addPoint)
+} // namespace literal
+
+namespace {
+
+template <typename Read>
+QStringList traceText(QByteArray content, bool isExact, Read read)
 {
-    if (signal.bitLength < 1 || signal.bitOffset < 0 ||
-        qint64{signal.bitOffset} + signal.bitLength > 512) {
-        return false;
-    }
-    const int mode = signal.showMode;
-    const bool isField = mode >= 1 && mode <= 4;
-    const bool leastFirst = mode == 1 || mode == 3;
-    const quint64 bound = quint64{1} << signal.bitLength % 64;
-    bool hasPrevious = false;
-    double previous = 0.0;
+    QBuffer device(&content);
+    device.open(QIODevice::ReadOnly);
+    QBuffer conversion;
+    conversion.open(QIODevice::WriteOnly);
+    QVector<CanFrames> frames;
+    QStringList lines;
+    const auto trace = [&lines](std::string_view line) { lines << textOf(line); };
+    TraceImport import{frames, trace, &conversion};
+    const int count = read(device, import);
     for (const CanFrames& frame : frames) {
-        if (!signal.plotted || frame.frameId != signal.frameId ||
-            (signal.requiredLength != -1 && frame.length != signal.requiredLength)) {
-            continue;
-        }
-        unsigned char work[PayloadSize] = {};
-        std::memcpy(work, frame.payload, qBound(0, frame.length, PayloadSize));
-        if (signal.muxLength != 0) {
-            const quint64 mux =
-                isField ? readField(work, leastFirst, signal.muxOffset, signal.muxLength) : 0;
-            if (mux != static_cast<quint64>(signal.muxValue)) {
-                continue;
-            }
-        }
-        double value = 0.0;
-        if ((mode == 5 || mode == 6) && signal.bitLength == 32) {
-            quint64 accumulator = 0;
-            for (int p = signal.bitOffset; p < signal.bitOffset + 32; ++p) {
-                accumulator |= work[p / 8] & (1 << p % 8 & 0xff);
-            }
-            const auto low = static_cast<quint32>(accumulator);
-            float single = 0.0F;
-            std::memcpy(&single, &low, sizeof single);
-            value = static_cast<double>(single);
-        } else if (isField) {
-            const quint64 bits = readField(work, leastFirst, signal.bitOffset, signal.bitLength);
-            const bool isNegative = mode >= 3 && (bits & bound >> 1) != 0;
-            value = isNegative ? static_cast<double>(static_cast<qint64>(bits | ~(bound - 1)))
-                               : static_cast<double>(bits);
-        }
-        const double y = value * signal.multiplier + signal.addend;
-        if (hasPrevious) {
-            addPoint(0, {frame.frameTime, previous});
-        }
-        addPoint(0, {frame.frameTime, y});
-        previous = y;
-        hasPrevious = true;
+        lines << describe(frame, isExact);
     }
-    return true;
+    lines << QString(conversion.data()).split('\n', Qt::SkipEmptyParts);
+    return count == frames.size() ? lines : lines << QString::number(count);
 }
 
-} // namespace literal
+QStringList logText(const LogContent& log)
+{
+    QStringList parts;
+    for (const LogContent::Label& label : log.labels) {
+        parts << QString("%1=%2%3").arg(label.channel).arg(label.text, label.hides ? "!" : "");
+    }
+    for (const LogContent::Tag& tag : log.tags) {
+        parts << QString("%1@%2-%3").arg(tag.text).arg(tag.lastTimestamp).arg(tag.firstTimestamp);
+    }
+    for (int graph = 0; graph < log.points.channelCount(); ++graph) {
+        QString points = "|";
+        for (const GraphPoint& point : log.points.points(graph)) {
+            points += QString("(%1,%2)").arg(point.key, 0, 'g', 17).arg(point.value, 0, 'g', 17);
+        }
+        parts << points;
+    }
+    return parts << QString("%1-%2").arg(log.lastTimestamp).arg(log.firstTimestamp);
+}
+
+} // namespace
+
+Readings traceReadings(const QString& kind, const QByteArray& content, bool isExact)
+{
+    const auto slow = [&kind](QIODevice& device, TraceImport& import) {
+        return literal::readTrace(kind, device, import);
+    };
+    return {
+        traceText(content, isExact, traceFormat(kind)->read), traceText(content, isExact, slow)};
+}
+
+Readings logReadings(const QByteArray& content, int graphCount, int firstTimestamp)
+{
+    QBuffer device;
+    device.setData(content);
+    device.open(QIODevice::ReadOnly);
+    const LogContent fast = readLog(device, graphCount, firstTimestamp, -1);
+    device.seek(0);
+    return {logText(fast), logText(literal::readLog(device, graphCount, firstTimestamp))};
+}
+
+QString describe(const CanFrames& frame, bool isExact)
+{
+    const int size = isExact ? PayloadSize : payloadSize(frame);
+    const QByteArray payload(reinterpret_cast<const char*>(frame.payload), size);
+    return QString("%1 can%2 %3 [%4] %5")
+        .arg(frame.frameTime, 0, 'g', isExact ? 17 : 12)
+        .arg(frame.busNumber)
+        .arg(frame.frameId, 0, 16)
+        .arg(frame.length)
+        .arg(QString(payload.toHex()));
+}

@@ -1,57 +1,36 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/canframes.h"
-#include "formats/cansignaldata.h"
-#include "formats/graphpoint.h"
+#include "formats/logreader.h"
+#include "formats/traceimport.h"
 
-#include <QIODevice>
-#include <QMap>
-#include <QSet>
 #include <QStringList>
-#include <QTime>
-#include <functional>
 
-// The slow road through every file format: the steps one by one with the Qt calls that define them,
+// The slow road through the file formats: the steps one by one with the Qt calls that define them,
 // and no thought of speed. The readers of the product are held against it, in what they give and in
 // how long they take.
 namespace literal {
 
-using AddPoint = std::function<void(int graph, GraphPoint point)>;
-
-struct Trace
-{
-    QVector<CanFrames> frames;
-    std::function<void(const QByteArray&)> convert; // takes the lines of a conversion
-    QStringList diagnosis;
-    int count = 0;
-    double base = 0.0;
-    QTime baseTime;
-};
-
-// The kind is the end of a file name, such as ".txt".
-void readTrace(const QString& kind, QIODevice& device, Trace& trace);
-
-// A line of a conversion.
+// As traceFormat() reads a file whose name ends in `kind`. The conversion is flushed line by line.
+int readTrace(const QString& kind, QIODevice& device, TraceImport& import);
 QByteArray convertedLine(double seconds, const CanFrames& frame);
 
-struct Log
-{
-    QMap<int, QString> labels;
-    QSet<int> hidden;
-    QStringList tags; // time origin, time and text
-    int firstTimestamp = -1;
-    int lastTimestamp = -1;
-};
+LogContent readLog(QIODevice& device, int graphCount, int firstTimestamp);
 
-// Continues what `log` holds.
-void readLog(QIODevice& device, int graphCount, Log& log, const AddPoint& addPoint);
-
-// `work` holds 64 bytes.
-quint64 readField(const unsigned char* work, bool leastFirst, int offset, int length);
-
-// False if the curve is to stay as it is. Points come for graph 0.
-bool readSignal(
-    const CanSignalData& signal, const QVector<CanFrames>& frames, const AddPoint& addPoint);
+// Bit by bit; bits outside the frame are 0.
+quint64 readField(const CanFrames& frame, bool leastFirst, int offset, int length);
 
 } // namespace literal
+
+// What a reader gives in lines of text, and what the slow road gives.
+struct Readings
+{
+    QStringList fast;
+    QStringList slow;
+};
+
+Readings traceReadings(const QString& kind, const QByteArray& content, bool isExact = true);
+Readings logReadings(const QByteArray& content, int graphCount, int firstTimestamp);
+
+// "<time> can<bus> <identifier> [<length>] <payload>", in full or as a person would write it.
+QString describe(const CanFrames& frame, bool isExact = true);
