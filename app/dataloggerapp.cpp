@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 
+#include "app/axistag.h"
 #include "app/statusbarpacer.h"
 #include "ui_dataloggerapp.h"
 
 #include <QElapsedTimer>
+#include <qcustomplot.h>
 
 namespace {
 
@@ -53,6 +55,9 @@ DataLoggerApp::~DataLoggerApp()
     settings.setValue(QStringLiteral("ui/pos"), pos());
     settings.setValue(QStringLiteral("ui/refreshRate"), ui->refreshRate->value());
     ui.reset();
+    // Tags in the order of their making: the plot itself would take them off from the back and look
+    // through all that are left for each, which takes seconds after a day of slider moves.
+    qDeleteAll(plot->xAxis->findChildren<AxisTag*>(QString(), Qt::FindDirectChildrenOnly));
     delete pongClock;
     delete portRefreshTimer;
 }

@@ -8,12 +8,12 @@ LiveChart::LiveChart(QCustomPlot* customPlot)
     , plot(customPlot)
 {
     connect(plot, &QCustomPlot::beforeReplot, this, [this] {
-        replotting = true;
+        incremental = true;
         painted.clear();
         usedStacks = 0;
     });
     connect(plot, &QCustomPlot::afterReplot, this, [this] {
-        replotting = false;
+        incremental = false;
         newInk = false;
     });
 }
@@ -40,8 +40,8 @@ void LiveChart::addPoint(int index, double key, double value)
 
 bool LiveChart::paint(LiveGraph* graph, QCPPainter* painter)
 {
-    if (!replotting) {
-        return false; // an export or a print
+    if (!incremental) {
+        return false; // an export, a print, or a device that cannot be copied from
     }
     return painted.contains(graph) || paintStackFrom(graph, painter);
 }
@@ -69,7 +69,11 @@ bool LiveChart::paintStackFrom(LiveGraph* lowest, QCPPainter* painter)
         }
         stack.add(graph, *ink);
     }
-    if (stack.members().isEmpty() || !stack.paint(painter)) {
+    if (stack.members().isEmpty()) {
+        return false;
+    }
+    incremental = stack.paint(painter);
+    if (!incremental) {
         return false;
     }
     ++usedStacks;

@@ -46,8 +46,8 @@ private:
     QCustomPlot* plot;
     bool newInk = false;
 
-    bool replotting = false;
+    bool incremental = false;       // in a replot, on a device that allows it
     QSet<LiveGraph*> painted;       // in this replot
     std::vector<CurveStack> stacks; // in the order of painting
-    size_t usedStacks = 0;          // in this replot
+    std::size_t usedStacks = 0;     // in this replot
 };

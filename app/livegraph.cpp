@@ -9,6 +9,7 @@
 #include <typeinfo>
 
 namespace {
+
 quint64 nextPolylineNumber()
 {
     static quint64 last = 0;
@@ -49,6 +50,7 @@ int firstNot(int count, Predicate isBefore)
     }
     return low;
 }
+
 } // namespace
 
 bool LiveGraph::Mapping::operator==(const Mapping& other) const
@@ -68,8 +70,8 @@ LiveGraph::LiveGraph(QCPAxis* keyAxis, QCPAxis* valueAxis, int ordinal, LiveChar
 
 bool LiveGraph::append(double key, double value)
 {
-    if (mDataContainer != store) {
-        addData(key, value); // to the container that somebody else has put in its place
+    if (mDataContainer != store || !mKeyAxis) {
+        addData(key, value); // to whatever somebody has put in the place of the store
         return true;
     }
     // Neither left of the view, with all other points, nor behind a point that is right of it.
@@ -130,7 +132,6 @@ std::optional<CurveInk> LiveGraph::currentInk()
     now.pixels = now.sampled ? sampledLine.pixels().size() : now.points;
     if (now.pixels >= 2) { // a single point leaves no ink
         now.polyline = polyline;
-        now.lastX = pixelX(now, now.pixels - 1);
     }
     return now;
 }
@@ -142,7 +143,6 @@ std::optional<ColumnSpan> LiveGraph::changedColumns(
         return ColumnSpan();
     }
     int start = 0;
-    double end = now.lastX;
     if (before.polyline != 0) {
         if (before.polyline != now.polyline || before.sampled != now.sampled ||
             before.pen != now.pen) {
@@ -154,10 +154,10 @@ std::optional<ColumnSpan> LiveGraph::changedColumns(
         // The last segment was drawn with a cap, which shifts the whole segment by a fraction of a
         // pixel. The segment that ends at the last settled point was the last one at the latest.
         start = qMax(0, before.settled - 1);
-        end = qMax(end, before.lastX);
     }
     const int margin = reach(now.pen);
-    return ColumnSpan{column(pixelX(now, start)) - margin, column(end) + 1 + margin};
+    return ColumnSpan{
+        column(pixelX(now, start)) - margin, column(pixelX(now, now.pixels - 1)) + 1 + margin};
 }
 
 void LiveGraph::paintColumns(

@@ -19,10 +19,9 @@ struct CurveInk
     quint64 polyline = 0; // its number: another number is another line; 0 is a line without ink
     bool sampled = false; // clusters of points, not the points themselves
     QPen pen;
-    int points = 0;   // of data, in the polyline
-    int pixels = 0;   // points of the polyline
-    int settled = 0;  // so many of them, from the front, stay whatever points follow
-    double lastX = 0; // of the last of them
+    int points = 0;  // of data, in the polyline
+    int pixels = 0;  // points of the polyline
+    int settled = 0; // so many of them, from the front, stay whatever points follow
 };
 
 // A graph of the live chart. It is a QCPGraph in all respects, and the picture is the same, but an

@@ -6,10 +6,12 @@
 #include <cstring>
 
 namespace {
+
 bool differ(const QRgb* a, const QRgb* b, int from, int to)
 {
     return from < to && std::memcmp(a + from, b + from, size_t(to - from) * sizeof(QRgb)) != 0;
 }
+
 } // namespace
 
 PlotCanvas::PlotCanvas(QCPPainter* plotPainter, const QRect& rectangle)

@@ -4,14 +4,16 @@
 #include <new>
 
 namespace {
+
 constexpr int growthMoments = 128;
 constexpr int firstCapacity = 1024;
 
-// Copying this many points takes about 4 ms. Larger stores therefore ask for room that they are
-// unlikely ever to fill. The system hands out memory when it is first written to, so this costs
-// address space only.
-constexpr int largestCopy = 512 * 1024;
-constexpr int roomyFactor = 16;
+// A store this full is copied in half a millisecond, and for the last time: it then asks for room
+// that it will hardly ever fill. That costs address space only, for the system hands out memory
+// when it is first written to.
+constexpr int largestCopy = 64 * 1024;
+constexpr int roomForGood = 16 * 1024 * 1024;
+
 } // namespace
 
 PointStore::PointStore(int ordinalInChart)
@@ -43,17 +45,19 @@ int PointStore::revision()
 void PointStore::growAhead()
 {
     const int capacity = mData.capacity();
+    // Spread over the second half of the room.
     const int spare = capacity / (2 * growthMoments) * ordinal;
     if (capacity - mData.size() > spare) {
         return;
     }
+    const int twice = qMax(firstCapacity, 2 * capacity);
     if (capacity < largestCopy) {
-        mData.reserve(qMax(firstCapacity, 2 * capacity));
+        mData.reserve(twice);
         return;
     }
     try {
-        mData.reserve(roomyFactor * capacity);
-    } catch (const std::bad_alloc&) {
-        // The system does not overcommit: go on with what QVector asks for when it is full.
+        mData.reserve(qMax(roomForGood, twice));
+    } catch (const std::bad_alloc&) { // a system that keeps account of address space
+        mData.reserve(twice);
     }
 }

@@ -30,29 +30,36 @@ void SampledLine::extend(Iterator first, Iterator end)
             qAbs(open.startKey - keys->pixelToCoord(keys->coordToPixel(open.startKey) + 1.0));
         ++point;
     }
-    Cluster cluster = open; // a local copy, so that the loop runs in registers
-    for (; point != end; ++point) {
-        if (point->key < cluster.startKey + pixelKeys) {
-            if (point->value < cluster.lowest) {
-                cluster.lowest = point->value;
-            } else if (point->value > cluster.highest) {
-                cluster.highest = point->value;
-            }
-            ++cluster.count;
-            continue;
-        }
+    for (point = fillCluster(point, end); point != end; point = fillCluster(point + 1, end)) {
         const QCPGraphData& last = *(point - 1); // there is one, if only of an earlier call
-        drawCluster(cluster);
-        if (cluster.count >= 2 && point->key > cluster.startKey + pixelKeys * 2) {
-            drawPoint(cluster.startKey + pixelKeys * 0.8, last.value);
+        drawCluster();
+        if (open.count >= 2 && point->key > open.startKey + pixelKeys * 2) {
+            drawPoint(open.startKey + pixelKeys * 0.8, last.value);
         }
         previousEndKey = last.key;
-        cluster = openCluster(*point);
+        open = openCluster(*point);
     }
-    open = cluster;
     taken += int(end - first);
     closed = line.size();
-    drawCluster(open);
+    drawCluster();
+}
+
+// Takes points into the open cluster. The first that lies beyond it, or the end.
+SampledLine::Iterator SampledLine::fillCluster(Iterator point, Iterator end)
+{
+    // In local variables, so that the loop runs in registers: it sees 60,000 points a curve.
+    const double endKey = open.startKey + pixelKeys;
+    double lowest = open.lowest;
+    double highest = open.highest;
+    const Iterator first = point;
+    for (; point != end && point->key < endKey; ++point) {
+        lowest = point->value < lowest ? point->value : lowest;
+        highest = point->value > highest ? point->value : highest;
+    }
+    open.lowest = lowest;
+    open.highest = highest;
+    open.count += int(point - first);
+    return point;
 }
 
 SampledLine::Cluster SampledLine::openCluster(const QCPGraphData& point)
@@ -65,22 +72,20 @@ SampledLine::Cluster SampledLine::openCluster(const QCPGraphData& point)
     return {keys->pixelToCoord(int(pixel)), point, point.value, point.value, 1};
 }
 
-void SampledLine::drawCluster(const Cluster& cluster)
+void SampledLine::drawCluster()
 {
-    if (cluster.count < 2) {
-        drawPoint(cluster.first.key, cluster.first.value);
+    if (open.count < 2) {
+        drawPoint(open.first.key, open.first.value);
         return;
     }
-    if (previousEndKey < cluster.startKey - pixelKeys) {
-        drawPoint(cluster.startKey + pixelKeys * 0.2, cluster.first.value);
+    if (previousEndKey < open.startKey - pixelKeys) {
+        drawPoint(open.startKey + pixelKeys * 0.2, open.first.value);
     }
-    drawPoint(cluster.startKey + pixelKeys * 0.25, cluster.lowest);
-    drawPoint(cluster.startKey + pixelKeys * 0.75, cluster.highest);
+    drawPoint(open.startKey + pixelKeys * 0.25, open.lowest);
+    drawPoint(open.startKey + pixelKeys * 0.75, open.highest);
 }
 
 void SampledLine::drawPoint(double key, double value)
 {
-    const QPointF pixel(keys->coordToPixel(key), values->coordToPixel(value));
-    sound = sound && (line.isEmpty() || line.constLast().x() <= pixel.x());
-    line.append(pixel);
+    line.append(QPointF(keys->coordToPixel(key), values->coordToPixel(value)));
 }

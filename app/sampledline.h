@@ -30,8 +30,8 @@ public:
     // the cluster that is still open.
     int settled() const { return closed; }
 
-    // False once pixels cannot be computed as QCPGraph does: it counts them in int and takes keys
-    // for sorted, and goes astray beyond 2^31 pixels and with keys that are no numbers.
+    // False once a pixel cannot be told as QCPGraph does, which counts them in an int: points 2^31
+    // pixels away, or keys that are no numbers.
     bool isSound() const { return sound; }
 
 private:
@@ -46,7 +46,8 @@ private:
     };
 
     Cluster openCluster(const QCPGraphData& point);
-    void drawCluster(const Cluster& cluster);
+    Iterator fillCluster(Iterator point, Iterator end);
+    void drawCluster();
     void drawPoint(double key, double value);
 
     const QCPAxis* keys = nullptr;

@@ -3,13 +3,12 @@
 // bench_records: session logs and black-box records onto a chart, and signals out of frames,
 // against reading value by value and adding point by point.
 #include "bench/benchmark.h"
-#include "bench/bitbybit.h"
+#include "bench/slowroad.h"
 #include "formats/arrivalorder.h"
 #include "formats/blackboxreader.h"
 #include "formats/logreader.h"
 #include "formats/signaldecoder.h"
 #include "schema/blackbox.pb.h"
-#include "support/literalimport.h"
 
 #include <QApplication>
 #include <QFile>
@@ -97,11 +96,11 @@ void measureLog(Benchmark& bench)
     const QTemporaryDir folder;
     QFile file(folder.filePath("a.log"));
     file.open(QIODevice::ReadWrite);
-    constexpr int recordsPerTag = 3000;
-    file.write(logFile(30'000, recordsPerTag));
+    file.write(logFile(30'000, 3000));
     const double slowReading = fastest([&] {
         file.seek(0);
-        literal::readLog(file, channels, -1);
+        slowroad::Log log;
+        slowroad::readLog(file, channels, log, [](int, GraphPoint) {});
     });
     const double reading = fastest([&] {
         file.seek(0);
@@ -114,19 +113,14 @@ void measureLog(Benchmark& bench)
     const double slowTime = fastest([&] {
         slow.clearPoints();
         file.seek(0);
-        const LogContent log = literal::readLog(file, channels, -1);
-        std::vector<std::vector<GraphPoint>> points;
-        for (int channel = 0; channel < channels; ++channel) {
-            points.push_back(log.points.points(channel));
-        }
-        for (std::size_t record = 0; record < points.front().size(); ++record) {
-            if (record % recordsPerTag == 0) {
+        slowroad::Log log;
+        int drawn = 0;
+        slowroad::readLog(file, channels, log, [&](int channel, GraphPoint point) {
+            for (; drawn < log.tags.size(); ++drawn) {
                 slow.replot(QCustomPlot::rpRefreshHint);
             }
-            for (int channel = 0; channel < channels; ++channel) {
-                slow.addPoint(channel, points[static_cast<std::size_t>(channel)][record]);
-            }
-        }
+            slow.addPoint(channel, point);
+        });
         slow.replot(QCustomPlot::rpRefreshHint);
     });
     Chart fast;
@@ -193,7 +187,7 @@ void readSlowly(std::istream& stream, QFile& converted, Chart& chart)
         frame.length = static_cast<int>(std::min<std::size_t>(record.framedata().size(), 8));
         std::copy_n(record.framedata().begin(), frame.length, frame.payload);
         frames.append(frame);
-        converted.write(literal::convertedLine(frame.frameTime / 1000.0, frame));
+        converted.write(slowroad::convertedLine(frame.frameTime / 1000.0, frame));
         converted.flush();
     }
     for (const std::string& bytes : file.loglines()) {
@@ -227,7 +221,8 @@ void measureBlackbox(Benchmark& bench)
     const double slowTime = timeOf(slow, readSlowly);
     const double fastTime = timeOf(fast, [](std::istream& stream, QFile& converted, Chart& chart) {
         QVector<CanFrames> frames;
-        TraceImport import{frames, [](std::string_view) {}, &converted};
+        TraceImport import{frames};
+        import.candumpFile = &converted;
         chart.addPoints(readBlackbox(stream, import).points);
     });
     bench.figure(".rbx", fastTime * 1e3, "ms");
@@ -257,7 +252,8 @@ void measureSignal(Benchmark& bench, int identifiers)
     Chart fast;
     const double slowTime = fastest([&] {
         slow.graph(0)->data()->clear();
-        drawBitByBit(signal, frames, [&slow](GraphPoint point) { slow.addPoint(0, point); });
+        slowroad::readSignal(
+            signal, frames, [&slow](int, GraphPoint point) { slow.addPoint(0, point); });
     });
     FrameIndex index;
     index.extend(frames);

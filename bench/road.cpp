@@ -20,6 +20,7 @@ namespace {
 
 constexpr int channels = 128;
 constexpr int stageRuns = 20'000;
+constexpr int tagCount = 3000; // three slider drags from end to end
 
 // The mocked port is seen by programs that were started under the preload alone.
 void restartUnderPreload(char* argv[])
@@ -103,7 +104,7 @@ void runFor(int seconds)
 {
     QElapsedTimer timer;
     timer.start();
-    runUntil([&] { return timer.elapsed() >= seconds * 1000; });
+    runUntil([&] { return timer.elapsed() >= qint64(seconds) * 1000; });
 }
 
 template <typename Stage>
@@ -195,19 +196,19 @@ private:
     }
 };
 
-// Records of a log that do not follow on the one before.
-int gaps(const QByteArray& log)
+// Records of so many that a log lacks, or has out of turn. There are tags between them.
+double missingRecords(const QByteArray& log, quint64 sent)
 {
-    int found = 0;
-    qint64 expected = 0;
+    qint64 next = 0;
+    double outOfTurn = 0;
     for (const QByteArray& line : log.split('\n')) {
-        if (!line.isEmpty() && line[0] != '#') {
+        if (!line.isEmpty() && line[0] != '#' && line[0] != '$') {
             const qint64 number = line.left(line.indexOf(';')).toLongLong();
-            found += number != expected ? 1 : 0;
-            expected = number + 1;
+            outOfTurn += number == next ? 0 : 1;
+            next = number + 1;
         }
     }
-    return found;
+    return outOfTurn + double(sent) - double(next);
 }
 
 void stages(Benchmark& bench, Road& road, double whole)
@@ -278,16 +279,28 @@ int main(int argc, char* argv[])
     runFor(seconds);
     quiet.stop();
     road.showCurves();
-    Heartbeat drawing;
-    runFor(seconds);
-    drawing.stop();
-    bench.atLeast(
-        "1 ms ticks kept at 1 kHz with 128 curves",
-        100 * drawing.ticksPerSecond / quiet.ticksPerSecond, 90, "% of those without");
-    bench.figure("  GUI thread busy without curves", quiet.busyPercent, "%");
-    bench.figure("  GUI thread busy with them", drawing.busyPercent, "%");
-    bench.figure("  longest silence with them", drawing.longestMs, "ms");
+    const auto paceWithCurves = [&](const QString& what) {
+        Heartbeat drawing;
+        runFor(seconds);
+        drawing.stop();
+        bench.atLeast(
+            "1 ms ticks kept at 1 kHz, " + what,
+            100 * drawing.ticksPerSecond / quiet.ticksPerSecond, 90, "% of those without");
+        bench.figure("  GUI thread busy", drawing.busyPercent, "%");
+        bench.figure("  longest silence", drawing.longestMs, "ms");
+    };
+    bench.figure("GUI thread busy at 1 kHz without curves", quiet.busyPercent, "%");
+    paceWithCurves("128 curves");
+    for (int step = 0; step < tagCount; ++step) {
+        road.console.slider(1)->setValue(step % 1024);
+    }
+    paceWithCurves(QStringLiteral("and %1 tags").arg(tagCount));
     flood("records of 128 values, curves in view", asFastAsTheLineTakes, 0, 50'000);
+
+    QElapsedTimer strip;
+    strip.start();
+    road.console.click("mapTuner");
+    bench.atMost("\"Deselect All\"", double(strip.nsecsElapsed()) / 1e6, 20, "ms");
 
     road.console.click("candump");
     Heartbeat capturing;
@@ -297,8 +310,7 @@ int main(int argc, char* argv[])
 
     const QByteArray log = contents(road.home.files("*.log").value(0));
     const quint64 sent = road.rig.run([](VirtualController& unit) { return unit.recordsSent(); });
-    bench.atMost(
-        "records missing in the log", gaps(log) + double(sent) - log.count('\n') + 1, 0, "");
+    bench.atMost("records missing in the log", missingRecords(log, sent), 0, "");
     const quint64 framesSent = road.rig.run([](VirtualController& u) { return u.framesSent(); });
     const QByteArray capture = contents(road.home.files("*.candump").value(0));
     bench.atMost("frames missing in the capture", double(framesSent) - capture.count('\n'), 0, "");

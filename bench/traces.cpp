@@ -7,10 +7,11 @@
 // The readers are compared over a list that has its memory: what the system takes for handing out
 // 88 bytes a frame is the same on all roads, and is in the figures of the whole import.
 #include "bench/benchmark.h"
+#include "bench/slowroad.h"
 #include "formats/frameindex.h"
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
-#include "support/literalimport.h"
+#include "support/importcheck.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -84,25 +85,30 @@ void compareReaders(Benchmark& bench)
     const QTemporaryDir folder;
     for (const QString kind : {".txt", ".candump", ".trc", ".csv", ".asc", ".trace"}) {
         const QString name = writeTrace(folder, kind, comparedFrames);
-        QVector<CanFrames> slow;
+        slowroad::Trace slow;
         const double slowTime = fastest([&] {
             QFile converted(folder.filePath("slow"));
             converted.open(QIODevice::WriteOnly);
-            slow.resize(0);
-            TraceImport import{slow, [](std::string_view) {}, &converted};
+            slow.convert = [&converted](const QByteArray& line) {
+                converted.write(line);
+                converted.flush();
+            };
+            slow.frames.resize(0);
+            slow.count = 0;
             QFile file(name);
             file.open(QIODevice::ReadOnly);
-            literal::readTrace(kind, file, import);
+            slowroad::readTrace(kind, file, slow);
         });
         QVector<CanFrames> frames;
         const double fastTime = fastest([&] {
             QFile converted(folder.filePath("fast"));
             converted.open(QIODevice::WriteOnly);
             frames.resize(0);
-            TraceImport import{frames, [](std::string_view) {}, &converted};
+            TraceImport import{frames};
+            import.candumpFile = &converted;
             readTraceFile(*traceFormat(name), name, import);
         });
-        const bool isSame = sameFrames(frames, slow);
+        const bool isSame = sameFrames(frames, slow.frames);
         bench.figure(kind, fastTime / comparedFrames * 1e9, "ns/frame");
         bench.atLeast(
             kind + " against the slow road", isSame ? slowTime / fastTime : 0, 10, "times");
@@ -139,7 +145,7 @@ void comparePeers(Benchmark& bench, int count)
     QVector<CanFrames> frames;
     const double ours = fastest([&] {
         frames.resize(0);
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         readTraceFile(*traceFormat(name), name, import);
     });
     const double log2asc = peerTime("log2asc", {"-I", "FILE", "can1"}, name);
@@ -160,7 +166,7 @@ void measureWholeImport(Benchmark& bench, int count)
     const QTemporaryDir folder;
     const QString name = writeTrace(folder, ".candump", count);
     const auto read = [&name](QVector<CanFrames>& frames) {
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         return readTraceFile(*traceFormat(name), name, import);
     };
     const double bare = fastest([&] {

@@ -11,7 +11,10 @@ function(add_layer folder)
     set(view ${CMAKE_BINARY_DIR}/layers/${ARG_TARGET})
     file(MAKE_DIRECTORY ${view})
     file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${folder} SYMBOLIC)
-    add_library(${ARG_TARGET} STATIC ${ARG_SOURCES})
+    # Forms are sources as well. If the build does not know them, a changed form reaches the program
+    # only with the build after the next.
+    file(GLOB forms CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.ui)
+    add_library(${ARG_TARGET} STATIC ${ARG_SOURCES} ${forms})
     target_include_directories(${ARG_TARGET} PUBLIC ${view})
     target_link_libraries(${ARG_TARGET} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE_LINKS} xcu_warnings)
 endfunction()

@@ -14,11 +14,25 @@ function(xcu_test name)
         ${name} PRIVATE XCU_BIN_DIR="${CMAKE_BINARY_DIR}/bin"
                         XCU_TEST_DATA_DIR="${PROJECT_SOURCE_DIR}/tests/data")
     add_test(NAME ${name} COMMAND ${name})
-
-    set(environment LC_ALL=C.UTF-8 QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES=)
+    set(environment)
     if(ARG_PORT)
         list(APPEND environment LD_PRELOAD=libumockdev-preload.so.0)
     endif()
+    xcu_test_surroundings(${name} "${ARG_TIMEOUT}" ${environment})
+endfunction()
+
+# xcu_script_test(<name> SCRIPT <python file> [ARGUMENTS <...>] [TIMEOUT <seconds>])
+function(xcu_script_test name)
+    cmake_parse_arguments(ARG "" "SCRIPT;TIMEOUT" "ARGUMENTS" ${ARGN})
+    # Debian's Python: another one ahead of it on the path would lack the modules of its packages.
+    add_test(NAME ${name} COMMAND /usr/bin/python3 ${CMAKE_CURRENT_SOURCE_DIR}/${ARG_SCRIPT}
+                                  ${ARG_ARGUMENTS})
+    xcu_test_surroundings(${name} "${ARG_TIMEOUT}")
+endfunction()
+
+# Environment and time limit of a test.
+function(xcu_test_surroundings name timeout)
+    set(environment LC_ALL=C.UTF-8 QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES= ${ARGN})
     if(XCU_SANITIZE MATCHES "address")
         list(APPEND environment ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0
              UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1)
@@ -26,11 +40,11 @@ function(xcu_test name)
         list(APPEND environment
              "TSAN_OPTIONS=halt_on_error=1:suppressions=${PROJECT_SOURCE_DIR}/tests/tsan.supp")
     endif()
-    if(NOT ARG_TIMEOUT)
-        set(ARG_TIMEOUT 120)
+    if(NOT timeout)
+        set(timeout 120)
     endif()
     if(XCU_SANITIZE)
-        math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 4")
+        math(EXPR timeout "${timeout} * 4")
     endif()
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT ${ARG_TIMEOUT})
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${environment}" TIMEOUT ${timeout})
 endfunction()

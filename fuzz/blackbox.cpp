@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QVector<CanFrames> frames;
     QBuffer conversion;
     conversion.open(QIODevice::WriteOnly);
-    TraceImport import{frames, [](std::string_view) {}, &conversion};
+    TraceImport import{frames};
+    import.candumpFile = &conversion;
     const BlackboxContent content = readBlackbox(stream, import);
     const int channels = content.points.channelCount();
     if (channels > ChannelTotal || content.channelTexts.size() != channels ||

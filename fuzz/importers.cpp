@@ -2,7 +2,7 @@
 
 // One file through all readers of traces in text form and the log reader: each gives what the slow
 // road gives.
-#include "support/literalimport.h"
+#include "support/importcheck.h"
 
 #include <cstdlib>
 

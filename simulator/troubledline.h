@@ -31,7 +31,8 @@ public:
     // Forgets what waits, as when the cable is pulled.
     void clear();
 
-    int waitingBytes() const { return ready.size(); } // due, not handed over yet
+    // So much waits that nothing should be pushed until some of it has gone.
+    bool isFull() const;
 
 signals:
     void bytes(const QByteArray& bytes);
@@ -53,6 +54,7 @@ private:
     int responseCount = 0;
     QByteArray ready;
     std::deque<Delayed> delayed;
+    qint64 delayedBytes = 0;
     QElapsedTimer clock;
     QTimer delayTimer;
     QTimer pauseTimer;

@@ -206,9 +206,8 @@ void VirtualController::schedulePushing()
 
 void VirtualController::push()
 {
-    constexpr int burst = 128;                // of each kind; then the event loop has its turn
-    constexpr int enoughWaiting = 256 * 1024; // bytes that a cut line holds back
-    if (line.waitingBytes() > enoughWaiting) {
+    constexpr int burst = 128; // of each kind; then the event loop has its turn
+    if (line.isFull()) {
         return;
     }
     if (datalogger.isPassive()) {

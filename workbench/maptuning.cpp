@@ -4,6 +4,7 @@
 #include "comm/commandssender.h"
 #include "comm/trace.h"
 #include "ui_maptuning.h"
+#include "workbench/celldelegate.h"
 
 #include <QKeySequence>
 #include <QShortcut>
@@ -30,6 +31,7 @@ MapTuning::MapTuning(unsigned int id, CommandsSender* sender, QWidget* parent)
     , commandsSender(sender)
 {
     ui->setupUi(this);
+    ui->mapValues->setItemDelegate(new CellDelegate(this));
     setWindowTitle(QStringLiteral("Map ID: %1").arg(mapId));
     commandsSender->sendMapTunerGetMapDetails(mapId);
     addShortcut("p", ui->mapValues, this, &MapTuning::mapValues_increaseValues);

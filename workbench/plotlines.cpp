@@ -155,7 +155,7 @@ void PlotLines::changeView()
     right = axisX->max() + beside;
     const bool refill = left != oldLeft || right != oldRight || area.width() != oldArea.width();
     for (Line& line : lines) {
-        line.picture = QImage();
+        dropPicture(line);
         if (refill && !line.whole) {
             fillSeries(line);
         }
@@ -206,6 +206,12 @@ void PlotLines::beginPicture(Line& line, qreal pixelRatio) const
     line.picture.setDevicePixelRatio(pixelRatio);
     line.picture.fill(Qt::transparent);
     line.traced = line.history.between(left, right);
+}
+
+void PlotLines::dropPicture(Line& line)
+{
+    line.picture = QImage();
+    line.traced.clear();
     line.painted = 0;
 }
 
@@ -213,11 +219,11 @@ void PlotLines::beginPicture(Line& line, qreal pixelRatio) const
 void PlotLines::trace(Line& line, const QPointF& previous, const QPointF& point)
 {
     if (line.traced.size() - line.painted > mostTraced) {
-        line.picture = QImage();
+        dropPicture(line);
     }
     if (!line.picture.isNull()) {
-        if (line.traced.isEmpty()) {
-            line.traced << previous;
+        if (line.traced.isEmpty() || line.traced.last() != previous) {
+            line.traced << previous; // the points before it were not seen
         }
         line.traced << point;
     }

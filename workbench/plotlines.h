@@ -63,6 +63,7 @@ private:
     void addToSeries(Line& line, const QPointF& previous, const QPointF& point, bool seen);
     void trace(Line& line, const QPointF& previous, const QPointF& point);
     void beginPicture(Line& line, qreal pixelRatio) const;
+    static void dropPicture(Line& line);
     int paintSegments(Line& line, int most) const;
     void changeView();
     void suspendAnimation();

@@ -67,8 +67,7 @@ void ValueViewer::update(
     }
 }
 
-// In pixels: of the texts in row 0, and of the widest value on display. All digits are equally
-// wide.
+// In pixels: of the texts in row 0 and of the widest value on display. Digits are equally wide.
 std::array<int, 3> ValueViewer::neededWidths() const
 {
     const QFontMetrics metrics = fontMetrics();
@@ -121,4 +120,5 @@ void ValueViewer::mousePressEvent(QMouseEvent* event)
         channelLabels[row]->setVisible(panelOpen == 1 || isChosen);
         channelValues[row]->setVisible(panelOpen == 1 || isChosen);
     }
+    laidOutWidths = neededWidths(); // what is on display now is laid out anew
 }

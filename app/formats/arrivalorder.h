@@ -14,26 +14,26 @@
 // them. A bulk insert of the chart library breaks ties the other way, and adding late points one by
 // one takes quadratic time.
 //
-// The curve gets room for so many more points, so that it does not copy itself when they come.
+// The curve gets room for `spare` more points, so that it does not copy itself when they come.
 //
 // Container is the chart library's; it is a parameter to keep this layer free of the chart.
 template <typename Container, typename Points>
-void addInArrivalOrder(Container& curve, const Points& arrivals, std::size_t room = 0)
+void addInArrivalOrder(Container& curve, const Points& arrivals, std::size_t spare = 0)
 {
     using Point = typename std::decay<decltype(*curve.constBegin())>::type;
     // A QVector holds at most 2 GiB, and ends the program when asked for more.
     static constexpr std::size_t mostPoints =
         (std::numeric_limits<int>::max() - 64) / sizeof(Point);
     const int known = curve.size();
-    const std::size_t added =
-        std::min(arrivals.size(), mostPoints - static_cast<std::size_t>(known));
+    const int room = std::max(0, static_cast<int>(mostPoints) - known);
+    const std::size_t added = std::min(arrivals.size(), static_cast<std::size_t>(room));
     if (added == 0) {
         return;
     }
-    const auto vectorOf = [room](int size) {
+    const auto vectorOf = [spare](int size) {
         QVector<Point> points;
         points.reserve(
-            static_cast<int>(std::min(static_cast<std::size_t>(size) + room, mostPoints)));
+            static_cast<int>(std::min(static_cast<std::size_t>(size) + spare, mostPoints)));
         points.resize(size);
         return points;
     };

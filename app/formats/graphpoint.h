@@ -2,6 +2,7 @@
 #pragma once
 
 #include <vector>
+
 // One point of a chart curve.
 struct GraphPoint
 {

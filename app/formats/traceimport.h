@@ -12,9 +12,10 @@ class QIODevice;
 // Where a trace reader puts what it reads.
 struct TraceImport
 {
-    QVector<CanFrames>& frames;                  // frames are appended
-    std::function<void(std::string_view)> trace; // takes lines of diagnosis, without line end
-    QIODevice* candumpFile = nullptr;            // takes the frames that are converted, if open
+    QVector<CanFrames>& frames; // frames are appended
+    // Takes lines of diagnosis, without line end.
+    std::function<void(std::string_view)> trace = [](std::string_view) {};
+    QIODevice* candumpFile = nullptr; // takes the lines of a conversion, if it is open
 
     // Makes room for so many more frames, so that the list does not copy itself as it grows.
     void reserve(qint64 frameCount);

@@ -39,13 +39,17 @@ private slots:
         home.reset();
     }
 
-    void blockZeroIsBackedUpByteForByte()
+    void blockZeroIsBackedUpAndNamesChannels()
     {
         ConfigurationStore& store = console->controller().configuration();
         const QString backup = home->files("*.xcu").value(0);
         QVERIFY(backup.contains("/XCU0001/extLoggerBackup/"));
         QCOMPARE(contents(backup), QByteArray::fromStdString(store.block(0)));
         QVERIFY(QFile::remove(backup));
+        xcu::ConfigData named;
+        named.add_inputs()->set_logchannel(127);
+        named.mutable_inputs(0)->set_name("Oil pressure");
+        store.setBlock(6, named);
         console->window.readConfiguration(0, 6, store.block(6));
         console->window.readConfiguration(0, 0, std::string(4, '\xff'));
         console->window.readConfiguration(0, 0, std::string(3, '\0'));
@@ -53,22 +57,12 @@ private slots:
         // A length beyond the end: what came is kept.
         console->window.readConfiguration(0, 0, std::string("\x10\0\0\0\x0a", 5));
         QCOMPARE(contents(home->files("*.xcu").value(0)), QByteArray("\x10\0\0\0\x0a", 5));
-    }
-
-    void labelsReachStripAndLogButNoGraph()
-    {
-        xcu::ConfigData named;
-        auto* input = named.add_inputs();
-        input->set_name("Oil pressure");
-        input->set_logchannel(127);
-        input->set_number(3);
-        console->controller().configuration().setBlock(0, named);
-        console->window.readConfiguration(0, 0, console->controller().configuration().block(0));
-        QCOMPARE(console->channelBox(127)->text(), "Oil pressure (ADC3)");
+        // The name reaches strip and log, but neither graph nor settings.
+        QCOMPARE(console->channelBox(127)->text(), "Oil pressure (ADC0)");
         QCOMPARE(console->plot()->graph(127)->name(), "data 128");
         QVERIFY(!home->keys().contains("ui/channels/127/label"));
         console->window.loggerStarted();
-        QVERIFY(contents(home->files("*.log").value(0)).endsWith(";x;Oil pressure (ADC3);\n"));
+        QVERIFY(contents(home->files("*.log").value(0)).endsWith(";x;Oil pressure (ADC0);\n"));
     }
 
     void autostartNeedsBothBlocks()
@@ -117,26 +111,26 @@ private slots:
 
     void framesAreSentAsTyped()
     {
-        // Digits pair from the end, and what is no digit is skipped: the "0" of a prefix is one.
-        const QMap<QString, QByteArray> bytesOf = {
-            {"01 02:03", "\1\2\3"}, {"123", "\x01\x23"}, {"0x1", QByteArray("\1", 1)}, {"xyz", ""}};
         console->child<QSpinBox>("canNetId")->setValue(3);
-        console->child<QSpinBox>("canMsgId")->setValue(70000); // more than the box takes
-        int sentFrames = 0;
-        for (const QString& text : bytesOf.keys()) {
-            console->child<QLineEdit>("canMsgData")->setText(text);
-            console->child<QComboBox>("canMsgType")->setCurrentIndex(sentFrames % 2);
-            console->child<QComboBox>("canMsgMode")->setCurrentIndex(sentFrames / 2);
-            console->click("canMsgSend");
-            QTRY_COMPARE(console->count(xcu::Command::kCanSendMessage), sentFrames + 1);
-            const auto sent =
-                console->controller().last(xcu::Command::kCanSendMessage)->can_send_message();
-            QCOMPARE(QByteArray::fromStdString(sent.data()), bytesOf[text]);
-            QCOMPARE(sent.bus(), 3);
-            QCOMPARE(sent.id(), 0xffffU);
-            QCOMPARE(sent.extended(), sentFrames % 2 == 1);
-            QCOMPARE(sent.fd(), sentFrames++ / 2 == 1);
+        console->child<QSpinBox>("canMsgId")->setValue(70000);        // more than the box takes
+        console->child<QLineEdit>("canMsgData")->setText("0x1 23:4"); // digits pair from the end
+        console->child<QComboBox>("canMsgType")->setCurrentIndex(1);
+        console->click("canMsgSend");
+        console->child<QLineEdit>("canMsgData")->setText("xyz");
+        console->child<QComboBox>("canMsgType")->setCurrentIndex(0);
+        console->child<QComboBox>("canMsgMode")->setCurrentIndex(1);
+        console->click("canMsgSend");
+        console->settle();
+        QStringList sent;
+        for (const xcu::Command& command : console->controller().received()) {
+            if (command.has_can_send_message()) {
+                sent.append(QString::fromStdString(command.can_send_message().ShortDebugString()));
+            }
         }
+        QCOMPARE(
+            sent, QStringList(
+                      {"data: \"\\000\\0224\" bus: 3 id: 65535 extended: true",
+                       "bus: 3 id: 65535 fd: true"}));
     }
 
     void calibrationIsOneCommand()

@@ -8,17 +8,13 @@ class ConsoleSessionTest : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<ConsoleHome> home;
-
-    QString log() { return contents(home->files("*.log").value(0)); }
+    static QString log(ConsoleHome& home) { return contents(home.files("*.log").value(0)); }
 
 private slots:
-    void init() { home = std::make_unique<ConsoleHome>(); }
-    void cleanup() { home.reset(); }
-
     // From the button to the last byte of the file.
     void aSessionWritesItsLog()
     {
+        ConsoleHome home;
         ConnectedConsole console;
         console.child<QComboBox>("channelCount")->setCurrentIndex(0);
         console.channelBox(0)->click(); // the strip plays no part
@@ -27,7 +23,8 @@ private slots:
         QCOMPARE(console.status(), "Sent start request");
         QTRY_COMPARE(console.status(), "Received logger started");
         QTest::keyClick(&console.window, Qt::Key_H); // before the first record
-        console.record(4294967295);                  // unsigned in a record, signed in a tag
+        QTRY_VERIFY(log(home).endsWith("\n$;-1;Hard shift\n"));
+        console.record(4294967295); // unsigned in a record, signed in a tag
         console.window.addTag("-1");
         console.record(1500);
         console.slider(3)->setValue(40);
@@ -52,17 +49,18 @@ private slots:
         };
         expected += "\n$;-1;Hard shift\n" + line(0, 4294967295U, 0) + "$;-1;-1\n" +
                     line(1, 1500, 0) + "$;1500;VI2=40\n" + line(2, 2500, 40);
-        QCOMPARE(log(), expected);
+        QCOMPARE(log(home), expected);
 
         console.click("pushButton_2");
         console.window.loggerDataReceived(3, 3000, {1}); // the line is lost, the point is not
         console.window.addTag("lost");
-        QCOMPARE(log(), expected);
+        QCOMPARE(log(home), expected);
         QCOMPARE(console.plot()->graph(0)->dataCount(), 4);
     }
 
     void theChoiceOfChannelsTravels()
     {
+        ConsoleHome home;
         ConnectedConsole console;
         const QMap<int, int> channelsOf = {{-1, 64}, {0, 32}, {3, 128}};
         for (const int index : channelsOf.keys()) {
@@ -80,6 +78,7 @@ private slots:
     // Each confirmed start adds timers, and only the newest can be stopped. Users live with it.
     void startsStackTheirTimers()
     {
+        ConsoleHome home;
         ConnectedConsole console;
         console.click("stopLogging"); // before any session: sent all the same
         console.child<QSpinBox>("refreshRate")->setValue(2);
@@ -101,6 +100,7 @@ private slots:
 
     void aPassiveSessionAsksForNothing()
     {
+        ConsoleHome home;
         ConnectedConsole console;
         console.click("passiveDatalogger");
         console.click("startLogging");
@@ -108,7 +108,7 @@ private slots:
         QCOMPARE(console.timers(), 1); // of the faults
         QCOMPARE(console.count(xcu::Command::kDataloggerData), 0);
         QVERIFY(console.controller().logger().isPassive());
-        QVERIFY(log().startsWith("#;timestamp;"));
+        QVERIFY(log(home).startsWith("#;timestamp;"));
         // The box is read once more when the answer comes. A passive start leaves a request timer
         // that runs alone, and Stop finds it.
         console.click("passiveDatalogger");
@@ -118,33 +118,75 @@ private slots:
         QCOMPARE(console.timers(), 4);
         console.click("stopLogging");
         QCOMPARE(console.timers(), 3);
+        // Of two sessions in one second the later one takes the file over.
+        for (const QString& file : home.files("*.log")) {
+            QCOMPARE(contents(file).count("#;timestamp;"), 1);
+        }
     }
 
     // The blocks of a reconnect each find the other's flag set, and each starts a session.
     void autostartStartsOnceAndTwiceAfterAReconnect()
     {
-        home->store("ui/autostart", 2);
+        ConsoleHome home;
+        home.store("ui/autostart", 2);
         ConnectedConsole console;
         QTRY_COMPARE(console.count(xcu::Command::kDataloggerStart), 1);
         console.settle();
-        QVERIFY(!log().startsWith("#;timestamp;x;")); // the labels are final
+        QVERIFY(!log(home).startsWith("#;timestamp;x;")); // the labels are final
         console.click("pushButton_2");
         console.connect();
         QTRY_COMPARE(console.count(xcu::Command::kDataloggerStart), 3);
         console.click("autostart");
-        QCOMPARE(home->stored("ui/autostart").toInt(), 0);
+        QCOMPARE(home.stored("ui/autostart").toInt(), 0);
         console.window.readConfiguration(0, 9, "");
         console.settle();
         QCOMPARE(console.count(xcu::Command::kDataloggerStart), 3);
     }
 
+    void aPulledCableClosesTheLog()
+    {
+        ConsoleHome home;
+        ConnectedConsole console;
+        console.click("startLogging");
+        QTRY_VERIFY(console.controller().recordsSent() > 10);
+        console.rig.unplug();
+        QTRY_COMPARE(console.text("pushButton_2"), "Connect");
+        QCOMPARE(console.status(), "Disconnected");
+        const QString written = log(home);
+        QVERIFY(written.count('\n') > 5);
+        QVERIFY(written.endsWith(";\n"));
+        console.window.addTag("late");
+        QCOMPARE(log(home), written);
+    }
+
     void aVanishedFolderStopsNothing()
     {
+        ConsoleHome home;
         ConnectedConsole console;
-        QVERIFY(home->controllerFolder("XCU0001").removeRecursively());
+        QVERIFY(home.controllerFolder("XCU0001").removeRecursively());
         console.click("startLogging");
         QTRY_VERIFY(console.plot()->graph(0)->dataCount() > 3);
-        QVERIFY(home->files("*.log").isEmpty());
+        QVERIFY(home.files("*.log").isEmpty());
+    }
+
+    void destroyedInTheMiddleOfASession()
+    {
+        ConsoleHome home;
+        PortRig rig(ControllerOptions(), PortRig::Lives::InOwnThread);
+        rig.plug();
+        {
+            ConsoleRig console;
+            QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
+            console.click("pushButton_2");
+            console.click("passiveDatalogger");
+            rig.run([](VirtualController& unit) { unit.setRecordRate(2000); });
+            console.click("startLogging");
+            QTRY_VERIFY(console.status().startsWith("Received logger data"));
+            console.window.addTag("end");
+        }
+        QVERIFY(log(home).contains(";end\n"));
+        QVERIFY(log(home).endsWith('\n'));
+        QCOMPARE(rig.count(xcu::Command::kDataloggerStop), 0);
     }
 };
 

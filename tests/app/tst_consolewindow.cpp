@@ -1,50 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/statusbarpacer.h"
 #include "support/consolerig.h"
 
 #include <QMetaMethod>
 #include <QSpinBox>
 #include <QSplitter>
-
-// Remembers what a status bar said each time it painted its text.
-class PaintWatcher : public QObject
-{
-public:
-    explicit PaintWatcher(QStatusBar* statusBar)
-        : bar(statusBar)
-    {
-        bar->installEventFilter(this);
-    }
-
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint &&
-            static_cast<QPaintEvent*>(event)->region().contains(bar->rect().center())) {
-            painted.append(bar->currentMessage());
-        }
-        return false;
-    }
-
-    QStringList painted;
-
-private:
-    QStatusBar* bar;
-};
+#include <QTableWidget>
+#include <map>
 
 class ConsoleWindowTest : public QObject
 {
     Q_OBJECT
 
-private:
-    std::unique_ptr<ConsoleHome> home;
-
 private slots:
-    void init() { home = std::make_unique<ConsoleHome>(); }
-    void cleanup() { home.reset(); }
-
     // Scripts reach slots by index, and connectSlotsByName by name.
     void metaObjectKeepsItsList()
     {
+        ConsoleHome home;
         const QByteArray expected =
             "addLog(QString) promptReceived() pongReceived(uint) writePort(std::string) "
             "openPort(QSerialPortInfo*) on_candump_clicked(bool)checked on_candump_clicked() "
@@ -74,16 +45,13 @@ private slots:
         }
         QCOMPARE(found.join(' '), expected);
         ConsoleRig console;
-        for (const char* base :
-             {"IDataLoggerCommandsResponse", "IControlerAdaptationResponse",
-              "IConfigCommandsResponse", "ICandumpResponse", "IFaultServiceCommandsResponse"}) {
-            QVERIFY2(console.window.qt_metacast(base), base);
-        }
+        QVERIFY(console.window.qt_metacast("IFaultServiceCommandsResponse"));
     }
 
-    // Children in their order of making, depth first, then the way of the tab key.
+    // Children in their order of making, depth first.
     void formHoldsItsObjectsInOrder()
     {
+        ConsoleHome home;
         ConsoleRig console;
         QStringList names;
         for (const QObject* object : console.window.findChildren<QObject*>()) {
@@ -105,23 +73,11 @@ private slots:
             "canNetId dataSeriesWidget dataSeriesLayout_2 dataSeriesLayout virtualInputsWidget "
             "virtualInputLayout widget verticalLayout_3 chartLayout menuBar menuFile mainToolBar "
             "statusBar");
-        const QString tabs =
-            "pushButton_2 xcuSerialNumber selectChannels startLogging stopLogging channelCount "
-            "passiveDatalogger dataSelectorShow virtualInputsShow canMsg refreshRate "
-            "calibrationStart mapTuner candump faultStatus canMsgId dataSeriesWidget";
-        QStringList found;
-        const QWidget* widget = console.child<QWidget>("pushButton_2");
-        do {
-            if ((tabs + " autostart").split(' ').contains(widget->objectName())) {
-                found.append(widget->objectName());
-            }
-            widget = widget->nextInFocusChain();
-        } while (widget != console.child<QWidget>("dataSeriesWidget"));
-        QCOMPARE(found.join(' ') + " dataSeriesWidget", tabs);
     }
 
     void firstRunStartsFromDefaults()
     {
+        ConsoleHome home;
         {
             ConsoleRig console;
             QCOMPARE(console.window.size(), QSize(400, 400));
@@ -135,44 +91,49 @@ private slots:
             QCOMPARE(console.plot()->graph(32)->name(), "data 33");
             QCOMPARE(console.plot()->graphCount(), 128);
             QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
+            const auto* canSignals = console.child<QTableWidget>("canTraceFrames");
+            QCOMPARE(canSignals->horizontalHeaderItem(9)->text(), "FrameLength");
+            QVERIFY(!canSignals->horizontalHeaderItem(10)); // the name needs no title
             // The panels write their keys, and nothing else does.
             QCOMPARE(
-                home->keys(),
+                home.keys(),
                 QStringList({"ui/pidTunerShow", "ui/showChannelSelector", "ui/virtualInputShow"}));
-            QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(false));
-            QVERIFY(home->documents().exists("Corvane Motion Systems"));
+            QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(false));
+            QVERIFY(home.documents().exists("Corvane Motion Systems"));
         }
-        QCOMPARE(home->stored("ui/refreshRate").toInt(), 1);
-        QCOMPARE(home->stored("ui/pos").toPoint(), QPoint(200, 200));
-        QCOMPARE(home->stored("ui/isMaximized"), QVariant(false));
+        QCOMPARE(home.stored("ui/refreshRate").toInt(), 1);
+        QCOMPARE(home.stored("ui/pos").toPoint(), QPoint(200, 200));
+        QCOMPARE(home.stored("ui/isMaximized"), QVariant(false));
     }
 
     void storedStateComesBack()
     {
-        home->store("ui/refreshRate", 5000);
-        home->store("ui/channelsCount", 9); // no such choice
-        home->store("ui/autostart", 2);
-        home->store("ui/channels/3/selected", false);
-        home->store("ui/channels/3/label", "Oil");
-        home->store("ui/channelLayout", QByteArray("no splitter state"));
+        ConsoleHome home;
+        home.store("ui/refreshRate", 5000);
+        home.store("ui/channelsCount", 9); // no such choice
+        home.store("ui/autostart", 2);
+        home.store("ui/channels/3/selected", false);
+        home.store("ui/channels/3/label", "Oil");
+        home.store("ui/channelLayout", QByteArray("no splitter state"));
         {
             ConsoleRig console;
             QCOMPARE(console.child<QComboBox>("channelCount")->currentIndex(), -1);
-            QCOMPARE(home->stored("ui/channelsCount").toInt(), -1);
+            QCOMPARE(home.stored("ui/channelsCount").toInt(), -1);
             QCOMPARE(console.child<QCheckBox>("autostart")->checkState(), Qt::Checked);
             QCOMPARE(console.channelBox(3)->checkState(), Qt::Unchecked);
             QCOMPARE(console.channelBox(3)->text(), "Oil");
             QCOMPARE(console.plot()->graph(3)->name(), "Oil");
             QVERIFY(!console.plot()->graph(3)->visible());
-            QVERIFY(!home->keys().contains("ui/channels/4/selected"));
+            QVERIFY(!home.keys().contains("ui/channels/4/selected"));
         }
-        QCOMPARE(home->stored("ui/refreshRate").toInt(), 2000);
+        QCOMPARE(home.stored("ui/refreshRate").toInt(), 2000);
     }
 
     void ofTextsOnlyTrueMaximizes()
     {
+        ConsoleHome home;
         for (const char* value : {"true", "1"}) {
-            home->store("ui/isMaximized", value);
+            home.store("ui/isMaximized", value);
             ConsoleRig console;
             QCOMPARE(console.window.isMaximized(), QByteArray(value) == "true");
         }
@@ -181,9 +142,10 @@ private slots:
     // Hidden panels stay hidden, and since no box changes, their empty container stays.
     void hiddenPanelsComeBackHidden()
     {
+        ConsoleHome home;
         for (const char* key :
              {"ui/showChannelSelector", "ui/virtualInputShow", "ui/pidTunerShow"}) {
-            home->store(key, true);
+            home.store(key, true);
         }
         ConsoleRig console;
         auto* container = console.child<QWidget>("addonsContainer");
@@ -191,45 +153,54 @@ private slots:
         QVERIFY(!container->isHidden());
         console.click("canMsg");
         QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
-        QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(false));
+        QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(false));
+        QVERIFY(!container->isHidden());
         console.click("canMsg");
         QVERIFY(container->isHidden());
-        QCOMPARE(home->stored("ui/pidTunerShow"), QVariant(true));
+        QCOMPARE(home.stored("ui/pidTunerShow"), QVariant(true));
         console.click("dataSelectorShow");
         QVERIFY(!container->isHidden());
     }
 
     void splittersRememberTheirPlaces()
     {
-        ConsoleRig console;
-        auto* splitter = console.child<QSplitter>("splitter");
-        splitter->setSizes({300, 200});
-        emit splitter->splitterMoved(300, 1);
-        QCOMPARE(home->stored("ui/channelLayout").toByteArray(), splitter->saveState());
-        QVERIFY(!home->keys().contains("ui/canLayout"));
+        ConsoleHome home;
+        const std::map<const char*, const char*> keys = {
+            {"splitter", "ui/channelLayout"}, {"splitter_2", "ui/canLayout"}};
+        for (const auto& [name, key] : keys) {
+            QByteArray state;
+            {
+                ConsoleRig console;
+                auto* splitter = console.child<QSplitter>(name);
+                splitter->setSizes({300, 200});
+                emit splitter->splitterMoved(300, 1);
+                state = splitter->saveState();
+            }
+            QCOMPARE(home.stored(key).toByteArray(), state);
+            ConsoleRig again;
+            QCOMPARE(again.child<QSplitter>(name)->saveState(), state);
+        }
     }
 
-    void statusTextsArePaintedAtTheDisplaysPace()
+    void statusTextsWaitForTheDisplay()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.window.show();
-        PaintWatcher watcher(console.child<QStatusBar>("statusBar"));
-        QElapsedTimer clock;
-        clock.start();
-        int texts = 0;
-        while (watcher.painted.size() < 5 && clock.elapsed() < 5000) { // a stream is painted, too
-            emit console.window.addLog(QString::number(++texts));
-            QCOMPARE(console.status(), QString::number(texts));
-            QCoreApplication::processEvents();
-        }
-        QCOMPARE(watcher.painted.size(), 5);
-        QVERIFY(clock.elapsed() > 3 * StatusBarPacer::FrameMs);
-        emit console.window.addLog("last");
-        QTRY_COMPARE(watcher.painted.last(), "last");
+        auto* bar = console.child<QStatusBar>("statusBar");
+        const auto heldBack = [&] {
+            emit console.window.addLog("a text");
+            emit console.window.addLog("the latest");
+            return !bar->updatesEnabled();
+        };
+        QTRY_VERIFY(heldBack());
+        QCOMPARE(console.status(), "the latest");
+        QTRY_VERIFY(bar->updatesEnabled());
     }
 
     void closingTheWindowEndsTheProgram()
     {
+        ConsoleHome home;
         ConsoleRig console;
         console.window.show();
         console.click("candump"); // opens its window

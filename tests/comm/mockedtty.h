@@ -1,33 +1,59 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/controlleroptions.h"
 #include "simulator/pseudoterminal.h"
+#include "simulator/testbed.h"
 
-#include <QByteArray>
+#include <QCoreApplication>
+#include <QFile>
 #include <QSerialPortInfo>
-#include <QString>
 
 // A serial port on the USB bus whose far end the test holds byte by byte. It is plugged in as long
 // as it lives, and every one has a name of its own.
 class MockedTty
 {
 public:
-    explicit MockedTty(const QString& serialNumber, Guise guise = Guise::Device);
-    ~MockedTty();
+    explicit MockedTty(const QString& serialNumber, Guise guise = Guise::Device)
+    {
+        static int count = 0;
+        terminal.setReadNotification(false); // the test asks when it likes
+        name = QStringLiteral("ttyACM%1x%2").arg(QCoreApplication::applicationPid()).arg(count++);
+        testbed().addPort(name, terminal.path(), serialNumber, guise);
+    }
+    ~MockedTty() { testbed().removePort(name); }
     MockedTty(const MockedTty&) = delete;
     MockedTty& operator=(const MockedTty&) = delete;
 
-    QString name() const { return portName; }
-    QSerialPortInfo info() const;
+    QSerialPortInfo info() const { return QSerialPortInfo(name); }
 
     // Another text instead of one that the system tells of the device, such as "ID_MODEL_ID=eef0".
-    void disguise(const QByteArray& property, const QByteArray& replacement);
+    void disguise(const QByteArray& property, const QByteArray& replacement)
+    {
+        QFile file(testbed().root() + "/sys/class/tty/" + name + "/uevent");
+        if (!file.open(QIODevice::ReadWrite)) {
+            qFatal("the device has no properties");
+        }
+        const QByteArray properties = file.readAll().replace(property, replacement);
+        file.resize(0);
+        file.write(properties);
+    }
 
-    void write(const QByteArray& bytes);          // towards the program
+    void write(const QByteArray& bytes) // towards the program
+    {
+        if (terminal.write(bytes.constData(), bytes.size()) != bytes.size()) {
+            qFatal("the line takes no more");
+        }
+    }
     QByteArray read() { return terminal.read(); } // some of what the program has sent
 
+    QString name;
+
 private:
+    static Testbed& testbed()
+    {
+        static Testbed bed;
+        return bed;
+    }
+
     PseudoTerminal terminal;
-    QString portName;
 };

@@ -8,55 +8,46 @@ class TestPortList : public QObject
     Q_OBJECT
 
 private slots:
-    void enumeratesWhenThereIsAReason_data();
     void enumeratesWhenThereIsAReason();
 };
 
-void TestPortList::enumeratesWhenThereIsAReason_data()
-{
-    QTest::addColumn<QStringList>("before");
-    QTest::addColumn<QStringList>("after");
-    QTest::addColumn<QList<int>>("enumerations");
-    // In the first call, the next 20 ticks of 100 ms, 30 more; in the tick after the change, the
-    // next 20, 30 more.
-    const QList<int> watchful{1, 20, 3, 1, 20, 3};
-    const QStringList one{"ttyS0", "ttyACM0"};
-    QTest::newRow("nothing changes") << one << one << QList<int>{1, 20, 3, 0, 2, 3};
-    QTest::newRow("pulled") << one << QStringList{"ttyS0"} << watchful;
-    QTest::newRow("plugged") << one << one + QStringList{"ttyACM1"} << watchful;
-    QTest::newRow("exchanged") << one << QStringList{"ttyS0", "ttyACM1"} << watchful;
-    QTest::newRow("no names to be had")
-        << QStringList() << QStringList() << QList<int>{1, 20, 30, 1, 20, 30};
-}
-
 void TestPortList::enumeratesWhenThereIsAReason()
 {
-    QFETCH(QStringList, before);
-    QFETCH(QStringList, after);
-    QFETCH(QList<int>, enumerations);
-    QStringList names = before;
-    qint64 now = 5000;
-    int count = 0;
-    PortList list(
-        {[&] { return names; },
-         [&] {
-             ++count;
-             return QList<QSerialPortInfo>();
-         },
-         [&] { return now; }});
-    QList<int> counts;
-    for (const int ticks : {1, 20, 30, 1, 20, 30}) {
-        if (counts.size() == 3) {
-            names = after;
+    const QStringList none;
+    const QStringList one{"ttyS0", "ttyACM0"};
+    struct
+    {
+        QStringList before, after;
+        // In the first call, the next 20 ticks of 100 ms, 30 more; in the tick after the change,
+        // the next 20, 30 more.
+        QList<int> enumerations;
+    } const rows[] = {
+        {one, one, {1, 20, 3, 0, 2, 3}},
+        {one, {"ttyS0"}, {1, 20, 3, 1, 20, 3}},
+        {one, {"ttyS0", "ttyACM1"}, {1, 20, 3, 1, 20, 3}},
+        {none, none, {1, 20, 30, 1, 20, 30}}, // names are not to be had
+    };
+    for (const auto& row : rows) {
+        QStringList names;
+        qint64 now = 5000;
+        int count = 0;
+        const auto enumerate = [&] {
+            ++count;
+            return QList<QSerialPortInfo>();
+        };
+        PortList list({[&] { return names; }, enumerate, [&] { return now; }});
+        QList<int> counts;
+        for (const int ticks : {1, 20, 30, 1, 20, 30}) {
+            names = counts.size() < 3 ? row.before : row.after;
+            count = 0;
+            for (int i = 0; i < ticks; ++i) {
+                now += 100;
+                list.availablePorts();
+            }
+            counts << count;
         }
-        count = 0;
-        for (int i = 0; i < ticks; ++i) {
-            now += 100;
-            list.availablePorts();
-        }
-        counts << count;
+        QCOMPARE(counts, row.enumerations);
     }
-    QCOMPARE(counts, enumerations);
 }
 
 QTEST_GUILESS_MAIN(TestPortList)

@@ -9,7 +9,6 @@ class TestMainJob : public QObject
 private slots:
     void aDriveIsOnDisk();
     void aPulledCableEndsTheSession();
-    void aPortBelongsToOneConsole();
 };
 
 namespace {
@@ -118,37 +117,6 @@ void TestMainJob::aPulledCableEndsTheSession()
     const QByteArray log = run.contents(logs[0]);
     QVERIFY(log.endsWith(";\n"));
     QVERIFY(records(log.split('\n'), 66).lines > 10);
-}
-
-void TestMainJob::aPortBelongsToOneConsole()
-{
-    // The second console runs inside the first one's world, through a shell that starts both.
-    ProgramRun run;
-    const QString first = run.home.root().filePath("first");
-    const QString second = run.home.root().filePath("second");
-    const auto write = [](const QString& path, const QStringList& lines) {
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(lines.join('\n').toUtf8());
-    };
-    write(first, Connect + QStringList{"wait DataLoggerApp windowTitle done"});
-    write(
-        second, {"wait xcuSerialNumber currentText XCU", "pause 1500", "click pushButton_2",
-                 "wait statusBar message \"Failed to connect\"", "close DataLoggerApp"});
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("QT_PLUGIN_PATH", XCU_BIN_DIR "/../plugins");
-    environment.insert("QT_QPA_GENERIC_PLUGINS", "xcudrive");
-    process.setProcessEnvironment(environment);
-    const QString both = QStringLiteral("XCU_DRIVE_SCRIPT=first %1 >one & "
-                                        "XCU_DRIVE_SCRIPT=second %1 >two; code=$?; kill $!; "
-                                        "exit $code")
-                             .arg(XCU_BIN_DIR "/datalogger");
-    process.start(XCU_BIN_DIR "/virtual-xcu", {"--", "sh", "-c", both});
-    QVERIFY(process.waitForFinished(60000));
-    QCOMPARE(process.exitCode(), 0);
-    QVERIFY(run.contents(run.home.root().filePath("one")).contains("<<==>>X"));
-    QVERIFY(!run.contents(run.home.root().filePath("two")).contains("<<==>>X"));
 }
 
 QTEST_GUILESS_MAIN(TestMainJob)

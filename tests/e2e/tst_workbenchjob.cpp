@@ -8,8 +8,8 @@ class TestWorkbenchJob : public QObject
 
 private slots:
     void scriptOfTheMainJob();
-    void consoleAndWorkbenchNeverShareAPort_data();
-    void consoleAndWorkbenchNeverShareAPort();
+    void noTwoProgramsShareAPort_data();
+    void noTwoProgramsShareAPort();
 };
 
 void TestWorkbenchJob::scriptOfTheMainJob()
@@ -29,43 +29,37 @@ void TestWorkbenchJob::scriptOfTheMainJob()
     }
 }
 
-void TestWorkbenchJob::consoleAndWorkbenchNeverShareAPort_data()
+void TestWorkbenchJob::noTwoProgramsShareAPort_data()
 {
     QTest::addColumn<QStringList>("programs"); // the first one gets the port
+    QTest::newRow("consoles") << QStringList{"datalogger", "datalogger"};
     QTest::newRow("console first") << QStringList{"datalogger", "tuning-workbench"};
     QTest::newRow("workbench first") << QStringList{"tuning-workbench", "datalogger"};
 }
 
-void TestWorkbenchJob::consoleAndWorkbenchNeverShareAPort()
+void TestWorkbenchJob::noTwoProgramsShareAPort()
 {
     QFETCH(QStringList, programs);
     ProgramRun run;
-    const auto connect = [&](const QString& program, const QString& expected, const QString& last) {
-        const bool isConsole = program == "datalogger";
-        QFile file(run.home.root().filePath(program + ".drive"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QTextStream(&file) << (isConsole ? "wait xcuSerialNumber currentText XCU\n"
-                                           "click pushButton_2\n"
-                                         : "menu menuConnection 0\n")
-                           << "wait " << (isConsole ? "statusBar" : "statusbar") << " message \""
-                           << expected << "\"\n"
-                           << last.arg(isConsole ? "DataLoggerApp" : "MainWindow");
+    const auto connect = [&](int index, const QString& expected, const QString& last) {
+        const bool isConsole = programs[index] == "datalogger";
+        QStringList script{"menu menuConnection 0"};
+        if (isConsole) {
+            script = QStringList{"wait xcuSerialNumber currentText XCU", "click pushButton_2"};
+        }
+        script << QStringLiteral("wait %1 message \"%2\"")
+                      .arg(isConsole ? "statusBar" : "statusbar", expected);
+        script << last.arg(isConsole ? "DataLoggerApp" : "MainWindow");
+        run.write(QString::number(index), script);
     };
-    connect(programs[0], ".", "wait %1 windowTitle never\n");
-    connect(programs[1], "Failed to connect", "close %1\n");
+    connect(0, ".", "wait %1 windowTitle never");
+    connect(1, "Failed to connect", "close %1");
     const QString both =
-        QStringLiteral("XCU_DRIVE_SCRIPT=%1.drive %3/%1 >one & until grep -q '>>X' one; do "
-                       "sleep 0.1; done; XCU_DRIVE_SCRIPT=%2.drive %3/%2 >two; code=$?; kill $!; "
+        QStringLiteral("XCU_DRIVE_SCRIPT=0 %3/%1 >one & until grep -q '>>X' one; do "
+                       "sleep 0.1; done; XCU_DRIVE_SCRIPT=1 %3/%2 >two; code=$?; kill $!; "
                        "exit $code")
             .arg(programs[0], programs[1], XCU_BIN_DIR);
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("QT_PLUGIN_PATH", XCU_BIN_DIR "/../plugins");
-    environment.insert("QT_QPA_GENERIC_PLUGINS", "xcudrive");
-    process.setProcessEnvironment(environment);
-    process.start(XCU_BIN_DIR "/virtual-xcu", {"--", "sh", "-c", both});
-    QVERIFY(process.waitForFinished(60000));
-    QCOMPARE(process.exitCode(), 0);
+    QCOMPARE(run.run({"--", "sh", "-c", both}), 0);
     QVERIFY(!run.contents(run.home.root().filePath("two")).contains(">>X"));
 }
 

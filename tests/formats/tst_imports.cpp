@@ -3,7 +3,7 @@
 #include "formats/textfield.h"
 #include "formats/traceformat.h"
 #include "schema/blackbox.pb.h"
-#include "support/literalimport.h"
+#include "support/importcheck.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
@@ -31,7 +31,8 @@ Blackbox blackbox(const std::string& bytes)
     Blackbox result;
     QBuffer conversion(&result.conversion);
     conversion.open(QIODevice::WriteOnly);
-    TraceImport import{result.frames, [](std::string_view) {}, &conversion};
+    TraceImport import{result.frames};
+    import.candumpFile = &conversion;
     std::istringstream stream(bytes);
     result.content = readBlackbox(stream, import);
     return result;
@@ -181,7 +182,7 @@ private slots:
     {
         const QTemporaryDir folder;
         QVector<CanFrames> frames;
-        TraceImport import{frames, [](std::string_view) {}};
+        TraceImport import{frames};
         for (const QString kind : {".txt", ".candump", ".trc", ".csv", ".asc", ".trace"}) {
             QVERIFY(QDir(folder.path()).mkdir("a.log" + kind));
             for (const QString& name : {"a.log" + kind, "none" + kind}) {

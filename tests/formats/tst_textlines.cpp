@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "bench/slowroad.h"
 #include "formats/candumpline.h"
 #include "formats/logline.h"
-#include "support/literalimport.h"
 
 #include <QTest>
 #include <random>
@@ -60,7 +60,7 @@ private slots:
             const std::string bytes(frame.payload, frame.payload + frame.length);
             const double time = i < foreignTimes.size() ? foreignTimes[i] : ms / 1000.0;
             composeImportedFrameLine(line, time, frame.busNumber, frame.frameId, bytes);
-            QCOMPARE(QByteArray::fromStdString(line), literal::convertedLine(time, frame));
+            QCOMPARE(QByteArray::fromStdString(line), slowroad::convertedLine(time, frame));
 
             const bool isExtended = i % 2 == 0;
             const bool isFd = i % 3 == 0; // without which the bit rate switch does not show

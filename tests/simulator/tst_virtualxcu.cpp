@@ -55,59 +55,45 @@ class TestVirtualXcu : public QObject
     Q_OBJECT
 
 private slots:
-    void endsLikeItsProgram_data();
     void endsLikeItsProgram();
-    void refusesWrongOptions_data();
     void refusesWrongOptions();
     void passesSignalsOn();
     void answersAProgramAndCounts();
     void followsLineCommands();
-    void pullsTheCableOnSchedule();
     void readsOptions();
-    void readsLines_data();
     void readsLines();
 };
 
-void TestVirtualXcu::endsLikeItsProgram_data()
-{
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<int>("exitCode");
-    QTest::newRow("success") << "test -n \"$UMOCKDEV_DIR\"" << 0;
-    QTest::newRow("failure") << "exit 7" << 7;
-    QTest::newRow("signal") << "kill -TERM $$" << 128 + SIGTERM;
-    QTest::newRow("input is its own") << "read line; test \"$line\" = hello" << 0;
-}
-
 void TestVirtualXcu::endsLikeItsProgram()
 {
-    QFETCH(QString, script);
-    Run run({}, script);
-    run.process.write("hello\n");
-    QTEST(run.exitCode(), "exitCode");
-}
-
-void TestVirtualXcu::refusesWrongOptions_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("exitCode");
-    QTest::newRow("unknown") << QStringList{"--such"} << 2;
-    QTest::newRow("no number") << QStringList{"--drop", "x", "true"} << 2;
-    QTest::newRow("out of range") << QStringList{"--channels", "129", "true"} << 2;
-    QTest::newRow("no rate") << QStringList{"--frames-per-second", "-1", "true"} << 2;
-    QTest::newRow("no map") << QStringList{"--map-size", "0x4", "true"} << 2;
-    QTest::newRow("no commands") << QStringList{"--commands", "/such", "true"} << 2;
-    QTest::newRow("no program") << QStringList{"/such"} << 127;
-    QTest::newRow("options of the program") << QStringList{"true", "--such"} << 0;
-    QTest::newRow("help") << QStringList{"--help"} << 0;
+    const std::pair<const char*, int> rows[] = {
+        {"test -n \"$UMOCKDEV_DIR\"", 0},
+        {"exit 7", 7},
+        {"kill -TERM $$", 128 + SIGTERM},
+        {"read line; test \"$line\" = hello", 0}, // the input is the program's own
+    };
+    for (const auto& [script, exitCode] : rows) {
+        Run run({}, script);
+        run.process.write("hello\n");
+        QCOMPARE(run.exitCode(), exitCode);
+    }
 }
 
 void TestVirtualXcu::refusesWrongOptions()
 {
-    QFETCH(QStringList, arguments);
-    QProcess process;
-    process.start(QStringLiteral(XCU_BIN_DIR "/virtual-xcu"), arguments);
-    QVERIFY(process.waitForFinished());
-    QTEST(process.exitCode(), "exitCode");
+    const std::pair<QStringList, int> rows[] = {
+        {{"--such"}, 2},
+        {{"--drop", "x", "true"}, 2},
+        {{"--channels", "129", "true"}, 2},
+        {{"--frames-per-second", "-1", "true"}, 2},
+        {{"--map-size", "0x4", "true"}, 2},
+        {{"--commands", "/such", "true"}, 2},
+        {{"/such"}, 127},
+        {{"true", "--such"}, 0}, // an option of the program
+    };
+    for (const auto& [arguments, exitCode] : rows) {
+        QCOMPARE(QProcess::execute(XCU_BIN_DIR "/virtual-xcu", arguments), exitCode);
+    }
 }
 
 void TestVirtualXcu::passesSignalsOn()
@@ -174,104 +160,69 @@ void TestVirtualXcu::followsLineCommands()
     QCOMPARE(interactive.exitCode(), 128 + SIGTERM);
 }
 
-void TestVirtualXcu::pullsTheCableOnSchedule()
-{
-    Run run(
-        {"--unplug-after", "60", "--replug-after", "60"},
-        QStringLiteral("there() { ls /sys/class/tty/tty* >/dev/null 2>&1; }; for i in 1 2 3; do "
-                       "while there; do :; done; until there; do :; done; done"));
-    QCOMPARE(run.exitCode(), 0);
-}
-
 void TestVirtualXcu::readsOptions()
 {
-    const ParsedCommandLine line = parseCommandLine(
-        {"virtual-xcu",
-         "--serial",
-         "A",
-         "--controllers",
-         "2",
-         "--seed",
-         "9",
-         "--bootloader",
-         "--records-per-second",
-         "flood",
-         "--start-time",
-         "4294967295",
-         "--maps",
-         "5",
-         "--map-size",
-         "3x70",
-         "--faults",
-         "4",
-         "--split",
-         "--delay",
-         "5",
-         "P",
-         "-x",
-         "--",
-         "y"});
+    const QString text("virtual-xcu --serial A --controllers 2 --seed 9 --bootloader --maps 5 "
+                       "--records-per-second flood --start-time 4294967295 --map-size 3x70 "
+                       "--faults 4 --split --delay 5 P -x -- y");
+    const ParsedCommandLine line = parseCommandLine(text.split(' '));
     QVERIFY2(line.error.isEmpty(), qPrintable(line.error));
     const std::vector<ControllerOptions>& units = line.options.controllers;
     QCOMPARE(units.size(), std::size_t(2));
     QCOMPARE(units[0].serialNumber, "A");
-    QCOMPARE(units[1].serialNumber, "XCU0002");
-    QCOMPARE(units[1].seed, 10U);
-    QCOMPARE(units[1].guise, Guise::Bootloader);
-    QVERIFY(std::isinf(units[1].recordsPerSecond));
-    QCOMPARE(units[1].startTimeMs, 4294967295U);
-    QCOMPARE(units[1].maps.size(), std::size_t(5));
-    QCOMPARE(units[1].maps[4].rows, 70U);
-    QCOMPARE(units[1].faults.size(), std::size_t(4));
-    QVERIFY(units[1].trouble.split);
-    QCOMPARE(units[1].trouble.delayMs, 5);
+    const ControllerOptions& second = units[1];
+    QCOMPARE(second.serialNumber, "XCU0002");
+    QCOMPARE(second.seed, 10U);
+    QCOMPARE(second.guise, Guise::Bootloader);
+    QVERIFY(std::isinf(second.recordsPerSecond));
+    QCOMPARE(second.startTimeMs, 4294967295U);
+    QCOMPARE(second.maps.size(), std::size_t(5));
+    QCOMPARE(second.maps[4].rows, 70U);
+    QCOMPARE(second.faults.size(), std::size_t(4));
+    QVERIFY(second.trouble.split);
+    QCOMPARE(second.trouble.delayMs, 5);
     QCOMPARE(line.options.program, QStringList({"P", "-x", "--", "y"}));
-}
-
-void TestVirtualXcu::readsLines_data()
-{
-    QTest::addColumn<QString>("line");
-    QTest::addColumn<bool>("understood");
-    QTest::addColumn<quint64>("sent");
-    const auto row = [](const char* line, bool understood, quint64 sent = 0) {
-        QTest::newRow(line) << line << understood << sent;
-    };
-    row("", true);
-    row("# a comment", true);
-    row("3", false);
-    row("0 record", false);
-    row("2 record", false);
-    row("1 record 3", true, 3);
-    row("record -1", false);
-    row("record 1 2", false);
-    row("frame", true, 1);
-    row("frame 1 0x1fffffff 0102 extended fd brs", true, 1);
-    row("frame 1 0x12", false);
-    row("frame 1 2 aa brs brx", false);
-    row("fault add 1 2 3 4 5", true);
-    row("fault add 1 2 3 4", false);
-    row("fault clear 1", false);
-    row("trouble drop 2", true);
-    row("trouble none", true);
-    row("trouble none 1", false);
-    row("trouble luck 1", false);
-    row("rate records flood", true);
-    row("rate records", false);
-    row("rate values 3", false);
-    row("plug now", false);
-    row("reset", true);
 }
 
 void TestVirtualXcu::readsLines()
 {
-    QFETCH(QString, line);
-    QFETCH(bool, understood);
-    QFETCH(quint64, sent);
+    const char* const understood[] = {
+        "",
+        "# a comment",
+        "1 record 3",
+        "frame",
+        "frame 1 0x1fffffff 0102 extended fd brs",
+        "fault add 1 2 3 4 5",
+        "trouble drop 2",
+        "trouble none",
+        "rate records flood",
+        "reset"};
+    const char* const refused[] = {
+        "3",
+        "0 record",
+        "2 record",
+        "record -1",
+        "record 1 2",
+        "frame 1 0x12",
+        "frame 1 2 aa brs brx",
+        "fault add 1 2 3 4",
+        "fault clear 1",
+        "trouble none 1",
+        "trouble luck 1",
+        "rate records",
+        "rate values 3",
+        "plug now"};
     Testbed testbed;
     ControllerUnit unit(testbed, {});
     LineCommands commands({&unit});
-    QCOMPARE(commands.execute(line).isEmpty(), understood);
-    QCOMPARE(unit.controller.responsesSent(), sent);
+    for (const char* line : refused) {
+        QVERIFY2(!commands.execute(line).isEmpty(), line);
+    }
+    QCOMPARE(unit.controller.responsesSent(), 0U);
+    for (const char* line : understood) {
+        QCOMPARE(commands.execute(line), QString());
+    }
+    QCOMPARE(unit.controller.responsesSent(), 5U);
 }
 
 QTEST_GUILESS_MAIN(TestVirtualXcu)

@@ -35,14 +35,6 @@ private:
     const std::function<void()>* pending = nullptr;
 };
 
-PortRig::PortRig(Lives where)
-    : PortRig(ControllerOptions(), where)
-{}
-
-PortRig::PortRig(ControllerOptions options, Lives where)
-    : PortRig(std::vector<ControllerOptions>{std::move(options)}, where)
-{}
-
 PortRig::PortRig(std::vector<ControllerOptions> controllers, Lives where)
     : worker(std::make_unique<Worker>())
 {
@@ -75,34 +67,4 @@ void PortRig::inRigThread(const std::function<void()>& task)
     } else {
         worker->runAndWait(task);
     }
-}
-
-void PortRig::plug(int index)
-{
-    inRigThread([=] { port(index).plug(); });
-}
-
-void PortRig::unplug(int index)
-{
-    inRigThread([=] { port(index).unplug(); });
-}
-
-void PortRig::changeGuise(Guise guise, int index)
-{
-    inRigThread([=] { port(index).changeGuise(guise); });
-}
-
-QString PortRig::portName(int index)
-{
-    return port(index).name();
-}
-
-QString PortRig::serialNumber(int index)
-{
-    return controller(index).options().serialNumber;
-}
-
-int PortRig::count(xcu::Command::ReqCase member, int index)
-{
-    return run([=](VirtualController& unit) { return unit.count(member); }, index);
 }

@@ -7,8 +7,10 @@
 #include <QString>
 #include <QThread>
 #include <functional>
+#include <future>
 #include <memory>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 // Virtual controllers on mocked USB serial ports for tests that run under the preload (PORT in
@@ -22,8 +24,12 @@ class PortRig
 public:
     enum class Lives { InCallingThread, InOwnThread };
 
-    explicit PortRig(Lives where = Lives::InCallingThread);
-    explicit PortRig(ControllerOptions options, Lives where = Lives::InCallingThread);
+    explicit PortRig(Lives where = Lives::InCallingThread)
+        : PortRig(ControllerOptions(), where)
+    {}
+    explicit PortRig(ControllerOptions options, Lives where = Lives::InCallingThread)
+        : PortRig(std::vector<ControllerOptions>{std::move(options)}, where)
+    {}
     explicit PortRig(
         std::vector<ControllerOptions> controllers, Lives where = Lives::InCallingThread);
     ~PortRig();
@@ -34,25 +40,33 @@ public:
     MockedPort& port(int index = 0) { return units.at(index)->port; }
 
     // These may be called from the test's thread wherever the rig lives, and block until done.
-    void plug(int index = 0);
-    void unplug(int index = 0);
-    void changeGuise(Guise guise, int index = 0);
-    QString portName(int index = 0);
-    QString serialNumber(int index = 0);
-    int count(xcu::Command::ReqCase member, int index = 0);
+    void plug(int index = 0)
+    {
+        inRigThread([=] { port(index).plug(); });
+    }
+    void unplug(int index = 0)
+    {
+        inRigThread([=] { port(index).unplug(); });
+    }
+    void changeGuise(Guise guise)
+    {
+        inRigThread([=] { port().changeGuise(guise); });
+    }
+    QString portName(int index = 0) { return port(index).name(); }
+    QString serialNumber() { return controller().options().serialNumber; }
 
     // Runs task(VirtualController&) in the rig's thread and gives what it returns.
     template <typename Task>
     auto run(Task task, int index = 0)
     {
         using Result = std::invoke_result_t<Task, VirtualController&>;
-        if constexpr (std::is_void_v<Result>) {
-            inRigThread([&] { task(controller(index)); });
-        } else {
-            Result result = {};
-            inRigThread([&] { result = task(controller(index)); });
-            return result;
-        }
+        std::packaged_task<Result()> job([&] { return task(controller(index)); });
+        inRigThread([&] { job(); });
+        return job.get_future().get();
+    }
+    int count(xcu::Command::ReqCase member, int index = 0)
+    {
+        return run([=](VirtualController& unit) { return unit.count(member); }, index);
     }
 
 private:

@@ -5,7 +5,6 @@
 
 #include <QDirIterator>
 #include <QFile>
-#include <QMap>
 #include <QProcess>
 #include <QtTest>
 
@@ -19,8 +18,19 @@ public:
     // What virtual-xcu runs; its exit code comes back, or -1 for a crash or a run without end.
     int run(const QStringList& options, const QString& program, const QStringList& script)
     {
+        write("script", script);
+        qputenv("XCU_DRIVE_SCRIPT", "script");
+        return run(options + QStringList{"--stats", "stats", "--", XCU_BIN_DIR "/" + program});
+    }
+
+    // virtual-xcu with these arguments. Programs find their scripts by XCU_DRIVE_SCRIPT.
+    int run(const QStringList& arguments)
+    {
+        qputenv("QT_PLUGIN_PATH", XCU_BIN_DIR "/../plugins");
+        qputenv("QT_QPA_GENERIC_PLUGINS", "xcudrive");
         QProcess process;
-        start(process, options, program, script);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(XCU_BIN_DIR "/virtual-xcu", arguments);
         if (!process.waitForFinished(90000)) {
             process.kill();
             process.waitForFinished();
@@ -30,26 +40,12 @@ public:
         return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    void start(
-        QProcess& process, const QStringList& options, const QString& program,
-        const QStringList& script)
+    // A file in the home.
+    void write(const QString& name, const QStringList& lines)
     {
-        const QString path = home.root().filePath(program + QStringLiteral(".drive"));
-        QFile file(path);
+        QFile file(home.root().filePath(name));
         file.open(QIODevice::WriteOnly);
-        file.write(script.join(QLatin1Char('\n')).toUtf8());
-        file.close();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("QT_PLUGIN_PATH", XCU_BIN_DIR "/../plugins");
-        environment.insert("QT_QPA_GENERIC_PLUGINS", "xcudrive");
-        environment.insert("XCU_DRIVE_SCRIPT", path);
-        process.setProcessEnvironment(environment);
-        process.setWorkingDirectory(home.root().path());
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        const QStringList arguments = QStringList(options) << "--stats"
-                                                           << "stats"
-                                                           << "--" << XCU_BIN_DIR "/" + program;
-        process.start(XCU_BIN_DIR "/virtual-xcu", arguments);
+        file.write(lines.join('\n').toUtf8());
     }
 
     // A count of the controllers, summed over them, such as "records sent".

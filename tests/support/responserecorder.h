@@ -39,110 +39,96 @@ public:
         return CommandsResponseReceiver(this, this, this, this, this, this, this, this, this);
     }
 
-    void bootloaderReady() override { record("bootloaderReady"); }
-    void bootloaderValue(unsigned v) override { record("bootloaderValue", v); }
-    void pongReceived(unsigned v) override { record("pongReceived", v); }
-    void promptReceived() override { record("promptReceived"); }
+    void bootloaderReady() override { record(__func__); }
+    void bootloaderValue(unsigned v) override { record(__func__, v); }
+    void pongReceived(unsigned v) override { record(__func__, v); }
+    void promptReceived() override { record(__func__); }
 
-    void loggerStarted() override { record("loggerStarted"); }
+    void loggerStarted() override { record(__func__); }
     void loggerDataReceived(unsigned number, unsigned time, Ints&& v) override
     {
-        record("loggerDataReceived", number, time, v);
+        record(__func__, number, time, v);
     }
-    void loggerStopped() override { record("loggerStopped"); }
+    void loggerStopped() override { record(__func__); }
 
-    void writeConfiguration(unsigned r, unsigned id) override
-    {
-        record("writeConfiguration", r, id);
-    }
+    void writeConfiguration(unsigned r, unsigned id) override { record(__func__, r, id); }
     void readConfiguration(unsigned r, unsigned id, Bytes& data) override
     {
-        record("readConfiguration", r, id, data);
+        record(__func__, r, id, data);
     }
-    void eraseConfiguration(unsigned r, unsigned id) override
-    {
-        record("eraseConfiguration", r, id);
-    }
-    void writeCalibration(unsigned r, unsigned id) override { record("writeCalibration", r, id); }
+    void eraseConfiguration(unsigned r, unsigned id) override { record(__func__, r, id); }
+    void writeCalibration(unsigned r, unsigned id) override { record(__func__, r, id); }
 
-    void pidTunerStart(unsigned v) override { record("pidTunerStart", v); }
-    void pidTunerSetPid(unsigned v) override { record("pidTunerSetPid", v); }
+    void pidTunerStart(unsigned v) override { record(__func__, v); }
+    void pidTunerSetPid(unsigned v) override { record(__func__, v); }
     void pidTunerGetPid(unsigned id, int a, int b, int c, int d, int e) override
     {
-        record("pidTunerGetPid", id, a, b, c, d, e);
+        record(__func__, id, a, b, c, d, e);
     }
-    void pidTunerReset(unsigned v) override { record("pidTunerReset", v); }
+    void pidTunerReset(unsigned v) override { record(__func__, v); }
 
-    void mapTuningStart(unsigned n) override { record("mapTuningStart", n); }
+    void mapTuningStart(unsigned n) override { record(__func__, n); }
     void mapTuningMapDetails(unsigned id, unsigned x, unsigned y) override
     {
-        record("mapTuningMapDetails", id, x, y);
+        record(__func__, id, x, y);
     }
     void mapTuningGetMapLabel(
         unsigned id, MapAxis a, unsigned l, int v, MapCommandResult r) override
     {
-        record("mapTuningGetMapLabel", id, a, l, v, r);
+        record(__func__, id, a, l, v, r);
     }
     void mapTuningSetMapLabel(unsigned id, MapAxis a, unsigned l, MapCommandResult r) override
     {
-        record("mapTuningSetMapLabel", id, a, l, r);
+        record(__func__, id, a, l, r);
     }
     void mapTuningGetMapValue(
         unsigned id, unsigned x, unsigned y, int v, MapCommandResult r) override
     {
-        record("mapTuningGetMapValue", id, x, y, v, r);
+        record(__func__, id, x, y, v, r);
     }
     void mapTuningSetMapValue(unsigned id, unsigned x, unsigned y, MapCommandResult r) override
     {
-        record("mapTuningSetMapValue", id, x, y, r);
+        record(__func__, id, x, y, r);
     }
     void mapTuningMap(unsigned id, Ints&& x, Ints&& y, Ints&& v) override
     {
-        record("mapTuningMap", id, x, y, v);
+        record(__func__, id, x, y, v);
     }
     void mapTuningGetLastGetValue(unsigned id, int x, int y, int v) override
     {
-        record("mapTuningGetLastGetValue", id, x, y, v);
+        record(__func__, id, x, y, v);
     }
 
-    void adaptationStart() override { record("adaptationStart"); }
-    void adaptationStatus(AdaptationStatus s) override { record("adaptationStatus", s); }
+    void adaptationStart() override { record(__func__); }
+    void adaptationStatus(AdaptationStatus s) override { record(__func__, s); }
 
-    void candumpStart() override { record("candumpStart"); }
-    void candumpStop() override { record("candumpStop"); }
+    void candumpStart() override { record(__func__); }
+    void candumpStop() override { record(__func__); }
     void candump(int bus, int t, int id, bool ext, bool fd, bool brs, Bytes& data) override
     {
-        record("candump", bus, t, id, ext, fd, brs, data);
+        record(__func__, bus, t, id, ext, fd, brs, data);
     }
 
-    void faultGetFaultCountResp(int a, int b) override { record("faultGetFaultCountResp", a, b); }
-    void faultGetFaultsResp(std::vector<FaultItemData>&& v) override
-    {
-        record("faultGetFaultsResp", v);
-    }
-    void faultCleanFaultsResp() override { record("faultCleanFaultsResp"); }
+    void faultGetFaultCountResp(int a, int b) override { record(__func__, a, b); }
+    void faultGetFaultsResp(std::vector<FaultItemData>&& v) override { record(__func__, v); }
+    void faultCleanFaultsResp() override { record(__func__); }
 
-    void scopeDataReceived(int a, int b, int c, Ints&& v) override
-    {
-        record("scopeDataReceived", a, b, c, v);
-    }
+    void scopeDataReceived(int a, int b, int c, Ints&& v) override { record(__func__, a, b, c, v); }
 
 private:
-    template <typename Enumeration, typename = std::enable_if_t<std::is_enum_v<Enumeration>>>
-    static std::string text(Enumeration value)
+    template <typename Value>
+    static std::string text(const Value& value)
     {
-        return std::to_string(static_cast<int>(value));
-    }
-    static std::string text(const std::string& bytes) { return '<' + bytes + '>'; }
-    static std::string text(const FaultItemData& item)
-    {
-        return text(
-            std::vector<int>{item.type, item.mode, item.category, item.componentId, item.faultId});
-    }
-    template <typename Number>
-    static auto text(Number value) -> decltype(std::to_string(value))
-    {
-        return std::to_string(value);
+        if constexpr (std::is_same_v<Value, std::string>) {
+            return '<' + value + '>';
+        } else if constexpr (std::is_same_v<Value, FaultItemData>) {
+            return text(
+                Ints{value.type, value.mode, value.category, value.componentId, value.faultId});
+        } else if constexpr (std::is_enum_v<Value>) {
+            return std::to_string(static_cast<int>(value));
+        } else {
+            return std::to_string(value);
+        }
     }
     template <typename Item>
     static std::string text(const std::vector<Item>& items)

@@ -3,19 +3,39 @@
 
 #include <QByteArray>
 #include <QTemporaryFile>
+#include <cstdio>
+#include <unistd.h>
 
 // Takes standard output away while it lives, and lets it out in the end, with what the test runner
 // said meanwhile.
 class StdoutCapture
 {
 public:
-    StdoutCapture();
-    ~StdoutCapture();
+    StdoutCapture()
+        : original(dup(STDOUT_FILENO))
+    {
+        std::fflush(stdout);
+        if (!file.open() || dup2(file.handle(), STDOUT_FILENO) < 0) {
+            qFatal("standard output cannot be captured");
+        }
+    }
+    ~StdoutCapture()
+    {
+        std::fflush(stdout);
+        dup2(original, STDOUT_FILENO);
+        ::close(original);
+        std::fputs(text().constData(), stdout);
+        std::fflush(stdout);
+    }
     StdoutCapture(const StdoutCapture&) = delete;
     StdoutCapture& operator=(const StdoutCapture&) = delete;
 
     // What has reached the descriptor so far. What was not flushed is missing, as after a crash.
-    QByteArray text() const;
+    QByteArray text() const
+    {
+        QFile reader(file.fileName());
+        return reader.open(QIODevice::ReadOnly) ? reader.readAll() : QByteArray("unreadable");
+    }
 
 private:
     QTemporaryFile file;

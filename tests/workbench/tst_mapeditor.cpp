@@ -245,13 +245,15 @@ void TestMapEditor::newestEditorGetsTheAnswers()
     older->item(1, 1)->setText("77"); // still sends
     compareEdits(wholeMap + " v0,0=77");
     QCOMPARE(newer->item(1, 1)->text(), QString("0"));
+    const auto editorsLeft = [this] { return bench->window->findChildren<QTableWidget*>().size(); };
     bench->subWindows().first()->close(); // must not cut off the newer one
+    QTRY_COMPARE(editorsLeft(), 1);
     xcu::Response map;
     map.mutable_map_data()->add_x_labels(1234);
     bench->controller().send(map);
     QTRY_COMPARE(newer->item(0, 1)->text(), QString("1234"));
     bench->subWindows().last()->close();
-    QTRY_VERIFY(bench->window->findChildren<QTableWidget*>().isEmpty());
+    QTRY_COMPARE(editorsLeft(), 0);
     bench->controller().send(map);
     compareEdits(wholeMap + " v0,0=77 X0=1234");
 }

@@ -18,7 +18,14 @@ constexpr int lineCount = 3;
 int valueAt(int line, int index)
 {
     const double wave = 400 * std::sin(index * 0.003 * (line + 1));
-    return int(512 + wave) + index * 7919 * (line + 1) % 60 + (index % 977 == 0 ? 200 : 0);
+    const int step = index < 700 ? 300 : 0;
+    return int(512 + wave) + index * 7919 * (line + 1) % 60 + (index % 977 == 0 ? 200 : 0) - step;
+}
+
+// The controller restarts, and its time begins anew.
+float timeAt(int index)
+{
+    return float(index < 12'050 ? index : index - 12'000) * 0.1F;
 }
 
 // A chart with a few lines, drawn by PlotLines or by Qt alone.
@@ -128,9 +135,9 @@ void TestPlotLines::looksLikeAChartOfAllPoints()
         {731, [](Plot& plot) { plot.chart->zoomIn(); }},
         {12'000, [](Plot& plot) { plot.chart->scroll(2000, 30); }},
         {12'000, [](Plot& plot) { plot.axisX->setRange(0, 1500); }},
-        {12'100, [](Plot& plot) { plot.addLine(); }},
-        {12'100, [](Plot& plot) { plot.view.resize(517, 333); }},
-        {12'100, [](Plot& plot) { plot.chart->zoomReset(); }},
+        {12'200, [](Plot& plot) { plot.addLine(); }},
+        {12'200, [](Plot& plot) { plot.view.resize(517, 333); }},
+        {12'200, [](Plot& plot) { plot.chart->zoomReset(); }},
     };
     Plot plain(false);
     Plot fast(true);
@@ -140,7 +147,7 @@ void TestPlotLines::looksLikeAChartOfAllPoints()
         step.change(fast);
         while (all[0].size() < step.points) {
             const int index = all[0].size();
-            const float x = float(index) * 0.1F;
+            const float x = timeAt(index);
             for (int line = 0; line < lineCount; ++line) {
                 all[line] << QPointF(double(x), valueAt(line, index));
                 fast.lines->append(fast.series[line], x, valueAt(line, index));
@@ -176,6 +183,10 @@ void TestPlotLines::seriesHoldsAllOrWhatTheAxisShows()
     }
     feed(288'010); // beyond the axis
     QCOMPARE(series->count(), shown.size());
+    plot.lines->append(series, 28'795, 5); // the time begins anew
+    QCOMPARE(
+        series->pointsVector().mid(shown.size()),
+        Points({{double(288'009 * 0.1F), 9}, {28'795, 5}}));
     for (QLineSeries* line : plot.series) {
         plot.lines->remove(line);
         plot.chart->removeSeries(line);

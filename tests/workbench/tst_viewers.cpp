@@ -132,7 +132,7 @@ void TestViewers::textsKeepTheirRoom()
     ValueViewer viewer;
     viewer.show();
     for (const int value : {1, -1, 1234567, 7654321, -1234567, -2147483647, 5}) {
-        feed(viewer, 99, 1, {value, 3, -value});
+        feed(viewer, 1, unsigned(value), {value, 3, -value});
         QCoreApplication::processEvents();
         const QImage shown = viewer.grab().toImage();
         viewer.layout()->invalidate();

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QRegularExpression>
 #include <QStatusBar>
@@ -226,12 +227,12 @@ DriveResult menu(const Words& words)
 DriveResult chooseFile(const Words& words)
 {
     auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-    if (dialog == nullptr || !dialog->isVisible()) {
+    auto* name = dialog == nullptr ? nullptr : dialog->findChild<QLineEdit*>("fileNameEdit");
+    if (name == nullptr) {
         return notYet();
     }
-    // Not selectFile(), which leaves a name field that has the focus as it is.
-    dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))
-        ->setText(QDir::current().absoluteFilePath(words[1]));
+    // Not selectFile(): that leaves alone what a person seems to be typing.
+    name->setText(QDir::current().absoluteFilePath(words[1]));
     QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
     return {};
 }
@@ -254,7 +255,13 @@ DriveResult resize(const Words& words)
     if (widget == nullptr) {
         return notYet();
     }
+    // A widget in a workspace has the size and place that its frame there gives it.
+    auto* frame = qobject_cast<QMdiSubWindow*>(widget->parentWidget());
+    widget = frame == nullptr ? widget : frame;
     widget->resize(words[2].toInt(), words[3].toInt());
+    if (words.size() > 5) {
+        widget->move(words[4].toInt(), words[5].toInt());
+    }
     return {};
 }
 
@@ -299,7 +306,7 @@ const std::map<QString, Command>& commands()
         {"file", {1, "file PATH (answers the open file dialog)", chooseFile}},
         {"clipboard", {1, "clipboard TEXT (\\t and \\n stand for tab and line end)", copy}},
         {"grab", {2, "grab WIDGET PICTURE.png", grab}},
-        {"resize", {3, "resize WIDGET WIDTH HEIGHT", resize}},
+        {"resize", {3, "resize WIDGET WIDTH HEIGHT [X Y]", resize}},
         {"close", {1, "close WINDOW", close}},
     };
     return table;

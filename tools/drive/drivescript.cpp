@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QTextStream>
+#include <QTimer>
 #include <cstdio>
 #include <cstdlib>
 
@@ -27,9 +28,7 @@ DriveScript::DriveScript(const QString& path)
             lines.push_back({number, parts});
         }
     }
-    // Queued, since a timer is silent in an event loop that its own slot runs, such as a dialog's.
-    connect(&stepTimer, &QTimer::timeout, this, &DriveScript::step, Qt::QueuedConnection);
-    stepTimer.start(kStepMs);
+    scheduleStep();
     waiting.start();
 }
 
@@ -62,12 +61,19 @@ QStringList DriveScript::words(const QString& line)
     return result;
 }
 
+// A timer anew for each step: a repeating one does not tick in the event loop of a modal dialog
+// that its own tick has opened.
+void DriveScript::scheduleStep()
+{
+    QTimer::singleShot(kStepMs, this, &DriveScript::step);
+}
+
 void DriveScript::step()
 {
     if (next >= lines.size()) {
-        stepTimer.stop();
         return;
     }
+    scheduleStep();
     // A click may open a modal dialog and return only when a later line has closed it, so the line
     // counts as done before it is carried out.
     const std::size_t current = next++;

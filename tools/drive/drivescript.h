@@ -4,7 +4,6 @@
 #include <QElapsedTimer>
 #include <QObject>
 #include <QStringList>
-#include <QTimer>
 #include <vector>
 
 // Plays a script of operator actions in the program that loaded the plugin. Qt loads it where
@@ -32,11 +31,11 @@ private:
         QStringList words;
     };
 
+    void scheduleStep();
     void step();
     void fail(const Line& line, const QString& reason);
 
     std::vector<Line> lines;
     std::size_t next = 0;
-    QTimer stepTimer;
     QElapsedTimer waiting; // since the present line was first tried
 };
