@@ -294,42 +294,34 @@ private slots:
     }
 
     // Drawing is the dear part of a record: what would not show is not drawn.
-    void knowsWhichPointsShow_data()
-    {
-        QTest::addColumn<QVector<double>>("before"); // keys, while the view goes from 10 to 20
-        QTest::addColumn<double>("key");
-        QTest::addColumn<bool>("shows");
-        using Keys = QVector<double>;
-        QTest::newRow("in view") << Keys{11} << 12.0 << true;
-        QTest::newRow("left of the view") << Keys{1} << 2.0 << false;
-        QTest::newRow("enters the view") << Keys{1} << 12.0 << true;
-        QTest::newRow("leaves the view") << Keys{19} << 21.0 << true;
-        QTest::newRow("the view is left") << Keys{19, 21} << 22.0 << false;
-        QTest::newRow("late, into the view") << Keys{11, 30} << 15.0 << true;
-        QTest::newRow("late, behind the view") << Keys{11, 30} << 21.0 << true;
-    }
-
     void knowsWhichPointsShow()
     {
-        QFETCH(QVector<double>, before);
-        QFETCH(double, key);
-        QFETCH(bool, shows);
-        Twins twins(1);
-        twins.live.xAxis->setRange(10, 20);
-        for (const double earlier : before) {
-            twins.addPoint(0, earlier, 500);
-        }
-        twins.live.replot();
-        const QImage picture = twins.live.grab().toImage();
-        twins.addPoint(0, key, 700);
-        QCOMPARE(twins.chart->hasNewInk(), shows);
-        twins.live.replot();
-        QCOMPARE(twins.live.grab().toImage() != picture, shows);
-        QVERIFY(!twins.chart->hasNewInk());
+        const std::tuple<QVector<double>, double, bool> rows[] = {
+            {{11}, 12, true},                            // in the view, which goes from 10 to 20
+            {{1}, 2, false},                             // left of it
+            {{1}, 12, true},                             // enters it
+            {{19}, 21, true},                            // leaves it
+            {{19, 21}, 22, false}, {{11, 30}, 15, true}, // late, into it
+            {{11, 30}, 21, true},                        // late, behind it
+        };
+        for (const auto& [before, key, shows] : rows) {
+            Twins twins(1);
+            twins.live.xAxis->setRange(10, 20);
+            for (const double earlier : before) {
+                twins.addPoint(0, earlier, 500);
+            }
+            twins.live.replot();
+            const QImage picture = twins.live.grab().toImage();
+            twins.addPoint(0, key, 700);
+            QCOMPARE(twins.chart->hasNewInk(), shows);
+            twins.live.replot();
+            QCOMPARE(twins.live.grab().toImage() != picture, shows);
+            QVERIFY(!twins.chart->hasNewInk());
 
-        twins.live.graph(0)->setVisible(false);
-        twins.addPoint(0, 13, 100);
-        QVERIFY(!twins.chart->hasNewInk());
+            twins.live.graph(0)->setVisible(false);
+            twins.addPoint(0, 13, 100);
+            QVERIFY(!twins.chart->hasNewInk());
+        }
     }
 
     // The plot may hold graphs that others have made, and a record values that have no graph.

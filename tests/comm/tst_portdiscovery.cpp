@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/comport.h"
 #include "comm/portdiscovery.h"
+#include "comm/portlist.h"
 #include "mockedtty.h"
 
 #include <QSignalSpy>
@@ -28,6 +29,7 @@ private slots:
     void eitherServiceTakesABootloader();
     void keepsLookingUntilTheUnitIsBack();
     void waitsForTheGuiseThatWasAskedFor();
+    void enumeratesWhenThereIsAReason();
 };
 
 void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
@@ -125,6 +127,44 @@ void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
     const MockedTty bootloader("XCU1", Guise::Bootloader);
     waiting.join();
     QVERIFY(found && !tooEarly);
+}
+
+void TestPortDiscovery::enumeratesWhenThereIsAReason()
+{
+    const QStringList one{"ttyS0", "ttyACM0"};
+    struct
+    {
+        QStringList before, after;
+        // In the first call, the next 20 ticks of 100 ms, 30 more; in the tick after the change,
+        // the next 20, 30 more.
+        QList<int> enumerations;
+    } const rows[] = {
+        {one, one, {1, 20, 3, 0, 2, 3}},
+        {one, {"ttyS0"}, {1, 20, 3, 1, 20, 3}},
+        {one, {"ttyS0", "ttyACM1"}, {1, 20, 3, 1, 20, 3}},
+        {{}, {}, {1, 20, 30, 1, 20, 30}}, // names are not to be had
+    };
+    for (const auto& row : rows) {
+        QStringList names;
+        qint64 now = 5000;
+        int count = 0;
+        const auto enumerate = [&] {
+            ++count;
+            return QList<QSerialPortInfo>();
+        };
+        PortList list({[&] { return names; }, enumerate, [&] { return now; }});
+        QList<int> counts;
+        for (const int ticks : {1, 20, 30, 1, 20, 30}) {
+            names = counts.size() < 3 ? row.before : row.after;
+            count = 0;
+            for (int i = 0; i < ticks; ++i) {
+                now += 100;
+                list.availablePorts();
+            }
+            counts << count;
+        }
+        QCOMPARE(counts, row.enumerations);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestPortDiscovery)

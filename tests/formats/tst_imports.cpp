@@ -4,6 +4,7 @@
 #include "formats/traceformat.h"
 #include "schema/blackbox.pb.h"
 #include "support/importcheck.h"
+#include "support/testhome.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
@@ -15,8 +16,7 @@ namespace {
 
 QByteArray sample(const QString& name)
 {
-    QFile file(XCU_TEST_DATA_DIR "/" + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return contents(XCU_TEST_DATA_DIR "/" + name);
 }
 
 struct Blackbox

@@ -87,7 +87,6 @@ private slots:
     void nobodyFindsBytesOfAnother();
     void nobodyFindsTheMarkOfADeadProgram();
     void slowReaderLosesNothing();
-    void cableMayBePulledInsideASlot();
 };
 
 void TestMockedPort::cableAndGuise()
@@ -195,26 +194,6 @@ void TestMockedPort::slowReaderLosesNothing()
     QTRY_COMPARE(program.lastPong(), 9U);
     QCOMPARE(program.responses.size(), static_cast<std::size_t>(count + 1));
     QVERIFY(program.whole);
-}
-
-void TestMockedPort::cableMayBePulledInsideASlot()
-{
-    PortRig rig;
-    rig.plug();
-    connect(&rig.controller(), &VirtualController::commandReceived, this, [&] {
-        rig.unplug();
-        rig.plug();
-    });
-    {
-        Program program(rig.portName());
-        program.send(pingFrame(1) + pingFrame(2));
-        QTRY_COMPARE(rig.count(xcu::Command::kPing), 1);
-        QTRY_VERIFY(program.serial.error() != QSerialPort::NoError);
-    }
-    rig.controller().disconnect(this);
-    Program program(rig.portName());
-    program.send(pingFrame(3));
-    QTRY_COMPARE(program.lastPong(), 3U);
 }
 
 QTEST_GUILESS_MAIN(TestMockedPort)

@@ -3,6 +3,7 @@
 #include "simulator/linecommands.h"
 #include "simulator/simulationoptions.h"
 #include "simulator/testbed.h"
+#include "support/testhome.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -115,14 +116,11 @@ void TestVirtualXcu::answersAProgramAndCounts()
         QStringLiteral("exec 3<>%1; %2 >&3; head -c 10 <&3 | od -An -tx1").arg(port, ping));
     QCOMPARE(run.exitCode(), 0);
     QCOMPARE(run.output.simplified(), QByteArray("06 00 00 00 08 01 22 02 08 05"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(
-        QString(file.readAll()),
-        "BENCH 9: received ping 1\nBENCH 9: commands received 1\n"
-        "BENCH 9: broken payloads received 0\nBENCH 9: responses sent 1\n"
-        "BENCH 9: records sent 0\nBENCH 9: frames sent 0\nBENCH 9: bytes in 8\n"
-        "BENCH 9: bytes out 10\n");
+        contents(path), "BENCH 9: received ping 1\nBENCH 9: commands received 1\n"
+                        "BENCH 9: broken payloads received 0\nBENCH 9: responses sent 1\n"
+                        "BENCH 9: records sent 0\nBENCH 9: frames sent 0\nBENCH 9: bytes in 8\n"
+                        "BENCH 9: bytes out 10\n");
 }
 
 void TestVirtualXcu::followsLineCommands()
@@ -186,40 +184,21 @@ void TestVirtualXcu::readsOptions()
 
 void TestVirtualXcu::readsLines()
 {
-    const char* const understood[] = {
-        "",
-        "# a comment",
-        "1 record 3",
-        "frame",
-        "frame 1 0x1fffffff 0102 extended fd brs",
-        "fault add 1 2 3 4 5",
-        "trouble drop 2",
-        "trouble none",
-        "rate records flood",
-        "reset"};
-    const char* const refused[] = {
-        "3",
-        "0 record",
-        "2 record",
-        "record -1",
-        "record 1 2",
-        "frame 1 0x12",
-        "frame 1 2 aa brs brx",
-        "fault add 1 2 3 4",
-        "fault clear 1",
-        "trouble none 1",
-        "trouble luck 1",
-        "rate records",
-        "rate values 3",
-        "plug now"};
+    const QString understood =
+        "|# a comment|1 record 3|frame|frame 1 0x1fffffff 0102 extended fd brs|"
+        "fault add 1 2 3 4 5|trouble drop 2|trouble none|rate records flood|reset";
+    const QString refused =
+        "3|0 record|2 record|record -1|record 1 2|frame 1 0x12|frame 1 2 aa brs brx|"
+        "fault add 1 2 3 4|fault clear 1|trouble none 1|trouble luck 1|rate records|rate values 3|"
+        "plug now";
     Testbed testbed;
     ControllerUnit unit(testbed, {});
     LineCommands commands({&unit});
-    for (const char* line : refused) {
-        QVERIFY2(!commands.execute(line).isEmpty(), line);
+    for (const QString& line : refused.split('|')) {
+        QVERIFY2(!commands.execute(line).isEmpty(), qPrintable(line));
     }
     QCOMPARE(unit.controller.responsesSent(), 0U);
-    for (const char* line : understood) {
+    for (const QString& line : understood.split('|')) {
         QCOMPARE(commands.execute(line), QString());
     }
     QCOMPARE(unit.controller.responsesSent(), 5U);

@@ -3,7 +3,6 @@
 
 #include "support/testhome.h"
 
-#include <QDirIterator>
 #include <QFile>
 #include <QProcess>
 #include <QtTest>
@@ -61,24 +60,8 @@ public:
         return sum;
     }
 
-    // The files of one kind, such as "*.log", below the documents folder; oldest first.
-    QStringList files(const QString& pattern)
-    {
-        QStringList paths;
-        QDirIterator found(
-            home.documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
-        while (found.hasNext()) {
-            paths.append(found.next());
-        }
-        paths.sort();
-        return paths;
-    }
-
-    static QByteArray contents(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QStringList files(const QString& pattern) const { return home.files(pattern); }
+    static QByteArray contents(const QString& path) { return ::contents(path); }
 
     QByteArray output; // what the program traced
 };

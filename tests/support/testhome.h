@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QDir>
+#include <QStringList>
 #include <QTemporaryDir>
 
 // A home directory that lives as long as this object. Settings, documents and the working directory
@@ -18,7 +19,12 @@ public:
     QDir root() const { return QDir(directory.path()); }
     QDir documents() const { return QDir(directory.filePath("Documents")); }
 
+    // The files of one kind, such as "*.log", below the documents folder; oldest first.
+    QStringList files(const QString& pattern) const;
+
 private:
     QTemporaryDir directory;
     QString workingDirectory;
 };
+
+QByteArray contents(const QString& path);
