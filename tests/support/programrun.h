@@ -3,7 +3,6 @@
 
 #include "support/testhome.h"
 
-#include <QFile>
 #include <QProcess>
 #include <QtTest>
 
@@ -39,12 +38,9 @@ public:
         return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    // A file in the home.
-    void write(const QString& name, const QStringList& lines)
+    void write(const QString& name, const QStringList& lines) const
     {
-        QFile file(home.root().filePath(name));
-        file.open(QIODevice::WriteOnly);
-        file.write(lines.join('\n').toUtf8());
+        home.write(name, lines.join('\n').toUtf8());
     }
 
     // A count of the controllers, summed over them, such as "records sent".

@@ -20,6 +20,14 @@ TestHome::~TestHome()
     QDir::setCurrent(workingDirectory);
 }
 
+QString TestHome::write(const QString& name, const QByteArray& content) const
+{
+    QFile file(root().filePath(name));
+    file.open(QIODevice::WriteOnly);
+    file.write(content);
+    return file.fileName();
+}
+
 QStringList TestHome::files(const QString& pattern) const
 {
     QStringList paths;

@@ -19,6 +19,9 @@ public:
     QDir root() const { return QDir(directory.path()); }
     QDir documents() const { return QDir(directory.filePath("Documents")); }
 
+    // Writes a file into the home and gives its path.
+    QString write(const QString& name, const QByteArray& content) const;
+
     // The files of one kind, such as "*.log", below the documents folder; oldest first.
     QStringList files(const QString& pattern) const;
 
