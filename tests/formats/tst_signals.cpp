@@ -181,19 +181,19 @@ private slots:
     {
         QByteArray content(
             "\t0x1;x\n2;1;1;1,5;\xc2\xa0"
-            "1;1;1;1;-1;1;A\0;B\n0x18daf110;-1;2;0.1;1e6;6;3;4;f;7;\xc3\x96 %1;%12\r\n"
+            "1;1;1;1;80000000;1;A\0;B\n0x18daf110;-1;2;0.1;1e6;6;3;4;f;7;\xc3\x96 %1;%12\r\n"
             " \r\n3\n",
-            87);
+            93);
         QBuffer device(&content);
         device.open(QIODevice::ReadOnly);
         QVector<CanSignalData> read = readSignalSet(device);
         QCOMPARE(read.size(), 3);
-        read[1].muxValue = -5;
+        read[0].muxValue = -5;
         read[2].multiplier = 0.123456789;
         QCOMPARE(
             QString(signalSet(read)),
-            QString("0x1;0;0;0;0;0;0;0;0x0;0;;%12\r\n"
-                    "0x2;1;1;0;1;1;1;1;0xfffffffffffffffb;1;A;%12\r\n"
+            QString("0x1;0;0;0;0;0;0;0;0xfffffffffffffffb;0;;%12\r\n"
+                    "0x2;1;1;0;1;1;1;1;0x0;1;A;%12\r\n"
                     "0x18daf110;-1;2;0.123457;1e+06;6;3;4;0xf;7;\u00d6 %1;%12\r\n"));
         QFile closed;
         QVERIFY(readSignalSet(closed).isEmpty());
