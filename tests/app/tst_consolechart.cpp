@@ -86,6 +86,38 @@ private slots:
         QCOMPARE(console.status(), "Received logger data 5");
     }
 
+    void recordsAreDrawnAtOnceOrTogether()
+    {
+        QCustomPlot plot;
+        auto* pacer = new ClockedPacer(&plot);
+        QSignalSpy drawn(&plot, &QCustomPlot::afterReplot);
+        pacer->request();
+        QCOMPARE(drawn.count(), 1);
+
+        pacer->time = 15;
+        pacer->request();
+        pacer->request();
+        QCOMPARE(drawn.count(), 1);
+        QTRY_COMPARE(drawn.count(), 2);
+
+        // The event loop may be too busy to run the timer.
+        pacer->time = 20;
+        pacer->request();
+        pacer->time = 31;
+        pacer->request();
+        QCOMPARE(drawn.count(), 3);
+
+        // A drawing that somebody else asks for shows what waits, and begins a new period.
+        pacer->time = 40;
+        pacer->request();
+        plot.replot();
+        QCOMPARE(drawn.count(), 4);
+        pacer->time = 50;
+        pacer->request();
+        QCOMPARE(drawn.count(), 4);
+        QTRY_COMPARE(drawn.count(), 5);
+    }
+
     void tagsStandAtTheLatestRecord()
     {
         ConsoleHome home;
@@ -165,38 +197,6 @@ private slots:
         delete tag; // takes its items along; another goes down with the plot
         QCOMPARE(plot.itemCount(), 0);
         new AxisTag(plot.xAxis);
-    }
-
-    void recordsAreDrawnAtOnceOrTogether()
-    {
-        QCustomPlot plot;
-        auto* pacer = new ClockedPacer(&plot);
-        QSignalSpy drawn(&plot, &QCustomPlot::afterReplot);
-        pacer->request();
-        QCOMPARE(drawn.count(), 1);
-
-        pacer->time = 15;
-        pacer->request();
-        pacer->request();
-        QCOMPARE(drawn.count(), 1);
-        QTRY_COMPARE(drawn.count(), 2);
-
-        // The event loop may be too busy to run the timer.
-        pacer->time = 20;
-        pacer->request();
-        pacer->time = 31;
-        pacer->request();
-        QCOMPARE(drawn.count(), 3);
-
-        // A drawing that somebody else asks for shows what waits, and begins a new period.
-        pacer->time = 40;
-        pacer->request();
-        plot.replot();
-        QCOMPARE(drawn.count(), 4);
-        pacer->time = 50;
-        pacer->request();
-        QCOMPARE(drawn.count(), 4);
-        QTRY_COMPARE(drawn.count(), 5);
     }
 
     // Standing tags are painted once. What comes, goes, changes or moves must show all the same.

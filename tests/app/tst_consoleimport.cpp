@@ -120,9 +120,14 @@ private slots:
         const int tags = (console->plot()->itemCount() - 1) / 3; // behind the logo
         QVERIFY(tags > 0);
         // Nothing is cleared, and the time goes on from the first file's origin.
-        open(sample("session.log"));
-        QCOMPARE(console->plot()->graph(0)->dataCount(), 2 * points);
-        QCOMPARE(console->plot()->itemCount(), 1 + 6 * tags);
+        const QString later = home->write("later.log", "7;6000;7;\n$;6500;Later\n8;7000;8;\n");
+        open(later);
+        open(later);
+        QCOMPARE(console->plot()->graph(0)->dataCount(), points + 4);
+        QCOMPARE((console->plot()->graph(0)->data()->constEnd() - 1)->key, 2.0);
+        QCOMPARE(console->plot()->itemCount(), 1 + 3 * (tags + 2));
+        const auto* tag = console->plot()->item(console->plot()->itemCount() - 3);
+        QCOMPARE(qobject_cast<const QCPItemTracer*>(tag)->position->key(), 1.5);
         // The label line of the next session is the log's.
         console->window.loggerStarted();
         const QByteArray header = contents(home->files("*.log").value(0));
@@ -150,7 +155,7 @@ private slots:
         type(5, "3");
         QCOMPARE(points->at(0)->value, 0.123456789);
         type(1, "505"); // no place for it in a frame: the curve stays as it was
-        QCOMPARE(points->at(0)->value, 0.123456789);
+        QCOMPARE(points->size(), 3);
         type(1, "0");
         type(5, "0");
         QVERIFY(points->isEmpty());
@@ -173,6 +178,8 @@ private slots:
         withFile(saved, [this] { console->click("saveCanSignals"); });
         QCOMPARE(contents(saved), line + line);
         // A loaded signal draws when "Show" changes, with all digits, whatever its cell says.
+        type(9, "3");
+        QCOMPARE(console->plot()->graph(128)->dataCount(), 0);
         type(5, "0");
         type(5, "1");
         QCOMPARE(console->plot()->graph(128)->data()->at(0)->value, 0xaa02 * 0.12345678);

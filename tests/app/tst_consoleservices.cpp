@@ -100,6 +100,7 @@ private slots:
         QTRY_COMPARE(console->status(), "Received can1 frame # 12");
         console->click("candump");
         QTRY_COMPARE(console->status(), "Candump started");
+        frame.set_id(0x34);
         console->controller().pushFrame(frame);
         frame.set_fd(true);
         frame.set_id(0x18daf110);
@@ -107,10 +108,10 @@ private slots:
         frame.clear_data();
         console->controller().pushFrame(frame);
         QTRY_COMPARE(console->status(), "Received can1 frame #18daf110");
-        QCOMPARE(windowChild<QTableView>("CandumpWindow")->model()->rowCount(), 2);
+        QCOMPARE(windowChild<QTableView>("CandumpWindow")->model()->rowCount(), 3);
         const QString file = home->files("*.candump").value(0);
         QVERIFY(file.contains("/XCU0001/extLoggerLogs/can-"));
-        QCOMPARE(contents(file), "(12.345000) can1 012#0102aa\n(12.345000) can1 18daf110##0\n");
+        QCOMPARE(contents(file), "(12.345000) can1 034#0102aa\n(12.345000) can1 18daf110##0\n");
         // Unchecking asks once more, and stops nothing.
         console->click("candump");
         QTRY_COMPARE(console->count(xcu::Command::kCandumpStart), 2);

@@ -163,11 +163,29 @@ private slots:
         QCOMPARE(listener.text(), "pong { value: 1 }");
         QCOMPARE(controller.brokenPayloads(), 1U);
 
+        // A payload longer than any that programs send is passed over, not stored.
+        const QByteArray whole = QByteArray("\1\0\0\4", 4) + QByteArray(0x4000001, 'x') + pings(1);
+        controller.receive(whole.left(1000));
+        controller.receive(whole.mid(1000));
+        QCOMPARE(listener.responses.size(), 2U);
+
         // Half a frame is forgotten with its link.
         controller.receive(pings(1).left(5));
         controller.dropLink();
         controller.receive(pings(1));
-        QCOMPARE(listener.responses.size(), 2U);
+        QCOMPARE(listener.responses.size(), 3U);
+    }
+
+    void framesSurviveEveryCut()
+    {
+        const QByteArray line = pings(2);
+        for (int cut = 0; cut <= line.size(); ++cut) {
+            VirtualController controller;
+            Listener listener(controller);
+            controller.receive(line.left(cut));
+            controller.receive(line.mid(cut));
+            QCOMPARE(listener.text(), "pong { value: 1 }; pong { value: 2 }");
+        }
     }
 
     void troubleHitsEveryNth()

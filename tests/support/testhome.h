@@ -30,4 +30,5 @@ private:
     QString workingDirectory;
 };
 
+// The bytes of a file; "no such file" if it cannot be read.
 QByteArray contents(const QString& path);
