@@ -75,21 +75,28 @@ void TagSheet::draw(QCPPainter* painter)
         picture = QPixmap(now.size * now.pixelRatio);
         picture.setDevicePixelRatio(now.pixelRatio);
         picture.fill(Qt::transparent);
+        inked = QRect();
     }
     if (painted < items.size()) {
         QCPPainter onPicture(&picture);
         onPicture.setModes(painter->modes());
-        paintItems(painted, &onPicture);
+        inked |= paintItems(painted, &onPicture);
         painted = items.size();
     }
+    painter->save();
+    painter->setClipRect(inked, Qt::IntersectClip); // most of the picture is empty
     painter->drawPixmap(0, 0, picture);
+    painter->restore();
 }
 
-void TagSheet::paintItems(std::size_t first, QCPPainter* painter)
+QRect TagSheet::paintItems(std::size_t first, QCPPainter* painter)
 {
+    QRect area;
     for (std::size_t number = first; number < items.size(); ++number) {
         if (items[number]) {
             items[number]->paint(painter);
+            area |= items[number]->area();
         }
     }
+    return area;
 }

@@ -24,6 +24,8 @@ public:
     public:
         virtual ~Item() = default;
         virtual void paint(QCPPainter* painter) = 0;
+        // What paint() touches of the plot's viewport, in pixels; or more.
+        virtual QRect area() const = 0;
     };
 
     // The sheet of an axis, made by the first call. It goes with the axis.
@@ -68,7 +70,8 @@ private:
 
     explicit TagSheet(QCPAxis* parentAxis);
 
-    void paintItems(std::size_t first, QCPPainter* painter);
+    // Gives the area that was painted on.
+    QRect paintItems(std::size_t first, QCPPainter* painter);
 
     QCPAxis* axis;
     Gate gate;
@@ -76,6 +79,7 @@ private:
     std::size_t painted = 0;  // so many items, from the first on, are in the picture
     View view;
     QPixmap picture;
+    QRect inked; // of the picture
 };
 
 // A plot item that a TagSheet paints.
@@ -105,6 +109,18 @@ public:
         this->applyDefaultAntialiasingHint(painter);
         this->draw(painter);
         painter->restore();
+    }
+
+    QRect area() const override
+    {
+        // All ink of a line or a text lies between its anchors, but for pens and line endings.
+        constexpr int margin = 12;
+        QRectF corners;
+        for (const QCPItemAnchor* anchor : this->anchors()) {
+            corners |= QRectF(anchor->pixelPosition(), QSizeF(1, 1));
+        }
+        const QRectF ink = corners.adjusted(-margin, -margin, margin, margin);
+        return (ink & QRectF(this->parentPlot()->viewport())).toAlignedRect();
     }
 
     void changed() { sheet->itemChanged(number); }
