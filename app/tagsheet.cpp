@@ -50,6 +50,18 @@ void TagSheet::itemChanged(std::size_t number)
     }
 }
 
+double TagSheet::selectTest(const QPointF& point, bool onlySelectable, QVariant* /*details*/) const
+{
+    double least = -1; // not hit
+    for (const Item* item : items) {
+        const double distance = item ? item->distance(point, onlySelectable) : -1;
+        if (distance >= 0 && (least < 0 || distance < least)) {
+            least = distance;
+        }
+    }
+    return least;
+}
+
 void TagSheet::applyDefaultAntialiasingHint(QCPPainter* painter) const
 {
     // An antialiasing painter of the plot is shifted by half a pixel, which would blur the picture.

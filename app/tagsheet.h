@@ -26,6 +26,8 @@ public:
         virtual void paint(QCPPainter* painter) = 0;
         // What paint() touches of the plot's viewport, in pixels; or more.
         virtual QRect area() const = 0;
+        // As QCPLayerable::selectTest, whether or not the plot paints the item.
+        virtual double distance(const QPointF& point, bool onlySelectable) const = 0;
     };
 
     // The sheet of an axis, made by the first call. It goes with the axis.
@@ -38,6 +40,10 @@ public:
     void remove(std::size_t number);
     // Call when an item changes: if it was painted already, all are painted again.
     void itemChanged(std::size_t number);
+
+    // A click on a tag does not reach the curve beneath.
+    double selectTest(
+        const QPointF& point, bool onlySelectable, QVariant* details = nullptr) const override;
 
 protected:
     void applyDefaultAntialiasingHint(QCPPainter* painter) const override;
@@ -121,6 +127,11 @@ public:
         }
         const QRectF ink = corners.adjusted(-margin, -margin, margin, margin);
         return (ink & QRectF(this->parentPlot()->viewport())).toAlignedRect();
+    }
+
+    double distance(const QPointF& point, bool onlySelectable) const override
+    {
+        return this->selectTest(point, onlySelectable);
     }
 
     void changed() { sheet->itemChanged(number); }
