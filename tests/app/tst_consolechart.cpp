@@ -199,6 +199,27 @@ private slots:
         new AxisTag(plot.xAxis);
     }
 
+    void clickOnTagDoesNotSelectTheCurveBeneath()
+    {
+        QCustomPlot plot;
+        plot.resize(300, 200);
+        plot.setInteractions(QCP::iSelectPlottables);
+        plot.addGraph()->setData({0, 5}, {2.5, 2.5});
+        AxisTag tag(plot.xAxis);
+        tag.setText(QStringLiteral("a tag as long as the chart is high"));
+        tag.updatePosition(2.5);
+        plot.show();
+        plot.replot();
+        const auto clickAt = [&](double key) {
+            const QPoint point(
+                int(plot.xAxis->coordToPixel(key)), int(plot.yAxis->coordToPixel(2.5)));
+            QTest::mouseClick(&plot, Qt::LeftButton, Qt::NoModifier, point);
+            return plot.graph(0)->selected();
+        };
+        QVERIFY(clickAt(1));
+        QVERIFY(!clickAt(2.5));
+    }
+
     // Standing tags are painted once. What comes, goes, changes or moves must show all the same.
     void keptPictureOfTagsIsThePlotsOwn()
     {
