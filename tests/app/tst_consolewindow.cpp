@@ -65,7 +65,9 @@ private slots:
             QCOMPARE(console.plot()->graph(1)->pen(), QPen(QColor(129, 196, 184)));
             QCOMPARE(console.plot()->xAxis->range(), QCPRange(0, 60));
             QCOMPARE(console.plot()->yAxis->range(), QCPRange(0, 1024));
-            QVERIFY(console.plot()->interactions().testFlag(QCP::iSelectLegend));
+            const auto selects = QCP::iSelectPlottables | QCP::iSelectAxes | QCP::iSelectLegend;
+            const auto moves = QCP::iRangeDrag | QCP::iRangeZoom;
+            QVERIFY(console.plot()->interactions() == QCP::Interactions(selects | moves));
             QVERIFY(!console.child<QWidget>("CanbusWidget")->isHidden());
             // Operators know these places, though nothing hangs on them.
             for (const char* idle : {"selectChannels", "pushButton_4", "actionOpen"}) {

@@ -297,12 +297,13 @@ private slots:
     void knowsWhichPointsShow()
     {
         const std::tuple<QVector<double>, double, bool> rows[] = {
-            {{11}, 12, true},                            // in the view, which goes from 10 to 20
-            {{1}, 2, false},                             // left of it
-            {{1}, 12, true},                             // enters it
-            {{19}, 21, true},                            // leaves it
-            {{19, 21}, 22, false}, {{11, 30}, 15, true}, // late, into it
-            {{11, 30}, 21, true},                        // late, behind it
+            {{11}, 12, true},      // in the view, which goes from 10 to 20
+            {{1}, 2, false},       // left of it
+            {{1}, 12, true},       // enters it
+            {{19}, 21, true},      // leaves it
+            {{19, 21}, 22, false}, // has left it
+            {{11, 30}, 15, true},  // late, into it
+            {{11, 30}, 21, true},  // late, behind it
         };
         for (const auto& [before, key, shows] : rows) {
             Twins twins(1);

@@ -158,9 +158,8 @@ private slots:
             "fault add 1 2 3 4 5|trouble drop 2|trouble none|rate records flood|reset";
         const QString refused =
             "3|0 record|2 record|record -1|record 1 2|frame 1 0x12|frame 1 2 aa brs brx|"
-            "fault add 1 2 3 4|fault clear 1|trouble none 1|trouble luck 1|rate records|rate "
-            "values 3|"
-            "plug now";
+            "fault add 1 2 3 4|fault clear 1|trouble none 1|trouble luck 1|rate records|"
+            "rate values 3|plug now";
         Testbed testbed;
         ControllerUnit unit(testbed, {});
         LineCommands commands({&unit});
