@@ -91,9 +91,9 @@ public:
             records(1 + below(int(2 + 1.5 / pace)));
             return "records";
         }
-        const auto& action = actions[std::size_t(below(int(actions.size())))];
-        action.act();
-        return action.name;
+        const auto& [name, act] = actions[std::size_t(below(int(actions.size())))];
+        act();
+        return name;
     }
 
 private:
@@ -140,15 +140,6 @@ private:
         });
     }
 
-    // What lies beneath the curves, and between them.
-    void changeGround(bool odd)
-    {
-        twins.both([&](QCustomPlot& plot) {
-            plot.xAxis->grid()->setSubGridVisible(odd);
-            plot.item(0)->setVisible(!odd);
-        });
-    }
-
     // Odd curves are left to the library.
     void changeStyle(bool odd)
     {
@@ -168,16 +159,6 @@ private:
         });
     }
 
-    void tag()
-    {
-        twins.both([&](QCustomPlot& plot) {
-            auto* text = new QCPItemText(&plot);
-            text->setLayer("overlay");
-            text->setText("tag");
-            text->position->setCoords(time, 500);
-        });
-    }
-
     // As the staircase of a CAN signal, over all of the time.
     void refill(int steps, double height)
     {
@@ -190,12 +171,7 @@ private:
         });
     }
 
-    struct Action
-    {
-        const char* name;
-        std::function<void()> act;
-    };
-    const std::vector<Action> actions = {
+    const std::vector<std::pair<const char*, std::function<void()>>> actions = {
         {"hide or show", [&] { change([on = maybe()](QCPGraph* g) { g->setVisible(on); }); }},
         {"select",
          [&] {
@@ -213,7 +189,15 @@ private:
              const QSize size(170 + below(100), 90 + below(40));
              twins.both([&](QCustomPlot& plot) { plot.resize(size); });
          }},
-        {"tag", [&] { tag(); }},
+        {"tag",
+         [&] {
+             twins.both([&](QCustomPlot& plot) {
+                 auto* text = new QCPItemText(&plot);
+                 text->setLayer("overlay");
+                 text->setText("tag");
+                 text->position->setCoords(time, 500);
+             });
+         }},
         {"insert", [&] { twins.addPoint(anyGraph(), time * below(100) / 100, value()); }},
         {"insert, append as stock",
          [&] {
@@ -231,7 +215,13 @@ private:
         {"refill", [&] { refill(below(300), 100 + below(900)); }},
         {"no number", [&] { twins.addPoint(anyGraph(), time, maybe() ? notANumber : infinite); }},
         {"change style", [&] { changeStyle(maybe()); }},
-        {"change ground", [&] { changeGround(maybe()); }},
+        {"change ground", // beneath the curves, and between them
+         [&] {
+             twins.both([odd = maybe()](QCustomPlot& plot) {
+                 plot.xAxis->grid()->setSubGridVisible(odd);
+                 plot.item(0)->setVisible(!odd);
+             });
+         }},
         {"change axes", [&] { changeAxes(); }}};
 
     Twins& twins;
