@@ -5,10 +5,10 @@
 #include "comm/frame.h"
 
 #include <QIODevice>
+#include <QtEndian>
 #include <cstdlib>
 #include <cstring>
 #include <fuzzer/FuzzedDataProvider.h>
-#include <vector>
 
 namespace {
 
@@ -48,24 +48,6 @@ private:
     quint32 frameLength = 0;
 };
 
-std::vector<std::string> payloadsIn(const std::string& stream)
-{
-    std::vector<std::string> payloads;
-    for (std::size_t at = 0; stream.size() - at >= 4;) {
-        std::size_t length = 0;
-        for (std::size_t i = 4; i-- > 0;) {
-            length = length << 8 | static_cast<unsigned char>(stream[at + i]);
-        }
-        at += 4;
-        if (stream.size() - at < length) {
-            break;
-        }
-        payloads.push_back(stream.substr(at, length));
-        at += length;
-    }
-    return payloads;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -73,15 +55,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FuzzedDataProvider input(data, size);
     Feed line;
     std::string stream;
-    std::vector<std::string> delivered;
+    std::string frames;
     while (input.remaining_bytes() > 0) {
         // The size of a piece is taken from the end of the input, its bytes from the front.
         const std::string piece =
             input.ConsumeBytesAsString(input.ConsumeIntegralInRange<std::size_t>(0, 40));
         stream += piece;
-        line.feed(piece, [&](const std::string& payload) { delivered.push_back(payload); });
+        line.feed(piece, [&](const std::string& payload) { frames += makeFrame(payload); });
     }
-    if (delivered != payloadsIn(stream)) {
+    const std::size_t left = stream.size() - frames.size();
+    const auto nextLength = [&] { return qFromLittleEndian<quint32>(&stream[frames.size()]); };
+    if (stream.compare(0, frames.size(), frames) != 0 || (left >= 4 && nextLength() <= left - 4)) {
         std::abort();
     }
     return 0;

@@ -13,7 +13,6 @@
 #include "comm/iscopecommandsresponse.h"
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 // Implements every response interface and keeps each call as text: "name 1 2 [3 4] <bytes>".
@@ -107,19 +106,15 @@ public:
     void scopeDataReceived(int a, int b, int c, Ints&& v) override { record(__func__, a, b, c, v); }
 
 private:
-    template <typename Value>
-    static std::string text(const Value& value)
+    static std::string text(const std::string& value) { return '<' + value + '>'; }
+    static std::string text(const FaultItemData& fault)
     {
-        if constexpr (std::is_same_v<Value, std::string>) {
-            return '<' + value + '>';
-        } else if constexpr (std::is_same_v<Value, FaultItemData>) {
-            return text(
-                Ints{value.type, value.mode, value.category, value.componentId, value.faultId});
-        } else if constexpr (std::is_enum_v<Value>) {
-            return std::to_string(static_cast<int>(value));
-        } else {
-            return std::to_string(value);
-        }
+        return text(Ints{fault.type, fault.mode, fault.category, fault.componentId, fault.faultId});
+    }
+    template <typename Number>
+    static std::string text(Number value)
+    {
+        return std::to_string(static_cast<long long>(value));
     }
     template <typename Item>
     static std::string text(const std::vector<Item>& items)
