@@ -29,7 +29,6 @@ DriveScript::DriveScript(const QString& path)
     }
     readOn();
     scheduleStep();
-    waiting.start();
     sinceStep.start();
 }
 
@@ -46,9 +45,13 @@ void DriveScript::readOn()
         const QStringList parts = words(QString::fromUtf8(unread.left(end)));
         unread.remove(0, end + 1);
         ++linesRead;
-        if (!parts.isEmpty()) {
-            lines.push_back({linesRead, parts});
+        if (parts.isEmpty()) {
+            continue;
         }
+        if (next == lines.size()) {
+            waiting.start(); // not before there is something to wait for
+        }
+        lines.push_back({linesRead, parts});
     }
 }
 
@@ -91,19 +94,14 @@ void DriveScript::scheduleStep()
 void DriveScript::step()
 {
     silenceMs = qMax(silenceMs, sinceStep.restart() - kStepMs);
-    const bool hasWaited = next < lines.size();
     if (isPipe) {
         readOn();
     }
-    if (!isPipe && !hasWaited) {
-        return;
+    if (isPipe || next < lines.size()) {
+        scheduleStep();
     }
-    scheduleStep();
-    if (next >= lines.size()) {
+    if (next == lines.size()) {
         return;
-    }
-    if (!hasWaited) {
-        waiting.restart();
     }
     // A click may open a modal dialog and return only when a later line has closed it, so the line
     // counts as done before it is carried out.
