@@ -49,6 +49,8 @@ void DriveScript::readOn()
             continue;
         }
         if (next == lines.size()) {
+            lines.clear(); // a pipe may bring lines for days
+            next = 0;
             waiting.start(); // not before there is something to wait for
         }
         lines.push_back({linesRead, parts});
