@@ -2,14 +2,9 @@
 #include "app/candumptableview.h"
 
 #include "app/candumptextdelegate.h"
+#include "app/displayframe.h"
 
 #include <QTimerEvent>
-
-namespace {
-
-constexpr int RepaintPauseMs = 16;
-
-} // namespace
 
 CandumpTableView::CandumpTableView(QWidget* parent)
     : QTableView(parent)
@@ -23,7 +18,7 @@ void CandumpTableView::dataChanged(const QModelIndex&, const QModelIndex&, const
         changedInPause = true;
         return;
     }
-    repaintPause.start(RepaintPauseMs, Qt::PreciseTimer, this);
+    repaintPause.start(DisplayFrameMs, Qt::PreciseTimer, this);
     QTableView::dataChanged(QModelIndex(), QModelIndex());
 }
 
