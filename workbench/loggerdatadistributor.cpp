@@ -5,6 +5,8 @@
 #include "comm/trace.h"
 #include "workbench/idatapresenter.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr unsigned long pollPause = 100; // ms
@@ -35,13 +37,13 @@ void LoggerDataDistributor::loggerStarted()
 {
     running = true;
     workerThread = QThread::create([this] {
+        ++polling;
         while (running) {
             commandsSender.sendLoggerDataRequest();
             QThread::msleep(pollPause);
         }
         --polling;
     });
-    ++polling;
     workers.emplace_back(workerThread);
     workerThread->start(QThread::InheritPriority);
 }
@@ -53,9 +55,11 @@ void LoggerDataDistributor::loggerDataReceived(
         traceLine("Refused record of ", values.size(), " values"); // each would become a table row
         return;
     }
-    for (auto sink = sinks.begin(); sink != sinks.end();) {
-        IDataPresenter* presenter = *sink++; // the call may take its own entry away
-        presenter->update(sampleNumber, timestamp, values);
+    const std::list<IDataPresenter*> registered = sinks;
+    for (IDataPresenter* sink : registered) {
+        if (std::find(sinks.begin(), sinks.end(), sink) != sinks.end()) { // not removed meanwhile
+            sink->update(sampleNumber, timestamp, values);
+        }
     }
 }
 

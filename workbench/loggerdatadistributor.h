@@ -21,7 +21,7 @@ public:
     ~LoggerDataDistributor() override;
 
     // A sink added twice is called twice; removing it removes both. It must be removed before it
-    // is destroyed, and may be removed while it is being called.
+    // is destroyed. A sink that is being called may remove itself and others.
     void addSink(IDataPresenter* sink);
     void removeSink(IDataPresenter* sink);
 
@@ -41,6 +41,6 @@ private:
     CommandsSender& commandsSender;
     QThread* workerThread = nullptr; // of the latest start
     std::atomic<bool> running = false;
-    std::atomic<int> polling = 0; // workers in their loop
+    std::atomic<int> polling = 0; // workers in their loop; checked after they were waited for
     std::vector<std::unique_ptr<QThread>> workers;
 };

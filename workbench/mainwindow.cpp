@@ -7,6 +7,7 @@
 #include "workbench/plotviewer.h"
 #include "workbench/valueviewer.h"
 
+#include <QEvent>
 #include <QMdiArea>
 #include <QMetaType>
 #include <numeric>
@@ -62,6 +63,13 @@ MainWindow::~MainWindow()
 {
     loggerDataDistributor.stop();
     delete ui->formContainer;
+}
+
+// An entry of a menu clears the status line as the pointer passes over it, by its empty status tip.
+// The last message is to stay: nothing else tells whether there is a connection.
+bool MainWindow::event(QEvent* event)
+{
+    return event->type() == QEvent::StatusTip || QMainWindow::event(event);
 }
 
 void MainWindow::commandResponseRead(std::string frame)

@@ -40,6 +40,9 @@ public slots:
     void mapMenuFill();
     void mapMenuShowMapEditor(QAction* action);
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     std::unique_ptr<Ui::MainWindow> ui;
     ComPort comPort;

@@ -59,16 +59,6 @@ void MapContainer::mapTuningMapDetails(unsigned int mapId, unsigned int xSize, u
     }
 }
 
-void MapContainer::mapTuningMap(
-    unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
-    std::vector<int>&& values)
-{
-    traceLine("Received map data ", mapId, ": x: ", xLabels.size(), " y: ", yLabels.size());
-    if (MapTuning* editor = mapTuners.value(static_cast<int>(mapId))) {
-        editor->mapTuningMap(std::move(xLabels), std::move(yLabels), std::move(values));
-    }
-}
-
 void MapContainer::mapTuningGetMapLabel(
     unsigned int /*mapId*/, MapAxis /*axis*/, unsigned int /*labelId*/, int /*value*/,
     MapCommandResult /*result*/)
@@ -86,6 +76,16 @@ void MapContainer::mapTuningGetMapValue(
 void MapContainer::mapTuningSetMapValue(
     unsigned int /*mapId*/, unsigned int /*xId*/, unsigned int /*yId*/, MapCommandResult /*result*/)
 {}
+
+void MapContainer::mapTuningMap(
+    unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
+    std::vector<int>&& values)
+{
+    traceLine("Received map data ", mapId, ": x: ", xLabels.size(), " y: ", yLabels.size());
+    if (MapTuning* editor = mapTuners.value(static_cast<int>(mapId))) {
+        editor->mapTuningMap(std::move(xLabels), std::move(yLabels), std::move(values));
+    }
+}
 
 void MapContainer::mapTuningGetLastGetValue(
     unsigned int /*mapId*/, int /*xId*/, int /*yId*/, int /*value*/)

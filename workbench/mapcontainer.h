@@ -32,12 +32,10 @@ public:
 
     // A count above 65,536 is refused.
     void mapTuningStart(unsigned int mapCount) override;
+    // Sizes and contents go to the newest editor of the map; without one they are dropped.
     void mapTuningMapDetails(unsigned int mapId, unsigned int xSize, unsigned int ySize) override;
-    void mapTuningMap(
-        unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
-        std::vector<int>&& values) override;
-
-    // Ignored: an edit that the controller rejects stays displayed as entered.
+    // The answers to single labels and values are ignored: an edit that the controller rejects
+    // stays displayed as entered.
     void mapTuningGetMapLabel(
         unsigned int mapId, MapAxis axis, unsigned int labelId, int value,
         MapCommandResult result) override;
@@ -48,6 +46,9 @@ public:
         MapCommandResult result) override;
     void mapTuningSetMapValue(
         unsigned int mapId, unsigned int xId, unsigned int yId, MapCommandResult result) override;
+    void mapTuningMap(
+        unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
+        std::vector<int>&& values) override;
     void mapTuningGetLastGetValue(unsigned int mapId, int xId, int yId, int value) override;
 
 private:

@@ -67,19 +67,26 @@ void ValueViewer::update(
     }
 }
 
-// In pixels: of the texts in row 0 and of the widest value on display. Digits are equally wide.
+// In pixels: of the texts in row 0 and of the widest value on display. Values are measured by their
+// characters; to lay out each one would be slow.
 std::array<int, 3> ValueViewer::neededWidths() const
 {
     const QFontMetrics metrics = fontMetrics();
-    const int digit = metrics.horizontalAdvance(QLatin1Char('0'));
     const int sign = metrics.horizontalAdvance(QLatin1Char('-'));
+    std::array<int, 10> digits = {}; // not equally wide in every font
+    for (std::size_t digit = 0; digit < digits.size(); ++digit) {
+        digits[digit] = metrics.horizontalAdvance(QLatin1Char(char('0' + digit)));
+    }
     int widest = 0;
-    for (std::size_t channel = 0; channel < channelValues.size(); ++channel) {
-        if (!channelValues[channel]->isHidden()) {
-            const bool isNegative = shownValues[channel] < 0;
-            const int digits = channelValues[channel]->text().size() - (isNegative ? 1 : 0);
-            widest = std::max(widest, digits * digit + (isNegative ? sign : 0));
+    for (const QLabel* value : channelValues) {
+        if (value->isHidden()) {
+            continue;
         }
+        int width = 0;
+        for (const QChar character : value->text()) {
+            width += character == QLatin1Char('-') ? sign : digits[character.digitValue()];
+        }
+        widest = std::max(widest, width);
     }
     return {
         metrics.horizontalAdvance(seqNo->text()), metrics.horizontalAdvance(timestamp->text()),

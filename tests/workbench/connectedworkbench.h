@@ -10,24 +10,17 @@
 #include <QMenu>
 #include <QStatusBar>
 #include <QTest>
+#include <google/protobuf/text_format.h>
 #include <memory>
 
-// The real window with a virtual controller on a mocked port, driven by menus.
+// The real window with a virtual controller on a mocked port, driven by its menus.
 struct ConnectedWorkbench
 {
-    explicit ConnectedWorkbench(std::vector<MapSize> maps)
-        : rig(options(std::move(maps)))
+    ConnectedWorkbench()
     {
         rig.plug();
         window->show();
         choose("menuConnection", rig.serialNumber());
-    }
-
-    static ControllerOptions options(std::vector<MapSize> maps)
-    {
-        ControllerOptions options;
-        options.maps = std::move(maps);
-        return options;
     }
 
     QStringList entries(const char* menuName)
@@ -51,11 +44,16 @@ struct ConnectedWorkbench
         return index >= 0;
     }
 
-    QString status() { return window->findChild<QStatusBar*>()->currentMessage(); }
-    QList<QMdiSubWindow*> subWindows()
+    // Has the controller answer what nobody asked. The answer is in protobuf's text form.
+    void answer(const std::string& text)
     {
-        return window->findChild<QMdiArea*>("formContainer")->subWindowList();
+        xcu::Response response;
+        QVERIFY(google::protobuf::TextFormat::ParseFromString(text, &response));
+        controller().send(response);
     }
+
+    QString status() { return window->findChild<QStatusBar*>()->currentMessage(); }
+    QList<QMdiSubWindow*> subWindows() { return window->findChild<QMdiArea*>()->subWindowList(); }
     VirtualController& controller() { return rig.controller(); }
 
     PortRig rig;
