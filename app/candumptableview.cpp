@@ -3,6 +3,7 @@
 
 #include "app/candumptextdelegate.h"
 
+#include <QPalette>
 #include <QTimerEvent>
 
 namespace {
@@ -15,6 +16,11 @@ CandumpTableView::CandumpTableView(QWidget* parent)
     : QTableView(parent)
 {
     setItemDelegate(new CandumpTextDelegate(this));
+    // The model's colours, black and reds, need a light ground, on a dark desktop as well. Of the
+    // viewport alone: some styles give the headers the ground of the view.
+    QPalette light;
+    light.setColor(QPalette::Base, Qt::white);
+    viewport()->setPalette(light);
 }
 
 void CandumpTableView::dataChanged(const QModelIndex&, const QModelIndex&, const QVector<int>&)

@@ -11,9 +11,11 @@
 #include <QLineEdit>
 #include <QMdiSubWindow>
 #include <QMenu>
+#include <QPixmap>
 #include <QRegularExpression>
 #include <QStatusBar>
 #include <QTest>
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -237,13 +239,26 @@ DriveResult chooseFile(const Words& words)
     return {};
 }
 
+// Widgets that hold back their painting for a moment would be blank in the picture.
+bool holdsBack(const QWidget* widget)
+{
+    const QList<QWidget*> inside = widget->findChildren<QWidget*>();
+    return std::any_of(inside.begin(), inside.end(), [](const QWidget* child) {
+        return !child->updatesEnabled();
+    });
+}
+
 DriveResult grab(const Words& words)
 {
     QWidget* widget = findWidget(words[1]);
-    if (widget == nullptr || !widget->isVisible()) {
+    if (widget == nullptr || !widget->isVisible() || holdsBack(widget)) {
         return notYet();
     }
-    if (!widget->grab().save(words[2])) {
+    QPixmap picture = widget->grab();
+    if (words.size() > 3) {
+        picture = picture.scaledToWidth(words[3].toInt(), Qt::SmoothTransformation);
+    }
+    if (!picture.save(words[2])) {
         return {true, QStringLiteral("the picture cannot be written"), 0};
     }
     return {};
@@ -305,7 +320,7 @@ const std::map<QString, Command>& commands()
         {"menu", {2, "menu MENU INDEX", menu}},
         {"file", {1, "file PATH (answers the open file dialog)", chooseFile}},
         {"clipboard", {1, "clipboard TEXT (\\t and \\n stand for tab and line end)", copy}},
-        {"grab", {2, "grab WIDGET PICTURE.png", grab}},
+        {"grab", {2, "grab WIDGET PICTURE.png [WIDTH]", grab}},
         {"resize", {3, "resize WIDGET WIDTH HEIGHT [X Y]", resize}},
         {"close", {1, "close WINDOW", close}},
     };
