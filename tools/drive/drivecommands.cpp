@@ -11,11 +11,9 @@
 #include <QLineEdit>
 #include <QMdiSubWindow>
 #include <QMenu>
-#include <QPixmap>
 #include <QRegularExpression>
 #include <QStatusBar>
 #include <QTest>
-#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -242,10 +240,12 @@ DriveResult chooseFile(const Words& words)
 // Widgets that hold back their painting for a moment would be blank in the picture.
 bool holdsBack(const QWidget* widget)
 {
-    const QList<QWidget*> inside = widget->findChildren<QWidget*>();
-    return std::any_of(inside.begin(), inside.end(), [](const QWidget* child) {
-        return !child->updatesEnabled();
-    });
+    for (const QWidget* inside : widget->findChildren<QWidget*>()) {
+        if (!inside->updatesEnabled()) {
+            return true;
+        }
+    }
+    return false;
 }
 
 DriveResult grab(const Words& words)
