@@ -263,7 +263,7 @@ void measureSignal(Benchmark& bench, int identifiers)
         addInArrivalOrder(*fast.graph(0)->data(), *signalCurve(signal, frames, index));
     });
     bench.compare(
-        QStringLiteral("signal of 1 in %1 of a million frames").arg(identifiers), "ms",
+        QStringLiteral("signal in 1 of %1 of a million frames").arg(identifiers), "ms",
         fastTime * 1e3, {{naiveRoad, slowTime * 1e3}}, 5, fast.shows(slow));
 }
 
