@@ -2,15 +2,10 @@
 #include "app/candumptableview.h"
 
 #include "app/candumptextdelegate.h"
+#include "app/displayframe.h"
 
 #include <QPalette>
 #include <QTimerEvent>
-
-namespace {
-
-constexpr int RepaintPauseMs = 16;
-
-} // namespace
 
 CandumpTableView::CandumpTableView(QWidget* parent)
     : QTableView(parent)
@@ -29,7 +24,7 @@ void CandumpTableView::dataChanged(const QModelIndex&, const QModelIndex&, const
         changedInPause = true;
         return;
     }
-    repaintPause.start(RepaintPauseMs, Qt::PreciseTimer, this);
+    repaintPause.start(DisplayFrameMs, Qt::PreciseTimer, this);
     QTableView::dataChanged(QModelIndex(), QModelIndex());
 }
 

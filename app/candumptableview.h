@@ -5,9 +5,9 @@
 #include <QTableView>
 
 // The table of captured frames. Frames change it far more often than a screen can show: the first
-// change is painted at once, those that follow together, at most every 16 ms. Each picture shows
-// the model as it stands at that moment. New rows are rare and are laid out as Qt does it, once a
-// turn of the event loop.
+// change is painted at once, those that follow together, at most once in a frame of the display.
+// Each picture shows the model as it stands at that moment. New rows are rare and are laid out as
+// Qt does it, once a turn of the event loop.
 class CandumpTableView : public QTableView
 {
     Q_OBJECT

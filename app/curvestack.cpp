@@ -24,24 +24,32 @@ bool CurveStack::paint(QCPPainter* painter)
     if (!canvas.isUsable()) {
         return false;
     }
-    const QImage ground = canvas.picture();
+    const ColumnSpan inked = inkedColumns().intersected(canvas.columns());
+    canvas.copyInto(&ground, inked);
     const auto changed = recallPicture();
     Picture& picture = pictures[0];
 
-    ColumnSpan columns = canvas.columns();
+    ColumnSpan columns = inked;
     if (changed && picture.ground.size() == ground.size()) {
-        columns = canvas.differences(picture.ground, ground, changed->intersected(columns));
-        canvas.putBackOutside(picture.painted, columns);
-    } else {
-        picture.painted = ground; // for its size
+        columns = canvas.differences(picture.ground, ground, inked, changed->intersected(inked));
+        canvas.putBackOutside(picture.painted, inked, columns);
     }
     if (!columns.isEmpty()) {
         paintColumns(painter, canvas, columns);
         canvas.copyInto(&picture.painted, columns);
     }
-    picture.ground = ground;
+    std::swap(picture.ground, ground);
     picture.inks = inks;
     return true;
+}
+
+ColumnSpan CurveStack::inkedColumns() const
+{
+    ColumnSpan inked;
+    for (const CurveInk& ink : inks) {
+        inked = inked.united(ink.columns);
+    }
+    return inked;
 }
 
 void CurveStack::paintColumns(

@@ -33,12 +33,14 @@ private:
     struct Picture
     {
         QVector<CurveInk> inks;
+        // In those columns that have ink; the others hold anything.
         QImage ground;
         QImage painted; // the ground with the curves on it
     };
 
     void paintColumns(
         QCPPainter* painter, const PlotCanvas& canvas, const ColumnSpan& columns) const;
+    ColumnSpan inkedColumns() const;
     std::optional<ColumnSpan> recallPicture();
     std::optional<ColumnSpan> changedColumns(const Picture& picture) const;
 
@@ -48,4 +50,5 @@ private:
     // Two, since around two points a pixel all curves flip between two shapes. The one in use is
     // in front.
     std::array<Picture, 2> pictures;
+    QImage ground; // of the drawing in hand; a member to keep its memory
 };

@@ -21,6 +21,7 @@ void DataLoggerApp::on_addCanTrace_clicked()
 void DataLoggerApp::addSignal(const CanSignalData& signal)
 {
     QCPGraph* graph = plot->addGraph();
+    graph->removeFromLegend(); // which is hidden, and laid out at each replot all the same
     graph->setPen(QPen(channelColour(canSignalGraphs.size())));
     canSignalGraphs.append(graph);
     canSignals.append(signal);

@@ -99,9 +99,7 @@ std::optional<CurveInk> LiveGraph::currentInk()
     if (mKeyAxis->range().size() <= 0 || store->isEmpty()) {
         return now;
     }
-    QCPGraphDataContainer::const_iterator begin;
-    QCPGraphDataContainer::const_iterator end;
-    getVisibleDataBounds(begin, end, store->dataRange());
+    const auto [begin, end] = pointsInView();
     now.points = int(end - begin);
     if (now.points < 2) {
         return now;
@@ -132,6 +130,7 @@ std::optional<CurveInk> LiveGraph::currentInk()
     now.pixels = now.sampled ? sampledLine.pixels().size() : now.points;
     if (now.pixels >= 2) { // a single point leaves no ink
         now.polyline = polyline;
+        now.columns = columnsFrom(now, 0);
     }
     return now;
 }
@@ -155,9 +154,7 @@ std::optional<ColumnSpan> LiveGraph::changedColumns(
         // pixel. The segment that ends at the last settled point was the last one at the latest.
         start = qMax(0, before.settled - 1);
     }
-    const int margin = reach(now.pen);
-    return ColumnSpan{
-        column(pixelX(now, start)) - margin, column(pixelX(now, now.pixels - 1)) + 1 + margin};
+    return columnsFrom(now, start);
 }
 
 void LiveGraph::paintColumns(
@@ -233,6 +230,20 @@ void LiveGraph::startPolyline(const Mapping& newMapping, int firstPoint)
     sampledLine.restart(mKeyAxis, mValueAxis);
 }
 
+// The points that QCPGraph draws: those in view and one more on either side.
+std::pair<QCPGraphDataContainer::const_iterator, QCPGraphDataContainer::const_iterator>
+LiveGraph::pointsInView() const
+{
+    auto begin = store->constBegin();
+    auto end = store->constEnd();
+    const QCPRange view = mKeyAxis->range();
+    // In most drawings these are all points, which is cheaper to see than to search for.
+    if (end - begin < 2 || !((begin + 1)->key >= view.lower) || !((end - 1)->key <= view.upper)) {
+        getVisibleDataBounds(begin, end, store->dataRange());
+    }
+    return {begin, end};
+}
+
 // QCPGraph samples from two points a pixel on. Where the pace of the points is close to that, the
 // answer flips back and forth from one point to the next.
 bool LiveGraph::isSampled(int pointCount) const
@@ -246,6 +257,13 @@ bool LiveGraph::isSampled(int pointCount) const
         mKeyAxis->coordToPixel((first + (pointCount - 1))->key));
     const double limit = 2 * span + 2;
     return limit < double(std::numeric_limits<int>::max()) && pointCount >= int(limit);
+}
+
+// The columns of the ink from a point of the polyline on.
+ColumnSpan LiveGraph::columnsFrom(const CurveInk& ink, int index) const
+{
+    const int margin = reach(ink.pen);
+    return {column(pixelX(ink, index)) - margin, column(pixelX(ink, ink.pixels - 1)) + 1 + margin};
 }
 
 double LiveGraph::pixelX(const CurveInk& ink, int index) const

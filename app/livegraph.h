@@ -10,6 +10,7 @@
 #include <QSharedPointer>
 #include <optional>
 #include <qcustomplot.h>
+#include <utility>
 
 class LiveChart;
 
@@ -19,9 +20,10 @@ struct CurveInk
     quint64 polyline = 0; // its number: another number is another line; 0 is a line without ink
     bool sampled = false; // clusters of points, not the points themselves
     QPen pen;
-    int points = 0;  // of data, in the polyline
-    int pixels = 0;  // points of the polyline
-    int settled = 0; // so many of them, from the front, stay whatever points follow
+    int points = 0;     // of data, in the polyline
+    int pixels = 0;     // points of the polyline
+    int settled = 0;    // so many of them, from the front, stay whatever points follow
+    ColumnSpan columns; // that the ink may touch
 };
 
 // A graph of the live chart. It is a QCPGraph in all respects, and the picture is the same, but an
@@ -74,7 +76,10 @@ private:
     bool isPlainLine() const;
     Mapping mapping() const;
     void startPolyline(const Mapping& mapping, int firstPoint);
+    std::pair<QCPGraphDataContainer::const_iterator, QCPGraphDataContainer::const_iterator>
+    pointsInView() const;
     bool isSampled(int pointCount) const;
+    ColumnSpan columnsFrom(const CurveInk& ink, int index) const;
     double pixelX(const CurveInk& ink, int index) const;
     QVector<QPointF> pixels(const CurveInk& ink, const ColumnSpan& columns) const;
 

@@ -18,7 +18,10 @@ PlotCanvas::PlotCanvas(QCPPainter* plotPainter, const QRect& rectangle)
     : painter(plotPainter)
     , pixmap(dynamic_cast<const QPixmap*>(plotPainter->device()))
 {
-    const double exactRatio = pixmap ? pixmap->devicePixelRatioF() : 0;
+    if (!pixmap) {
+        return;
+    }
+    const double exactRatio = pixmap->devicePixelRatioF();
     if (exactRatio >= 1 && exactRatio == std::floor(exactRatio)) {
         ratio = int(exactRatio);
         area = rectangle & QRect(QPoint(0, 0), pixmap->size() / ratio);
@@ -30,15 +33,12 @@ QRect PlotCanvas::rectOf(const ColumnSpan& span) const
     return QRect(QPoint(span.first, area.top()), QPoint(span.last, area.bottom()));
 }
 
-QImage PlotCanvas::picture() const
-{
-    QImage result(area.size() * ratio, QImage::Format_ARGB32_Premultiplied);
-    copyInto(&result, columns());
-    return result;
-}
-
 void PlotCanvas::copyInto(QImage* picture, const ColumnSpan& span) const
 {
+    const QSize size = area.size() * ratio;
+    if (picture->size() != size) {
+        *picture = QImage(size, QImage::Format_ARGB32_Premultiplied);
+    }
     if (span.isEmpty()) {
         return;
     }
@@ -50,16 +50,17 @@ void PlotCanvas::copyInto(QImage* picture, const ColumnSpan& span) const
     copier.drawPixmap(source.translated(-area.topLeft() * ratio), *pixmap, source);
 }
 
-void PlotCanvas::putBackOutside(const QImage& picture, const ColumnSpan& span) const
+void PlotCanvas::putBackOutside(
+    const QImage& picture, const ColumnSpan& span, const ColumnSpan& changed) const
 {
     painter->save();
     painter->setAntialiasing(false); // which takes back a shift by half a pixel
     painter->setCompositionMode(QPainter::CompositionMode_Source);
-    if (span.isEmpty()) {
-        putBack(picture, columns());
+    if (changed.isEmpty()) {
+        putBack(picture, span);
     } else {
-        putBack(picture, {area.left(), span.first - 1});
-        putBack(picture, {span.last + 1, area.right()});
+        putBack(picture, {span.first, changed.first - 1});
+        putBack(picture, {changed.last + 1, span.last});
     }
     painter->restore();
 }
@@ -74,23 +75,29 @@ void PlotCanvas::putBack(const QImage& picture, const ColumnSpan& span) const
         rect, picture, QRect((rect.topLeft() - area.topLeft()) * ratio, rect.size() * ratio));
 }
 
-ColumnSpan PlotCanvas::differences(const QImage& a, const QImage& b, const ColumnSpan& known) const
+ColumnSpan PlotCanvas::differences(
+    const QImage& a, const QImage& b, const ColumnSpan& span, const ColumnSpan& known) const
 {
+    if (span.isEmpty()) {
+        return {};
+    }
     // In device pixels of the picture: from left, and up to right, nothing needs to be looked at.
-    const int width = a.width();
-    int left = known.isEmpty() ? width : qBound(0, (known.first - area.left()) * ratio, width);
-    int right = known.isEmpty() ? 0 : qBound(0, (known.last + 1 - area.left()) * ratio, width);
+    const auto pixel = [this](int column) { return (column - area.left()) * ratio; };
+    const int begin = pixel(span.first);
+    const int end = pixel(span.last + 1);
+    int left = known.isEmpty() ? end : pixel(known.first);
+    int right = known.isEmpty() ? begin : pixel(known.last + 1);
     for (int y = 0; y < a.height(); ++y) {
         const auto* rowA = reinterpret_cast<const QRgb*>(a.constScanLine(y));
         const auto* rowB = reinterpret_cast<const QRgb*>(b.constScanLine(y));
-        if (differ(rowA, rowB, 0, left)) {
-            left = int(std::mismatch(rowA, rowA + left, rowB).first - rowA);
+        if (differ(rowA, rowB, begin, left)) {
+            left = int(std::mismatch(rowA + begin, rowA + left, rowB + begin).first - rowA);
         }
-        if (differ(rowA, rowB, qMax(left, right), width)) {
-            for (right = width; rowA[right - 1] == rowB[right - 1];) {
+        if (differ(rowA, rowB, qMax(left, right), end)) {
+            for (right = end; rowA[right - 1] == rowB[right - 1];) {
                 --right;
             }
         }
     }
-    return {area.left() + left / ratio, area.left() + (right - 1) / ratio};
+    return {area.left() + left / ratio, area.left() + (right + ratio - 1) / ratio - 1};
 }

@@ -22,14 +22,16 @@ public:
     ColumnSpan columns() const { return {area.left(), area.right()}; }
     QRect rectOf(const ColumnSpan& span) const;
 
-    QImage picture() const;
-    // Copies columns into a picture of this canvas.
+    // Copies columns into a picture of this canvas. A picture of another size becomes a new one.
     void copyInto(QImage* picture, const ColumnSpan& span) const;
-    // Copies a picture back, but for the columns given.
-    void putBackOutside(const QImage& picture, const ColumnSpan& span) const;
+    // Copies columns of a picture back, but for those that changed.
+    void putBackOutside(
+        const QImage& picture, const ColumnSpan& span, const ColumnSpan& changed) const;
 
-    // The columns in which two pictures differ, united with those of which that is known already.
-    ColumnSpan differences(const QImage& a, const QImage& b, const ColumnSpan& known) const;
+    // Of the columns given, those in which two pictures differ, united with those of which that is
+    // known already.
+    ColumnSpan differences(
+        const QImage& a, const QImage& b, const ColumnSpan& span, const ColumnSpan& known) const;
 
 private:
     void putBack(const QImage& picture, const ColumnSpan& span) const;

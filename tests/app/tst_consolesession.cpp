@@ -58,23 +58,6 @@ private slots:
         QCOMPARE(console.plot()->graph(0)->dataCount(), 4);
     }
 
-    void theChoiceOfChannelsTravels()
-    {
-        ConsoleHome home;
-        ConnectedConsole console;
-        const QMap<int, int> channelsOf = {{-1, 64}, {0, 32}, {3, 128}};
-        for (const int index : channelsOf.keys()) {
-            console.child<QComboBox>("channelCount")->setCurrentIndex(index);
-            console.click("startLogging");
-            QTRY_COMPARE(console.count(xcu::Command::kDataloggerStart), 1);
-            const auto start =
-                console.controller().last(xcu::Command::kDataloggerStart)->datalogger_start();
-            QCOMPARE(start.channels_size(), channelsOf[index]);
-            QCOMPARE(start.channels(channelsOf[index] - 1), unsigned(channelsOf[index] - 1));
-            console.controller().clearReceived();
-        }
-    }
-
     // Each confirmed start adds timers, and only the newest can be stopped. Users live with it.
     void startsStackTheirTimers()
     {
@@ -122,51 +105,6 @@ private slots:
         for (const QString& file : home.files("*.log")) {
             QCOMPARE(contents(file).count("#;timestamp;"), 1);
         }
-    }
-
-    // The blocks of a reconnect each find the other's flag set, and each starts a session.
-    void autostartStartsOnceAndTwiceAfterAReconnect()
-    {
-        ConsoleHome home;
-        home.store("ui/autostart", 2);
-        ConnectedConsole console;
-        QTRY_COMPARE(console.count(xcu::Command::kDataloggerStart), 1);
-        console.settle();
-        QVERIFY(!log(home).startsWith("#;timestamp;x;")); // the labels are final
-        console.click("pushButton_2");
-        console.connect();
-        QTRY_COMPARE(console.count(xcu::Command::kDataloggerStart), 3);
-        console.click("autostart");
-        QCOMPARE(home.stored("ui/autostart").toInt(), 0);
-        console.window.readConfiguration(0, 9, "");
-        console.settle();
-        QCOMPARE(console.count(xcu::Command::kDataloggerStart), 3);
-    }
-
-    void aPulledCableClosesTheLog()
-    {
-        ConsoleHome home;
-        ConnectedConsole console;
-        console.click("startLogging");
-        QTRY_VERIFY(console.controller().recordsSent() > 10);
-        console.rig.unplug();
-        QTRY_COMPARE(console.text("pushButton_2"), "Connect");
-        QCOMPARE(console.status(), "Disconnected");
-        const QString written = log(home);
-        QVERIFY(written.count('\n') > 5);
-        QVERIFY(written.endsWith(";\n"));
-        console.window.addTag("late");
-        QCOMPARE(log(home), written);
-    }
-
-    void aVanishedFolderStopsNothing()
-    {
-        ConsoleHome home;
-        ConnectedConsole console;
-        QVERIFY(home.controllerFolder("XCU0001").removeRecursively());
-        console.click("startLogging");
-        QTRY_VERIFY(console.plot()->graph(0)->dataCount() > 3);
-        QVERIFY(home.files("*.log").isEmpty());
     }
 
     void destroyedInTheMiddleOfASession()

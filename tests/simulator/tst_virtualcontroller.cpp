@@ -94,241 +94,205 @@ class TestVirtualController : public QObject
     Q_OBJECT
 
 private slots:
-    void answersCommands();
-    void framesSurviveEveryCut();
-    void badFramesDoNoHarm();
-    void troubleHitsEveryNth();
-    void splitCutsHeadersAndPayloads();
-    void delayKeepsTheOrder();
-    void passiveSessionPushesOnlyWhileTheLineIsReady();
-    void calibrationTellsOfItself();
-    void restartBeginsAnew();
-};
-
-void TestVirtualController::answersCommands()
-{
-    const std::pair<const char*, const char*> talk[] = {
-        {"ping { }", "pong { }"}, // zero is an answer too
-        {"", ""},
-        {"rsa_public_key { key: 'abc' }", "bootloader_value: 3"},
-        {"aes_key { key: '' }", "bootloader_value: 0"},
-        {"datalogger_start { channels: [22, 200, 20] }", "logger_started { }"},
-        {"virtual_input_set { index: 0 value: 5 }", ""},
-        {"virtual_input_set { index: 2 value: -1 }", ""},
-        {"virtual_input_set { index: 12 value: 8 }", ""},
-        {"datalogger_data { }", "logger_data { values: -1 values: 5 timestamp: 5042 }"},
-        {"datalogger_data { }",
-         "logger_data { values: -1 values: 5 sample_number: 1 timestamp: 5042 }"},
-        {"datalogger_stop { }", "logger_stopped { }"},
-        {"datalogger_data { }", ""},
-        {"can_send_message { bus: 1 id: 9 data: 'a' }", ""}, // looped back only while capturing
-        {"candump_start { }", "candump_started { }"},
-        {"can_send_message { bus: 2 id: 536870911 extended: true fd: true data: '\\000\\377' }",
-         "candump_frame { data: \"\\000\\377\" bus: 2 timestamp: 5042 id: 536870911 extended: true "
-         "fd: true }"},
-        {"candump_stop { }", "candump_stopped { }"},
-        {"pid_tuner_start { }", "pid_tuner_started { value: 4 }"},
-        {"pid_tuner_set_pid { pid_id: 3 param_1: -1 param_5: 5 }", "pid_tuner_set { }"},
-        {"pid_tuner_get_pid { pid_id: 3 }", "pid_tuner_pid { pid_id: 3 param_1: -1 param_5: 5 }"},
-        {"pid_tuner_set_pid { pid_id: 4 }", "pid_tuner_set { value: 1 }"},
-        {"pid_tuner_get_pid { pid_id: 4 }", "pid_tuner_pid { pid_id: 4 }"},
-        {"pid_tuner_reset { pid_id: 4294967295 }", "pid_tuner_reset_done { value: 1 }"},
-        {"map_tuner_get_map_details { }", "map_details { x_size: 2 y_size: 3 }"},
-        {"map_tuner_set_map_value { x_id: 1 y_id: 2 value: -2147483648 }",
-         "map_value_set { x_id: 1 y_id: 2 }"},
-        {"map_tuner_set_map_label { axis: MAP_AXIS_Y label_id: 2 value: 70 }",
-         "map_label_set { axis: MAP_AXIS_Y label_id: 2 }"},
-        {"map_tuner_get_map_label { axis: MAP_AXIS_Y label_id: 2 }",
-         "map_label { axis: MAP_AXIS_Y label_id: 2 value: 70 }"},
-        {"map_tuner_get_map_value { x_id: 1 y_id: 2 }",
-         "map_value { x_id: 1 y_id: 2 value: -2147483648 }"},
-        {"map_tuner_get_last_get_value { }",
-         "map_last_get_value { x_id: 1 y_id: 2 value: -2147483648 }"},
-        {"map_tuner_set_map_value { x_id: 2 }",
-         "map_value_set { x_id: 2 result: MAP_COMMAND_RESULT_2 }"},
-        {"map_tuner_get_map_value { y_id: 3 }",
-         "map_value { y_id: 3 result: MAP_COMMAND_RESULT_2 }"},
-        {"map_tuner_get_map { map_id: 1 }", "map_data { map_id: 1 }"},
-        {"write_configuration { config_id: 3 data: 'ab' }",
-         "configuration_written { config_id: 3 }"},
-        {"read_configuration { config_id: 3 }", "configuration { data: \"ab\" config_id: 3 }"},
-        {"erase_configuration { config_id: 3 }", "configuration_erased { config_id: 3 }"},
-        {"read_configuration { config_id: 3 }",
-         "configuration { data: \"\\377\\377\\377\\377\" config_id: 3 }"},
-        {"fault_get_fault_count { }", "fault_count { first_count: 2 second_count: 1 }"},
-        {"fault_clean_faults { }", "faults_cleaned { }"},
-        {"fault_get_fault_count { }", "fault_count { }"},
-        {"fault_get_faults { }", "fault_list { }"},
-    };
-    VirtualController controller(smallController());
-    controller.setClock([] { return 42; });
-    Listener listener(controller);
-    for (const auto& [command, answer] : talk) {
-        listener.responses.clear();
-        controller.receive(commandFrame(command));
-        QCOMPARE(listener.text(), answer);
+    void answersCommands()
+    {
+        const std::pair<const char*, const char*> talk[] = {
+            {"ping { }", "pong { }"}, // zero is an answer too
+            {"", ""},
+            {"rsa_public_key { key: 'abc' }", "bootloader_value: 3"},
+            {"aes_key { key: '' }", "bootloader_value: 0"},
+            {"datalogger_start { channels: [22, 200, 20] }", "logger_started { }"},
+            {"virtual_input_set { index: 0 value: 5 }", ""},
+            {"virtual_input_set { index: 2 value: -1 }", ""},
+            {"virtual_input_set { index: 12 value: 8 }", ""},
+            {"datalogger_data { }", "logger_data { values: -1 values: 5 timestamp: 5042 }"},
+            {"datalogger_data { }",
+             "logger_data { values: -1 values: 5 sample_number: 1 timestamp: 5042 }"},
+            {"datalogger_stop { }", "logger_stopped { }"},
+            {"datalogger_data { }", ""},                         // no session, no record
+            {"can_send_message { bus: 1 id: 9 data: 'a' }", ""}, // looped back only while capturing
+            {"candump_start { }", "candump_started { }"},
+            {"can_send_message { bus: 2 id: 536870911 extended: true fd: true data: '\\000\\377' }",
+             "candump_frame { data: \"\\000\\377\" bus: 2 timestamp: 5042 id: 536870911 extended: "
+             "true "
+             "fd: true }"},
+            {"pid_tuner_start { }", "pid_tuner_started { value: 4 }"},
+            {"pid_tuner_set_pid { pid_id: 3 param_1: -1 param_5: 5 }", "pid_tuner_set { }"},
+            {"pid_tuner_get_pid { pid_id: 3 }",
+             "pid_tuner_pid { pid_id: 3 param_1: -1 param_5: 5 }"},
+            {"pid_tuner_set_pid { pid_id: 4 }", "pid_tuner_set { value: 1 }"},
+            {"pid_tuner_reset { pid_id: 4294967295 }", "pid_tuner_reset_done { value: 1 }"},
+            {"map_tuner_set_map_value { x_id: 1 y_id: 2 value: -2147483648 }",
+             "map_value_set { x_id: 1 y_id: 2 }"},
+            {"map_tuner_get_map_value { x_id: 1 y_id: 2 }",
+             "map_value { x_id: 1 y_id: 2 value: -2147483648 }"},
+            {"map_tuner_get_last_get_value { }",
+             "map_last_get_value { x_id: 1 y_id: 2 value: -2147483648 }"},
+            {"map_tuner_set_map_value { x_id: 2 }",
+             "map_value_set { x_id: 2 result: MAP_COMMAND_RESULT_2 }"},
+            {"map_tuner_get_map_value { y_id: 3 }",
+             "map_value { y_id: 3 result: MAP_COMMAND_RESULT_2 }"},
+            {"map_tuner_get_map { map_id: 1 }", "map_data { map_id: 1 }"},
+            {"write_configuration { config_id: 3 data: 'ab' }",
+             "configuration_written { config_id: 3 }"},
+            {"erase_configuration { config_id: 3 }", "configuration_erased { config_id: 3 }"},
+            {"read_configuration { config_id: 3 }",
+             "configuration { data: \"\\377\\377\\377\\377\" config_id: 3 }"},
+            {"fault_get_fault_count { }", "fault_count { first_count: 2 second_count: 1 }"},
+            {"fault_clean_faults { }", "faults_cleaned { }"},
+            {"fault_get_faults { }", "fault_list { }"},
+        };
+        VirtualController controller(smallController());
+        controller.setClock([] { return 42; });
+        Listener listener(controller);
+        for (const auto& [command, answer] : talk) {
+            listener.responses.clear();
+            controller.receive(commandFrame(command));
+            QCOMPARE(listener.text(), answer);
+        }
+        QCOMPARE(controller.received().size(), std::size(talk));
     }
-    QCOMPARE(controller.received().size(), std::size(talk));
-}
 
-void TestVirtualController::framesSurviveEveryCut()
-{
-    // An empty payload is a command without a member.
-    const QByteArray line = pings(2) + QByteArray(4, '\0') + pings(1);
-    for (int cut = 0; cut <= line.size(); ++cut) {
+    void badFramesDoNoHarm()
+    {
         VirtualController controller;
         Listener listener(controller);
-        controller.receive(line.left(cut));
-        controller.receive(line.mid(cut));
-        QCOMPARE(listener.text(), "pong { value: 1 }; pong { value: 2 }; pong { value: 1 }");
-        QCOMPARE(controller.count(xcu::Command::REQ_NOT_SET), 1);
-        QCOMPARE(controller.last(xcu::Command::kPing)->ping().value(), 1U);
+        QByteArray line;
+        appendFrame(line, "\x07garbage", 8);
+        controller.receive(line + pings(1));
+        QCOMPARE(listener.text(), "pong { value: 1 }");
+        QCOMPARE(controller.brokenPayloads(), 1U);
+
+        // A payload longer than any that programs send is passed over, not stored.
+        const QByteArray whole = QByteArray("\1\0\0\4", 4) + QByteArray(0x4000001, 'x') + pings(1);
+        controller.receive(whole.left(1000));
+        controller.receive(whole.mid(1000));
+        QCOMPARE(listener.responses.size(), 2U);
+
+        // Half a frame is forgotten with its link.
+        controller.receive(pings(1).left(5));
+        controller.dropLink();
+        controller.receive(pings(1));
+        QCOMPARE(listener.responses.size(), 3U);
     }
-}
 
-void TestVirtualController::badFramesDoNoHarm()
-{
-    VirtualController controller;
-    Listener listener(controller);
-    QByteArray line;
-    appendFrame(line, "\x07garbage", 8);
-    controller.receive(line + pings(1));
-    QCOMPARE(listener.text(), "pong { value: 1 }");
-    QCOMPARE(controller.brokenPayloads(), 1U);
-
-    // A payload of 2 GiB and a bit is passed over, not stored.
-    constexpr quint32 hugeSize = 0x80000100;
-    const char header[] = {0, 1, 0, '\x80'};
-    const QByteArray megabyte(1 << 20, 'x');
-    controller.receive(QByteArray(header, sizeof header));
-    for (quint32 sent = 0; sent < hugeSize - hugeSize % megabyte.size(); sent += megabyte.size()) {
-        controller.receive(megabyte);
-    }
-    controller.receive(megabyte.left(hugeSize % megabyte.size()) + pings(2));
-    QCOMPARE(listener.text(), "pong { value: 1 }; pong { value: 1 }; pong { value: 2 }");
-
-    // Half a frame is forgotten with its link.
-    controller.receive(pings(1).left(5));
-    controller.dropLink();
-    controller.receive(pings(1));
-    QCOMPARE(listener.responses.size(), 4U);
-}
-
-void TestVirtualController::troubleHitsEveryNth()
-{
-    struct
+    void framesSurviveEveryCut()
     {
-        Trouble trouble;
-        QVector<int> pongs;
-        int broken;
-    } const rows[] = {
-        {{0, 2}, {1, 3}, 0},
-        {{0, 0, 3}, {1, 2, 3, 3, 4}, 0},
-        {{0, 0, 0, 1}, {1, 2, 3, 4}, 4},  // garbage loses nothing
-        {{0, 2, 1, 4}, {1, 1, 3, 3}, 1}}; // dropped ones are not doubled
-    for (const auto& row : rows) {
-        ControllerOptions options;
-        options.trouble = row.trouble;
-        VirtualController controller(options);
-        Listener listener(controller);
-        controller.receive(pings(4));
-        QVector<int> values;
-        for (const xcu::Response& response : listener.responses) {
-            values += static_cast<int>(response.pong().value());
+        const QByteArray line = pings(2);
+        for (int cut = 0; cut <= line.size(); ++cut) {
+            VirtualController controller;
+            Listener listener(controller);
+            controller.receive(line.left(cut));
+            controller.receive(line.mid(cut));
+            QCOMPARE(listener.text(), "pong { value: 1 }; pong { value: 2 }");
         }
-        QCOMPARE(values, row.pongs);
-        QCOMPARE(listener.broken, row.broken);
-        QCOMPARE(controller.responsesSent(), static_cast<quint64>(row.pongs.size()));
     }
-}
 
-void TestVirtualController::splitCutsHeadersAndPayloads()
-{
-    VirtualController controller;
-    Trouble trouble;
-    trouble.split = true;
-    controller.setTrouble(trouble);
-    Listener listener(controller);
-    const int frameSize = pings(1).size() + 2; // the version comes on top
-    controller.receive(pings(100));
-    QTRY_COMPARE(listener.responses.size(), 100U);
-    const auto isCut = [&](const QByteArray& chunk) { return chunk.size() % frameSize != 0; };
-    QVERIFY(std::any_of(listener.chunks.begin(), listener.chunks.end(), isCut));
-}
-
-void TestVirtualController::delayKeepsTheOrder()
-{
-    VirtualController controller;
-    Trouble trouble;
-    trouble.delayMs = 20;
-    controller.setTrouble(trouble);
-    Listener listener(controller);
-    controller.receive(pings(1));
-    controller.setTrouble({});
-    controller.receive(commandFrame("ping { value: 2 }")); // must not overtake
-    QVERIFY(listener.responses.empty());
-    QTRY_COMPARE(listener.text(), "pong { value: 1 }; pong { value: 2 }");
-}
-
-void TestVirtualController::passiveSessionPushesOnlyWhileTheLineIsReady()
-{
-    VirtualController controller;
-    Listener listener(controller);
-    controller.setRecordRate(asFastAsTheLineTakes);
-    controller.setLineReady(false);
-    controller.receive(commandFrame("datalogger_start { channels: [0, 1] passive: 1 }"));
-    turnEventLoop();
-    QCOMPARE(controller.recordsSent(), 0U);
-    controller.receive(commandFrame("datalogger_data { }")); // asking is allowed all the same
-    QCOMPARE(controller.recordsSent(), 1U);
-    controller.setLineReady(true);
-    QTRY_VERIFY(controller.recordsSent() > 500);
-    controller.receive(commandFrame("datalogger_stop { }"));
-    const quint64 total = controller.recordsSent();
-    turnEventLoop();
-
-    QCOMPARE(static_cast<quint64>(listener.responses.size()), total + 2);
-    for (quint64 i = 0; i < total; ++i) {
-        QCOMPARE(quint64(listener.responses[i + 1].logger_data().sample_number()), i);
+    void troubleHitsEveryNth()
+    {
+        struct
+        {
+            Trouble trouble;
+            QVector<int> pongs;
+            int broken;
+        } const rows[] = {
+            {{0, 2}, {1, 3}, 0},
+            {{0, 0, 3}, {1, 2, 3, 3, 4}, 0},
+            {{0, 0, 0, 1}, {1, 2, 3, 4}, 4},  // garbage loses nothing
+            {{0, 2, 1, 4}, {1, 1, 3, 3}, 1}}; // dropped ones are not doubled
+        for (const auto& row : rows) {
+            ControllerOptions options;
+            options.trouble = row.trouble;
+            VirtualController controller(options);
+            Listener listener(controller);
+            controller.receive(pings(4));
+            QVector<int> values;
+            for (const xcu::Response& response : listener.responses) {
+                values += static_cast<int>(response.pong().value());
+            }
+            QCOMPARE(values, row.pongs);
+            QCOMPARE(listener.broken, row.broken);
+            QCOMPARE(controller.responsesSent(), static_cast<quint64>(row.pongs.size()));
+        }
     }
-}
 
-void TestVirtualController::calibrationTellsOfItself()
-{
-    ControllerOptions options;
-    options.calibrationMs = 40;
-    VirtualController controller(options);
-    Listener listener(controller);
-    controller.receive(commandFrame("driver_calibration_start { }"));
-    controller.receive(commandFrame("driver_calibration_status { }"));
-    QTRY_COMPARE(
-        listener.text(),
-        "driver_calibration_started { }; driver_calibration_status { status: ADAPTATION_BUSY }; "
-        "driver_calibration_status { status: ADAPTATION_BUSY }; driver_calibration_status { }");
-}
+    void splitCutsHeadersAndPayloads()
+    {
+        VirtualController controller;
+        Trouble trouble;
+        trouble.split = true;
+        controller.setTrouble(trouble);
+        Listener listener(controller);
+        const int frameSize = pings(1).size() + 2; // the version comes on top
+        controller.receive(pings(100));
+        QTRY_COMPARE(listener.responses.size(), 100U);
+        const auto isCut = [&](const QByteArray& chunk) { return chunk.size() % frameSize != 0; };
+        QVERIFY(std::any_of(listener.chunks.begin(), listener.chunks.end(), isCut));
+    }
 
-void TestVirtualController::restartBeginsAnew()
-{
-    VirtualController controller(smallController());
-    Listener listener(controller);
-    QSignalSpy leaving(&controller, &VirtualController::leavingBus);
-    connect(&controller, &VirtualController::leavingBus, &controller, &VirtualController::restart);
-    controller.receive(commandFrame("datalogger_start { }") + commandFrame("datalogger_data { }"));
-    controller.receive(commandFrame("map_tuner_set_map_value { value: 77 }"));
-    controller.receive(commandFrame("reset_to_bootloader { }"));
-    QCOMPARE(controller.guise(), Guise::Bootloader);
-    listener.responses.clear();
-    controller.receive(commandFrame("fault_get_faults { }") + pings(1));
-    QCOMPARE(listener.text(), "pong { value: 1 }");
+    void delayKeepsTheOrder()
+    {
+        VirtualController controller;
+        Trouble trouble;
+        trouble.delayMs = 20;
+        controller.setTrouble(trouble);
+        Listener listener(controller);
+        controller.receive(pings(1));
+        controller.setTrouble({});
+        controller.receive(commandFrame("ping { value: 2 }")); // must not overtake
+        QVERIFY(listener.responses.empty());
+        QTRY_COMPARE(listener.text(), "pong { value: 1 }; pong { value: 2 }");
+    }
 
-    controller.receive(commandFrame("reset { }"));
-    QCOMPARE(leaving.size(), 2);
-    QCOMPARE(controller.guise(), Guise::Device);
-    QVERIFY(!controller.logger().isRunning());
-    QCOMPARE(controller.maps().map(0)->values[0], 77);
-    controller.receive(commandFrame("datalogger_start { }") + commandFrame("datalogger_data { }"));
-    QCOMPARE(listener.responses.back().logger_data().sample_number(), 0U);
-}
+    void passiveSessionPushesOnlyWhileTheLineIsReady()
+    {
+        VirtualController controller;
+        Listener listener(controller);
+        controller.setRecordRate(asFastAsTheLineTakes);
+        controller.setLineReady(false);
+        controller.receive(commandFrame("datalogger_start { channels: [0, 1] passive: 1 }"));
+        turnEventLoop();
+        QCOMPARE(controller.recordsSent(), 0U);
+        controller.receive(commandFrame("datalogger_data { }")); // asking is allowed all the same
+        QCOMPARE(controller.recordsSent(), 1U);
+        controller.setLineReady(true);
+        QTRY_VERIFY(controller.recordsSent() > 500);
+        controller.receive(commandFrame("datalogger_stop { }"));
+        const quint64 total = controller.recordsSent();
+        turnEventLoop();
+
+        QCOMPARE(static_cast<quint64>(listener.responses.size()), total + 2);
+        for (quint64 i = 0; i < total; ++i) {
+            QCOMPARE(quint64(listener.responses[i + 1].logger_data().sample_number()), i);
+        }
+    }
+
+    void restartBeginsAnew()
+    {
+        VirtualController controller(smallController());
+        Listener listener(controller);
+        QSignalSpy leaving(&controller, &VirtualController::leavingBus);
+        connect(
+            &controller, &VirtualController::leavingBus, &controller, &VirtualController::restart);
+        controller.receive(
+            commandFrame("datalogger_start { }") + commandFrame("datalogger_data { }"));
+        controller.receive(commandFrame("map_tuner_set_map_value { value: 77 }"));
+        controller.receive(commandFrame("reset_to_bootloader { }"));
+        QCOMPARE(controller.guise(), Guise::Bootloader);
+        listener.responses.clear();
+        controller.receive(commandFrame("fault_get_faults { }") + pings(1));
+        QCOMPARE(listener.text(), "pong { value: 1 }");
+
+        controller.receive(commandFrame("reset { }"));
+        QCOMPARE(leaving.size(), 2);
+        QCOMPARE(controller.guise(), Guise::Device);
+        QVERIFY(!controller.logger().isRunning());
+        QCOMPARE(controller.maps().map(0)->values[0], 77);
+        controller.receive(
+            commandFrame("datalogger_start { }") + commandFrame("datalogger_data { }"));
+        QCOMPARE(listener.responses.back().logger_data().sample_number(), 0U);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestVirtualController)
 #include "tst_virtualcontroller.moc"

@@ -44,10 +44,6 @@ public:
     QByteArray output;
 };
 
-// For scripts: the only port there is, and a ping with value 5.
-const QString port = QStringLiteral("/dev/$(ls /sys/class/tty)");
-const QString ping = QStringLiteral("printf '\\004\\000\\000\\000\\072\\002\\010\\005'");
-
 } // namespace
 
 class TestVirtualXcu : public QObject
@@ -55,175 +51,128 @@ class TestVirtualXcu : public QObject
     Q_OBJECT
 
 private slots:
-    void endsLikeItsProgram();
-    void refusesWrongOptions();
-    void passesSignalsOn();
-    void answersAProgramAndCounts();
-    void followsLineCommands();
-    void readsOptions();
-    void readsLines();
+    void endsLikeItsProgram()
+    {
+        const std::pair<const char*, int> rows[] = {
+            {"test -n \"$UMOCKDEV_DIR\"", 0},
+            {"exit 7", 7},
+            {"kill -TERM $$", 128 + SIGTERM},
+            {"read line; test \"$line\" = hello", 0}, // the input is the program's own
+        };
+        for (const auto& [script, exitCode] : rows) {
+            Run run({}, script);
+            run.process.write("hello\n");
+            QCOMPARE(run.exitCode(), exitCode);
+        }
+    }
+
+    void refusesWrongOptions()
+    {
+        const std::pair<QStringList, int> rows[] = {
+            {{"--such"}, 2},
+            {{"--drop", "x", "true"}, 2},
+            {{"--channels", "129", "true"}, 2},
+            {{"--frames-per-second", "-1", "true"}, 2},
+            {{"--map-size", "0x4", "true"}, 2},
+            {{"--commands", "/such", "true"}, 2},
+            {{"/such"}, 127},
+            {{"true", "--such"}, 0}, // an option of the program
+        };
+        for (const auto& [arguments, exitCode] : rows) {
+            QCOMPARE(QProcess::execute(XCU_BIN_DIR "/virtual-xcu", arguments), exitCode);
+        }
+    }
+
+    void passesSignalsOn()
+    {
+        Run run(
+            {},
+            QStringLiteral("trap 'echo told; exit 3' TERM; echo ready; while :; do read x; done"));
+        QVERIFY(run.waitForOutput("ready"));
+        run.process.terminate();
+        QVERIFY(run.waitForOutput("told"));
+        QCOMPARE(run.exitCode(), 3);
+    }
+
+    void followsLineCommands()
+    {
+        const QTemporaryDir directory;
+        const QByteArray pipe = QFile::encodeName(directory.filePath(QStringLiteral("pipe")));
+        QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
+        Run run(
+            {"--commands", pipe, "--controllers", "2", "--bootloader-after", "1"},
+            QStringLiteral("while read x; do echo $(cat /sys/bus/usb/devices/*/idProduct).; done"));
+        const auto bus = [&] {
+            run.output.clear();
+            run.process.write("look\n");
+            return run.waitForOutput(".\n") ? run.output : QByteArray("nothing");
+        };
+        const auto command = [&](const QByteArray& lines) {
+            QFile file(pipe);
+            return file.open(QIODevice::WriteOnly) && file.write(lines) == lines.size();
+        };
+        QTRY_COMPARE(bus(), QByteArray("eeefeeef.\n")); // by the option
+        QVERIFY(command("device\n"));
+        QTRY_COMPARE(bus(), QByteArray("eef0eef0.\n"));
+        QVERIFY(command("nonsense\n1 unplug\n"));
+        QTRY_COMPARE(bus(), QByteArray("eef0.\n"));
+        QVERIFY(command("wait 1\n2 bootloader\n"));
+        QTRY_COMPARE(bus(), QByteArray("eeef.\n"));
+        QVERIFY(command("plug\n"));
+        QTRY_COMPARE(bus(), QByteArray("eef0eeef.\n"));
+        QVERIFY(command("quit\n"));
+        QCOMPARE(run.exitCode(), 128 + SIGTERM);
+
+        Run interactive({"--interactive"}, QStringLiteral("exec sleep 100"));
+        interactive.process.write("wait 1\nquit"); // the last line may lack its end
+        interactive.process.closeWriteChannel();
+        QCOMPARE(interactive.exitCode(), 128 + SIGTERM);
+    }
+
+    void readsOptions()
+    {
+        const QString text("virtual-xcu --serial A --controllers 2 --seed 9 --bootloader --maps 5 "
+                           "--records-per-second flood --start-time 4294967295 --map-size 3x70 "
+                           "--faults 4 --split --delay 5 P -x -- y");
+        const ParsedCommandLine line = parseCommandLine(text.split(' '));
+        QVERIFY2(line.error.isEmpty(), qPrintable(line.error));
+        const std::vector<ControllerOptions>& units = line.options.controllers;
+        QCOMPARE(units.size(), std::size_t(2));
+        QCOMPARE(units[0].serialNumber, "A");
+        const ControllerOptions& second = units[1];
+        QCOMPARE(second.serialNumber, "XCU0002");
+        QCOMPARE(second.seed, 10U);
+        QCOMPARE(second.guise, Guise::Bootloader);
+        QVERIFY(std::isinf(second.recordsPerSecond));
+        QCOMPARE(second.startTimeMs, 4294967295U);
+        QCOMPARE(second.maps[4].rows, 70U);
+        QCOMPARE(second.faults.size(), std::size_t(4));
+        QCOMPARE(second.trouble.delayMs, 5);
+        QCOMPARE(line.options.program, QStringList({"P", "-x", "--", "y"}));
+    }
+
+    void readsLines()
+    {
+        const QString understood =
+            "|# a comment|1 record 3|frame|frame 1 0x1fffffff 0102 extended fd brs|"
+            "fault add 1 2 3 4 5|trouble drop 2|trouble none|rate records flood|reset";
+        const QString refused =
+            "3|0 record|2 record|record -1|record 1 2|frame 1 0x12|frame 1 2 aa brs brx|"
+            "fault add 1 2 3 4|fault clear 1|trouble none 1|trouble luck 1|rate records|"
+            "rate values 3|plug now";
+        Testbed testbed;
+        ControllerUnit unit(testbed, {});
+        LineCommands commands({&unit});
+        for (const QString& line : refused.split('|')) {
+            QVERIFY2(!commands.execute(line).isEmpty(), qPrintable(line));
+        }
+        QCOMPARE(unit.controller.responsesSent(), 0U);
+        for (const QString& line : understood.split('|')) {
+            QCOMPARE(commands.execute(line), QString());
+        }
+        QCOMPARE(unit.controller.responsesSent(), 5U);
+    }
 };
-
-void TestVirtualXcu::endsLikeItsProgram()
-{
-    const std::pair<const char*, int> rows[] = {
-        {"test -n \"$UMOCKDEV_DIR\"", 0},
-        {"exit 7", 7},
-        {"kill -TERM $$", 128 + SIGTERM},
-        {"read line; test \"$line\" = hello", 0}, // the input is the program's own
-    };
-    for (const auto& [script, exitCode] : rows) {
-        Run run({}, script);
-        run.process.write("hello\n");
-        QCOMPARE(run.exitCode(), exitCode);
-    }
-}
-
-void TestVirtualXcu::refusesWrongOptions()
-{
-    const std::pair<QStringList, int> rows[] = {
-        {{"--such"}, 2},
-        {{"--drop", "x", "true"}, 2},
-        {{"--channels", "129", "true"}, 2},
-        {{"--frames-per-second", "-1", "true"}, 2},
-        {{"--map-size", "0x4", "true"}, 2},
-        {{"--commands", "/such", "true"}, 2},
-        {{"/such"}, 127},
-        {{"true", "--such"}, 0}, // an option of the program
-    };
-    for (const auto& [arguments, exitCode] : rows) {
-        QCOMPARE(QProcess::execute(XCU_BIN_DIR "/virtual-xcu", arguments), exitCode);
-    }
-}
-
-void TestVirtualXcu::passesSignalsOn()
-{
-    Run run(
-        {}, QStringLiteral("trap 'echo told; exit 3' TERM; echo ready; while :; do read x; done"));
-    QVERIFY(run.waitForOutput("ready"));
-    run.process.terminate();
-    QVERIFY(run.waitForOutput("told"));
-    QCOMPARE(run.exitCode(), 3);
-}
-
-void TestVirtualXcu::answersAProgramAndCounts()
-{
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(QStringLiteral("stats"));
-    Run run(
-        {"--serial", "BENCH 9", "--stats", path},
-        QStringLiteral("exec 3<>%1; %2 >&3; head -c 10 <&3 | od -An -tx1").arg(port, ping));
-    QCOMPARE(run.exitCode(), 0);
-    QCOMPARE(run.output.simplified(), QByteArray("06 00 00 00 08 01 22 02 08 05"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(
-        QString(file.readAll()),
-        "BENCH 9: received ping 1\nBENCH 9: commands received 1\n"
-        "BENCH 9: broken payloads received 0\nBENCH 9: responses sent 1\n"
-        "BENCH 9: records sent 0\nBENCH 9: frames sent 0\nBENCH 9: bytes in 8\n"
-        "BENCH 9: bytes out 10\n");
-}
-
-void TestVirtualXcu::followsLineCommands()
-{
-    const QTemporaryDir directory;
-    const QByteArray pipe = QFile::encodeName(directory.filePath(QStringLiteral("pipe")));
-    QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
-    Run run(
-        {"--commands", pipe, "--controllers", "2", "--bootloader-after", "1"},
-        QStringLiteral("while read x; do echo $(cat /sys/bus/usb/devices/*/idProduct).; done"));
-    const auto bus = [&] {
-        run.output.clear();
-        run.process.write("look\n");
-        return run.waitForOutput(".\n") ? run.output : QByteArray("nothing");
-    };
-    const auto command = [&](const QByteArray& lines) {
-        QFile file(pipe);
-        return file.open(QIODevice::WriteOnly) && file.write(lines) == lines.size();
-    };
-    QTRY_COMPARE(bus(), QByteArray("eeefeeef.\n")); // by the option
-    QVERIFY(command("device\n"));
-    QTRY_COMPARE(bus(), QByteArray("eef0eef0.\n"));
-    QVERIFY(command("nonsense\n1 unplug\n"));
-    QTRY_COMPARE(bus(), QByteArray("eef0.\n"));
-    QVERIFY(command("wait 1\n2 bootloader\n"));
-    QTRY_COMPARE(bus(), QByteArray("eeef.\n"));
-    QVERIFY(command("plug\n"));
-    QTRY_COMPARE(bus(), QByteArray("eef0eeef.\n"));
-    QVERIFY(command("quit\n"));
-    QCOMPARE(run.exitCode(), 128 + SIGTERM);
-
-    Run interactive({"--interactive"}, QStringLiteral("exec sleep 100"));
-    interactive.process.write("wait 1\nquit"); // the last line may lack its end
-    interactive.process.closeWriteChannel();
-    QCOMPARE(interactive.exitCode(), 128 + SIGTERM);
-}
-
-void TestVirtualXcu::readsOptions()
-{
-    const QString text("virtual-xcu --serial A --controllers 2 --seed 9 --bootloader --maps 5 "
-                       "--records-per-second flood --start-time 4294967295 --map-size 3x70 "
-                       "--faults 4 --split --delay 5 P -x -- y");
-    const ParsedCommandLine line = parseCommandLine(text.split(' '));
-    QVERIFY2(line.error.isEmpty(), qPrintable(line.error));
-    const std::vector<ControllerOptions>& units = line.options.controllers;
-    QCOMPARE(units.size(), std::size_t(2));
-    QCOMPARE(units[0].serialNumber, "A");
-    const ControllerOptions& second = units[1];
-    QCOMPARE(second.serialNumber, "XCU0002");
-    QCOMPARE(second.seed, 10U);
-    QCOMPARE(second.guise, Guise::Bootloader);
-    QVERIFY(std::isinf(second.recordsPerSecond));
-    QCOMPARE(second.startTimeMs, 4294967295U);
-    QCOMPARE(second.maps.size(), std::size_t(5));
-    QCOMPARE(second.maps[4].rows, 70U);
-    QCOMPARE(second.faults.size(), std::size_t(4));
-    QVERIFY(second.trouble.split);
-    QCOMPARE(second.trouble.delayMs, 5);
-    QCOMPARE(line.options.program, QStringList({"P", "-x", "--", "y"}));
-}
-
-void TestVirtualXcu::readsLines()
-{
-    const char* const understood[] = {
-        "",
-        "# a comment",
-        "1 record 3",
-        "frame",
-        "frame 1 0x1fffffff 0102 extended fd brs",
-        "fault add 1 2 3 4 5",
-        "trouble drop 2",
-        "trouble none",
-        "rate records flood",
-        "reset"};
-    const char* const refused[] = {
-        "3",
-        "0 record",
-        "2 record",
-        "record -1",
-        "record 1 2",
-        "frame 1 0x12",
-        "frame 1 2 aa brs brx",
-        "fault add 1 2 3 4",
-        "fault clear 1",
-        "trouble none 1",
-        "trouble luck 1",
-        "rate records",
-        "rate values 3",
-        "plug now"};
-    Testbed testbed;
-    ControllerUnit unit(testbed, {});
-    LineCommands commands({&unit});
-    for (const char* line : refused) {
-        QVERIFY2(!commands.execute(line).isEmpty(), line);
-    }
-    QCOMPARE(unit.controller.responsesSent(), 0U);
-    for (const char* line : understood) {
-        QCOMPARE(commands.execute(line), QString());
-    }
-    QCOMPARE(unit.controller.responsesSent(), 5U);
-}
 
 QTEST_GUILESS_MAIN(TestVirtualXcu)
 #include "tst_virtualxcu.moc"

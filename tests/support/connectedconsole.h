@@ -5,20 +5,15 @@
 #include "support/portrig.h"
 
 // A controller that pushes nothing by itself.
-class QuietController
+struct QuietController
 {
-public:
-    PortRig rig = PortRig(options());
-
-private:
-    static ControllerOptions options()
-    {
+    PortRig rig = [] {
         ControllerOptions options;
         options.recordsPerSecond = 0;
         options.framesPerSecond = 0;
         options.calibrationMs = 0;
-        return options;
-    }
+        return PortRig(options);
+    }();
 };
 
 // A console that is connected to a controller whose clock the test turns. The console goes first:

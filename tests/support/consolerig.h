@@ -7,8 +7,6 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDirIterator>
-#include <QFile>
 #include <QSettings>
 #include <QStatusBar>
 #include <QtTest>
@@ -34,31 +32,12 @@ public:
         return QDir(documents().filePath("Corvane Motion Systems/" + serialNumber));
     }
 
-    // The files of one kind, such as "*.log", below the documents folder; oldest first.
-    QStringList files(const QString& pattern)
-    {
-        QStringList paths;
-        QDirIterator found(
-            documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
-        while (found.hasNext()) {
-            paths.append(found.next());
-        }
-        paths.sort();
-        return paths;
-    }
-
 private:
     static QSettings open()
     {
         return QSettings(QStringLiteral("CorvaneMotionSystems"), QStringLiteral("DataLogger"));
     }
 };
-
-inline QByteArray contents(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no such file");
-}
 
 // The real window, reached by object names as an operator's hands would.
 class ConsoleRig

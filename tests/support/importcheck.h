@@ -3,23 +3,25 @@
 
 #include "formats/canframes.h"
 #include "formats/cansignaldata.h"
-#include "formats/logreader.h"
 
-#include <random>
+#include <QStringList>
 
-// "<time> can<bus> <identifier> [<length>] <payload without the zeros at its end>"
-QString describe(const CanFrames& frame, int digits = 17);
+// What a reader gives in lines of text, and what the slow road of the benchmarks gives.
+struct Readings
+{
+    QStringList fast;
+    QStringList slow;
+};
 
-// What a log gives, in parts: labels "<channel>=<text>", with "!" behind those that hide, tags
-// "<text>@<time>-<origin>", the points of each graph "(<time>,<value>)...", "<time>-<origin>".
-QStringList describe(const LogContent& log);
-QString describe(const RecordPoints& records, int channel);
+// Diagnosis, frames and conversion. The kind is the end of a file name, such as ".txt".
+Readings traceReadings(const QString& kind, QByteArray content, bool isExact = true);
 
-// Hold the readers against the slow road, and give both descriptions where they differ. The kind is
-// the end of a file name, such as ".txt".
-QString traceDifference(const QString& kind, QByteArray content);
-QString logDifference(QByteArray content);
-QString curveDifference(const CanSignalData& signal, const QVector<CanFrames>& frames);
+// Labels "<channel>=<text>", with "!" behind those that hide, tags "<text>@<time>-<origin>", the
+// points of each graph "|(<time>,<value>)...", "<time>-<origin>".
+Readings logReadings(QByteArray content, int graphCount, int firstTimestamp);
 
-// The content with a few random changes of the kinds that readers stumble over.
-QByteArray damaged(QByteArray content, std::mt19937& random);
+// Points "(<time>,<value>)".
+Readings curveReadings(const CanSignalData& signal, const QVector<CanFrames>& frames);
+
+// "<time> can<bus> <identifier> [<length>] <payload>", in full or as a person would write it.
+QString describe(const CanFrames& frame, bool isExact = true);

@@ -3,8 +3,6 @@
 
 #include "support/testhome.h"
 
-#include <QDirIterator>
-#include <QFile>
 #include <QProcess>
 #include <QtTest>
 
@@ -40,12 +38,9 @@ public:
         return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    // A file in the home.
-    void write(const QString& name, const QStringList& lines)
+    void write(const QString& name, const QStringList& lines) const
     {
-        QFile file(home.root().filePath(name));
-        file.open(QIODevice::WriteOnly);
-        file.write(lines.join('\n').toUtf8());
+        home.write(name, lines.join('\n').toUtf8());
     }
 
     // A count of the controllers, summed over them, such as "records sent".
@@ -61,24 +56,8 @@ public:
         return sum;
     }
 
-    // The files of one kind, such as "*.log", below the documents folder; oldest first.
-    QStringList files(const QString& pattern)
-    {
-        QStringList paths;
-        QDirIterator found(
-            home.documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
-        while (found.hasNext()) {
-            paths.append(found.next());
-        }
-        paths.sort();
-        return paths;
-    }
-
-    static QByteArray contents(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    QStringList files(const QString& pattern) const { return home.files(pattern); }
+    static QByteArray contents(const QString& path) { return ::contents(path); }
 
     QByteArray output; // what the program traced
 };

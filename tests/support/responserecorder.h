@@ -13,7 +13,6 @@
 #include "comm/iscopecommandsresponse.h"
 
 #include <string>
-#include <type_traits>
 #include <vector>
 
 // Implements every response interface and keeps each call as text: "name 1 2 [3 4] <bytes>".
@@ -30,6 +29,8 @@ class ResponseRecorder : public IBootloaderCommandsResponse,
 public:
     using Ints = std::vector<int>;
     using Bytes = const std::string;
+    using U = unsigned;
+    using Result = MapCommandResult;
 
     std::vector<std::string> calls;
 
@@ -40,61 +41,50 @@ public:
     }
 
     void bootloaderReady() override { record(__func__); }
-    void bootloaderValue(unsigned v) override { record(__func__, v); }
-    void pongReceived(unsigned v) override { record(__func__, v); }
+    void bootloaderValue(U v) override { record(__func__, v); }
+    void pongReceived(U v) override { record(__func__, v); }
     void promptReceived() override { record(__func__); }
 
     void loggerStarted() override { record(__func__); }
-    void loggerDataReceived(unsigned number, unsigned time, Ints&& v) override
+    void loggerDataReceived(U number, U time, Ints&& v) override
     {
         record(__func__, number, time, v);
     }
     void loggerStopped() override { record(__func__); }
 
-    void writeConfiguration(unsigned r, unsigned id) override { record(__func__, r, id); }
-    void readConfiguration(unsigned r, unsigned id, Bytes& data) override
-    {
-        record(__func__, r, id, data);
-    }
-    void eraseConfiguration(unsigned r, unsigned id) override { record(__func__, r, id); }
-    void writeCalibration(unsigned r, unsigned id) override { record(__func__, r, id); }
+    void writeConfiguration(U r, U id) override { record(__func__, r, id); }
+    void readConfiguration(U r, U id, Bytes& data) override { record(__func__, r, id, data); }
+    void eraseConfiguration(U r, U id) override { record(__func__, r, id); }
+    void writeCalibration(U r, U id) override { record(__func__, r, id); }
 
-    void pidTunerStart(unsigned v) override { record(__func__, v); }
-    void pidTunerSetPid(unsigned v) override { record(__func__, v); }
-    void pidTunerGetPid(unsigned id, int a, int b, int c, int d, int e) override
+    void pidTunerStart(U v) override { record(__func__, v); }
+    void pidTunerSetPid(U v) override { record(__func__, v); }
+    void pidTunerGetPid(U id, int a, int b, int c, int d, int e) override
     {
         record(__func__, id, a, b, c, d, e);
     }
-    void pidTunerReset(unsigned v) override { record(__func__, v); }
+    void pidTunerReset(U v) override { record(__func__, v); }
 
-    void mapTuningStart(unsigned n) override { record(__func__, n); }
-    void mapTuningMapDetails(unsigned id, unsigned x, unsigned y) override
-    {
-        record(__func__, id, x, y);
-    }
-    void mapTuningGetMapLabel(
-        unsigned id, MapAxis a, unsigned l, int v, MapCommandResult r) override
+    void mapTuningStart(U n) override { record(__func__, n); }
+    void mapTuningMapDetails(U id, U x, U y) override { record(__func__, id, x, y); }
+    void mapTuningGetMapLabel(U id, MapAxis a, U l, int v, Result r) override
     {
         record(__func__, id, a, l, v, r);
     }
-    void mapTuningSetMapLabel(unsigned id, MapAxis a, unsigned l, MapCommandResult r) override
+    void mapTuningSetMapLabel(U id, MapAxis a, U l, Result r) override
     {
         record(__func__, id, a, l, r);
     }
-    void mapTuningGetMapValue(
-        unsigned id, unsigned x, unsigned y, int v, MapCommandResult r) override
+    void mapTuningGetMapValue(U id, U x, U y, int v, Result r) override
     {
         record(__func__, id, x, y, v, r);
     }
-    void mapTuningSetMapValue(unsigned id, unsigned x, unsigned y, MapCommandResult r) override
-    {
-        record(__func__, id, x, y, r);
-    }
-    void mapTuningMap(unsigned id, Ints&& x, Ints&& y, Ints&& v) override
+    void mapTuningSetMapValue(U id, U x, U y, Result r) override { record(__func__, id, x, y, r); }
+    void mapTuningMap(U id, Ints&& x, Ints&& y, Ints&& v) override
     {
         record(__func__, id, x, y, v);
     }
-    void mapTuningGetLastGetValue(unsigned id, int x, int y, int v) override
+    void mapTuningGetLastGetValue(U id, int x, int y, int v) override
     {
         record(__func__, id, x, y, v);
     }
@@ -116,19 +106,15 @@ public:
     void scopeDataReceived(int a, int b, int c, Ints&& v) override { record(__func__, a, b, c, v); }
 
 private:
-    template <typename Value>
-    static std::string text(const Value& value)
+    static std::string text(const std::string& value) { return '<' + value + '>'; }
+    static std::string text(const FaultItemData& fault)
     {
-        if constexpr (std::is_same_v<Value, std::string>) {
-            return '<' + value + '>';
-        } else if constexpr (std::is_same_v<Value, FaultItemData>) {
-            return text(
-                Ints{value.type, value.mode, value.category, value.componentId, value.faultId});
-        } else if constexpr (std::is_enum_v<Value>) {
-            return std::to_string(static_cast<int>(value));
-        } else {
-            return std::to_string(value);
-        }
+        return text(Ints{fault.type, fault.mode, fault.category, fault.componentId, fault.faultId});
+    }
+    template <typename Number>
+    static std::string text(Number value)
+    {
+        return std::to_string(static_cast<long long>(value));
     }
     template <typename Item>
     static std::string text(const std::vector<Item>& items)

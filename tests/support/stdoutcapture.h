@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QByteArray>
+#include "support/testhome.h"
+
 #include <QTemporaryFile>
 #include <cstdio>
 #include <unistd.h>
@@ -31,11 +32,7 @@ public:
     StdoutCapture& operator=(const StdoutCapture&) = delete;
 
     // What has reached the descriptor so far. What was not flushed is missing, as after a crash.
-    QByteArray text() const
-    {
-        QFile reader(file.fileName());
-        return reader.open(QIODevice::ReadOnly) ? reader.readAll() : QByteArray("unreadable");
-    }
+    QByteArray text() const { return contents(file.fileName()); }
 
 private:
     QTemporaryFile file;

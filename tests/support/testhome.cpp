@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/testhome.h"
 
-#include <QtGlobal>
+#include <QDirIterator>
+#include <QFile>
 
 TestHome::TestHome()
     : workingDirectory(QDir::currentPath())
@@ -17,4 +18,29 @@ TestHome::TestHome()
 TestHome::~TestHome()
 {
     QDir::setCurrent(workingDirectory);
+}
+
+QString TestHome::write(const QString& name, const QByteArray& content) const
+{
+    QFile file(root().filePath(name));
+    file.open(QIODevice::WriteOnly);
+    file.write(content);
+    return file.fileName();
+}
+
+QStringList TestHome::files(const QString& pattern) const
+{
+    QStringList paths;
+    QDirIterator found(documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
+    while (found.hasNext()) {
+        paths.append(found.next());
+    }
+    paths.sort();
+    return paths;
+}
+
+QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no such file");
 }
