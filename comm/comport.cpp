@@ -8,12 +8,20 @@
 #include <QMutexLocker>
 #include <QScopeGuard>
 #include <QThread>
+#include <cerrno>
 #include <optional>
 #include <utility>
 
 namespace {
 
 constexpr int pollInterval = 1000; // ms
+
+// The device has left and its port is still open. A line that is merely full gives the same code
+// with another text.
+bool isGone(const QSerialPort& port)
+{
+    return port.error() == QSerialPort::ResourceError && port.errorString() == qt_error_string(EIO);
+}
 
 } // namespace
 
@@ -119,6 +127,11 @@ void ComPort::commandSend(std::string data)
         serialPort->write(frame.data(), static_cast<qint64>(frame.size()));
         traceText("==");
         serialPort->flush();
+        if (isGone(*serialPort)) {
+            // Or the port would try again at every turn of the event loop, for as long as it is
+            // open.
+            serialPort->clear(QSerialPort::Output);
+        }
         traceText(">>");
     }
     traceLine("X");

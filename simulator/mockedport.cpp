@@ -105,6 +105,9 @@ void MockedPort::writeLine()
     const int taken = terminal->write(output.constData() + outputStart, backlog());
     outputStart += taken;
     sentBytes += taken;
+    if (taken > 0) {
+        emit sent(QByteArray::fromRawData(output.constData() + outputStart - taken, taken));
+    }
     if (outputStart == output.size() || outputStart > easyMark) {
         output.remove(0, outputStart);
         outputStart = 0;
@@ -142,6 +145,7 @@ void MockedPort::receiveAll()
         }
         receivedBytes += bytes.size();
         setInUse(true);
+        emit received(bytes);
         controller.receive(bytes);
     }
 }

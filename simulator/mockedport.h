@@ -48,8 +48,10 @@ public:
 signals:
     void plugged();
     void unplugged();
-    void opened(); // by a program
-    void closed(); // by the last program, or by its death
+    void opened();                          // by a program
+    void closed();                          // by the last program, or by its death
+    void received(const QByteArray& bytes); // from the program
+    void sent(const QByteArray& bytes);     // taken over by the terminal; valid in the slot only
 
 private:
     void transmit(const QByteArray& bytes);

@@ -25,6 +25,7 @@ void tell(const QString& text)
 Simulation::Simulation(SimulationOptions wanted, QObject* parent)
     : QObject(parent)
     , options(std::move(wanted))
+    , trace(options.tracePath)
 {
     std::vector<ControllerUnit*> controllers;
     for (const ControllerOptions& controller : options.controllers) {
@@ -54,6 +55,7 @@ void Simulation::addController(const ControllerOptions& controller)
     const QString who = controller.serialNumber + " on " + port.name();
     connect(&port, &MockedPort::plugged, this, [=] { tell(who + " is plugged in"); });
     connect(&port, &MockedPort::unplugged, this, [=] { tell(who + " is gone"); });
+    trace.follow(*units.back());
     scheduleCable(port);
     if (options.bootloaderAfterMs > 0) {
         QTimer::singleShot(
@@ -82,6 +84,11 @@ void Simulation::scheduleCable(MockedPort& port)
 
 void Simulation::start()
 {
+    if (!trace.isUsable()) {
+        tell("the trace cannot be written to " + options.tracePath);
+        QCoreApplication::exit(wrongUsage);
+        return;
+    }
     if (options.interactive) {
         listenTo(::dup(STDIN_FILENO));
     }
@@ -104,6 +111,7 @@ bool Simulation::listenTo(int descriptor)
     }
     sources.push_back(std::make_unique<LineSource>(descriptor));
     connect(sources.back().get(), &LineSource::line, this, [this](const QString& line) {
+        trace.add(QStringLiteral("-"), "told", line.toUtf8());
         const QString result = commands->execute(line);
         if (!result.isEmpty()) {
             tell(result);

@@ -4,6 +4,7 @@
 #include "simulator/controllerunit.h"
 #include "simulator/linecommands.h"
 #include "simulator/linesource.h"
+#include "simulator/linetrace.h"
 #include "simulator/programrunner.h"
 #include "simulator/signalcatcher.h"
 #include "simulator/simulationoptions.h"
@@ -37,6 +38,7 @@ private:
     QString statistics() const;
 
     SimulationOptions options;
+    LineTrace trace;
     Testbed testbed;
     std::vector<std::unique_ptr<ControllerUnit>> units;
     std::unique_ptr<LineCommands> commands;

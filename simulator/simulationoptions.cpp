@@ -76,6 +76,7 @@ std::vector<OptionText> optionTexts()
         {"interactive", "Line commands come on standard input."},
         {"commands", "Line commands come from a file or named pipe.", "path"},
         {"stats", "File for counts, written at the end and by the command stats.", "path"},
+        {"trace", "File for all bytes that go over the lines, in hexadecimal.", "path"},
     };
 }
 
@@ -146,6 +147,7 @@ void Reader::read()
     options.interactive = parser.isSet(QStringLiteral("interactive"));
     options.commandsPath = parser.value(QStringLiteral("commands"));
     options.statsPath = parser.value(QStringLiteral("stats"));
+    options.tracePath = parser.value(QStringLiteral("trace"));
     options.program = parser.positionalArguments();
 }
 

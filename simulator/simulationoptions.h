@@ -17,6 +17,7 @@ struct SimulationOptions
     bool interactive = false;
     QString commandsPath;
     QString statsPath;
+    QString tracePath;
     QStringList program; // and its arguments; may be empty
 };
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "drivecommands.h"
 
+#include "driveobjects.h"
+#include "drivequestions.h"
+
 #include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
@@ -12,9 +15,7 @@
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QRegularExpression>
-#include <QStatusBar>
 #include <QTest>
-#include <cstdio>
 #include <functional>
 #include <map>
 
@@ -25,38 +26,6 @@ using Words = QStringList;
 DriveResult notYet(int extraPatienceMs = 0)
 {
     return {false, QString(), extraPatienceMs};
-}
-
-// The object of that name below any window; the latest window wins, so that the newest of several
-// viewers answers.
-QObject* findObject(const QString& name)
-{
-    QObject* found = nullptr;
-    for (QWidget* window : QApplication::topLevelWidgets()) {
-        if (window->objectName() == name) {
-            found = window;
-        }
-        const QList<QObject*> inside = window->findChildren<QObject*>(name);
-        if (!inside.isEmpty()) {
-            found = inside.last();
-        }
-    }
-    return found;
-}
-
-QWidget* findWidget(const QString& name)
-{
-    return qobject_cast<QWidget*>(findObject(name));
-}
-
-// What a person reads on the object.
-QString shownText(QObject* object, const QString& property)
-{
-    const auto* bar = qobject_cast<QStatusBar*>(object);
-    if (bar != nullptr && property == QLatin1String("message")) {
-        return bar->currentMessage();
-    }
-    return object->property(qPrintable(property)).toString();
 }
 
 QPoint pointIn(const QWidget* widget, const Words& words, int index)
@@ -138,18 +107,6 @@ DriveResult wait(const Words& words)
     if (object == nullptr || !pattern.match(shownText(object, words[2])).hasMatch()) {
         return notYet();
     }
-    return {};
-}
-
-DriveResult print(const Words& words)
-{
-    QObject* object = findObject(words[1]);
-    if (object == nullptr) {
-        return notYet();
-    }
-    std::fprintf(
-        stderr, "%s.%s: %s\n", qPrintable(words[1]), qPrintable(words[2]),
-        qPrintable(shownText(object, words[2])));
     return {};
 }
 
@@ -313,6 +270,10 @@ const std::map<QString, Command>& commands()
         {"set", {3, "set OBJECT PROPERTY VALUE", set}},
         {"wait", {3, "wait OBJECT PROPERTY REGEX (a status bar's text is \"message\")", wait}},
         {"print", {2, "print OBJECT PROPERTY", print}},
+        {"texts", {1, "texts OBJECT (a table's cells, or the texts of what lies on it)", texts}},
+        {"count", {2, "count OBJECT CLASS (how many of the class it owns)", count}},
+        {"points", {2, "points PLOT GRAPH (keys and values)", points}},
+        {"follow", {1, "follow STATUSBAR (prints each message from now on)", follow}},
         {"cell", {4, "cell TABLE ROW COLUMN TEXT", cell}},
         {"select", {5, "select TABLE ROW COLUMN ROW COLUMN", selectCells}},
         {"trigger", {1, "trigger ACTION", trigger}},
@@ -337,7 +298,7 @@ DriveResult runDriveCommand(const QStringList& words, qint64 elapsedMs)
     }
     const auto command = commands().find(words[0]);
     if (command == commands().end()) {
-        QString known = QStringLiteral("no such command; there are: pause MS");
+        QString known = QStringLiteral("no such command; there are: pause MS, silence");
         for (const auto& entry : commands()) {
             known += QStringLiteral(", ") + QLatin1String(entry.second.usage);
         }

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "drivescript.h"
 
-#include "drivecommands.h"
-
 #include <QApplication>
 #include <QFile>
-#include <QTextStream>
 #include <QTimer>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 namespace {
 constexpr int kStepMs = 20;
@@ -17,19 +19,42 @@ constexpr int kPatienceMs = 30000;
 
 DriveScript::DriveScript(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    isPipe = ::stat(name.constData(), &status) == 0 && S_ISFIFO(status.st_mode);
+    // Opened for writing as well, a pipe does not end when a writer leaves.
+    source = ::open(name.constData(), (isPipe ? O_RDWR | O_NONBLOCK : O_RDONLY) | O_CLOEXEC);
+    if (source < 0) {
         fail({0, {path}}, QStringLiteral("the script cannot be read"));
     }
-    QTextStream stream(&file);
-    for (int number = 1; !stream.atEnd(); ++number) {
-        const QStringList parts = words(stream.readLine());
-        if (!parts.isEmpty()) {
-            lines.push_back({number, parts});
-        }
-    }
+    readOn();
     scheduleStep();
-    waiting.start();
+    sinceStep.start();
+}
+
+void DriveScript::readOn()
+{
+    std::array<char, 4096> buffer;
+    for (ssize_t size = 0; (size = ::read(source, buffer.data(), buffer.size())) > 0;) {
+        unread.append(buffer.data(), static_cast<int>(size));
+    }
+    if (!isPipe && !unread.isEmpty()) {
+        unread.append('\n'); // the last line may lack its end
+    }
+    for (int end = 0; (end = unread.indexOf('\n')) >= 0;) {
+        const QStringList parts = words(QString::fromUtf8(unread.left(end)));
+        unread.remove(0, end + 1);
+        ++linesRead;
+        if (parts.isEmpty()) {
+            continue;
+        }
+        if (next == lines.size()) {
+            lines.clear(); // a pipe may bring lines for days
+            next = 0;
+            waiting.start(); // not before there is something to wait for
+        }
+        lines.push_back({linesRead, parts});
+    }
 }
 
 QStringList DriveScript::words(const QString& line)
@@ -70,15 +95,21 @@ void DriveScript::scheduleStep()
 
 void DriveScript::step()
 {
-    if (next >= lines.size()) {
+    silenceMs = qMax(silenceMs, sinceStep.restart() - kStepMs);
+    if (isPipe) {
+        readOn();
+    }
+    if (isPipe || next < lines.size()) {
+        scheduleStep();
+    }
+    if (next == lines.size()) {
         return;
     }
-    scheduleStep();
     // A click may open a modal dialog and return only when a later line has closed it, so the line
     // counts as done before it is carried out.
     const std::size_t current = next++;
     const Line line = lines[current];
-    const DriveResult result = runDriveCommand(line.words, waiting.elapsed());
+    const DriveResult result = carryOut(line.words);
     if (!result.error.isEmpty()) {
         fail(line, result.error);
     }
@@ -86,12 +117,24 @@ void DriveScript::step()
         if (next == current + 1) {
             waiting.restart();
         }
+        if (isPipe) {
+            std::fprintf(stderr, "drive: line %d is done\n", line.number);
+        }
         return;
     }
     next = current;
     if (waiting.elapsed() > kPatienceMs + result.extraPatienceMs) {
         fail(line, QStringLiteral("waited in vain"));
     }
+}
+
+DriveResult DriveScript::carryOut(const QStringList& words)
+{
+    if (words[0] != QLatin1String("silence")) {
+        return runDriveCommand(words, waiting.elapsed());
+    }
+    std::fprintf(stderr, "drive.silence: %lld\n", std::exchange(silenceMs, 0));
+    return {};
 }
 
 void DriveScript::fail(const Line& line, const QString& reason)

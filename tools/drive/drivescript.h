@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "drivecommands.h"
+
+#include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QStringList>
@@ -14,6 +17,12 @@
 // comment. Objects are named by their object names; the table in drivecommands.cpp lists the
 // commands. A command that cannot be carried out yet is tried again for 30 s; then the script
 // prints the line to standard error and ends the program with exit code 3.
+//
+// If the script is a named pipe, lines may come at any time, and each one that has been carried out
+// is reported on standard error: "drive: line 7 is done".
+//
+// The command "silence" is answered with the longest time in ms, since the one before, for which
+// the event loop did not come round: for so long the program did not answer its operator.
 class DriveScript : public QObject
 {
     Q_OBJECT
@@ -31,11 +40,19 @@ private:
         QStringList words;
     };
 
+    void readOn();
     void scheduleStep();
     void step();
+    DriveResult carryOut(const QStringList& words);
     void fail(const Line& line, const QString& reason);
 
+    int source;          // descriptor of the script
+    bool isPipe = false; // more may come
+    QByteArray unread;   // the beginning of a line
+    int linesRead = 0;
     std::vector<Line> lines;
     std::size_t next = 0;
     QElapsedTimer waiting; // since the present line was first tried
+    QElapsedTimer sinceStep;
+    qint64 silenceMs = 0;
 };

@@ -1,0 +1,210 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""What the console has to survive: faults.py BUILD [SCENARIO [CYCLES]]"""
+import ctypes
+import os
+import pathlib
+import resource
+import signal
+import sys
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "drive"))
+
+import told
+from bench import Bench, same, until
+
+FOLDER = "Corvane Motion Systems/XCU0001/extLoggerLogs"
+
+
+def connect(bench, *lines, setup=None):
+    console = bench.start(setup=setup)
+    answered = len(bench.line().answers("configuration"))
+    console.play('wait xcuSerialNumber currentText "XCU0001 XCU"', "set refreshRate value 2",
+                 *lines, "click pushButton_2", "wait pushButton_2 text Disconnect")
+    until(lambda: len(bench.line().answers("configuration")) == answered + 2, "configuration")
+    return console
+
+
+def log(bench, console, records=100):
+    console.play("click startLogging")
+    see(bench, records)
+
+
+def see(bench, more):
+    wanted = len(bench.line().answers("logger_data")) + more
+    until(lambda: len(bench.line().answers("logger_data")) >= wanted, "records")
+
+
+def leave(bench, console):
+    """Closes at a quiet moment; gives what the last log has to hold."""
+    bench.hush(1, console)
+    console.close("DataLoggerApp")
+    return told.logs(bench.line())[-1][1]
+
+
+def killed(build):
+    """At most the record in hand is lost, the file opens, and the port is free at once."""
+    with Bench(build) as bench:
+        console = connect(bench)
+        log(bench, console)
+        console.process.kill()
+        console.process.wait()
+        read = bench.line().responses[: len(console.sizes_read())]
+        records = sum(response.answer[0] == "logger_data" for response in read)
+        (path,) = bench.files("*.log")
+        whole = path.read_text().rpartition("\n")[0] + "\n"
+        assert whole.count("\n") >= records, f"{records} records, {whole.count(chr(10))} lines"
+        same(whole, told.logs(bench.line())[0][1][: len(whole)], "log")
+        console = connect(bench)
+        console.play("trigger actionOpen_with_Timestamp", f'file "{path}"')
+        (answer,) = console.ask("points DataLoggerApp:QCustomPlot:0 5")
+        same(told.points_of(answer), told.opened_curve([whole], 5), "opened curve")
+        console.close("DataLoggerApp")
+
+
+def full_disk(build):
+    """A file that cannot grow stands for it. All goes on, and once there is room again whole lines
+    follow; what had found room in memory is not lost."""
+    with Bench(build) as bench:
+        console = connect(bench, setup=lambda: signal.signal(signal.SIGXFSZ, signal.SIG_IGN))
+        log(bench, console)
+        (path,) = bench.files("*.log")
+        limit = max(path.stat().st_size, console.output.stat().st_size) + 30000
+        most = resource.RLIM_INFINITY
+        resource.prlimit(console.process.pid, resource.RLIMIT_FSIZE, (limit, most))
+        until(lambda: path.stat().st_size == limit, "a full disk")
+        see(bench, 500)
+        resource.prlimit(console.process.pid, resource.RLIMIT_FSIZE, (most, most))
+        see(bench, 100)
+        console.play("click pushButton_2")
+        console.close("DataLoggerApp")
+        written, (_, told_log) = path.read_text(), told.logs(bench.line())[-1]
+        before = os.path.commonprefix([written, told_log]).rpartition("\n")[0]
+        assert len(before) > limit + 10000, f"lost from {len(before)} on of {limit}"
+        after = written[len(before) :]
+        assert after.count("\n") > 50 and after[:-1] in told_log, "no whole lines behind the gap"
+
+
+def forget_root():
+    """Or permissions would not bind: CAP_DAC_OVERRIDE and CAP_DAC_READ_SEARCH go."""
+    for capability in (1, 2):
+        ctypes.CDLL(None).prctl(24, capability, 0, 0, 0)
+
+
+def bad_folders(build):
+    """Nothing is lost but what has no place."""
+    with Bench(build) as bench:
+        bench.documents.rmdir()
+        log(bench, console := connect(bench))
+        expected = leave(bench, console)
+        (path,) = (bench.home / FOLDER).glob("*.log")
+        same(path.read_text(), expected, "log in the working directory")
+    with Bench(build) as bench:
+        (bench.documents / FOLDER).mkdir(parents=True)
+        (bench.documents / FOLDER).chmod(0o555)
+        log(bench, console := connect(bench, setup=forget_root))
+        bench.hush(1, console)
+        (answer,) = console.ask("points DataLoggerApp:QCustomPlot:0 5")
+        same(len(told.points_of(answer)), len(bench.line().answers("logger_data")), "points")
+        leave(bench, console)
+        same(bench.files("*.log"), [], "logs in a folder for reading only")
+    with Bench(build) as bench:
+        (bench.home / ".config").mkdir(mode=0o555)
+        log(bench, console := connect(bench, setup=forget_root))
+        expected = leave(bench, console)
+        same(bench.files("*.log")[0].read_text(), expected, "log without a settings store")
+        same(list((bench.home / ".config").iterdir()), [], "settings")
+
+
+def flood(build):
+    """Whatever comes is written, and the operator is heard."""
+    options = ["--records-per-second", "flood", "--frames-per-second", "flood"]
+    with Bench(build, *options) as bench:
+        console = connect(bench, "click passiveDatalogger", "set channelCount currentIndex 0")
+        log(bench, console)
+        console.play("click candump")
+        until(lambda: len(bench.line().responses) > 15000, "a flood")
+        console.play("click stopLogging")
+        bench.tell("rate frames 0", "rate records 0")
+        expected = leave(bench, console)
+        same(bench.files("*.log")[0].read_text(), expected, "log")
+        frames = "".join(map(told.candump_line, bench.line().answers("candump_frame")))
+        same(bench.files("*.candump")[0].read_text(), frames, "capture")
+
+
+def sent_by(program):
+    return program.output.read_text().count("<<==>>X")
+
+
+def stall(build):
+    """A controller that neither reads nor answers, and then does."""
+    with Bench(build) as bench:
+        console = connect(bench)
+        log(bench, console)
+        bench.controllers.send_signal(signal.SIGSTOP)
+        sent = sent_by(console)
+        until(lambda: sent_by(console) > sent + 500, "requests go on")
+        console.play("click virtualInputsShow")
+        bench.controllers.send_signal(signal.SIGCONT)
+        see(bench, 700)
+        same(leave(bench, console), bench.files("*.log")[0].read_text(), "log")
+
+
+def damage(build):
+    """Frames cut anywhere, doubled, and with nonsense between them."""
+    with Bench(build, "--garbage", "3", "--double", "7", "--split") as bench:
+        console = connect(bench, "set channelCount currentIndex 3")
+        log(bench, console)
+        same(leave(bench, console), bench.files("*.log")[0].read_text(), "log")
+
+
+def departure(build):
+    """The workbench keeps the port open when its controller has left, and has nothing to do."""
+    with Bench(build) as bench:
+        workbench = bench.start("tuning-workbench")
+        workbench.play("menu menuConnection 0", "wait statusbar message Connected")
+        see(bench, 5)
+        bench.tell("unplug")
+        sent, used = sent_by(workbench), workbench.processor_time()
+        until(lambda: sent_by(workbench) > sent + 20, "requests go on")  # two seconds
+        used = workbench.processor_time() - used
+        assert used < 0.5, f"{used} s of processor time for nothing"
+        workbench.close("MainWindow")
+
+
+def cycles(build, count=200):
+    """Connecting and disconnecting leaves nothing behind."""
+    with Bench(build) as bench:
+        # A sanitizer would keep what is freed for long.
+        options = os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=1"
+        console = bench.start(ASAN_OPTIONS=options)
+        console.play('wait xcuSerialNumber currentText "XCU0001 XCU"')
+        marks = {}
+        for cycle in range(count + 1):
+            if cycle in (count // 4, count):
+                timers = console.ask("count DataLoggerApp QTimer")
+                threads = len(os.listdir(f"/proc/{console.process.pid}/task"))
+                marks[cycle] = console.memory(), (console.descriptors(), threads, timers)
+            console.play("click pushButton_2")
+            both = 2 * (cycle + 1)  # blocks of the configuration
+            until(lambda: len(bench.line().responses) == both, "configuration is sent")
+            until(lambda: len(console.sizes_read()) == both, "configuration is read")
+            console.play("click pushButton_2")
+        (early, held), (late, held_at_last) = marks.values()
+        print(f"{count} cycles: {early} kB after a quarter, {late} kB at the end, {held_at_last}")
+        same(held_at_last, held, "descriptors, threads, timers")
+        assert late - early < 1500 + count // 10, f"memory grows: {early} kB, {late} kB"
+        console.close("DataLoggerApp")
+
+
+SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, departure, cycles]
+
+
+def main(build, name=None, *arguments):
+    for scenario in SCENARIOS:
+        if name in (None, scenario.__name__):
+            print(scenario.__name__, flush=True)
+            scenario(build, *map(int, arguments))
+
+
+main(*sys.argv[1:])
