@@ -4,12 +4,18 @@
 #include "app/candumptextdelegate.h"
 #include "app/displayframe.h"
 
+#include <QPalette>
 #include <QTimerEvent>
 
 CandumpTableView::CandumpTableView(QWidget* parent)
     : QTableView(parent)
 {
     setItemDelegate(new CandumpTextDelegate(this));
+    // The model's colours, black and reds, need a light ground, on a dark desktop as well. Of the
+    // viewport alone: some styles give the headers the ground of the view.
+    QPalette light;
+    light.setColor(QPalette::Base, Qt::white);
+    viewport()->setPalette(light);
 }
 
 void CandumpTableView::dataChanged(const QModelIndex&, const QModelIndex&, const QVector<int>&)

@@ -1,9 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/benchmark.h"
 
+#include <QDir>
 #include <QFile>
+#include <QLocale>
+#include <cerrno>
 #include <cstdio>
 #include <unistd.h>
+
+namespace {
+
+// With three digits or all that stand before the point.
+QString rounded(double value)
+{
+    const int decimals = value >= 100 ? 0 : value >= 10 ? 1 : value >= 1 ? 2 : 3;
+    return value == 0 ? QStringLiteral("0") : QLocale::c().toString(value, 'f', decimals);
+}
+
+void appendRow(const char* table, const QStringList& cells)
+{
+    const QString folder = qEnvironmentVariable("XCU_BENCH_TABLES");
+    QFile file(QDir(folder).filePath(QLatin1String(table)));
+    if (!folder.isEmpty() && file.open(QIODevice::Append)) {
+        file.write(QStringLiteral("| %1 |\n").arg(cells.join(QLatin1String(" | "))).toUtf8());
+    }
+}
+
+} // namespace
 
 Benchmark::Benchmark()
     : output(dup(STDOUT_FILENO))
@@ -20,6 +43,9 @@ Benchmark::~Benchmark()
 
 void Benchmark::figure(const QString& name, double value, const QString& unit)
 {
+    if (!name.startsWith(QLatin1Char(' '))) {
+        subject = name;
+    }
     print(QStringLiteral("%1 %2 %3").arg(name, -44).arg(value, 12, 'f', 2).arg(unit));
 }
 
@@ -33,12 +59,50 @@ void Benchmark::atMost(const QString& name, double value, double bound, const QS
     goal(name, value, value <= bound, QStringLiteral("at most %1").arg(bound), unit);
 }
 
+void Benchmark::compare(
+    const QString& name, const QString& unit, double ours, const std::vector<OtherRoad>& others,
+    double times, bool sameResult)
+{
+    figure(name, ours, unit);
+    QStringList cells = {name, unit, rounded(ours)};
+    double better = std::numeric_limits<double>::max();
+    for (const char* column : {naiveRoad, canUtils, pythonCan}) {
+        const auto other =
+            std::find_if(others.begin(), others.end(), [column](const OtherRoad& road) {
+                return QLatin1String(road.name) == QLatin1String(column) && road.value > 0;
+            });
+        if (other == others.end()) {
+            cells << QString();
+            continue;
+        }
+        figure(QStringLiteral("  ") + QLatin1String(column), other->value, unit);
+        cells << rounded(other->value);
+        const bool moreIsBetter = unit.endsWith(QLatin1String("/s"));
+        better = std::min(better, moreIsBetter ? ours / other->value : other->value / ours);
+    }
+    const QString bound =
+        times > 0 ? QStringLiteral("at least %1").arg(times) : QStringLiteral("same result");
+    const QString verdict = judge(sameResult && better >= times);
+    figure(
+        QStringLiteral("  times as good"), better, QStringLiteral("(%1: %2)").arg(bound, verdict));
+    appendRow("compared.md", cells << rounded(better) << bound << verdict);
+}
+
 void Benchmark::goal(
     const QString& name, double value, bool met, const QString& bound, const QString& unit)
 {
-    missed = missed || !met;
-    const QString verdict = met ? QStringLiteral("met") : QStringLiteral("MISSED");
+    const QString verdict = judge(met);
     figure(name, value, QStringLiteral("%1 (%2: %3)").arg(unit, bound, verdict));
+    const bool isPart = name.startsWith(QLatin1Char(' '));
+    const QString whole = isPart ? subject + QLatin1String(", ") + name.trimmed() : name;
+    appendRow(
+        "goals.md", {program_invocation_short_name, whole, rounded(value), unit, bound, verdict});
+}
+
+QString Benchmark::judge(bool met)
+{
+    missed = missed || !met;
+    return met ? QStringLiteral("met") : QStringLiteral("MISSED");
 }
 
 void Benchmark::print(const QString& line)

@@ -5,8 +5,24 @@
 #include <algorithm>
 #include <ctime>
 #include <limits>
+#include <vector>
+
+// A way to a result, and what it takes or does in the unit of its comparison; 0 if the program that
+// goes it is not installed.
+struct OtherRoad
+{
+    const char* name; // naiveRoad, canUtils or pythonCan
+    double value;
+};
+
+constexpr const char* naiveRoad = "naive road";
+constexpr const char* canUtils = "can-utils";
+constexpr const char* pythonCan = "python3-can";
 
 // What the benchmarks share: figures, goals, and standard output that is out of the way.
+//
+// Where XCU_BENCH_TABLES names a folder, comparisons and goals are also appended to tables there,
+// compared.md and goals.md (see bench/run).
 class Benchmark
 {
 public:
@@ -22,15 +38,24 @@ public:
     void atLeast(const QString& name, double value, double bound, const QString& unit);
     void atMost(const QString& name, double value, double bound, const QString& unit);
 
+    // Beside other roads to the same result from the same input in the same run. Of a unit that
+    // ends in "/s" more is better, of all others less. Ours has to be so many times as good as the
+    // best of the others (0: no goal but the same result).
+    void compare(
+        const QString& name, const QString& unit, double ours, const std::vector<OtherRoad>& others,
+        double times, bool sameResult = true);
+
     int exitCode() const { return missed ? 1 : 0; }
 
 private:
     void goal(
         const QString& name, double value, bool met, const QString& bound, const QString& unit);
+    QString judge(bool met);
     void print(const QString& line);
 
     int output; // a descriptor of the real standard output
     bool missed = false;
+    QString subject; // the latest figure that is not indented below another one
 };
 
 // Seconds of processor time that the fastest of five runs took. Neither the load of the machine nor

@@ -106,8 +106,9 @@ void measureLog(Benchmark& bench)
         file.seek(0);
         readLog(file, channels, -1, -1);
     });
-    bench.figure(".log read", static_cast<double>(file.size()) / reading / 1e6, "MB/s");
-    bench.atLeast(".log read against the slow road", slowReading / reading, 8, "times");
+    const double megabytes = static_cast<double>(file.size()) / 1e6;
+    bench.compare(
+        ".log read", "MB/s", megabytes / reading, {{naiveRoad, megabytes / slowReading}}, 8);
 
     Chart slow;
     const double slowTime = fastest([&] {
@@ -139,9 +140,9 @@ void measureLog(Benchmark& bench)
         open();
         open();
     });
-    bench.figure(".log on the chart", fastTime * 1e3, "ms");
-    bench.atLeast(
-        ".log on the chart against the slow road", isSame ? slowTime / fastTime : 0, 8, "times");
+    bench.compare(
+        ".log of 30,000 records on the chart", "ms", fastTime * 1e3, {{naiveRoad, slowTime * 1e3}},
+        8, isSame);
     bench.atMost(".log opened twice against once", twice / fastTime, 5, "times");
 }
 
@@ -225,9 +226,9 @@ void measureBlackbox(Benchmark& bench)
         import.candumpFile = &converted;
         chart.addPoints(readBlackbox(stream, import).points);
     });
-    bench.figure(".rbx", fastTime * 1e3, "ms");
-    bench.atLeast(
-        ".rbx against the slow road", fast.shows(slow) ? slowTime / fastTime : 0, 3, "times");
+    bench.compare(
+        ".rbx of 5,000 records and 50,000 frames", "ms", fastTime * 1e3,
+        {{naiveRoad, slowTime * 1e3}}, 3, fast.shows(slow));
 }
 
 // A signal of 16 bits over a million frames, of which one in `identifiers` carries it.
@@ -261,9 +262,9 @@ void measureSignal(Benchmark& bench, int identifiers)
         fast.graph(0)->data()->clear();
         addInArrivalOrder(*fast.graph(0)->data(), *signalCurve(signal, frames, index));
     });
-    const QString name = QStringLiteral("signal of one in %1 frames").arg(identifiers);
-    bench.figure(name, fastTime * 1e3, "ms");
-    bench.atLeast(name + " against bits", fast.shows(slow) ? slowTime / fastTime : 0, 5, "times");
+    bench.compare(
+        QStringLiteral("signal in 1 of %1 of a million frames").arg(identifiers), "ms",
+        fastTime * 1e3, {{naiveRoad, slowTime * 1e3}}, 5, fast.shows(slow));
 }
 
 } // namespace

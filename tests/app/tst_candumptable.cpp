@@ -184,6 +184,20 @@ private slots:
         QVERIFY(paints.count < frames / 2);
         QTRY_COMPARE(paints.lastText, QStringLiteral("33"));
     }
+
+    void blackTextStaysReadableOnADarkDesktop()
+    {
+        const QPalette palette = QApplication::palette();
+        QApplication::setPalette(QPalette(Qt::black));
+        CandumpWindow window(model.get(), nullptr);
+        window.show();
+        const auto* table = window.findChild<QTableView*>("tableView");
+        const QImage picture = table->viewport()->grab().toImage();
+        const QColor headerGround = table->horizontalHeader()->palette().color(QPalette::Base);
+        QApplication::setPalette(palette);
+        QCOMPARE(picture.pixelColor(picture.rect().center()), QColor(Qt::white));
+        QVERIFY(headerGround != Qt::white); // its text is light there
+    }
 };
 
 QTEST_MAIN(TestCandumpTable)

@@ -194,13 +194,28 @@ DriveResult chooseFile(const Words& words)
     return {};
 }
 
+// Widgets that hold back their painting for a moment would be blank in the picture.
+bool holdsBack(const QWidget* widget)
+{
+    for (const QWidget* inside : widget->findChildren<QWidget*>()) {
+        if (!inside->updatesEnabled()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 DriveResult grab(const Words& words)
 {
     QWidget* widget = findWidget(words[1]);
-    if (widget == nullptr || !widget->isVisible()) {
+    if (widget == nullptr || !widget->isVisible() || holdsBack(widget)) {
         return notYet();
     }
-    if (!widget->grab().save(words[2])) {
+    QPixmap picture = widget->grab();
+    if (words.size() > 3) {
+        picture = picture.scaledToWidth(words[3].toInt(), Qt::SmoothTransformation);
+    }
+    if (!picture.save(words[2])) {
         return {true, QStringLiteral("the picture cannot be written"), 0};
     }
     return {};
@@ -266,7 +281,7 @@ const std::map<QString, Command>& commands()
         {"menu", {2, "menu MENU INDEX", menu}},
         {"file", {1, "file PATH (answers the open file dialog)", chooseFile}},
         {"clipboard", {1, "clipboard TEXT (\\t and \\n stand for tab and line end)", copy}},
-        {"grab", {2, "grab WIDGET PICTURE.png", grab}},
+        {"grab", {2, "grab WIDGET PICTURE.png [WIDTH]", grab}},
         {"resize", {3, "resize WIDGET WIDTH HEIGHT [X Y]", resize}},
         {"close", {1, "close WINDOW", close}},
     };
