@@ -6,6 +6,7 @@
 #include "ui_dataloggerapp.h"
 
 #include <QElapsedTimer>
+#include <QEvent>
 #include <qcustomplot.h>
 
 namespace {
@@ -60,6 +61,13 @@ DataLoggerApp::~DataLoggerApp()
     qDeleteAll(plot->xAxis->findChildren<AxisTag*>(QString(), Qt::FindDirectChildrenOnly));
     delete pongClock;
     delete portRefreshTimer;
+}
+
+// An entry of a menu clears the status line as the pointer passes over it, by its empty status tip.
+// A text is to stay until the next one.
+bool DataLoggerApp::event(QEvent* event)
+{
+    return event->type() == QEvent::StatusTip || QMainWindow::event(event);
 }
 
 void DataLoggerApp::restoreWindow()

@@ -137,6 +137,7 @@ private slots:
     void on_loadCanSignals_clicked();
 
 protected:
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:

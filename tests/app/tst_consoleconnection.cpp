@@ -45,6 +45,8 @@ private slots:
 
             console.click("pushButton_2");
             QCOMPARE(console.text("pushButton_2"), "Connect");
+            QStatusTipEvent menuEntryWithoutTip{QString()};
+            QCoreApplication::sendEvent(&console.window, &menuEntryWithoutTip);
             QCOMPARE(console.status(), "Disconnected");
             QTRY_VERIFY(!rig.port().isInUse());
             QCOMPARE(received.size(), std::size_t(2)); // nothing else was sent

@@ -70,6 +70,8 @@ DriveResult key(const Words& words)
     if (sequence.isEmpty()) {
         return {true, QStringLiteral("no such key"), 0};
     }
+    // Keys go to the active window, and a menu that was entered leaves none.
+    QApplication::setActiveWindow(widget->window());
     const int combined = sequence[0];
     QTest::keyClick(
         widget, Qt::Key(combined & ~Qt::KeyboardModifierMask),
