@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/channelbox.h"
 #include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
 #include "app/livechart.h"
@@ -54,6 +55,7 @@ void DataLoggerApp::createChannels()
         graph->setVisible(selected);
         ui->dataSeriesLayout->addWidget(box, channel % StripRows, channel / StripRows);
         connect(box, SIGNAL(stateChanged(int)), this, SLOT(seriesVisible_stateChanged(int)));
+        showChannel(box, channel);
         seriesCheckBoxes[channel] = box;
     }
 }

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/channelbox.h"
+
+#include "formats/channelcolour.h"
+
+#include <QCheckBox>
+#include <QPixmap>
+
+namespace {
+
+// Below the height of a text, so that the rows of the strip stay as high as they are without it.
+constexpr int SwatchSize = 10; // pixels
+
+} // namespace
+
+void showChannel(QCheckBox* box, int channel)
+{
+    QPixmap swatch(SwatchSize, SwatchSize);
+    swatch.fill(channelColour(channel));
+    box->setIcon(swatch);
+    box->setIconSize(swatch.size());
+    box->setToolTip(
+        QStringLiteral("Channel %1: shows or hides its curve, drawn in the colour of the square.")
+            .arg(channel));
+}
