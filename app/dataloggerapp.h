@@ -211,7 +211,7 @@ private:
 
     LiveChart* liveChart = nullptr;     // of plot, and goes with it
     ReplotPacer* replotPacer = nullptr; // likewise
-    PortList portList;
+    comm::PortList portList;
     std::string logLine;       // reused from record to record
     std::string candumpLine;   // reused from frame to frame
     FrameIndex frameIndex;     // of canTraceFrameList, brought up to date by who needs it

@@ -13,7 +13,7 @@ constexpr unsigned int PromptPing = 0xFEDCBA00;
 
 QString portText(const QSerialPortInfo& port)
 {
-    return isControllerPort(port, {UsbId::bootloader})
+    return comm::isControllerPort(port, {comm::UsbId::bootloader})
                ? port.serialNumber()
                : QStringLiteral("%1 XCU").arg(port.serialNumber());
 }
@@ -40,7 +40,9 @@ void DataLoggerApp::prepareFolders()
 void DataLoggerApp::refreshPorts()
 {
     QList<QSerialPortInfo> attached = portList.availablePorts();
-    const auto isNoController = [](const QSerialPortInfo& port) { return !isControllerPort(port); };
+    const auto isNoController = [](const QSerialPortInfo& port) {
+        return !comm::isControllerPort(port);
+    };
     attached.erase(
         std::remove_if(attached.begin(), attached.end(), isNoController), attached.end());
     if (ports != attached) {

@@ -53,7 +53,7 @@ void DataLoggerApp::listIdentifiers()
 
 void DataLoggerApp::importTrace(const TraceFormat& format, const QString& name)
 {
-    TraceImport import = {canTraceFrameList, &traceLine<std::string_view>};
+    TraceImport import = {canTraceFrameList, &comm::traceLine<std::string_view>};
     if (format.convertedName) {
         openConversion(QLatin1String(format.convertedName));
         import.candumpFile = &candumpFile;
@@ -69,7 +69,7 @@ void DataLoggerApp::importTrace(const TraceFormat& format, const QString& name)
 bool DataLoggerApp::importBlackbox(const QString& name)
 {
     openConversion(QLatin1String("canbb-%1.candump"));
-    TraceImport import = {canTraceFrameList, &traceLine<std::string_view>, &candumpFile};
+    TraceImport import = {canTraceFrameList, &comm::traceLine<std::string_view>, &candumpFile};
     const BlackboxContent content = readBlackboxFile(name, import);
     candumpFile.flush();
     firstTimestamp = content.firstTimestamp; // for sessions: the times of the record stay absolute
@@ -85,7 +85,7 @@ bool DataLoggerApp::importBlackbox(const QString& name)
 
 void DataLoggerApp::importLog(const QString& name)
 {
-    traceLine("catchall");
+    comm::traceLine("catchall");
     QFile file(name);
     file.open(QIODevice::ReadOnly);
     const LogContent content = readLog(file, plot->graphCount(), firstTimestamp, lastTimestamp);

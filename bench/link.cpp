@@ -36,7 +36,7 @@ std::string recordFrame()
     }
     record.set_sample_number(1'000'000);
     record.set_timestamp(100'000'000);
-    return makeFrame(response.SerializeAsString());
+    return comm::makeFrame(response.SerializeAsString());
 }
 
 // A line that delivers the same frame so many times, at most 4 KiB a read, as a terminal does.
@@ -91,11 +91,11 @@ public:
 template <typename Sink>
 void readAll(Line& line, Sink sink)
 {
-    quint32 readState = AwaitsHeader;
+    quint32 readState = comm::AwaitsHeader;
     quint32 frameLength = 0;
-    while (std::optional<std::string> payload = takeFrame(line, readState, frameLength)) {
+    while (std::optional<std::string> payload = comm::takeFrame(line, readState, frameLength)) {
         sink(*payload);
-        readState = AwaitsHeader;
+        readState = comm::AwaitsHeader;
     }
 }
 
@@ -104,18 +104,18 @@ template <typename Sink>
 void readAllPlainly(Line& line, Sink sink)
 {
     while (line.bytesAvailable() > 0) {
-        traceLine("dataAvaliable ", line.bytesAvailable());
+        comm::traceLine("dataAvaliable ", line.bytesAvailable());
         quint32 length = 0;
         line.startTransaction();
         line.read(reinterpret_cast<char*>(&length), sizeof length);
         line.commitTransaction();
-        traceLine("Header:  ", length);
-        traceLine("Wait for data:  ", length, "/", line.bytesAvailable());
+        comm::traceLine("Header:  ", length);
+        comm::traceLine("Wait for data:  ", length, "/", line.bytesAvailable());
         line.startTransaction();
         const QByteArray bytes = line.read(length);
         const std::string payload(bytes.constData(), static_cast<std::size_t>(bytes.size()));
         line.commitTransaction();
-        traceLine("Red:  ", payload.size());
+        comm::traceLine("Red:  ", payload.size());
         sink(std::string(payload));
     }
 }
@@ -131,11 +131,11 @@ void measureStages(Benchmark& bench, const std::string& frame)
 
     const double traces = fastest([] {
         for (int i = 0; i < framesPerRun; ++i) {
-            traceLine("dataAvaliable ", i);
-            traceLine("Header:  ", i);
-            traceLine("Wait for data:  ", i, "/", i);
-            traceLine("Red:  ", i);
-            traceLine("kLoggerData");
+            comm::traceLine("dataAvaliable ", i);
+            comm::traceLine("Header:  ", i);
+            comm::traceLine("Wait for data:  ", i, "/", i);
+            comm::traceLine("Red:  ", i);
+            comm::traceLine("kLoggerData");
         }
     });
     const double reading = fastest([&] {
@@ -182,8 +182,8 @@ public:
         for (int i = 0; i < 64; ++i) {
             bytes += frame;
         }
-        connect(&terminal, &PseudoTerminal::readable, this, [this] { terminal.read(); });
-        connect(&terminal, &PseudoTerminal::writable, this, [this] {
+        connect(&terminal, &simulator::PseudoTerminal::readable, this, [this] { terminal.read(); });
+        connect(&terminal, &simulator::PseudoTerminal::writable, this, [this] {
             const auto left = static_cast<int>(bytes.size() - position);
             position += static_cast<std::size_t>(terminal.write(bytes.data() + position, left));
             position %= bytes.size();
@@ -191,7 +191,7 @@ public:
         terminal.setWriteNotification(true);
     }
 
-    PseudoTerminal terminal;
+    simulator::PseudoTerminal terminal;
 
 private:
     std::string bytes;
@@ -201,10 +201,11 @@ private:
 // The whole link on a real serial port, a request for every tenth record included.
 void measurePort(Benchmark& bench, const std::string& frame, qint64 frames)
 {
-    Testbed testbed;
+    simulator::Testbed testbed;
     Chatterbox controller(frame);
     const QString name = QStringLiteral("ttyACM%1").arg(QCoreApplication::applicationPid());
-    testbed.addPort(name, controller.terminal.path(), QStringLiteral("XCU1"), Guise::Device);
+    testbed.addPort(
+        name, controller.terminal.path(), QStringLiteral("XCU1"), simulator::Guise::Device);
 
     Logger logger;
     CommandsResponseReceiver receiver(

@@ -10,9 +10,9 @@ int main()
     constexpr int ticks = 30;
     const double enumeration = fastest([] { QSerialPortInfo::availablePorts(); });
     qint64 now = 0;
-    PortList::Source source = PortList::systemSource();
+    comm::PortList::Source source = comm::PortList::systemSource();
     source.milliseconds = [&now] { return now; };
-    PortList list(source);
+    comm::PortList list(source);
     list.availablePorts();
     now += 3000; // nothing settles any more
     const double watching = fastest([&] {

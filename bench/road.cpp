@@ -16,6 +16,8 @@
 #include <ctime>
 #include <unistd.h>
 
+using namespace simulator;
+
 namespace {
 
 constexpr int channels = 128;

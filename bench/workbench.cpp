@@ -185,7 +185,7 @@ void measureValues(Benchmark& bench)
 
 void measureMaps(Benchmark& bench)
 {
-    ControllerOptions options;
+    simulator::ControllerOptions options;
     options.maps = {{64, 64}};
     PortRig rig(options, PortRig::Lives::InOwnThread);
     rig.plug();

@@ -15,6 +15,7 @@
 
 #include <limits>
 
+using comm::traceLine;
 using xcu::Response;
 
 namespace {

@@ -12,6 +12,9 @@
 #include <optional>
 #include <utility>
 
+using comm::traceLine;
+using comm::traceText;
+
 namespace {
 
 constexpr int pollInterval = 1000; // ms
@@ -97,12 +100,12 @@ void ComPort::dataAvaliable()
         releaseRetiredPorts();
     });
     do {
-        std::optional<std::string> payload = takeFrame(*serialPort, readState, frameLength);
+        std::optional<std::string> payload = comm::takeFrame(*serialPort, readState, frameLength);
         if (!payload) {
             return;
         }
         emit commandRead(std::move(*payload));
-        readState = AwaitsHeader; // and serialPort may be another one now, or gone
+        readState = comm::AwaitsHeader; // and serialPort may be another one now, or gone
     } while (serialPort && serialPort->bytesAvailable() > 0);
 }
 
@@ -120,7 +123,7 @@ void ComPort::commandSend(std::string data)
         hexdump(data.data(), data.size());
         return;
     }
-    const std::string frame = makeFrame(std::move(data));
+    const std::string frame = comm::makeFrame(std::move(data));
     {
         const QMutexLocker lock(&writeMutex);
         traceText("<<");

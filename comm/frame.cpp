@@ -9,6 +9,8 @@
 #include <exception>
 #include <limits>
 
+namespace comm {
+
 namespace {
 
 constexpr qint64 headerSize = sizeof(quint32);
@@ -71,3 +73,5 @@ std::optional<std::string> takeFrame(QIODevice& device, quint32& readState, quin
     traceLine("Red:  ", payload.size());
     return payload;
 }
+
+} // namespace comm

@@ -7,6 +7,8 @@
 
 class QIODevice;
 
+namespace comm {
+
 // A frame of the link, the same in both directions: the length of the payload as 32 bits,
 // little-endian, then the payload. Nothing marks where a frame starts, so a reader that loses count
 // does not find its way back.
@@ -22,3 +24,5 @@ std::string makeFrame(std::string payload);
 // AwaitsPayload: the caller resets it when the payload has been handled. Traces its steps. Memory
 // is taken only for a payload that has arrived whole, whatever length was announced.
 std::optional<std::string> takeFrame(QIODevice& device, quint32& readState, quint32& frameLength);
+
+} // namespace comm

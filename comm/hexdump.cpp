@@ -38,6 +38,6 @@ void hexdump(const void* data, std::size_t size)
 {
     const auto* bytes = static_cast<const unsigned char*>(data);
     for (std::size_t offset = 0; offset < size; offset += bytesPerLine) {
-        traceLine(dumpLine(offset, bytes + offset, std::min(bytesPerLine, size - offset)));
+        comm::traceLine(dumpLine(offset, bytes + offset, std::min(bytesPerLine, size - offset)));
     }
 }

@@ -3,12 +3,14 @@
 
 #include <algorithm>
 
+namespace UsbId = comm::UsbId;
+
 namespace {
 
 QSerialPortInfo findController(const QString& serial, std::initializer_list<quint16> guises)
 {
     for (const QSerialPortInfo& port : QSerialPortInfo::availablePorts()) {
-        if (isControllerPort(port, guises) && port.serialNumber() == serial) {
+        if (comm::isControllerPort(port, guises) && port.serialNumber() == serial) {
             return port;
         }
     }
@@ -17,7 +19,7 @@ QSerialPortInfo findController(const QString& serial, std::initializer_list<quin
 
 } // namespace
 
-bool isControllerPort(const QSerialPortInfo& port, std::initializer_list<quint16> guises)
+bool comm::isControllerPort(const QSerialPortInfo& port, std::initializer_list<quint16> guises)
 {
     return port.hasProductIdentifier() && port.hasVendorIdentifier() &&
            port.vendorIdentifier() == UsbId::vendor &&

@@ -5,6 +5,8 @@
 #include <QString>
 #include <initializer_list>
 
+namespace comm {
+
 // A controller is a USB device with a virtual serial port. One unit has two guises, told apart by
 // the product identifier; its USB serial number is the same in both.
 namespace UsbId {
@@ -17,6 +19,8 @@ constexpr quint16 device = 0xEEF0;
 bool isControllerPort(
     const QSerialPortInfo& port,
     std::initializer_list<quint16> guises = {UsbId::bootloader, UsbId::device});
+
+} // namespace comm
 
 // The port of the unit with exactly this USB serial number, in either guise or in the named one.
 // The first match in the order of QSerialPortInfo::availablePorts() wins; a null info means that

@@ -5,6 +5,8 @@
 #include <QElapsedTimer>
 #include <utility>
 
+namespace comm {
+
 namespace {
 
 constexpr qint64 settlingTime = 2000; // ms
@@ -50,3 +52,5 @@ QList<QSerialPortInfo> PortList::availablePorts()
     }
     return ports;
 }
+
+} // namespace comm

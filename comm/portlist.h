@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <functional>
 
+namespace comm {
+
 // The attached serial ports, cheap enough to be asked for ten times a second on the GUI thread.
 //
 // QSerialPortInfo::availablePorts() takes about 0.1 ms for each tty of the machine. This looks at
@@ -38,3 +40,5 @@ private:
     qint64 changedAt = 0;    // ms
     qint64 enumeratedAt = 0; // ms
 };
+
+} // namespace comm

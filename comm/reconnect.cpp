@@ -6,6 +6,8 @@
 
 #include <QThread>
 
+namespace UsbId = comm::UsbId;
+
 namespace {
 
 constexpr int reconnectInterval = 100;        // ms

@@ -3,8 +3,12 @@
 
 #include <cstdio>
 
+namespace comm {
+
 void traceText(std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }
+
+} // namespace comm

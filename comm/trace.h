@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+namespace comm {
+
 // The diagnostic channel: standard output. Every call is flushed before it returns, so that after a
 // crash the last trace tells how far the program came. A reader of the pipe that does not drain it
 // therefore stops the caller. Whole calls never interleave, from whatever thread.
@@ -29,3 +31,5 @@ void traceLine(const Parts&... parts)
     line += '\n';
     traceText(line);
 }
+
+} // namespace comm

@@ -26,9 +26,9 @@ public:
     void feed(const std::string& more, Deliver deliver)
     {
         bytes.append(more.data(), static_cast<int>(more.size()));
-        while (auto payload = takeFrame(*this, readState, frameLength)) {
+        while (auto payload = comm::takeFrame(*this, readState, frameLength)) {
             deliver(*payload);
-            readState = AwaitsHeader;
+            readState = comm::AwaitsHeader;
         }
     }
 
@@ -44,7 +44,7 @@ protected:
 
 private:
     QByteArray bytes;
-    quint32 readState = AwaitsHeader;
+    quint32 readState = comm::AwaitsHeader;
     quint32 frameLength = 0;
 };
 
@@ -61,7 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string piece =
             input.ConsumeBytesAsString(input.ConsumeIntegralInRange<std::size_t>(0, 40));
         stream += piece;
-        line.feed(piece, [&](const std::string& payload) { frames += makeFrame(payload); });
+        line.feed(piece, [&](const std::string& payload) { frames += comm::makeFrame(payload); });
     }
     const std::size_t left = stream.size() - frames.size();
     const auto nextLength = [&] { return qFromLittleEndian<quint32>(&stream[frames.size()]); };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/adaptationrun.h"
 
+namespace simulator {
+
 AdaptationRun::AdaptationRun(int durationMs, QObject* parent)
     : QObject(parent)
 {
@@ -27,3 +29,5 @@ void AdaptationRun::stop()
     announcement.stop();
     end.stop();
 }
+
+} // namespace simulator

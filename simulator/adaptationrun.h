@@ -4,6 +4,8 @@
 #include <QObject>
 #include <QTimer>
 
+namespace simulator {
+
 // The driver calibration: it takes its time, and tells of itself when it has got busy and when it
 // is idle again.
 class AdaptationRun : public QObject
@@ -25,3 +27,5 @@ private:
     QTimer announcement;
     QTimer end;
 };
+
+} // namespace simulator

@@ -3,6 +3,8 @@
 
 #include <random>
 
+namespace simulator {
+
 namespace {
 
 std::vector<int> breakpoints(unsigned int count, int first, int step)
@@ -176,3 +178,5 @@ void CalibrationMaps::answer(
     const auto y = static_cast<unsigned int>(response.y_id());
     response.set_value(valueOf(cell(request.map_id(), x, y).value));
 }
+
+} // namespace simulator

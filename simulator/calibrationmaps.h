@@ -7,6 +7,8 @@
 #include <limits>
 #include <vector>
 
+namespace simulator {
+
 // The controller's calibration maps: tables of integers with integer breakpoints on both axes. Maps
 // are numbered from 0; in the values of a map the X index runs fastest.
 class CalibrationMaps
@@ -64,3 +66,5 @@ private:
     int smallestValue = std::numeric_limits<int>::min();
     int largestValue = std::numeric_limits<int>::max();
 };
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 #include <random>
 #include <set>
 
+namespace simulator {
+
 namespace {
 
 struct FrameKind
@@ -75,3 +77,5 @@ xcu::CandumpFrame CanTraffic::next(quint32 timeMs)
     advance(*sender.frame.mutable_data(), sender.sent++);
     return sender.frame;
 }
+
+} // namespace simulator

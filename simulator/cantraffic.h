@@ -6,6 +6,8 @@
 #include <QtGlobal>
 #include <vector>
 
+namespace simulator {
+
 // The traffic on the controller's CAN buses: an endless, repeatable sequence of frames. Identifiers
 // are 11 and 29 bits long, frames classic and FD, with and without bit rate switch; payloads hold
 // counters and slowly changing bytes, some frames have none.
@@ -29,3 +31,5 @@ private:
     std::vector<Sender> senders;
     std::size_t position = 0;
 };
+
+} // namespace simulator

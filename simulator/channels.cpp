@@ -4,6 +4,8 @@
 #include "schema/configuration.pb.h"
 #include "simulator/virtualinputs.h"
 
+namespace simulator {
+
 namespace {
 
 using Kind = LogChannel::Kind;
@@ -83,3 +85,5 @@ const std::vector<LogChannel>& logChannels()
     static const std::vector<LogChannel> channels = makeChannels();
     return channels;
 }
+
+} // namespace simulator

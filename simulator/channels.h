@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace simulator {
+
 // What the log channels of the virtual vehicle stand for: names and kinds for the configuration
 // blocks, raw ranges for the waveforms.
 struct LogChannel
@@ -25,3 +27,5 @@ constexpr int logChannelCount = 128;
 
 // All of them, by channel number.
 const std::vector<LogChannel>& logChannels();
+
+} // namespace simulator

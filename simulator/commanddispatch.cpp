@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/virtualcontroller.h"
 
+namespace simulator {
+
 // What the controller does with each command, by family. Each family hands on what is not its own.
 
 void VirtualController::handle(const xcu::Command& command)
@@ -239,3 +241,5 @@ void VirtualController::fillScope(int channel, xcu::ScopeDataResp& response) con
     response.set_second_value(sampleCount);
     response.set_third_value(samplePeriodMs);
 }
+
+} // namespace simulator

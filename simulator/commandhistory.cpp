@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/commandhistory.h"
 
+namespace simulator {
+
 void CommandHistory::add(const xcu::Command& command)
 {
     Entry& entry = members[command.req_case()];
@@ -28,3 +30,5 @@ std::optional<xcu::Command> CommandHistory::last(xcu::Command::ReqCase member) c
     const auto found = members.find(member);
     return found == members.end() ? std::nullopt : std::make_optional(found->second.last);
 }
+
+} // namespace simulator

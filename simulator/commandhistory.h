@@ -8,6 +8,8 @@
 #include <optional>
 #include <vector>
 
+namespace simulator {
+
 // What a controller was told: how often, what last, and the first so many commands in order.
 class CommandHistory
 {
@@ -34,3 +36,5 @@ private:
     std::vector<xcu::Command> commands;
     std::size_t most;
 };
+
+} // namespace simulator

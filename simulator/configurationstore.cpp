@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 namespace {
 
 constexpr unsigned int mainBlock = 0;
@@ -79,3 +81,5 @@ void ConfigurationStore::erase(unsigned int id)
 {
     blocks.erase(id);
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 #include <map>
 #include <string>
 
+namespace simulator {
+
 // The controller's numbered configuration blocks. A block is a 32-bit little-endian length and so
 // many bytes of a serialized ConfigData; the length 0xFFFFFFFF marks an empty block.
 class ConfigurationStore
@@ -29,3 +31,5 @@ private:
     std::map<unsigned int, std::string> blocks;
     std::string calibrationData;
 };
+
+} // namespace simulator

@@ -3,14 +3,14 @@
 
 #include "schema/link.pb.h"
 
-#include <QMetaType>
 #include <QString>
 #include <limits>
 #include <vector>
 
+namespace simulator {
+
 // The two shapes in which one unit stands on the USB bus, told apart by the product identifier.
 enum class Guise { Device, Bootloader };
-Q_DECLARE_METATYPE(Guise)
 
 // A rate, in items a second, that only the line limits.
 constexpr double asFastAsTheLineTakes = std::numeric_limits<double>::infinity();
@@ -57,3 +57,5 @@ struct ControllerOptions
     // The first so many commands are kept for VirtualController::received().
     std::size_t keepReceived = 20000;
 };
+
+} // namespace simulator

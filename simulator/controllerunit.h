@@ -6,6 +6,8 @@
 
 #include <utility>
 
+namespace simulator {
+
 // A controller with its port.
 struct ControllerUnit
 {
@@ -17,3 +19,5 @@ struct ControllerUnit
     VirtualController controller;
     MockedPort port;
 };
+
+} // namespace simulator

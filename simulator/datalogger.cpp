@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace simulator {
+
 Datalogger::Datalogger(int channels, quint32 seed, const VirtualInputs& inputs)
     : waveforms(seed)
     , virtualInputs(inputs)
@@ -49,3 +51,5 @@ int Datalogger::value(unsigned int channel, quint32 timeMs) const
     }
     return waveforms.value(channel, timeMs);
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 
 #include <QtGlobal>
 
+namespace simulator {
+
 class VirtualInputs;
 
 // The controller's data logger: which channels a session asked for, and the records of them.
@@ -36,3 +38,5 @@ private:
     bool running = false;
     quint32 sampleNumber = 0;
 };
+
+} // namespace simulator

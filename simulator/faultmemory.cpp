@@ -5,6 +5,8 @@
 #include <random>
 #include <utility>
 
+namespace simulator {
+
 namespace {
 
 constexpr quint32 faultType = 0;
@@ -50,3 +52,5 @@ std::vector<xcu::FaultItem> plausibleFaults(int count, quint32 seed)
     }
     return faults;
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 #include <QtGlobal>
 #include <vector>
 
+namespace simulator {
+
 // The controller's fault list. It survives a reset.
 class FaultMemory
 {
@@ -26,3 +28,5 @@ private:
 
 // So many plausible faults, repeatable from the seed.
 std::vector<xcu::FaultItem> plausibleFaults(int count, quint32 seed);
+
+} // namespace simulator

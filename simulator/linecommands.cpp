@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace simulator {
+
 namespace {
 
 // Each command of a unit gets the words behind its name, and gives false if they are wrong.
@@ -265,3 +267,5 @@ QString LineCommands::execute(const QString& line)
     }
     return {};
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <vector>
 
+namespace simulator {
+
 struct ControllerUnit;
 
 // Commands that change virtual controllers while they run, a line each. A line that begins with a
@@ -31,3 +33,5 @@ signals:
 private:
     std::vector<ControllerUnit*> units;
 };
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 
 #include <QDateTime>
 
+namespace simulator {
+
 LineTrace::LineTrace(const QString& path)
     : file(path)
 {
@@ -43,3 +45,5 @@ void LineTrace::add(const QString& who, const char* what, const QByteArray& deta
     }
     file.write(line + '\n');
 }
+
+} // namespace simulator

@@ -3,6 +3,8 @@
 
 #include <QFile>
 
+namespace simulator {
+
 struct ControllerUnit;
 
 // Writes down all that happens on the lines, as it happens, a line of text each:
@@ -28,3 +30,5 @@ public:
 private:
     QFile file;
 };
+
+} // namespace simulator

@@ -4,6 +4,8 @@
 #include <QtEndian>
 #include <cstring>
 
+namespace simulator {
+
 namespace {
 
 constexpr int headerSize = 4;
@@ -65,3 +67,5 @@ void FrameReader::clear()
 {
     *this = FrameReader();
 }
+
+} // namespace simulator

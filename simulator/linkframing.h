@@ -5,6 +5,8 @@
 #include <google/protobuf/message_lite.h>
 #include <string>
 
+namespace simulator {
+
 // The controller's own end of the framing: 32-bit little-endian payload length, then the payload.
 // It shares nothing with the PC's end on purpose, so that the two check each other.
 
@@ -29,3 +31,5 @@ private:
     int consumed = 0;       // bytes at the start of the buffer that were handed out
     quint64 passedOver = 0; // bytes still to come of a payload that is too long
 };
+
+} // namespace simulator

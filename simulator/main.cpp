@@ -5,6 +5,8 @@
 #include <QTextStream>
 #include <QTimer>
 
+using namespace simulator;
+
 int main(int argc, char* argv[])
 {
     QCoreApplication application(argc, argv);

@@ -9,6 +9,8 @@
 #include <QScopedValueRollback>
 #include <atomic>
 
+namespace simulator {
+
 namespace {
 
 // Bytes that wait for the terminal. Above the first mark the controller pushes nothing any more
@@ -196,3 +198,5 @@ void MockedPort::dropOutput()
         terminal->discardUnread();
     }
 }
+
+} // namespace simulator

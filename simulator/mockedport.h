@@ -9,6 +9,8 @@
 #include <QTimer>
 #include <memory>
 
+namespace simulator {
+
 class PseudoTerminal;
 class Testbed;
 class VirtualController;
@@ -77,3 +79,5 @@ private:
     quint64 receivedBytes = 0;
     quint64 sentBytes = 0;
 };
+
+} // namespace simulator

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace simulator {
+
 Pacer::Pacer(double perSecond)
     : itemsPerSecond(perSecond)
 {
@@ -33,3 +35,5 @@ int Pacer::take(int most)
     taken += due;
     return static_cast<int>(due);
 }
+
+} // namespace simulator

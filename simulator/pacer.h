@@ -3,6 +3,8 @@
 
 #include <QElapsedTimer>
 
+namespace simulator {
+
 // Tells how many items of a steady stream are due by now.
 class Pacer
 {
@@ -22,3 +24,5 @@ private:
     QElapsedTimer clock;
     double taken = 0; // items since start, a whole number
 };
+
+} // namespace simulator

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/pidtuner.h"
 
+namespace simulator {
+
 namespace {
 
 constexpr std::array<int, 5> factorySettings = {1200, 80, 15, -1000, 1000};
@@ -48,3 +50,5 @@ void PidTuner::fill(unsigned int id, xcu::PidTunerGetPidResp& response) const
     response.set_param_4(parameters[3]);
     response.set_param_5(parameters[4]);
 }
+
+} // namespace simulator

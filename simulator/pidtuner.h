@@ -5,6 +5,8 @@
 
 #include <array>
 
+namespace simulator {
+
 // The controller's regulators, numbered from 0, with five parameters each.
 class PidTuner
 {
@@ -24,3 +26,5 @@ private:
 
     std::array<Parameters, regulatorCount> regulators;
 };
+
+} // namespace simulator

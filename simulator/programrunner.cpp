@@ -3,6 +3,8 @@
 
 #include <csignal>
 
+namespace simulator {
+
 ProgramRunner::ProgramRunner(QObject* parent)
     : QObject(parent)
 {
@@ -38,3 +40,5 @@ void ProgramRunner::sendSignal(int number)
         ::kill(static_cast<pid_t>(process.processId()), number);
     }
 }
+
+} // namespace simulator

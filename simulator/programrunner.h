@@ -4,6 +4,8 @@
 #include <QObject>
 #include <QProcess>
 
+namespace simulator {
+
 // The program that virtual-xcu runs, with the standard channels of virtual-xcu itself.
 class ProgramRunner : public QObject
 {
@@ -29,3 +31,5 @@ signals:
 private:
     QProcess process;
 };
+
+} // namespace simulator

@@ -12,6 +12,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+namespace simulator {
+
 namespace {
 
 constexpr int openFlags = O_NOCTTY | O_CLOEXEC; // a child must not hold a port open
@@ -147,3 +149,5 @@ bool PseudoTerminal::isFarEndInUse()
     }
     return inUse;
 }
+
+} // namespace simulator

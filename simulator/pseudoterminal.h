@@ -7,6 +7,8 @@
 #include <QString>
 #include <memory>
 
+namespace simulator {
+
 // A pseudo terminal pair without any line discipline, and a watch on who has its far end open. The
 // near end never blocks.
 //
@@ -69,3 +71,5 @@ private:
     std::unique_ptr<QSocketNotifier> writeNotifier;
     std::unique_ptr<QSocketNotifier> watchNotifier;
 };
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace simulator {
+
 namespace {
 
 struct Caught
@@ -49,3 +51,5 @@ void SignalCatcher::read()
         emit caught(event.number, event.fromTerminal);
     }
 }
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 #include <QSocketNotifier>
 #include <memory>
 
+namespace simulator {
+
 // SIGHUP, SIGINT and SIGTERM as events. There is one such object in a process at the most.
 class SignalCatcher : public QObject
 {
@@ -23,3 +25,5 @@ private:
 
     std::unique_ptr<QSocketNotifier> notifier;
 };
+
+} // namespace simulator

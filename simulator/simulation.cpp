@@ -12,6 +12,8 @@
 #include <unistd.h>
 #include <utility>
 
+namespace simulator {
+
 namespace {
 
 // Standard output belongs to the program that runs.
@@ -92,7 +94,8 @@ void Simulation::start()
     if (options.interactive) {
         listenTo(::dup(STDIN_FILENO));
     }
-    if (!options.commandsPath.isEmpty() && !listenTo(LineSource::openPath(options.commandsPath))) {
+    if (!options.commandsPath.isEmpty() &&
+        !listenTo(CommandInput::openPath(options.commandsPath))) {
         tell("no commands can be read from " + options.commandsPath);
         QCoreApplication::exit(wrongUsage);
     } else if (options.program.isEmpty()) {
@@ -109,8 +112,8 @@ bool Simulation::listenTo(int descriptor)
     if (descriptor < 0) {
         return false;
     }
-    sources.push_back(std::make_unique<LineSource>(descriptor));
-    connect(sources.back().get(), &LineSource::line, this, [this](const QString& line) {
+    sources.push_back(std::make_unique<CommandInput>(descriptor));
+    connect(sources.back().get(), &CommandInput::line, this, [this](const QString& line) {
         trace.add(QStringLiteral("-"), "told", line.toUtf8());
         const QString result = commands->execute(line);
         if (!result.isEmpty()) {
@@ -157,3 +160,5 @@ void Simulation::writeStatistics() const
         tell("the counts cannot be written to " + options.statsPath);
     }
 }
+
+} // namespace simulator

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "simulator/commandinput.h"
 #include "simulator/controllerunit.h"
 #include "simulator/linecommands.h"
-#include "simulator/linesource.h"
 #include "simulator/linetrace.h"
 #include "simulator/programrunner.h"
 #include "simulator/signalcatcher.h"
@@ -13,6 +13,8 @@
 #include <QObject>
 #include <memory>
 #include <vector>
+
+namespace simulator {
 
 // What virtual-xcu is: controllers on a bus, perhaps a program that uses them, and somebody who
 // gives commands.
@@ -42,7 +44,9 @@ private:
     Testbed testbed;
     std::vector<std::unique_ptr<ControllerUnit>> units;
     std::unique_ptr<LineCommands> commands;
-    std::vector<std::unique_ptr<LineSource>> sources;
+    std::vector<std::unique_ptr<CommandInput>> sources;
     ProgramRunner runner;
     SignalCatcher signalCatcher;
 };
+
+} // namespace simulator

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <limits>
 
+namespace simulator {
+
 namespace {
 
 constexpr const char* description = R"(
@@ -250,3 +252,5 @@ double parseRate(const QString& text)
     const double rate = text.toDouble(&isNumber);
     return isNumber && std::isfinite(rate) && rate >= 0 ? rate : -1;
 }
+
+} // namespace simulator

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <vector>
 
+namespace simulator {
+
 // What the command line of virtual-xcu asks for.
 struct SimulationOptions
 {
@@ -32,3 +34,5 @@ ParsedCommandLine parseCommandLine(const QStringList& arguments);
 
 // A rate in items a second, or the word "flood"; negative if it is neither.
 double parseRate(const QString& text);
+
+} // namespace simulator

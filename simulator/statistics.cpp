@@ -3,6 +3,8 @@
 
 #include "simulator/controllerunit.h"
 
+namespace simulator {
+
 QString statisticsText(const ControllerUnit& unit)
 {
     const VirtualController& controller = unit.controller;
@@ -30,3 +32,5 @@ QString statisticsText(const ControllerUnit& unit)
     add(QStringLiteral("bytes out"), unit.port.bytesOut());
     return text;
 }
+
+} // namespace simulator

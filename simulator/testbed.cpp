@@ -8,6 +8,8 @@
 #include <QDir>
 #include <QFile>
 
+namespace simulator {
+
 namespace {
 
 constexpr const char* preloadLibrary = "libumockdev-preload.so.0";
@@ -147,3 +149,5 @@ QString Testbed::nodePath(const QString& name) const
 {
     return rootDirectory + QStringLiteral("/dev/") + name;
 }
+
+} // namespace simulator

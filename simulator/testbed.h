@@ -8,6 +8,8 @@
 #include <QString>
 #include <memory>
 
+namespace simulator {
+
 // A view of /sys and /dev of its own, in a temporary directory, for programs that are started with
 // the environment given here. A process has one testbed at the most; it sees the testbed itself if
 // it was started under the preload.
@@ -42,3 +44,5 @@ private:
     QHash<QString, QString>
         usbPaths; // by port name, kept for good: a unit comes back to its socket
 };
+
+} // namespace simulator

@@ -5,6 +5,8 @@
 
 #include <utility>
 
+namespace simulator {
+
 TroubledLine::TroubledLine(quint32 seed, QObject* parent)
     : QObject(parent)
     , random(seed)
@@ -116,3 +118,5 @@ void TroubledLine::clear()
     delayTimer.stop();
     pauseTimer.stop();
 }
+
+} // namespace simulator

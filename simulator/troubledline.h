@@ -11,6 +11,8 @@
 #include <deque>
 #include <random>
 
+namespace simulator {
+
 // The controller's way out to the line, with all the trouble that can be had there.
 class TroubledLine : public QObject
 {
@@ -59,3 +61,5 @@ private:
     QTimer delayTimer;
     QTimer pauseTimer;
 };
+
+} // namespace simulator

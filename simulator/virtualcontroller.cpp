@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+namespace simulator {
+
 namespace {
 
 // One seed for each thing that looks random, so that they do not move in step.
@@ -33,7 +35,6 @@ VirtualController::VirtualController(ControllerOptions options, QObject* parent)
     , framePacer(settings.framesPerSecond)
     , history(settings.keepReceived)
 {
-    qRegisterMetaType<Guise>("Guise");
     steadyClock.start();
     clock = [this] { return steadyClock.elapsed(); };
     recordResponse.set_protocol_version(1);
@@ -222,3 +223,5 @@ void VirtualController::push()
     }
     line.flush();
 }
+
+} // namespace simulator

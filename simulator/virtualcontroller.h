@@ -24,6 +24,8 @@
 #include <optional>
 #include <vector>
 
+namespace simulator {
+
 // A controller without any port: line bytes in, line bytes out. It answers every command that has
 // an answer, counts what it is told, and misbehaves as its options say.
 //
@@ -151,3 +153,5 @@ private:
     quint64 frameTotal = 0;
     quint64 responseTotal = 0;
 };
+
+} // namespace simulator

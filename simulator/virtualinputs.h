@@ -3,6 +3,8 @@
 
 #include <array>
 
+namespace simulator {
+
 // The inputs that the PC sets instead of a sensor: 12, counted from 0, 0 after power-up. The log
 // shows input i in channel firstChannel + i.
 class VirtualInputs
@@ -19,3 +21,5 @@ public:
 private:
     std::array<int, inputCount> values = {};
 };
+
+} // namespace simulator

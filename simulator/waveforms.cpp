@@ -5,6 +5,8 @@
 #include <cmath>
 #include <random>
 
+namespace simulator {
+
 namespace {
 
 // All shapes are fractions of the span in 1/65536, so that a value costs no floating point.
@@ -79,3 +81,5 @@ int Waveforms::value(unsigned int channel, quint32 timeMs) const
     }
     return wave.low + static_cast<int>((quint64(wave.span + 1) * fraction) >> fractionBits);
 }
+
+} // namespace simulator

@@ -6,6 +6,8 @@
 #include <QtGlobal>
 #include <vector>
 
+namespace simulator {
+
 // What the log channels show while a controller runs: a pure function of seed, channel and
 // controller time, so that a record can be checked from nothing but its timestamp.
 class Waveforms
@@ -29,3 +31,5 @@ private:
 
     std::vector<Wave> waves;
 };
+
+} // namespace simulator

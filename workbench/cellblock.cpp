@@ -3,6 +3,8 @@
 
 #include <QVariant>
 
+namespace workbench {
+
 namespace {
 
 // The first fields of a text. Unlike QString::split it makes no more of them than are asked for: a
@@ -62,3 +64,5 @@ CellBlock fromText(const QString& text, int mostRows, int mostColumns)
     }
     return cells;
 }
+
+} // namespace workbench

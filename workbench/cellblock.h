@@ -5,6 +5,8 @@
 #include <QStringList>
 #include <QVector>
 
+namespace workbench {
+
 // A block of table cells as it travels over the clipboard: the texts of the cells, row by row.
 using CellBlock = QVector<QStringList>;
 
@@ -18,3 +20,5 @@ QString toHtml(const CellBlock& cells);
 // Reads tab-separated text, at most the given number of rows and of columns in a row. Empty fields
 // count, also those at the ends; carriage returns stay in the last field of their line.
 CellBlock fromText(const QString& text, int mostRows, int mostColumns);
+
+} // namespace workbench

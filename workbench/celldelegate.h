@@ -3,6 +3,8 @@
 
 #include <QStyledItemDelegate>
 
+namespace workbench {
+
 // Shows no more of a cell's text than fits on a screen. To lay out the megabytes that a paste may
 // leave in a cell takes seconds, at every painting.
 class CellDelegate : public QStyledItemDelegate
@@ -16,3 +18,5 @@ public:
         return QStyledItemDelegate::displayText(value, locale).left(mostShown);
     }
 };
+
+} // namespace workbench

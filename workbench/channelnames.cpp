@@ -3,6 +3,8 @@
 
 #include <QSettings>
 
+namespace workbench {
+
 QStringList channelNames(int first, int end)
 {
     QStringList names;
@@ -17,3 +19,5 @@ QStringList channelNames(int first, int end)
     }
     return names;
 }
+
+} // namespace workbench

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace workbench {
+
 namespace {
 
 constexpr std::size_t blockSize = 256;
@@ -102,3 +104,5 @@ void thinColumns(QVector<QPointF>& points, double width)
     }
     points.resize(kept);
 }
+
+} // namespace workbench

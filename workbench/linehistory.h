@@ -5,6 +5,8 @@
 #include <QVector>
 #include <vector>
 
+namespace workbench {
+
 // All points of one line, in the order in which they came. X need not ascend: a controller that
 // restarts begins its time anew. 8 bytes a point.
 class LineHistory
@@ -39,3 +41,5 @@ private:
 // one. Columns are width wide and counted from X = 0, so that they stay where they are while the
 // view is scrolled; a width that is not positive and finite keeps all points.
 void thinColumns(QVector<QPointF>& points, double width);
+
+} // namespace workbench

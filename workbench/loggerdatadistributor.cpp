@@ -52,7 +52,8 @@ void LoggerDataDistributor::loggerDataReceived(
     unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
 {
     if (values.size() > mostValues) {
-        traceLine("Refused record of ", values.size(), " values"); // each would become a table row
+        comm::traceLine(
+            "Refused record of ", values.size(), " values"); // each would become a table row
         return;
     }
     const std::list<IDataPresenter*> registered = sinks;

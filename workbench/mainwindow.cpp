@@ -83,7 +83,7 @@ void MainWindow::portRefresher()
     ui->menuConnection->clear();
     portActions.clear();
     for (const QSerialPortInfo& port : qAsConst(availablePorts)) {
-        if (isControllerPort(port)) {
+        if (comm::isControllerPort(port)) {
             portActions[ui->menuConnection->addAction(port.serialNumber())] = port;
         }
     }

@@ -44,7 +44,7 @@ void MapContainer::tunerClosing(QObject* editor)
 void MapContainer::mapTuningStart(unsigned int mapCount)
 {
     if (mapCount > mostMaps) {
-        traceLine("Refused map count ", mapCount);
+        comm::traceLine("Refused map count ", mapCount);
         return;
     }
     for (int mapId = 0; mapId < static_cast<int>(mapCount); ++mapId) {
@@ -81,7 +81,7 @@ void MapContainer::mapTuningMap(
     unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
     std::vector<int>&& values)
 {
-    traceLine("Received map data ", mapId, ": x: ", xLabels.size(), " y: ", yLabels.size());
+    comm::traceLine("Received map data ", mapId, ": x: ", xLabels.size(), " y: ", yLabels.size());
     if (MapTuning* editor = mapTuners.value(static_cast<int>(mapId))) {
         editor->mapTuningMap(std::move(xLabels), std::move(yLabels), std::move(values));
     }

@@ -31,7 +31,7 @@ MapTuning::MapTuning(unsigned int id, CommandsSender* sender, QWidget* parent)
     , commandsSender(sender)
 {
     ui->setupUi(this);
-    ui->mapValues->setItemDelegate(new CellDelegate(this));
+    ui->mapValues->setItemDelegate(new workbench::CellDelegate(this));
     setWindowTitle(QStringLiteral("Map ID: %1").arg(mapId));
     commandsSender->sendMapTunerGetMapDetails(mapId);
     addShortcut("p", ui->mapValues, this, &MapTuning::mapValues_increaseValues);
@@ -45,7 +45,7 @@ MapTuning::~MapTuning() = default;
 void MapTuning::updateMapByParameters(unsigned int newXSize, unsigned int newYSize)
 {
     if (newXSize > largestSize || newYSize > largestSize) {
-        traceLine("Refused size of map ", mapId, ": x: ", newXSize, " y: ", newYSize);
+        comm::traceLine("Refused size of map ", mapId, ": x: ", newXSize, " y: ", newYSize);
         return;
     }
     xSize = newXSize;
@@ -58,20 +58,20 @@ void MapTuning::updateMapByParameters(unsigned int newXSize, unsigned int newYSi
 // Nothing blocks the table's signals, on purpose: each item set here goes back to the controller.
 void MapTuning::mapTuningMap(std::vector<int>&& x, std::vector<int>&& y, std::vector<int>&& values)
 {
-    traceLine("Received map data: x: ", x.size(), " y: ", y.size());
+    comm::traceLine("Received map data: x: ", x.size(), " y: ", y.size());
     for (unsigned int i = 0; i < xSize && i < x.size(); ++i) {
-        traceLine("x[", i, "] = ", x[i]);
+        comm::traceLine("x[", i, "] = ", x[i]);
         setNumber(0, static_cast<int>(i) + 1, x[i]);
     }
     for (unsigned int j = 0; j < ySize && j < y.size(); ++j) {
-        traceLine("y[", j, "] = ", y[j]);
+        comm::traceLine("y[", j, "] = ", y[j]);
         setNumber(static_cast<int>(j) + 1, 0, y[j]);
     }
     for (unsigned int i = 0; i < xSize; ++i) {
         for (unsigned int j = 0; j < ySize; ++j) {
             const std::size_t index = std::size_t(xSize) * j + i;
             if (index < values.size()) {
-                traceLine("v[", i, ", ", j, "] = ", values[index]);
+                comm::traceLine("v[", i, ", ", j, "] = ", values[index]);
                 setNumber(static_cast<int>(j) + 1, static_cast<int>(i) + 1, values[index]);
             }
         }
@@ -105,7 +105,7 @@ void MapTuning::on_mapValues_cellChanged(int row, int column)
 void MapTuning::onLabelXChanged(int value)
 {
     const int id = labelXIds[sender()];
-    traceLine("xLabelId = ", id);
+    comm::traceLine("xLabelId = ", id);
     commandsSender->sendMapTunerSetMapLabel(
         mapId, CommandsSender::MapAxis::X, static_cast<unsigned int>(id), value);
 }
@@ -113,7 +113,7 @@ void MapTuning::onLabelXChanged(int value)
 void MapTuning::onLabelYChanged(int value)
 {
     const int id = labelYIds[sender()];
-    traceLine("yLabelId = ", id);
+    comm::traceLine("yLabelId = ", id);
     commandsSender->sendMapTunerSetMapLabel(
         mapId, CommandsSender::MapAxis::Y, static_cast<unsigned int>(id), value);
 }
@@ -122,8 +122,8 @@ void MapTuning::onValueChanged(int value)
 {
     const int xId = valueXIds[sender()];
     const int yId = valueYIds[sender()];
-    traceLine("xId = ", xId);
-    traceLine("yId = ", yId);
+    comm::traceLine("xId = ", xId);
+    comm::traceLine("yId = ", yId);
     commandsSender->sendMapTunerSetMapValue(
         mapId, static_cast<unsigned int>(xId), static_cast<unsigned int>(yId), value);
 }

@@ -13,7 +13,7 @@ void MapTuning::mapValues_copy()
     if (rectangle.isEmpty()) {
         return;
     }
-    CellBlock cells;
+    workbench::CellBlock cells;
     for (int row = rectangle.top(); row <= rectangle.bottom(); ++row) {
         cells << QStringList();
         for (int column = rectangle.left(); column <= rectangle.right(); ++column) {
@@ -23,10 +23,10 @@ void MapTuning::mapValues_copy()
     }
     // The text replaces the table that was put there a moment before: other programs get the text.
     auto* table = new QMimeData;
-    table->setHtml(toHtml(cells));
+    table->setHtml(workbench::toHtml(cells));
     QClipboard* clipboard = QGuiApplication::clipboard();
     clipboard->setMimeData(table);
-    clipboard->setText(toText(cells));
+    clipboard->setText(workbench::toText(cells));
 }
 
 void MapTuning::mapValues_paste()
@@ -36,7 +36,7 @@ void MapTuning::mapValues_paste()
     if (target.isEmpty()) {
         return;
     }
-    const CellBlock cells = fromText(text, target.height(), target.width());
+    const workbench::CellBlock cells = workbench::fromText(text, target.height(), target.width());
     for (int row = 0; row < cells.size(); ++row) {
         for (int column = 0; column < cells[row].size(); ++column) {
             const int tableRow = target.top() + row;

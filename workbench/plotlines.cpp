@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace workbench {
+
 namespace {
 
 constexpr int mostDrawnByChart = 500; // points of a line
@@ -255,3 +257,5 @@ int PlotLines::paintSegments(Line& line, int most) const
     }
     return segments;
 }
+
+} // namespace workbench

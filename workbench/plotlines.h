@@ -11,6 +11,8 @@
 #include <QtCharts/QValueAxis>
 #include <vector>
 
+namespace workbench {
+
 // Lets the lines of a chart grow for hours at a cost that does not grow with them. The picture is
 // the one that the chart would draw of all points.
 //
@@ -77,3 +79,5 @@ private:
     double left = 0;         // X values, some pixels beyond the ends of the axis
     double right = 0;
 };
+
+} // namespace workbench

@@ -45,7 +45,7 @@ PlotViewer::PlotViewer(QWidget* parent)
     panel->setLayout(panelLayout);
     panel->hide();
     ui->horizontalLayout->addWidget(panel);
-    lines = std::make_unique<PlotLines>(chart, axisX, axisY);
+    lines = std::make_unique<workbench::PlotLines>(chart, axisX, axisY);
     // These count from 0 and the rows that come with the data from 1, on purpose: "data 4" is
     // followed by "data 6".
     for (int row = 0; row < firstRows; ++row) {
@@ -69,7 +69,7 @@ void PlotViewer::update(unsigned int sampleNumber, unsigned int timestamp, std::
 {
     const int channels = static_cast<int>(values.size());
     const int rows = static_cast<int>(channelLabels.size());
-    for (const QString& name : channelNames(rows, channels)) {
+    for (const QString& name : workbench::channelNames(rows, channels)) {
         addRow(name);
     }
     const float time = recordTime(sampleNumber, timestamp);

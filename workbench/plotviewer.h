@@ -12,10 +12,13 @@
 #include <string>
 #include <vector>
 
-class PlotLines;
 class QCheckBox;
 class QFormLayout;
 class QLabel;
+
+namespace workbench {
+class PlotLines;
+}
 
 namespace Ui {
 class PlotViewer;
@@ -56,5 +59,5 @@ private:
     QFormLayout* panelLayout;
     QWidget* panel;
     int panelOpen = 0; // 1 while the panel is shown
-    std::unique_ptr<PlotLines> lines;
+    std::unique_ptr<workbench::PlotLines> lines;
 };

@@ -3,6 +3,8 @@
 
 #include <QGridLayout>
 
+namespace workbench {
+
 // A grid that can be kept as it is while labels in it change their texts. Each new text would have
 // it laid out anew, which takes longer than to paint the texts.
 class SteadyGridLayout : public QGridLayout
@@ -24,3 +26,5 @@ public:
 private:
     bool steady = false;
 };
+
+} // namespace workbench

@@ -25,7 +25,7 @@ void setTextQuietly(QLabel* label, const QString& text)
 
 ValueViewer::ValueViewer(QWidget* parent)
     : QWidget(parent)
-    , gridLayout(new SteadyGridLayout(this))
+    , gridLayout(new workbench::SteadyGridLayout(this))
     , seqNo(new QLabel(QStringLiteral("SeqNo: ")))
     , timestamp(new QLabel(QStringLiteral("Timestamp: ")))
 {
@@ -44,7 +44,7 @@ void ValueViewer::update(
     unsigned int sampleNumber, unsigned int timestampMs, std::vector<int>& values)
 {
     const int rows = static_cast<int>(channelLabels.size());
-    for (const QString& name : ::channelNames(rows, static_cast<int>(values.size()))) {
+    for (const QString& name : workbench::channelNames(rows, static_cast<int>(values.size()))) {
         addRow(name);
     }
     gridLayout->setSteady(true);

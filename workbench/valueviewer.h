@@ -10,7 +10,10 @@
 
 class QCheckBox;
 class QLabel;
+
+namespace workbench {
 class SteadyGridLayout;
+}
 
 // Lists the latest value of every channel. The first record with n values gives it n rows; rows are
 // never taken away. The right button changes between the setup view, with all rows and a check box
@@ -35,7 +38,7 @@ private:
     void addRow(const QString& name);
     std::array<int, 3> neededWidths() const;
 
-    SteadyGridLayout* gridLayout;
+    workbench::SteadyGridLayout* gridLayout;
     QLabel* seqNo;
     QLabel* timestamp;
     std::vector<bool> channelShown;

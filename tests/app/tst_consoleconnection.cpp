@@ -4,9 +4,9 @@
 
 namespace {
 
-ControllerOptions unit(const QString& serialNumber)
+simulator::ControllerOptions unit(const QString& serialNumber)
 {
-    ControllerOptions options;
+    simulator::ControllerOptions options;
     options.serialNumber = serialNumber;
     return options;
 }
@@ -57,7 +57,7 @@ private slots:
     void theSelectedOneOfTwoIsOpened()
     {
         ConsoleHome home;
-        PortRig rig(std::vector<ControllerOptions>{unit("XCU0001"), unit("XCU0002")});
+        PortRig rig(std::vector<simulator::ControllerOptions>{unit("XCU0001"), unit("XCU0002")});
         rig.plug(0);
         rig.plug(1);
         ConsoleRig console;
@@ -85,8 +85,8 @@ private slots:
     void aBootloaderIsListedByItsBareNumber()
     {
         ConsoleHome home;
-        ControllerOptions options = unit("XCU0009");
-        options.guise = Guise::Bootloader;
+        simulator::ControllerOptions options = unit("XCU0009");
+        options.guise = simulator::Guise::Bootloader;
         PortRig rig(options);
         rig.plug();
         ConsoleRig console;
@@ -95,7 +95,7 @@ private slots:
         console.click("pushButton_2");
         QCOMPARE(console.status(), "Connected");
         // A unit that changes its guise is gone, and what comes back is not connected by itself.
-        rig.changeGuise(Guise::Device);
+        rig.changeGuise(simulator::Guise::Device);
         QTRY_COMPARE(console.text("pushButton_2"), "Connect");
         QTRY_COMPARE(list->currentText(), "XCU0009 XCU");
         QCOMPARE(console.status(), "Disconnected");

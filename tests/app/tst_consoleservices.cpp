@@ -41,7 +41,7 @@ private slots:
 
     void blockZeroIsBackedUpAndNamesChannels()
     {
-        ConfigurationStore& store = console->controller().configuration();
+        simulator::ConfigurationStore& store = console->controller().configuration();
         const QString backup = home->files("*.xcu").value(0);
         QVERIFY(backup.contains("/XCU0001/extLoggerBackup/"));
         QCOMPARE(contents(backup), QByteArray::fromStdString(store.block(0)));

@@ -110,14 +110,14 @@ private slots:
     void destroyedInTheMiddleOfASession()
     {
         ConsoleHome home;
-        PortRig rig(ControllerOptions(), PortRig::Lives::InOwnThread);
+        PortRig rig(simulator::ControllerOptions(), PortRig::Lives::InOwnThread);
         rig.plug();
         {
             ConsoleRig console;
             QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
             console.click("pushButton_2");
             console.click("passiveDatalogger");
-            rig.run([](VirtualController& unit) { unit.setRecordRate(2000); });
+            rig.run([](simulator::VirtualController& unit) { unit.setRecordRate(2000); });
             console.click("startLogging");
             QTRY_VERIFY(console.status().startsWith("Received logger data"));
             console.window.addTag("end");

@@ -13,7 +13,8 @@
 class MockedTty
 {
 public:
-    explicit MockedTty(const QString& serialNumber, Guise guise = Guise::Device)
+    explicit MockedTty(
+        const QString& serialNumber, simulator::Guise guise = simulator::Guise::Device)
     {
         static int count = 0;
         terminal.setReadNotification(false); // the test asks when it likes
@@ -49,11 +50,11 @@ public:
     QString name;
 
 private:
-    static Testbed& testbed()
+    static simulator::Testbed& testbed()
     {
-        static Testbed bed;
+        static simulator::Testbed bed;
         return bed;
     }
 
-    PseudoTerminal terminal;
+    simulator::PseudoTerminal terminal;
 };

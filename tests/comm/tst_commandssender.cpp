@@ -31,7 +31,7 @@ private slots:
             QTRY_VERIFY((sent += tty.read()).size() > 4);
             xcu::Command command;
             const std::string payload = sent.mid(4).toStdString();
-            QCOMPARE(sent.toStdString(), makeFrame(payload)); // and nothing besides
+            QCOMPARE(sent.toStdString(), comm::makeFrame(payload)); // and nothing besides
             QVERIFY(command.ParseFromString(payload));
             members.insert(command.req_case());
             QCOMPARE(command.protocol_version(), 1U);

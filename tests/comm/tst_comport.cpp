@@ -19,7 +19,7 @@ using Payloads = QList<QByteArray>;
 
 QByteArray frame(const QByteArray& payload)
 {
-    return QByteArray::fromStdString(makeFrame(payload.toStdString()));
+    return QByteArray::fromStdString(comm::makeFrame(payload.toStdString()));
 }
 
 // A ComPort with a line to it, and what it delivered.
@@ -94,13 +94,13 @@ private slots:
     void failedOpenReportsThePortThatWasTried()
     {
         ComPort port;
-        const QSerialPortInfo gone = MockedTty("XCU1", Guise::Bootloader).info();
+        const QSerialPortInfo gone = MockedTty("XCU1", simulator::Guise::Bootloader).info();
         QVERIFY(!port.open(gone));
         QVERIFY(!port.isOpen());
         QVERIFY(port.getOpenedPort() == gone);
         QCOMPARE(port.getSerialNumber(), std::string("XCU1"));
-        QCOMPARE(port.getVid(), UsbId::vendor);
-        QCOMPARE(port.getPid(), UsbId::bootloader);
+        QCOMPARE(port.getVid(), comm::UsbId::vendor);
+        QCOMPARE(port.getPid(), comm::UsbId::bootloader);
         QVERIFY(!port.error().empty());
     }
 
@@ -213,7 +213,7 @@ private slots:
         for (const char from :
              {'m', 'w'}) { // what was queued comes after what was written directly
             for (int i = 0; i < 50; ++i) {
-                expected += makeFrame(payload(from, i));
+                expected += comm::makeFrame(payload(from, i));
             }
         }
         QByteArray sent;

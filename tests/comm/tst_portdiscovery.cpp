@@ -38,7 +38,7 @@ private slots:
             QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), QString());
         }
         const MockedTty device("XCU7");
-        const MockedTty other("xcu7", Guise::Bootloader);
+        const MockedTty other("xcu7", simulator::Guise::Bootloader);
         QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), device.name);
         QCOMPARE(nameOf(getDevicePortBySerialNumber, "XCU7"), device.name);
         QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "XCU7"), QString());
@@ -63,7 +63,7 @@ private slots:
 
     void eitherServiceTakesABootloader()
     {
-        auto tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
+        auto tty = std::make_unique<MockedTty>("XCU1", simulator::Guise::Bootloader);
         ComPort port;
         QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
         QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
@@ -73,7 +73,7 @@ private slots:
         QCOMPARE(asBootloader.count(), 1);
         tty.reset();
         port.reconnect();
-        tty = std::make_unique<MockedTty>("XCU1", Guise::Bootloader);
+        tty = std::make_unique<MockedTty>("XCU1", simulator::Guise::Bootloader);
         port.reconnectDeviceService();
         QCOMPARE(asBootloader.count(), 2);
         QVERIFY(!asBootloader.wait(300)); // and no further attempt is made
@@ -116,7 +116,7 @@ private slots:
             found = true;
         });
         const bool tooEarly = QTest::qWaitFor([&] { return found.load(); }, 300);
-        const MockedTty bootloader("XCU1", Guise::Bootloader);
+        const MockedTty bootloader("XCU1", simulator::Guise::Bootloader);
         waiting.join();
         QVERIFY(found && !tooEarly);
     }
@@ -144,7 +144,7 @@ private slots:
                 ++count;
                 return QList<QSerialPortInfo>();
             };
-            PortList list({[&] { return names; }, enumerate, [&] { return now; }});
+            comm::PortList list({[&] { return names; }, enumerate, [&] { return now; }});
             QList<int> counts;
             for (const int ticks : {1, 20, 30, 1, 20, 30}) {
                 names = counts.size() < 3 ? row.before : row.after;

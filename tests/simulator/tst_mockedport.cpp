@@ -9,6 +9,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+using namespace simulator;
+
 namespace {
 
 QByteArray frameOf(const xcu::Command& command)

@@ -5,6 +5,8 @@
 #include <QtTest>
 #include <google/protobuf/text_format.h>
 
+using namespace simulator;
+
 namespace {
 
 // What a controller sent, put together again.

@@ -11,6 +11,8 @@
 #include <csignal>
 #include <sys/stat.h>
 
+using namespace simulator;
+
 namespace {
 
 // virtual-xcu with a shell as its program.

@@ -8,7 +8,7 @@
 struct QuietController
 {
     PortRig rig = [] {
-        ControllerOptions options;
+        simulator::ControllerOptions options;
         options.recordsPerSecond = 0;
         options.framesPerSecond = 0;
         options.calibrationMs = 0;
@@ -53,7 +53,7 @@ public:
         QTRY_COMPARE(status(), QString("Received logger data %1").arg(at));
     }
 
-    VirtualController& controller() { return rig.controller(); }
+    simulator::VirtualController& controller() { return rig.controller(); }
     int count(xcu::Command::ReqCase member) { return rig.count(member); }
 
     qint64 now = 0;

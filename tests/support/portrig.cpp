@@ -35,7 +35,7 @@ private:
     const std::function<void()>* pending = nullptr;
 };
 
-PortRig::PortRig(std::vector<ControllerOptions> controllers, Lives where)
+PortRig::PortRig(std::vector<simulator::ControllerOptions> controllers, Lives where)
     : worker(std::make_unique<Worker>())
 {
     if (where == Lives::InOwnThread) {
@@ -43,9 +43,10 @@ PortRig::PortRig(std::vector<ControllerOptions> controllers, Lives where)
         thread.start();
     }
     inRigThread([&] {
-        testbed = std::make_unique<Testbed>();
-        for (ControllerOptions& options : controllers) {
-            units.push_back(std::make_unique<ControllerUnit>(*testbed, std::move(options)));
+        testbed = std::make_unique<simulator::Testbed>();
+        for (simulator::ControllerOptions& options : controllers) {
+            units.push_back(
+                std::make_unique<simulator::ControllerUnit>(*testbed, std::move(options)));
         }
     });
 }

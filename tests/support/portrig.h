@@ -25,19 +25,20 @@ public:
     enum class Lives { InCallingThread, InOwnThread };
 
     explicit PortRig(Lives where = Lives::InCallingThread)
-        : PortRig(ControllerOptions(), where)
+        : PortRig(simulator::ControllerOptions(), where)
     {}
-    explicit PortRig(ControllerOptions options, Lives where = Lives::InCallingThread)
-        : PortRig(std::vector<ControllerOptions>{std::move(options)}, where)
+    explicit PortRig(simulator::ControllerOptions options, Lives where = Lives::InCallingThread)
+        : PortRig(std::vector<simulator::ControllerOptions>{std::move(options)}, where)
     {}
     explicit PortRig(
-        std::vector<ControllerOptions> controllers, Lives where = Lives::InCallingThread);
+        std::vector<simulator::ControllerOptions> controllers,
+        Lives where = Lives::InCallingThread);
     ~PortRig();
     PortRig(const PortRig&) = delete;
     PortRig& operator=(const PortRig&) = delete;
 
-    VirtualController& controller(int index = 0) { return units.at(index)->controller; }
-    MockedPort& port(int index = 0) { return units.at(index)->port; }
+    simulator::VirtualController& controller(int index = 0) { return units.at(index)->controller; }
+    simulator::MockedPort& port(int index = 0) { return units.at(index)->port; }
 
     // These may be called from the test's thread wherever the rig lives, and block until done.
     void plug(int index = 0)
@@ -48,7 +49,7 @@ public:
     {
         inRigThread([=] { port(index).unplug(); });
     }
-    void changeGuise(Guise guise)
+    void changeGuise(simulator::Guise guise)
     {
         inRigThread([=] { port().changeGuise(guise); });
     }
@@ -59,14 +60,14 @@ public:
     template <typename Task>
     auto run(Task task, int index = 0)
     {
-        using Result = std::invoke_result_t<Task, VirtualController&>;
+        using Result = std::invoke_result_t<Task, simulator::VirtualController&>;
         std::packaged_task<Result()> job([&] { return task(controller(index)); });
         inRigThread([&] { job(); });
         return job.get_future().get();
     }
     int count(xcu::Command::ReqCase member, int index = 0)
     {
-        return run([=](VirtualController& unit) { return unit.count(member); }, index);
+        return run([=](simulator::VirtualController& unit) { return unit.count(member); }, index);
     }
 
 private:
@@ -76,6 +77,6 @@ private:
 
     QThread thread;
     std::unique_ptr<Worker> worker; // lives in the rig's thread
-    std::unique_ptr<Testbed> testbed;
-    std::vector<std::unique_ptr<ControllerUnit>> units;
+    std::unique_ptr<simulator::Testbed> testbed;
+    std::vector<std::unique_ptr<simulator::ControllerUnit>> units;
 };

@@ -54,7 +54,7 @@ struct ConnectedWorkbench
 
     QString status() { return window->findChild<QStatusBar*>()->currentMessage(); }
     QList<QMdiSubWindow*> subWindows() { return window->findChild<QMdiArea*>()->subWindowList(); }
-    VirtualController& controller() { return rig.controller(); }
+    simulator::VirtualController& controller() { return rig.controller(); }
 
     PortRig rig;
     std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();

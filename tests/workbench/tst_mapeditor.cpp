@@ -11,7 +11,7 @@
 namespace {
 
 // The edits among the commands: "X0=5" and "Y0=5" for labels, "v1,2=5" for X index 1, Y index 2.
-QString editsOf(const VirtualController& controller)
+QString editsOf(const simulator::VirtualController& controller)
 {
     QStringList edits;
     for (const xcu::Command& command : controller.received()) {
@@ -61,7 +61,7 @@ void TestMapEditor::init()
     bench = std::make_unique<ConnectedWorkbench>();
     QVERIFY(QTest::qWaitForWindowActive(bench->window.get()));
     QTRY_COMPARE(bench->entries("menuMap_Tuning").size(), 4);
-    CalibrationMaps::Map& map = *bench->controller().maps().map(1);
+    simulator::CalibrationMaps::Map& map = *bench->controller().maps().map(1);
     map.xLabels = {10, 20, 30};
     map.yLabels = {7, 8};
     map.values = {0, 1, std::numeric_limits<int>::min(), 3, 4, 5};

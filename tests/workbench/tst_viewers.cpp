@@ -233,7 +233,7 @@ void TestViewers::pointsThatCount()
 {
     using Indexes = QVector<int>;
     const auto kept = [](const QVector<float>& xs) { // between 10 and 20
-        LineHistory history;
+        workbench::LineHistory history;
         for (int index = 0; index < xs.size(); ++index) {
             history.append(xs[index], index);
         }
@@ -249,7 +249,7 @@ void TestViewers::pointsThatCount()
     QCOMPARE(kept({15, 30, 40, 1, 2, 15}), Indexes({0, 1, 2, 3, 4, 5}));    // time begins anew
     QCOMPARE(kept(QVector<float>(1000, 9) << 15), Indexes({0, 999, 1000})); // whole blocks outside
     Points column = {{2.0, 5}, {2.1, 6}, {2.2, 9}, {2.3, 1}, {2.4, 5}, {2.5, 4}, {3.0, 2}};
-    thinColumns(column, 1);
+    workbench::thinColumns(column, 1);
     QCOMPARE(column, Points({{2.0, 5}, {2.2, 9}, {2.3, 1}, {2.5, 4}, {3.0, 2}}));
 }
 

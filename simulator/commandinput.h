@@ -6,19 +6,21 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
+namespace simulator {
+
 // Lines from standard input, a file or a named pipe, one after the other. A line "wait MS" holds
 // back those behind it.
-class LineSource : public QObject
+class CommandInput : public QObject
 {
     Q_OBJECT
 
 public:
     // Takes over the descriptor.
-    explicit LineSource(int descriptor, QObject* parent = nullptr);
-    ~LineSource() override;
+    explicit CommandInput(int descriptor, QObject* parent = nullptr);
+    ~CommandInput() override;
 
-    // For LineSource's constructor; negative if the path cannot be read. A named pipe is held open,
-    // so that its writers may come and go.
+    // For CommandInput's constructor; negative if the path cannot be read. A named pipe is held
+    // open, so that its writers may come and go.
     static int openPath(const QString& path);
 
 signals:
@@ -33,3 +35,5 @@ private:
     QTimer pause;
     QByteArray pending;
 };
+
+} // namespace simulator

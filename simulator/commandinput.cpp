@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/linesource.h"
+#include "simulator/commandinput.h"
 
 #include <QFile>
 #include <array>
@@ -7,23 +7,25 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-LineSource::LineSource(int descriptor, QObject* parent)
+namespace simulator {
+
+CommandInput::CommandInput(int descriptor, QObject* parent)
     : QObject(parent)
     , input(descriptor)
     , notifier(descriptor, QSocketNotifier::Read)
 {
     pause.setSingleShot(true);
-    connect(&notifier, &QSocketNotifier::activated, this, &LineSource::read);
-    connect(&pause, &QTimer::timeout, this, &LineSource::work);
+    connect(&notifier, &QSocketNotifier::activated, this, &CommandInput::read);
+    connect(&pause, &QTimer::timeout, this, &CommandInput::work);
 }
 
-LineSource::~LineSource()
+CommandInput::~CommandInput()
 {
     notifier.setEnabled(false);
     ::close(input);
 }
 
-int LineSource::openPath(const QString& path)
+int CommandInput::openPath(const QString& path)
 {
     const QByteArray name = QFile::encodeName(path);
     struct stat status = {};
@@ -31,7 +33,7 @@ int LineSource::openPath(const QString& path)
     return ::open(name.constData(), (isPipe ? O_RDWR : O_RDONLY) | O_CLOEXEC);
 }
 
-void LineSource::read()
+void CommandInput::read()
 {
     std::array<char, 4096> buffer;
     const ssize_t size = ::read(input, buffer.data(), buffer.size());
@@ -44,7 +46,7 @@ void LineSource::read()
     work();
 }
 
-void LineSource::work()
+void CommandInput::work()
 {
     int end = 0;
     while (!pause.isActive() && (end = pending.indexOf('\n')) >= 0) {
@@ -57,3 +59,5 @@ void LineSource::work()
         }
     }
 }
+
+} // namespace simulator
