@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/portlist.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <utility>
 
 namespace comm {
@@ -12,10 +14,21 @@ namespace {
 constexpr qint64 settlingTime = 2000; // ms
 constexpr qint64 longestTrust = 1000; // ms
 
-QStringList ttyNames()
+QStringList ttyEntries()
 {
-    return QDir(QStringLiteral("/sys/class/tty"))
-        .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
+    // These are most of the entries, and there for good.
+    static const QRegularExpression console(QStringLiteral("^tty[0-9]"));
+    const QDir folder(QStringLiteral("/sys/class/tty"));
+    QStringList entries =
+        folder.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
+    for (QString& entry : entries) {
+        if (!entry.contains(console)) {
+            const QFileInfo info(folder, entry);
+            const QDateTime made = info.fileTime(QFile::FileMetadataChangeTime);
+            entry += ' ' + QString::number(made.toMSecsSinceEpoch());
+        }
+    }
+    return entries;
 }
 
 std::function<qint64()> stopwatch()
@@ -29,7 +42,7 @@ std::function<qint64()> stopwatch()
 
 PortList::Source PortList::systemSource()
 {
-    return Source{ttyNames, &QSerialPortInfo::availablePorts, stopwatch()};
+    return Source{ttyEntries, &QSerialPortInfo::availablePorts, stopwatch()};
 }
 
 PortList::PortList(Source facts)
@@ -39,14 +52,14 @@ PortList::PortList(Source facts)
 QList<QSerialPortInfo> PortList::availablePorts()
 {
     const qint64 now = source.milliseconds();
-    // The names before the ports: what changes in between differs at the next call.
-    QStringList current = source.names();
-    if (current != names) {
-        names = std::move(current);
+    // Ahead of the ports: what changes in between differs at the next call.
+    QStringList current = source.entries();
+    if (current != entries) {
+        entries = std::move(current);
         changedAt = now;
     }
     const bool settling = now - changedAt <= settlingTime;
-    if (names.isEmpty() || settling || now - enumeratedAt >= longestTrust) {
+    if (entries.isEmpty() || settling || now - enumeratedAt >= longestTrust) {
         ports = source.ports();
         enumeratedAt = now;
     }

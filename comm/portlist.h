@@ -11,17 +11,19 @@ namespace comm {
 // The attached serial ports, cheap enough to be asked for ten times a second on the GUI thread.
 //
 // QSerialPortInfo::availablePorts() takes about 0.1 ms for each tty of the machine. This looks at
-// the names in the tty class directory first and enumerates when they differ from those of the last
-// call, so that a port that comes or goes is seen by the next call. It also enumerates for two
-// seconds after such a change, while the system still fills in the properties of a new port, and
-// once a second in any case. Where the names cannot be had, every call enumerates.
+// the tty class directory first and enumerates when an entry there has come, gone or been made anew
+// since the last call: a unit may be back in its other guise under the same name. It also
+// enumerates for two seconds after such a change, while the system still fills in the properties of
+// a new port, and once a second in any case. Where the entries cannot be had, every call
+// enumerates.
 class PortList
 {
 public:
     // Where the facts come from; a test gives its own.
     struct Source
     {
-        std::function<QStringList()> names; // of all ttys, in any stable order; empty: unknown
+        // Of all ttys, name and time of making, in any stable order; empty: unknown.
+        std::function<QStringList()> entries;
         std::function<QList<QSerialPortInfo>()> ports;
         std::function<qint64()> milliseconds; // a clock that never goes back
     };
@@ -35,7 +37,7 @@ public:
 
 private:
     Source source;
-    QStringList names;
+    QStringList entries;
     QList<QSerialPortInfo> ports;
     qint64 changedAt = 0;    // ms
     qint64 enumeratedAt = 0; // ms

@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QSerialPortInfo>
+#include <functional>
 
 // A serial port on the USB bus whose far end the test holds byte by byte. It is plugged in as long
 // as it lives, and every one has a name of its own.
@@ -19,11 +20,19 @@ public:
         static int count = 0;
         terminal.setReadNotification(false); // the test asks when it likes
         name = QStringLiteral("ttyACM%1x%2").arg(QCoreApplication::applicationPid()).arg(count++);
-        testbed().addPort(name, terminal.path(), serialNumber, guise);
+        add = [=] { testbed().addPort(name, terminal.path(), serialNumber, guise); };
+        add();
     }
     ~MockedTty() { testbed().removePort(name); }
     MockedTty(const MockedTty&) = delete;
     MockedTty& operator=(const MockedTty&) = delete;
+
+    // Unplugged and plugged in again.
+    void remake()
+    {
+        testbed().removePort(name);
+        add();
+    }
 
     QSerialPortInfo info() const { return QSerialPortInfo(name); }
 
@@ -57,4 +66,5 @@ private:
     }
 
     simulator::PseudoTerminal terminal;
+    std::function<void()> add;
 };

@@ -121,6 +121,28 @@ private slots:
         QVERIFY(found && !tooEarly);
     }
 
+    void seesAPortThatWasMadeAnew()
+    {
+        auto tty = std::make_unique<MockedTty>("XCU1");
+        qint64 now = 5000;
+        int count = 0;
+        comm::PortList::Source source = comm::PortList::systemSource();
+        source.milliseconds = [&] { return now; };
+        source.ports = [&] { return ++count, QList<QSerialPortInfo>(); };
+        comm::PortList list(source);
+        const auto enumeratesAfter = [&](int milliseconds) {
+            now += milliseconds;
+            const int before = count;
+            list.availablePorts();
+            return count > before;
+        };
+        QVERIFY(enumeratesAfter(100));
+        QVERIFY(enumeratesAfter(3000)); // nothing settles any more
+        QVERIFY(!enumeratesAfter(100));
+        // Between two calls, and so that the file system's clock has moved on.
+        QTRY_VERIFY((tty->remake(), enumeratesAfter(100)));
+    }
+
     void enumeratesWhenThereIsAReason()
     {
         const QStringList one{"ttyS0", "ttyACM0"};
