@@ -6,6 +6,8 @@
 #include <QCheckBox>
 #include <QPixmap>
 
+namespace console {
+
 namespace {
 
 // Below the height of a text, so that the rows of the strip stay as high as they are without it.
@@ -16,10 +18,12 @@ constexpr int SwatchSize = 10; // pixels
 void showChannel(QCheckBox* box, int channel)
 {
     QPixmap swatch(SwatchSize, SwatchSize);
-    swatch.fill(channelColour(channel));
+    swatch.fill(formats::channelColour(channel));
     box->setIcon(swatch);
     box->setIconSize(swatch.size());
     box->setToolTip(
         QStringLiteral("Channel %1: shows or hides its curve, drawn in the colour of the square.")
             .arg(channel));
 }
+
+} // namespace console

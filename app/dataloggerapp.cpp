@@ -2,7 +2,7 @@
 #include "app/dataloggerapp.h"
 
 #include "app/axistag.h"
-#include "app/statusbarpacer.h"
+#include "display/framepacer.h"
 #include "ui_dataloggerapp.h"
 
 #include <QElapsedTimer>
@@ -27,7 +27,7 @@ DataLoggerApp::DataLoggerApp(QWidget* parent)
     , commandsSender(comPort)
     , responseReceiver(nullptr, this, this, nullptr, nullptr, this, this, this, nullptr)
     , faultsDisplay(commandsSender, nullptr)
-    , channelLabels(ChannelTotal, QStringLiteral("x"))
+    , channelLabels(formats::ChannelTotal, QStringLiteral("x"))
     , settings(QStringLiteral("CorvaneMotionSystems"), QStringLiteral("DataLogger"))
     , candumpWindow(&candumpModel, nullptr)
 {
@@ -103,8 +103,15 @@ void DataLoggerApp::startPortRefresh()
 
 void DataLoggerApp::connectLink()
 {
-    new StatusBarPacer(ui->statusBar);
-    connect(this, SIGNAL(addLog(QString)), ui->statusBar, SLOT(showMessage(QString)));
+    // Left to itself the bar is painted in every pass of the event loop, which costs more than the
+    // few records that such a pass brings.
+    auto* pacer = new display::FramePacer([bar = ui->statusBar] { bar->update(); }, ui->statusBar);
+    connect(this, &DataLoggerApp::addLog, pacer, [bar = ui->statusBar, pacer](const QString& text) {
+        bar->setAttribute(Qt::WA_UpdatesDisabled, true);
+        bar->showMessage(text);
+        bar->setAttribute(Qt::WA_UpdatesDisabled, false);
+        pacer->request();
+    });
     connect(this, &DataLoggerApp::pongReceived, this, &DataLoggerApp::on_pongReceived);
     connect(&comPort, &ComPort::commandRead, this, &DataLoggerApp::readPort);
 }

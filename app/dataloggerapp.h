@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "app/candumpviewmodel.h"
-#include "app/candumpwindow.h"
 #include "app/faultsdisplay.h"
+#include "capture/candumpviewmodel.h"
+#include "capture/candumpwindow.h"
 #include "comm/commandsresponsereceiver.h"
 #include "comm/commandssender.h"
 #include "comm/comport.h"
@@ -41,11 +41,14 @@ class QElapsedTimer;
 class QSlider;
 class QTableWidgetItem;
 class QTimer;
-class RecordPoints;
 class ReplotPacer;
 class Ui_DataLoggerApp;
+
+namespace formats {
+class RecordPoints;
 struct LogContent;
 struct TraceFormat;
+} // namespace formats
 
 // The logging console's main window and the owner of everything in it: the link to one controller,
 // the logging session and its file, the live chart, the capture of CAN frames, the fault service.
@@ -166,13 +169,13 @@ private:
 
     void addSignal(const CanSignalData& signal);
     void rebuildSignalGraph(int row);
-    void importTrace(const TraceFormat& format, const QString& name);
+    void importTrace(const formats::TraceFormat& format, const QString& name);
     bool importBlackbox(const QString& name);
     void importLog(const QString& name);
-    void labelStrip(const LogContent& content);
+    void labelStrip(const formats::LogContent& content);
     void listIdentifiers();
     void openConversion(const QString& pattern);
-    void plotImport(const RecordPoints& points);
+    void plotImport(const formats::RecordPoints& points);
 
     std::unique_ptr<Ui_DataLoggerApp> ui;
     QTimer* portRefreshTimer = nullptr;
@@ -191,7 +194,7 @@ private:
     QElapsedTimer* pongClock = nullptr;
     FaultsDisplay faultsDisplay;
     QCustomPlot* plot = nullptr;
-    std::array<QCheckBox*, ChannelTotal> seriesCheckBoxes{};
+    std::array<QCheckBox*, formats::ChannelTotal> seriesCheckBoxes{};
     QVector<QString> channelLabels;       // log column names; "x" is a channel without a name
     QVector<CanFrames> canTraceFrameList; // of all imports, in the order of reading
     QVector<QCPGraph*> canSignalGraphs;   // by row of the signal table
@@ -212,10 +215,10 @@ private:
     LiveChart* liveChart = nullptr;     // of plot, and goes with it
     ReplotPacer* replotPacer = nullptr; // likewise
     comm::PortList portList;
-    std::string logLine;       // reused from record to record
-    std::string candumpLine;   // reused from frame to frame
-    FrameIndex frameIndex;     // of canTraceFrameList, brought up to date by who needs it
-    bool holdStrip = false;    // the strip waits until many boxes have changed
-    bool holdReplot = false;   // the chart waits until an import is complete
-    bool writingCells = false; // cells of the signal table change by the console's own hand
+    std::string logLine;            // reused from record to record
+    std::string candumpLine;        // reused from frame to frame
+    formats::FrameIndex frameIndex; // of canTraceFrameList, brought up to date by who needs it
+    bool holdStrip = false;         // the strip waits until many boxes have changed
+    bool holdReplot = false;        // the chart waits until an import is complete
+    bool writingCells = false;      // cells of the signal table change by the console's own hand
 };

@@ -19,7 +19,7 @@ void DataLoggerApp::on_candump_clicked(bool /*checked*/) {}
 
 void DataLoggerApp::candumpStart()
 {
-    const QString stamp = fileStamp(QDateTime::currentDateTime());
+    const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
     openCandumpFile(logDir.filePath(QStringLiteral("can-%1.candump").arg(stamp)));
     emit addLog(QStringLiteral("Candump started"));
 }
@@ -41,11 +41,11 @@ void DataLoggerApp::candump(
 {
     candumpModel.updateFrame(
         busNumber, timestampMs, canId, isExtended, isFd, isBitrateSwitch, frameData);
-    composeCandumpLine(
+    formats::composeCandumpLine(
         candumpLine, busNumber, timestampMs, canId, isExtended, isFd, isBitrateSwitch, frameData);
     candumpFile.write(candumpLine.data(), static_cast<qint64>(candumpLine.size()));
     candumpFile.flush();
-    emit addLog(candumpStatusText(canId, busNumber));
+    emit addLog(formats::candumpStatusText(canId, busNumber));
 }
 
 void DataLoggerApp::on_canMsgSend_clicked()

@@ -42,12 +42,12 @@ void DataLoggerApp::createChart()
 // so that the start writes no settings.
 void DataLoggerApp::createChannels()
 {
-    for (int channel = 0; channel < ChannelTotal; ++channel) {
+    for (int channel = 0; channel < formats::ChannelTotal; ++channel) {
         const QString fallback = QStringLiteral("data %1").arg(channel + 1);
         const QString label = settings.value(labelKey(channel), fallback).toString();
         QCPGraph* graph = liveChart->addGraph();
         graph->setName(label);
-        graph->setPen(QPen(channelColour(channel)));
+        graph->setPen(QPen(formats::channelColour(channel)));
 
         auto* box = new QCheckBox(label);
         const bool selected = settings.value(selectedKey(channel), true).toBool();
@@ -55,7 +55,7 @@ void DataLoggerApp::createChannels()
         graph->setVisible(selected);
         ui->dataSeriesLayout->addWidget(box, channel % StripRows, channel / StripRows);
         connect(box, SIGNAL(stateChanged(int)), this, SLOT(seriesVisible_stateChanged(int)));
-        showChannel(box, channel);
+        console::showChannel(box, channel);
         seriesCheckBoxes[channel] = box;
     }
 }
@@ -97,7 +97,7 @@ void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
     if (holdStrip) {
         return;
     }
-    for (int channel = 0; channel < ChannelTotal; ++channel) {
+    for (int channel = 0; channel < formats::ChannelTotal; ++channel) {
         const bool selected = seriesCheckBoxes[channel]->checkState() == Qt::Checked;
         plot->graph(channel)->setVisible(selected);
         settings.setValue(selectedKey(channel), selected);
@@ -110,7 +110,7 @@ void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
 void DataLoggerApp::on_mapTuner_clicked()
 {
     holdStrip = true;
-    for (int channel = 0; channel < ChannelTotal; ++channel) {
+    for (int channel = 0; channel < formats::ChannelTotal; ++channel) {
         plot->graph(channel)->setVisible(false);
         seriesCheckBoxes[channel]->setCheckState(Qt::Unchecked);
         settings.setValue(selectedKey(channel), false);

@@ -10,7 +10,7 @@ namespace {
 
 void writeBackup(const QDir& directory, const std::string& block)
 {
-    const QString stamp = fileStamp(QDateTime::currentDateTime());
+    const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
     QFile file(directory.filePath(QStringLiteral("%1.xcu").arg(stamp)));
     file.open(QIODevice::WriteOnly);
     file.write(block.data(), static_cast<qint64>(block.size()));
@@ -21,11 +21,11 @@ void writeBackup(const QDir& directory, const std::string& block)
 void DataLoggerApp::readConfiguration(
     unsigned int /*result*/, unsigned int configId, const std::string& block)
 {
-    if (!isEmptyConfigurationBlock(block)) {
+    if (!formats::isEmptyConfigurationBlock(block)) {
         if (configId == 0) {
             writeBackup(backupDir, block);
         }
-        for (const ChannelLabel& label : readChannelLabels(block)) {
+        for (const formats::ChannelLabel& label : formats::readChannelLabels(block)) {
             channelLabels[label.channel] = label.text;
             seriesCheckBoxes[label.channel]->setText(label.text);
         }

@@ -23,7 +23,7 @@ void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
         return;
     }
     bool isComplete = true;
-    if (const TraceFormat* format = traceFormat(name)) {
+    if (const formats::TraceFormat* format = formats::traceFormat(name)) {
         importTrace(*format, name);
     } else if (name.endsWith(QLatin1String(".rbx"))) {
         isComplete = importBlackbox(name);
@@ -51,14 +51,14 @@ void DataLoggerApp::listIdentifiers()
     ui->canFrameIds->sortItems();
 }
 
-void DataLoggerApp::importTrace(const TraceFormat& format, const QString& name)
+void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QString& name)
 {
-    TraceImport import = {canTraceFrameList, &comm::traceLine<std::string_view>};
+    formats::TraceImport import = {canTraceFrameList, &comm::traceLine<std::string_view>};
     if (format.convertedName) {
         openConversion(QLatin1String(format.convertedName));
         import.candumpFile = &candumpFile;
     }
-    const QString status = readTraceFile(format, name, import);
+    const QString status = formats::readTraceFile(format, name, import);
     if (format.convertedName) {
         candumpFile.flush();
     }
@@ -69,8 +69,9 @@ void DataLoggerApp::importTrace(const TraceFormat& format, const QString& name)
 bool DataLoggerApp::importBlackbox(const QString& name)
 {
     openConversion(QLatin1String("canbb-%1.candump"));
-    TraceImport import = {canTraceFrameList, &comm::traceLine<std::string_view>, &candumpFile};
-    const BlackboxContent content = readBlackboxFile(name, import);
+    formats::TraceImport import = {
+        canTraceFrameList, &comm::traceLine<std::string_view>, &candumpFile};
+    const formats::BlackboxContent content = formats::readBlackboxFile(name, import);
     candumpFile.flush();
     firstTimestamp = content.firstTimestamp; // for sessions: the times of the record stay absolute
     emit addLog(content.statusText);
@@ -88,10 +89,11 @@ void DataLoggerApp::importLog(const QString& name)
     comm::traceLine("catchall");
     QFile file(name);
     file.open(QIODevice::ReadOnly);
-    const LogContent content = readLog(file, plot->graphCount(), firstTimestamp, lastTimestamp);
+    const formats::LogContent content =
+        formats::readLog(file, plot->graphCount(), firstTimestamp, lastTimestamp);
     holdReplot = true; // until the points are there
     labelStrip(content);
-    for (const LogContent::Tag& tag : content.tags) {
+    for (const formats::LogContent::Tag& tag : content.tags) {
         firstTimestamp = tag.firstTimestamp;
         lastTimestamp = tag.lastTimestamp;
         addTag(tag.text); // reaches the log of a session, too, if one is open
@@ -103,11 +105,11 @@ void DataLoggerApp::importLog(const QString& name)
 }
 
 // Channels that the log does not name lose their box for good.
-void DataLoggerApp::labelStrip(const LogContent& content)
+void DataLoggerApp::labelStrip(const formats::LogContent& content)
 {
     holdStrip = true;
     bool changed = false;
-    for (const LogContent::Label& label : content.labels) {
+    for (const formats::LogContent::Label& label : content.labels) {
         QCheckBox* box = seriesCheckBoxes[label.channel];
         channelLabels[label.channel] = label.text;
         box->setText(label.text);
@@ -126,13 +128,13 @@ void DataLoggerApp::labelStrip(const LogContent& content)
 // In the working directory, and left open: frames of a capture that runs go there from now on.
 void DataLoggerApp::openConversion(const QString& pattern)
 {
-    openCandumpFile(pattern.arg(fileStamp(QDateTime::currentDateTime())));
+    openCandumpFile(pattern.arg(formats::fileStamp(QDateTime::currentDateTime())));
 }
 
-void DataLoggerApp::plotImport(const RecordPoints& points)
+void DataLoggerApp::plotImport(const formats::RecordPoints& points)
 {
     for (int channel = 0; channel < points.channelCount(); ++channel) {
-        addInArrivalOrder(*plot->graph(channel)->data(), points.points(channel));
+        formats::addInArrivalOrder(*plot->graph(channel)->data(), points.points(channel));
     }
     requestReplot();
 }

@@ -96,7 +96,7 @@ void DataLoggerApp::addTag(QString text)
     tags[lastTimestamp] = tag;
     requestReplot();
     if (logFile.isOpen()) {
-        logFile.write(logTagLine(lastTimestamp, text));
+        logFile.write(formats::logTagLine(lastTimestamp, text));
         logFile.flush();
     }
 }

@@ -17,7 +17,8 @@ constexpr int FaultPollMs = 200;
 void DataLoggerApp::on_startLogging_clicked()
 {
     // The strip only hides curves: the controller always logs the first channels.
-    std::vector<unsigned int> channels(channelCountOfChoice(ui->channelCount->currentIndex()));
+    std::vector<unsigned int> channels(
+        formats::channelCountOfChoice(ui->channelCount->currentIndex()));
     std::iota(channels.begin(), channels.end(), 0U);
     const bool passive = ui->passiveDatalogger->checkState() == Qt::Checked;
     commandsSender.sendLoggerStart(channels, passive);
@@ -27,11 +28,11 @@ void DataLoggerApp::on_startLogging_clicked()
 void DataLoggerApp::loggerStarted()
 {
     emit addLog(QStringLiteral("Received logger started"));
-    const QString stamp = fileStamp(QDateTime::currentDateTime());
+    const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
     // Closes the file of the session before, which Stop leaves open for late records.
     logFile.setFileName(logDir.filePath(QStringLiteral("%1.log").arg(stamp)));
     logFile.open(QIODevice::WriteOnly);
-    logFile.write(logHeaderLine(channelLabels));
+    logFile.write(formats::logHeaderLine(channelLabels));
     logFile.flush();
     // Timers of earlier sessions tick on: each confirmed start adds to the pace.
     if (ui->passiveDatalogger->checkState() != Qt::Checked) {
@@ -62,7 +63,7 @@ void DataLoggerApp::loggerDataReceived(
         firstTimestamp = lastTimestamp;
     }
     // The file first, the picture second. A closed file loses the line, and Qt says so.
-    composeLogLine(logLine, sampleNumber, timestamp, values);
+    formats::composeLogLine(logLine, sampleNumber, timestamp, values);
     logFile.write(logLine.data(), static_cast<qint64>(logLine.size()));
     logFile.flush();
     plotRecord(values);

@@ -22,7 +22,7 @@ void DataLoggerApp::addSignal(const CanSignalData& signal)
 {
     QCPGraph* graph = plot->addGraph();
     graph->removeFromLegend(); // which is hidden, and laid out at each replot all the same
-    graph->setPen(QPen(channelColour(canSignalGraphs.size())));
+    graph->setPen(QPen(formats::channelColour(canSignalGraphs.size())));
     canSignalGraphs.append(graph);
     canSignals.append(signal);
     ui->canTraceFrames->setRowCount(canSignals.size());
@@ -33,36 +33,37 @@ void DataLoggerApp::on_canTraceFrames_itemChanged(QTableWidgetItem* item)
     const int row = item->row();
     const int column = item->column();
     emit addLog(QStringLiteral("row: %1, col: %2, val: %3").arg(row).arg(column).arg(item->text()));
-    if (row < 0 || row >= canSignals.size() || column >= SignalColumnCount) {
+    if (row < 0 || row >= canSignals.size() || column >= formats::SignalColumnCount) {
         return;
     }
     // A text that the console wrote says less than the value: it never changes it.
     CanSignalData& signal = canSignals[row];
-    const CellEdit edit =
-        writingCells ? CellEdit::Unchanged : applySignalCell(signal, column, item->text());
+    const formats::CellEdit edit = writingCells
+                                       ? formats::CellEdit::Unchanged
+                                       : formats::applySignalCell(signal, column, item->text());
     switch (edit) {
-    case CellEdit::Changed:
+    case formats::CellEdit::Changed:
         rebuildSignalGraph(row);
         break;
-    case CellEdit::Unchanged: {
+    case formats::CellEdit::Unchanged: {
         const QScopedValueRollback<bool> writing(writingCells, true);
-        item->setText(signalCellText(signal, column));
+        item->setText(formats::signalCellText(signal, column));
         break;
     }
-    case CellEdit::Renamed:
+    case formats::CellEdit::Renamed:
         break;
     }
 }
 
 void DataLoggerApp::rebuildSignalGraph(int row)
 {
-    const auto curve = signalCurve(canSignals[row], canTraceFrameList, frameIndex);
+    const auto curve = formats::signalCurve(canSignals[row], canTraceFrameList, frameIndex);
     if (!curve) {
         return; // no place for such a signal in a frame: the old curve stays, without a word
     }
     QCPGraphDataContainer& points = *canSignalGraphs[row]->data();
     points.clear();
-    addInArrivalOrder(points, *curve);
+    formats::addInArrivalOrder(points, *curve);
     requestReplot();
 }
 
@@ -75,7 +76,7 @@ void DataLoggerApp::on_saveCanSignals_clicked()
     }
     QFile file(name);
     file.open(QIODevice::WriteOnly);
-    file.write(signalSet(canSignals));
+    file.write(formats::signalSet(canSignals));
 }
 
 // The rows are added to those that are there. They draw nothing until "Show" is changed.
@@ -89,12 +90,12 @@ void DataLoggerApp::on_loadCanSignals_clicked()
     QFile file(name);
     file.open(QIODevice::ReadOnly);
     const QScopedValueRollback<bool> writing(writingCells, true);
-    for (const CanSignalData& signal : readSignalSet(file)) {
+    for (const CanSignalData& signal : formats::readSignalSet(file)) {
         addSignal(signal);
         const int row = canSignals.size() - 1;
-        for (int column = 0; column < SignalColumnCount; ++column) {
+        for (int column = 0; column < formats::SignalColumnCount; ++column) {
             ui->canTraceFrames->setItem(
-                row, column, new QTableWidgetItem(loadedSignalCellText(signal, column)));
+                row, column, new QTableWidgetItem(formats::loadedSignalCellText(signal, column)));
         }
     }
 }

@@ -3,9 +3,9 @@
 // bench_candump: captured frames to the open table, to the file and to a status text, against a
 // table that looks its rows up in a map for every question and repaints for every frame. The frames
 // come in passes of the event loop, as many a pass as one read of the line brings.
-#include "app/candumpviewmodel.h"
-#include "app/candumpwindow.h"
 #include "bench/benchmark.h"
+#include "capture/candumpviewmodel.h"
+#include "capture/candumpwindow.h"
 #include "formats/candumpline.h"
 
 #include <QApplication>
@@ -15,6 +15,8 @@
 #include <QTableView>
 #include <QTemporaryDir>
 #include <memory>
+
+using namespace formats;
 
 namespace {
 

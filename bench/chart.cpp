@@ -15,6 +15,8 @@
 #include <random>
 #include <vector>
 
+using namespace formats;
+
 namespace {
 
 constexpr int channels = 128;

@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <vector>
 
+using namespace formats;
+
 namespace {
 
 constexpr int lines = 4'000; // short enough for a run that nothing disturbs

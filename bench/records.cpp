@@ -16,6 +16,8 @@
 #include <qcustomplot.h>
 #include <sstream>
 
+using namespace formats;
+
 namespace {
 
 constexpr int channels = 128;

@@ -16,6 +16,7 @@
 #include <ctime>
 #include <unistd.h>
 
+using namespace formats;
 using namespace simulator;
 
 namespace {

@@ -4,6 +4,8 @@
 #include <QTextStream>
 #include <cstring>
 
+using namespace formats;
+
 namespace slowroad {
 namespace {
 

@@ -17,7 +17,7 @@
 // how long they take.
 namespace slowroad {
 
-using AddPoint = std::function<void(int graph, GraphPoint point)>;
+using AddPoint = std::function<void(int graph, formats::GraphPoint point)>;
 
 struct Trace
 {

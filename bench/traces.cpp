@@ -21,6 +21,8 @@
 #include <QTemporaryDir>
 #include <sys/resource.h>
 
+using namespace formats;
+
 namespace {
 
 constexpr int comparedFrames = 50'000; // short enough for the slow road

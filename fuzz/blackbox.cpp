@@ -10,6 +10,8 @@
 #include <google/protobuf/stubs/logging.h>
 #include <sstream>
 
+using namespace formats;
+
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     google::protobuf::SetLogHandler(nullptr);

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <google/protobuf/stubs/logging.h>
 
+using namespace formats;
+
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     // Entries without a name and names that are not UTF-8 are reported, millions of them here.

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
+using namespace formats;
+
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     const auto read = [](const QByteArray& content) {

@@ -10,6 +10,8 @@
 #include <type_traits>
 #include <vector>
 
+namespace formats {
+
 // Adds points by the chart library's own search: among keys without an order, as NaN has none,
 // nothing else tells where a late point goes. The spare room stays where the last one went in. Late
 // points come in runs, and to move all that lies behind them for each would take hours.
@@ -108,3 +110,5 @@ void addInArrivalOrder(Container& curve, const Points& arrivals)
     }
     curve.set(ordered, true);
 }
+
+} // namespace formats

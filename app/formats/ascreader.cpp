@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/frameconversion.h"
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
+
+namespace formats {
 
 namespace {
 
@@ -32,7 +34,7 @@ void decode(std::string_view words, const AscLayout& layout, CanFrames& frame)
 
 int readAsc(QIODevice& device, TraceImport& import)
 {
-    LineSource lines(device, LineSource::Text);
+    LineReader lines(device, LineReader::Text);
     FrameConversion conversion(import.candumpFile);
     CanFrames frame;
     TimeBase base;
@@ -51,3 +53,5 @@ int readAsc(QIODevice& device, TraceImport& import)
     }
     return count;
 }
+
+} // namespace formats

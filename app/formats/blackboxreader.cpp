@@ -11,6 +11,8 @@
 #include <fstream>
 #include <google/protobuf/arena.h>
 
+namespace formats {
+
 namespace {
 
 void readFrames(const xcu::BlackboxFileL& file, TraceImport& import)
@@ -109,3 +111,5 @@ BlackboxContent readBlackboxFile(const QString& fileName, TraceImport& import)
     std::fstream stream(QFile::encodeName(fileName).constData(), std::ios::in | std::ios::binary);
     return readBlackbox(stream, import);
 }
+
+} // namespace formats

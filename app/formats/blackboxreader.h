@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <iosfwd>
 
+namespace formats {
+
 // What a black-box record holds besides CAN frames, in the form in which the window takes it up.
 // The numbers of inputs and outputs are those of the first log record.
 struct BlackboxContent
@@ -27,3 +29,5 @@ BlackboxContent readBlackbox(std::istream& stream, TraceImport& import);
 
 // Reads a file, which reads as empty if it cannot be opened.
 BlackboxContent readBlackboxFile(const QString& fileName, TraceImport& import);
+
+} // namespace formats

@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <utility>
 
+namespace formats {
+
 namespace {
 
 constexpr int MaxIdLength = 16;
@@ -127,3 +129,5 @@ QString candumpStatusText(int canId, int busNumber)
     out = putId(out, canId, 3, ' ');
     return QString::fromLatin1(text.data(), static_cast<int>(out - text.data()));
 }
+
+} // namespace formats

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+namespace formats {
+
 // Text forms of one CAN frame. The identifier is printed in lower-case hexadecimal everywhere, but
 // its width and fill differ from form to form; they are not to be merged. A negative identifier
 // prints as the 16 digits of its 64-bit two's complement.
@@ -24,3 +26,5 @@ void composeImportedFrameLine(
 
 // Status text for a captured frame. Identifier filled with blanks to 3 places.
 QString candumpStatusText(int canId, int busNumber);
+
+} // namespace formats

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
+
+namespace formats {
 
 namespace {
 
@@ -41,7 +43,7 @@ void readData(std::string_view data, CanFrames& frame)
 
 int readCandump(QIODevice& device, TraceImport& import)
 {
-    LineSource lines(device, LineSource::Text);
+    LineReader lines(device, LineReader::Text);
     CanFrames frame;
     TimeBase base;
     int count = 0;
@@ -54,3 +56,5 @@ int readCandump(QIODevice& device, TraceImport& import)
     }
     return count;
 }
+
+} // namespace formats

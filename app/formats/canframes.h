@@ -15,6 +15,8 @@ struct CanFrames
 };
 Q_DECLARE_TYPEINFO(CanFrames, Q_PRIMITIVE_TYPE);
 
+namespace formats {
+
 // The bytes of a frame that can be looked at: its stated length, kept inside the payload.
 inline int payloadSize(const CanFrames& frame)
 {
@@ -24,3 +26,5 @@ inline int payloadSize(const CanFrames& frame)
 // A QVector holds at most 2 GiB, and ends the program when asked for more.
 constexpr int MaxFrameCount =
     static_cast<int>((std::numeric_limits<int>::max() - sizeof(QArrayData)) / sizeof(CanFrames));
+
+} // namespace formats

@@ -3,6 +3,8 @@
 
 #include <cmath>
 
+namespace formats {
+
 namespace {
 
 // The component is cut, not rounded, so that colours stay those of older charts.
@@ -18,3 +20,5 @@ QColor channelColour(int index)
     return QColor(
         component(0.3 * index), component(0.7 + 0.6 * index), component(0.6 + 0.4 * index));
 }
+
+} // namespace formats

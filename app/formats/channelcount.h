@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+namespace formats {
+
 // Channels that the controller's logger has, numbered from 0.
 constexpr int ChannelTotal = 128;
 
@@ -10,3 +12,5 @@ constexpr int channelCountOfChoice(int index)
 {
     return index >= 0 && index <= 3 ? 32 * (index + 1) : 64;
 }
+
+} // namespace formats

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 
+namespace formats {
+
 namespace {
 
 constexpr std::size_t LengthSize = sizeof(quint32);
@@ -76,3 +78,5 @@ std::vector<ChannelLabel> readChannelLabels(const std::string& block)
     appendLabels(labels, configuration.outputs(), OutputWords);
     return labels;
 }
+
+} // namespace formats

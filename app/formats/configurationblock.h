@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace formats {
+
 // A configuration block as the controller sends it and as a .xcu backup holds it: a 32-bit
 // little-endian length and one serialized xcu::ConfigData. What follows is ignored; where bytes are
 // missing, those that are there are read.
@@ -22,3 +24,5 @@ bool isEmptyConfigurationBlock(const std::string& block);
 // a channel replaces an earlier one. Text is "name (word and number)", or for an entry without a
 // name the bare word of its type. A damaged block gives what was read up to the damage.
 std::vector<ChannelLabel> readChannelLabels(const std::string& block);
+
+} // namespace formats

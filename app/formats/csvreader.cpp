@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
 
 #include <algorithm>
+
+namespace formats {
 
 namespace {
 
@@ -11,7 +13,7 @@ constexpr std::string_view marker = "TYPE,TIME,ID,D1,D2,D3,D4,D5,D6,D7,D8,ASCII,
 constexpr int leastFieldCount = 13;
 constexpr int byteCount = 8;
 
-bool skipToMarker(LineSource& lines)
+bool skipToMarker(LineReader& lines)
 {
     while (!lines.atEnd()) {
         if (lines.nextTrimmed() == marker) {
@@ -26,7 +28,7 @@ bool skipToMarker(LineSource& lines)
 int readCsv(QIODevice& device, TraceImport& import)
 {
     import.trace("csv file!");
-    LineSource lines(device, LineSource::Text);
+    LineReader lines(device, LineReader::Text);
     if (!skipToMarker(lines)) {
         return 0;
     }
@@ -56,3 +58,5 @@ int readCsv(QIODevice& device, TraceImport& import)
     }
     return count;
 }
+
+} // namespace formats

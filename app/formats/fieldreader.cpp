@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace formats {
+
 namespace {
 
 constexpr int WordBits = 32;
@@ -82,3 +84,5 @@ double FieldReader::singlePrecision(int offset) const
     std::memcpy(&value, &word, sizeof value);
     return value;
 }
+
+} // namespace formats

@@ -3,6 +3,8 @@
 
 #include "formats/canframes.h"
 
+namespace formats {
+
 // The bits of one frame, 64 bytes of 8 bits; behind the frame's end they read as 0.
 //
 // Two bit orders. Least significant first: position p is bit p % 8 of byte p / 8, and a field
@@ -39,3 +41,5 @@ private:
     const CanFrames& frame;
     const int size; // bytes of the payload that count
 };
+
+} // namespace formats

@@ -5,6 +5,8 @@
 
 #include <QIODevice>
 
+namespace formats {
+
 namespace {
 
 constexpr std::size_t BlockSize = 1 << 16;
@@ -41,3 +43,5 @@ void FrameConversion::writeBlock()
     }
     block.clear();
 }
+
+} // namespace formats

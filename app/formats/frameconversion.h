@@ -7,6 +7,8 @@
 
 class QIODevice;
 
+namespace formats {
+
 // Writes imported frames as lines of a .candump file, in large blocks; the rest when the object
 // goes. The file is not flushed.
 class FrameConversion
@@ -27,3 +29,5 @@ private:
     std::string line;
     std::string block;
 };
+
+} // namespace formats

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/frameindex.h"
 
+namespace formats {
+
 void FrameIndex::extend(const QVector<CanFrames>& frames)
 {
     for (; indexed < frames.size(); ++indexed) {
@@ -16,3 +18,5 @@ QStringList FrameIndex::identifierTexts() const
     }
     return texts;
 }
+
+} // namespace formats

@@ -6,6 +6,8 @@
 #include <QHash>
 #include <QStringList>
 
+namespace formats {
+
 // Where in a growing list of frames the frames of each identifier stand. Costs 4 bytes a frame.
 class FrameIndex
 {
@@ -24,3 +26,5 @@ private:
     QHash<int, QVector<int>> positionsOf;
     int indexed = 0; // frames taken in so far
 };
+
+} // namespace formats

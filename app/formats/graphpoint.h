@@ -3,6 +3,8 @@
 
 #include <vector>
 
+namespace formats {
+
 // One point of a chart curve.
 struct GraphPoint
 {
@@ -29,3 +31,5 @@ public:
 private:
     std::vector<GraphPoint> samples;
 };
+
+} // namespace formats

@@ -3,6 +3,8 @@
 
 #include "formats/numbertext.h"
 
+namespace formats {
+
 QByteArray logHeaderLine(const QVector<QString>& labels)
 {
     QString line = QStringLiteral("#;timestamp;");
@@ -35,3 +37,5 @@ QByteArray logTagLine(int timestamp, const QString& text)
 {
     return QStringLiteral("$;%1;%2\n").arg(timestamp).arg(text).toUtf8();
 }
+
+} // namespace formats

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+namespace formats {
+
 // The lines of a session's log file: UTF-8, fields separated by ";", each line closed by one line
 // feed. There are no quotes and no escapes: a label or tag that holds ";" or a line end spoils its
 // line.
@@ -26,3 +28,5 @@ void composeLogLine(
 // (-1 before the first record, negative from 2^31 ms on), and no ";" follows the last field.
 // Readers of existing logs count on both.
 QByteArray logTagLine(int timestamp, const QString& text);
+
+} // namespace formats

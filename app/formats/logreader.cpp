@@ -2,11 +2,13 @@
 #include "formats/logreader.h"
 
 #include "formats/channelcount.h"
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 
 #include <array>
 #include <optional>
+
+namespace formats {
 
 namespace {
 
@@ -165,10 +167,12 @@ LogContent LogReader::takeContent()
 
 LogContent readLog(QIODevice& device, int graphCount, int firstTimestamp, int lastTimestamp)
 {
-    LineSource lines(device, LineSource::Bytes);
+    LineReader lines(device, LineReader::Bytes);
     LogReader reader(graphCount, firstTimestamp, lastTimestamp);
     for (auto line = lines.next(); !line.empty(); line = lines.next()) {
         reader.readLine(line);
     }
     return reader.takeContent();
 }
+
+} // namespace formats

@@ -8,6 +8,8 @@
 
 class QIODevice;
 
+namespace formats {
+
 // What a session's log file holds, in the form in which the window takes it up. For the format see
 // logline.h.
 struct LogContent
@@ -40,3 +42,5 @@ struct LogContent
 // A line is not trimmed: its end stays in its last field. Behind the closing ";" of a record the
 // line end thus counts as one more column, which reads 0.
 LogContent readLog(QIODevice& device, int graphCount, int firstTimestamp, int lastTimestamp);
+
+} // namespace formats

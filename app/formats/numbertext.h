@@ -7,6 +7,8 @@
 #include <limits>
 #include <string_view>
 
+namespace formats {
+
 // Writers for text lines that are composed many thousand times a second. Each writes at `out` and
 // returns the place behind what it wrote; the caller provides the room.
 
@@ -25,3 +27,5 @@ inline char* putText(char* out, std::string_view text)
     std::memcpy(out, text.data(), text.size());
     return out + text.size();
 }
+
+} // namespace formats

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/recordpoints.h"
 
+namespace formats {
+
 std::vector<GraphPoint> RecordPoints::points(int channel) const
 {
     const Channel& source = channels[static_cast<std::size_t>(channel)];
@@ -19,3 +21,5 @@ std::vector<GraphPoint> RecordPoints::points(int channel) const
     addTo(source.values.size());
     return points;
 }
+
+} // namespace formats

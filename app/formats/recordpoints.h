@@ -5,6 +5,8 @@
 
 #include <vector>
 
+namespace formats {
+
 // Integer values of many records, kept by channel in 4 bytes each until they become points. A
 // record need not have a value for every channel.
 class RecordPoints
@@ -51,3 +53,5 @@ private:
     std::vector<double> keys; // by record
     std::vector<Channel> channels;
 };
+
+} // namespace formats

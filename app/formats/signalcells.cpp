@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/signalcells.h"
 
+namespace formats {
+
 namespace {
 
 template <typename Value>
@@ -107,3 +109,5 @@ CellEdit applySignalCell(CanSignalData& signal, int column, const QString& text)
         return CellEdit::Renamed;
     }
 }
+
+} // namespace formats

@@ -3,6 +3,8 @@
 
 #include "formats/cansignaldata.h"
 
+namespace formats {
+
 // The columns of the signal table.
 enum SignalColumn {
     FrameIdColumn,
@@ -36,3 +38,5 @@ enum class CellEdit {
 
 // Gives the text that the user typed to the signal. Column 0 to SignalColumnCount - 1.
 CellEdit applySignalCell(CanSignalData& signal, int column, const QString& text);
+
+} // namespace formats

@@ -3,6 +3,8 @@
 
 #include "formats/fieldreader.h"
 
+namespace formats {
+
 namespace {
 
 class SignalDecoder
@@ -109,3 +111,5 @@ std::optional<Staircase> signalCurve(
     }
     return curve;
 }
+
+} // namespace formats

@@ -8,6 +8,8 @@
 #include <optional>
 #include <vector>
 
+namespace formats {
+
 // How a signal is read from its frames: the values of CanSignalData::showMode. Any other value
 // gives a raw value of 0, so the curve is the constant addend.
 enum SignalMode {
@@ -29,3 +31,5 @@ enum SignalMode {
 // The index is brought up to date first.
 std::optional<Staircase> signalCurve(
     const CanSignalData& signal, const QVector<CanFrames>& frames, FrameIndex& index);
+
+} // namespace formats

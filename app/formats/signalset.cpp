@@ -4,6 +4,8 @@
 #include <QIODevice>
 #include <QStringList>
 
+namespace formats {
+
 namespace {
 
 QString signalLine(const CanSignalData& signal)
@@ -70,3 +72,5 @@ QVector<CanSignalData> readSignalSet(QIODevice& device)
     }
     return signalList;
 }
+
+} // namespace formats

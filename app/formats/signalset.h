@@ -7,6 +7,8 @@
 
 class QIODevice;
 
+namespace formats {
+
 // Signal set files: UTF-8, one signal a line, the fields of CanSignalData in the order of the
 // signal table, separated by ";", lines ended by carriage return and line feed. There are no quotes
 // and no escapes: a name that holds ";" or a line break spoils its line. Whether a signal is
@@ -19,3 +21,5 @@ QByteArray signalSet(const QVector<CanSignalData>& signalList);
 // line does not have. A negative multiplexer value, which is written with 16 digits, comes back as
 // 0. A device that is not open gives no signals.
 QVector<CanSignalData> readSignalSet(QIODevice& device);
+
+} // namespace formats

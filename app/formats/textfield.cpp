@@ -8,6 +8,8 @@
 #include <limits>
 #include <optional>
 
+namespace formats {
+
 namespace {
 
 bool isAsciiSpace(char c)
@@ -212,3 +214,5 @@ int decodeHex(std::string_view text, unsigned char* bytes, int capacity)
     }
     return static_cast<int>(std::min<std::ptrdiff_t>(size, std::numeric_limits<int>::max()));
 }
+
+} // namespace formats

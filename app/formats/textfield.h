@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+namespace formats {
+
 // Fields and numbers of text lines in UTF-8. All of it gives what QString would give (split,
 // trimmed, toInt, toDouble, QByteArray::fromHex), odd readings included, at the speed of bytes:
 // plain forms are read here, whatever is not plain goes through Qt.
@@ -67,3 +69,5 @@ int decodeHex(std::string_view text, unsigned char* bytes, int capacity);
 // value, and nothing stored, for anything else and for more than MaxPlainBytes.
 constexpr int MaxPlainBytes = 8;
 std::optional<int> decodePlainHex(std::string_view text, unsigned char* bytes);
+
+} // namespace formats

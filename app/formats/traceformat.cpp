@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 
+namespace formats {
+
 namespace {
 
 // Three kinds share the words of .candump, on purpose.
@@ -40,3 +42,5 @@ QString readTraceFile(const TraceFormat& format, const QString& fileName, TraceI
         .arg(QLatin1String(format.statusName))
         .arg(count);
 }
+
+} // namespace formats

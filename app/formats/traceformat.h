@@ -5,6 +5,8 @@
 
 #include <QString>
 
+namespace formats {
+
 // One kind of CAN trace in text form, known by the end of the file's name.
 struct TraceFormat
 {
@@ -19,3 +21,5 @@ const TraceFormat* traceFormat(const QString& fileName);
 
 // Reads a file, which reads as empty if it cannot be opened. Returns the status text.
 QString readTraceFile(const TraceFormat& format, const QString& fileName, TraceImport& import);
+
+} // namespace formats

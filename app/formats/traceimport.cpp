@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <new>
 
+namespace formats {
+
 void TraceImport::reserve(qint64 frameCount)
 {
     const qint64 needed = frames.size() + frameCount;
@@ -58,3 +60,5 @@ void takePayload(std::string_view words, CanFrames& frame)
         frame.payload[i] = static_cast<unsigned char>(hexInt(takeWord(words, ' ')));
     }
 }
+
+} // namespace formats

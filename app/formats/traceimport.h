@@ -9,6 +9,8 @@
 
 class QIODevice;
 
+namespace formats {
+
 // Where a trace reader puts what it reads.
 struct TraceImport
 {
@@ -49,3 +51,5 @@ qint64 estimatedFrameCount(QIODevice& device);
 // Takes `length` bytes in base 16 off words separated by blanks, as far as the payload goes. Bytes
 // that the line does not have are 0.
 void takePayload(std::string_view words, CanFrames& frame);
+
+} // namespace formats

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
 
+namespace formats {
+
 int readTrace(QIODevice& device, TraceImport& import)
 {
-    LineSource lines(device, LineSource::Text);
+    LineReader lines(device, LineReader::Text);
     CanFrames frame;
     frame.busNumber = 1;
     TimeBase base;
@@ -25,3 +27,5 @@ int readTrace(QIODevice& device, TraceImport& import)
     }
     return count;
 }
+
+} // namespace formats

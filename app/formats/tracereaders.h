@@ -3,6 +3,8 @@
 
 #include "formats/traceimport.h"
 
+namespace formats {
+
 // Readers of CAN traces in text form. Each appends the frames of a device, one a line, and returns
 // how many; a device that is not open reads as empty. White space around a line does not count, and
 // the first empty line ends the reading, except for readTrc. There is next to no checking: a field
@@ -35,3 +37,5 @@ int readAsc(QIODevice& device, TraceImport& import);
 
 // Fields separated by blanks, comments behind ";". Times in the file are ms, frameTime in seconds.
 int readTrace(QIODevice& device, TraceImport& import);
+
+} // namespace formats

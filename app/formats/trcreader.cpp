@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
+
+namespace formats {
 
 namespace {
 
@@ -19,7 +21,7 @@ int readTrc(QIODevice& device, TraceImport& import)
     import.trace("trc file!");
     // Carriage returns separate the lines, so that the line feed of a file with both begins the
     // next line, where the numbers take it for white space.
-    LineSource lines(device, LineSource::Text, '\r');
+    LineReader lines(device, LineReader::Text, '\r');
     CanFrames frame;
     TimeBase base;
     std::string scratch;
@@ -43,3 +45,5 @@ int readTrc(QIODevice& device, TraceImport& import)
     }
     return count;
 }
+
+} // namespace formats

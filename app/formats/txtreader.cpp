@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 #include "formats/tracereaders.h"
 
 #include <QTime>
+
+namespace formats {
 
 namespace {
 
@@ -56,7 +58,7 @@ std::string_view valueOf(std::string_view assignment)
 
 int readTxt(QIODevice& device, TraceImport& import)
 {
-    LineSource lines(device, LineSource::Text);
+    LineReader lines(device, LineReader::Text);
     CanFrames frame;
     QTime base;
     int count = 0;
@@ -76,3 +78,5 @@ int readTxt(QIODevice& device, TraceImport& import)
     }
     return count;
 }
+
+} // namespace formats

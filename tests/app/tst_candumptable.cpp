@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/candumpviewmodel.h"
-#include "app/candumpwindow.h"
+#include "capture/candumpviewmodel.h"
+#include "capture/candumpwindow.h"
 
 #include <QHeaderView>
 #include <QRegularExpression>

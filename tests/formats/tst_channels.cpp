@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace formats;
+
 namespace {
 
 std::string block(const std::string& message, unsigned int length)

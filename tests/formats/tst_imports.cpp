@@ -12,6 +12,8 @@
 #include <random>
 #include <sstream>
 
+using namespace formats;
+
 namespace {
 
 QByteArray sample(const QString& name)

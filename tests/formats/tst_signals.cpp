@@ -12,6 +12,8 @@
 #include <qcustomplot.h>
 #include <random>
 
+using namespace formats;
+
 namespace {
 
 constexpr int IntMin = std::numeric_limits<int>::min();

@@ -6,6 +6,8 @@
 #include <QTest>
 #include <random>
 
+using namespace formats;
+
 namespace {
 
 constexpr int IntMin = std::numeric_limits<int>::min();

@@ -9,6 +9,8 @@
 
 #include <QBuffer>
 
+using namespace formats;
+
 namespace {
 
 QString describe(const GraphPoint& point)

@@ -196,21 +196,10 @@ DriveResult chooseFile(const Words& words)
     return {};
 }
 
-// Widgets that hold back their painting for a moment would be blank in the picture.
-bool holdsBack(const QWidget* widget)
-{
-    for (const QWidget* inside : widget->findChildren<QWidget*>()) {
-        if (!inside->updatesEnabled()) {
-            return true;
-        }
-    }
-    return false;
-}
-
 DriveResult grab(const Words& words)
 {
     QWidget* widget = findWidget(words[1]);
-    if (widget == nullptr || !widget->isVisible() || holdsBack(widget)) {
+    if (widget == nullptr || !widget->isVisible()) {
         return notYet();
     }
     QPixmap picture = widget->grab();

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/linesource.h"
+#include "formats/linereader.h"
 
 #include "formats/textfield.h"
 
 #include <QTextCodec>
 #include <algorithm>
 #include <cstring>
+
+namespace formats {
 
 namespace {
 
@@ -40,7 +42,7 @@ std::size_t cutCharacterSize(std::string_view text)
 
 } // namespace
 
-LineSource::LineSource(QIODevice& source, Content contentKind, char lineSeparator)
+LineReader::LineReader(QIODevice& source, Content contentKind, char lineSeparator)
     : device(source)
     , content(contentKind)
     , separator(lineSeparator)
@@ -60,7 +62,7 @@ LineSource::LineSource(QIODevice& source, Content contentKind, char lineSeparato
     }
 }
 
-std::string_view LineSource::next()
+std::string_view LineReader::next()
 {
     std::size_t searched = 0; // bytes behind begin that hold no separator
     while (!ended) {
@@ -83,12 +85,12 @@ std::string_view LineSource::next()
     return {};
 }
 
-std::string_view LineSource::nextTrimmed()
+std::string_view LineReader::nextTrimmed()
 {
     return trimmed(next(), trimmedText);
 }
 
-bool LineSource::readBlock()
+bool LineReader::readBlock()
 {
     std::memmove(buffer.data(), buffer.data() + begin, end - begin);
     end -= begin;
@@ -110,10 +112,12 @@ bool LineSource::readBlock()
     return size > 0;
 }
 
-void LineSource::makeRoom(int size)
+void LineReader::makeRoom(int size)
 {
     const std::size_t needed = end + static_cast<std::size_t>(size);
     if (buffer.size() < needed) {
         buffer.resize(std::max(needed, 2 * buffer.size()));
     }
 }
+
+} // namespace formats

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QBasicTimer>
+#include "display/framepacer.h"
+
 #include <QTableView>
+
+namespace capture {
 
 // The table of captured frames. Frames change it far more often than a screen can show: the first
 // change is painted at once, those that follow together, at most once in a frame of the display.
@@ -19,10 +22,8 @@ public:
         const QModelIndex& topLeft, const QModelIndex& bottomRight,
         const QVector<int>& roles = QVector<int>()) override;
 
-protected:
-    void timerEvent(QTimerEvent* event) override;
-
 private:
-    QBasicTimer repaintPause;
-    bool changedInPause = false;
+    display::FramePacer pacer;
 };
+
+} // namespace capture

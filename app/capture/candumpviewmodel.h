@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "app/canbusframedata.h"
+#include "capture/canbusframedata.h"
 
 #include <QAbstractTableModel>
 #include <QColor>

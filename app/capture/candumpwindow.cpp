@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/candumpwindow.h"
+#include "capture/candumpwindow.h"
 
 #include "ui_candumpwindow.h"
 

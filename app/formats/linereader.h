@@ -7,10 +7,12 @@
 #include <string>
 #include <string_view>
 
+namespace formats {
+
 // Cuts the content of a device into lines, a block at a time, so that a file of any size costs no
 // more memory than its longest line. Blocks are read and not mapped: a file that shrinks, or whose
 // stick is pulled, then ends early instead of ending the program.
-class LineSource
+class LineReader
 {
 public:
     enum Content {
@@ -19,7 +21,7 @@ public:
     };
 
     // A device that is not open reads as empty.
-    LineSource(QIODevice& source, Content contentKind, char lineSeparator = '\n');
+    LineReader(QIODevice& source, Content contentKind, char lineSeparator = '\n');
 
     // The next line with its separator, which only the last line may lack; empty at the end. Valid
     // until the next call.
@@ -45,3 +47,5 @@ private:
     bool ended = false;
     QByteArray trimmedText;
 };
+
+} // namespace formats

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/candumpviewmodel.h"
+#include "capture/candumpviewmodel.h"
 
 #include <algorithm>
 

@@ -3,6 +3,8 @@
 
 #include <QStyledItemDelegate>
 
+namespace capture {
+
 // Paints a cell's text in its colour and nothing else, where the stock delegate puts it. The cells
 // of the candump table can be neither selected nor edited and have no icon or background, so that
 // nothing more is to be seen, and the text alone costs a fraction.
@@ -16,3 +18,5 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index)
         const override;
 };
+
+} // namespace capture

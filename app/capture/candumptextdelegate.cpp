@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/candumptextdelegate.h"
+#include "capture/candumptextdelegate.h"
 
 #include <QPainter>
 #include <QStyle>
 #include <QWidget>
+
+namespace capture {
 
 void CandumpTextDelegate::paint(
     QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
@@ -24,3 +26,5 @@ void CandumpTextDelegate::paint(
     painter->setPen(index.data(Qt::ForegroundRole).value<QColor>());
     painter->drawText(place, index.data(Qt::TextAlignmentRole).toInt(), text);
 }
+
+} // namespace capture

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+#include <functional>
+
+namespace display {
+
+// Paints at the pace of the display instead of the pace of changes: more could nobody see, and
+// while the window paints no record is read.
+//
+// A request that comes a frame or more after the end of the last painting is painted before
+// request() returns. Requests that come faster are painted together, the last one no later than a
+// frame after that painting, or as soon as the event loop runs again.
+class FramePacer : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr int FrameMs = 16;
+
+    FramePacer(std::function<void()> paintFunction, QObject* parent);
+
+    // Call after any change that is to show.
+    void request();
+
+    // Call when somebody else has painted: what waited has been shown.
+    void painted();
+
+private:
+    void paintNow();
+
+    std::function<void()> paint;
+    QElapsedTimer sincePainting; // invalid before the first one
+    QTimer timer;                // runs while requests wait
+};
+
+} // namespace display
