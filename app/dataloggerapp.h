@@ -19,6 +19,7 @@
 #include "formats/frameindex.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QList>
 #include <QMainWindow>
@@ -37,7 +38,6 @@ class LiveChart;
 class QCPGraph;
 class QCheckBox;
 class QCustomPlot;
-class QElapsedTimer;
 class QSlider;
 class QTableWidgetItem;
 class QTimer;
@@ -46,7 +46,6 @@ class Ui_DataLoggerApp;
 
 namespace formats {
 class RecordPoints;
-struct LogContent;
 struct TraceFormat;
 } // namespace formats
 
@@ -144,6 +143,8 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    class LogImport;
+
     static constexpr int VirtualInputTotal = 12;
 
     void restoreWindow();
@@ -165,16 +166,19 @@ private:
     QTimer* startSessionTimer(int intervalMs, void (DataLoggerApp::*tick)());
     void plotRecord(const std::vector<int>& values);
     void requestReplot();
-    void openCandumpFile(const QString& path);
+    void openCandumpFile(const QString& path, QIODevice::OpenMode mode);
 
     void addSignal(const CanSignalData& signal);
     void rebuildSignalGraph(int row);
     void importTrace(const formats::TraceFormat& format, const QString& name);
     bool importBlackbox(const QString& name);
     void importLog(const QString& name);
-    void labelStrip(const formats::LogContent& content);
+    void takeTimestamp(int timestamp);
+    void labelStrip(const QStringList& labels);
+    void serveLink();
     void listIdentifiers();
-    void openConversion(const QString& pattern);
+    static void openConversion(QFile& conversion, const QString& pattern);
+    void continueCapture(QFile& conversion);
     void plotImport(const formats::RecordPoints& points);
 
     std::unique_ptr<Ui_DataLoggerApp> ui;
@@ -220,5 +224,7 @@ private:
     formats::FrameIndex frameIndex; // of canTraceFrameList, brought up to date by who needs it
     bool holdStrip = false;         // the strip waits until many boxes have changed
     bool holdReplot = false;        // the chart waits until an import is complete
+    bool importing = false;         // a file is being read
+    QElapsedTimer sinceServed;      // the event loop ran, while a file is read
     bool writingCells = false;      // cells of the signal table change by the console's own hand
 };

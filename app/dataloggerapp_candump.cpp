@@ -20,15 +20,16 @@ void DataLoggerApp::on_candump_clicked(bool /*checked*/) {}
 void DataLoggerApp::candumpStart()
 {
     const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
-    openCandumpFile(logDir.filePath(QStringLiteral("can-%1.candump").arg(stamp)));
+    openCandumpFile(
+        logDir.filePath(QStringLiteral("can-%1.candump").arg(stamp)), QIODevice::WriteOnly);
     emit addLog(QStringLiteral("Candump started"));
 }
 
 // In place of the file that is open, if one is: setFileName closes that, with a warning of Qt's.
-void DataLoggerApp::openCandumpFile(const QString& path)
+void DataLoggerApp::openCandumpFile(const QString& path, QIODevice::OpenMode mode)
 {
     candumpFile.setFileName(path);
-    candumpFile.open(QIODevice::WriteOnly);
+    candumpFile.open(mode);
 }
 
 void DataLoggerApp::candumpStop() {}

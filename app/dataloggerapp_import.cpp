@@ -1,27 +1,43 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
+#include "app/pausingfile.h"
 #include "comm/trace.h"
 #include "formats/arrivalorder.h"
 #include "formats/blackboxreader.h"
 #include "formats/filestamp.h"
 #include "formats/logreader.h"
-#include "formats/traceformat.h"
+#include "formats/recordpoints.h"
+#include "formats/traceimport.h"
 #include "ui_dataloggerapp.h"
 
 #include <QDateTime>
 #include <QFileDialog>
+#include <QScopedValueRollback>
 #include <QSet>
 #include <qcustomplot.h>
+
+namespace {
+
+// Between two turns of the event loop while a file is read, in ms: at the fastest pace of a session
+// every request still leaves.
+constexpr int ServeIntervalMs = 1;
+
+} // namespace
 
 // Opens a log, a black-box record or a CAN trace, told apart by the end of the name. Nothing is
 // cleared first: curves, tags, frames and identifiers add up.
 void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
 {
+    if (importing) {
+        return;
+    }
     const QString name = QFileDialog::getOpenFileName(
         this, tr("Open log file"), QString(), tr("Log Files (*.log);; Any File (*.*)"));
     if (name.isEmpty()) {
         return;
     }
+    const QScopedValueRollback<bool> whileReading(importing, true);
+    sinceServed.start();
     bool isComplete = true;
     if (const formats::TraceFormat* format = formats::traceFormat(name)) {
         importTrace(*format, name);
@@ -32,6 +48,22 @@ void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
     }
     if (isComplete) {
         listIdentifiers();
+    }
+}
+
+// Called all the time while a file is read: runs what is due in the event loop, so that a session
+// goes on. Records and frames are asked for, taken and written, ports watched, texts painted.
+//
+// The operator's keys and clicks wait, in their order, until the file is read: what they do then
+// meets a complete import. So does the window's close button. What comes from elsewhere does not
+// wait: a second "Open" is passed over, a pulled cable disconnects, and a program that is told to
+// quit reads to the end first.
+void DataLoggerApp::serveLink()
+{
+    if (sinceServed.hasExpired(ServeIntervalMs - 1)) {
+        frameIndex.extend(canTraceFrameList); // a little now and then instead of much at the end
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        sinceServed.start();
     }
 }
 
@@ -53,67 +85,121 @@ void DataLoggerApp::listIdentifiers()
 
 void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QString& name)
 {
-    formats::TraceImport import = {canTraceFrameList, &comm::traceLine<std::string_view>};
+    console::PausingFile file(name, [this] { serveLink(); });
+    file.open(QIODevice::ReadOnly);
+    QFile conversion;
     if (format.convertedName) {
-        openConversion(QLatin1String(format.convertedName));
-        import.candumpFile = &candumpFile;
+        openConversion(conversion, QLatin1String(format.convertedName));
     }
-    const QString status = formats::readTraceFile(format, name, import);
-    if (format.convertedName) {
-        candumpFile.flush();
+    int count = 0;
+    {
+        formats::TraceImport import(
+            canTraceFrameList, &conversion, &comm::traceLine<std::string_view>);
+        import.reserveFor(file);
+        count = format.read(file, import);
     }
-    emit addLog(status);
+    continueCapture(conversion);
+    emit addLog(format.statusText(count));
 }
 
 // False for a record without log lines: the identifiers of its frames wait for the next import.
 bool DataLoggerApp::importBlackbox(const QString& name)
 {
-    openConversion(QLatin1String("canbb-%1.candump"));
-    formats::TraceImport import = {
-        canTraceFrameList, &comm::traceLine<std::string_view>, &candumpFile};
-    const formats::BlackboxContent content = formats::readBlackboxFile(name, import);
-    candumpFile.flush();
-    firstTimestamp = content.firstTimestamp; // for sessions: the times of the record stay absolute
-    emit addLog(content.statusText);
-    if (content.hasLog) {
-        for (int channel = 0; channel < content.channelTexts.size(); ++channel) {
-            seriesCheckBoxes[channel]->setText(content.channelTexts[channel]);
-        }
-        plotImport(content.points);
+    const auto pause = [this] { serveLink(); };
+    console::PausingStreamBuffer buffer(name, pause);
+    std::istream stream(&buffer);
+    if (!buffer.is_open()) {
+        stream.setstate(std::ios::failbit);
     }
-    return content.hasLog;
+    const formats::BlackboxRecord record(stream, pause);
+    QFile conversion;
+    openConversion(conversion, QLatin1String("canbb-%1.candump"));
+    {
+        formats::TraceImport import(
+            canTraceFrameList, &conversion, &comm::traceLine<std::string_view>);
+        record.readFrames(import);
+    }
+    continueCapture(conversion);
+    firstTimestamp = record.firstTimestamp(); // for sessions: the record's times stay absolute
+    emit addLog(record.statusText());
+    if (record.hasLog()) {
+        const QStringList texts = record.channelTexts();
+        for (int channel = 0; channel < texts.size(); ++channel) {
+            seriesCheckBoxes[channel]->setText(texts[channel]);
+        }
+        formats::RecordPoints points(texts.size());
+        record.readRecords(
+            [&points](int timestamp, int firstChannel, const std::vector<int>& values) {
+                points.addRecord(formats::chartSeconds(timestamp), firstChannel, values);
+            });
+        plotImport(points);
+    }
+    return record.hasLog();
 }
+
+// Takes up the lines of a log one by one, as if its session took place now.
+class DataLoggerApp::LogImport : public formats::LogSink
+{
+public:
+    explicit LogImport(DataLoggerApp& console)
+        : app(console)
+        , points(console.plot->graphCount())
+    {}
+
+    void addHeader(const QStringList& labels) override { app.labelStrip(labels); }
+
+    void addTag(int timestamp, const QString& text) override
+    {
+        app.takeTimestamp(timestamp);
+        app.addTag(text); // reaches the log of a session, too, if one is open
+        app.serveLink();
+    }
+
+    void addRecord(int timestamp, const std::vector<int>& values) override
+    {
+        app.takeTimestamp(timestamp);
+        // The controller's clock wraps round, hence the unsigned difference.
+        const unsigned elapsed =
+            static_cast<unsigned>(app.lastTimestamp) - static_cast<unsigned>(app.firstTimestamp);
+        points.addRecord(formats::chartSeconds(static_cast<int>(elapsed)), 0, values);
+    }
+
+    void plot() { app.plotImport(points); }
+
+private:
+    DataLoggerApp& app;
+    formats::RecordPoints points;
+};
 
 void DataLoggerApp::importLog(const QString& name)
 {
     comm::traceLine("catchall");
-    QFile file(name);
+    console::PausingFile file(name, [this] { serveLink(); });
     file.open(QIODevice::ReadOnly);
-    const formats::LogContent content =
-        formats::readLog(file, plot->graphCount(), firstTimestamp, lastTimestamp);
     holdReplot = true; // until the points are there
-    labelStrip(content);
-    for (const formats::LogContent::Tag& tag : content.tags) {
-        firstTimestamp = tag.firstTimestamp;
-        lastTimestamp = tag.lastTimestamp;
-        addTag(tag.text); // reaches the log of a session, too, if one is open
-    }
-    firstTimestamp = content.firstTimestamp;
-    lastTimestamp = content.lastTimestamp;
-    holdReplot = false;
-    plotImport(content.points);
+    LogImport import(*this);
+    formats::readLog(file, plot->graphCount(), import);
+    import.plot();
 }
 
-// Channels that the log does not name lose their box for good.
-void DataLoggerApp::labelStrip(const formats::LogContent& content)
+void DataLoggerApp::takeTimestamp(int timestamp)
+{
+    lastTimestamp = timestamp;
+    if (firstTimestamp == -1) {
+        firstTimestamp = timestamp;
+    }
+}
+
+// Channels that a log does not name lose their box for good.
+void DataLoggerApp::labelStrip(const QStringList& labels)
 {
     holdStrip = true;
     bool changed = false;
-    for (const formats::LogContent::Label& label : content.labels) {
-        QCheckBox* box = seriesCheckBoxes[label.channel];
-        channelLabels[label.channel] = label.text;
-        box->setText(label.text);
-        if (label.hides) {
+    for (int channel = 0; channel < labels.size(); ++channel) {
+        QCheckBox* box = seriesCheckBoxes[channel];
+        channelLabels[channel] = labels[channel];
+        box->setText(labels[channel]);
+        if (labels[channel] == QLatin1String("x")) {
             changed = changed || box->isChecked();
             box->setCheckState(Qt::Unchecked);
             box->hide();
@@ -125,16 +211,29 @@ void DataLoggerApp::labelStrip(const formats::LogContent& content)
     }
 }
 
-// In the working directory, and left open: frames of a capture that runs go there from now on.
-void DataLoggerApp::openConversion(const QString& pattern)
+// In the working directory.
+void DataLoggerApp::openConversion(QFile& conversion, const QString& pattern)
 {
-    openCandumpFile(pattern.arg(formats::fileStamp(QDateTime::currentDateTime())));
+    conversion.setFileName(pattern.arg(formats::fileStamp(QDateTime::currentDateTime())));
+    conversion.open(QIODevice::WriteOnly);
+}
+
+// Frames of a capture that runs go behind the lines of an import from now on.
+void DataLoggerApp::continueCapture(QFile& conversion)
+{
+    if (!conversion.fileName().isEmpty()) {
+        conversion.close();
+        openCandumpFile(conversion.fileName(), QIODevice::Append);
+    }
 }
 
 void DataLoggerApp::plotImport(const formats::RecordPoints& points)
 {
+    holdReplot = true;
     for (int channel = 0; channel < points.channelCount(); ++channel) {
         formats::addInArrivalOrder(*plot->graph(channel)->data(), points.points(channel));
+        serveLink();
     }
+    holdReplot = false;
     requestReplot();
 }

@@ -2,65 +2,63 @@
 #include "formats/blackboxreader.h"
 
 #include "formats/channelcount.h"
-#include "formats/frameconversion.h"
+#include "formats/tracereaders.h"
 #include "schema/blackbox.pb.h"
 
-#include <QFile>
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <google/protobuf/arena.h>
 
 namespace formats {
 
 namespace {
 
-void readFrames(const xcu::BlackboxFileL& file, TraceImport& import)
+constexpr std::size_t ClassicSize = 8; // bytes that are kept of a frame
+constexpr int FramesBetweenPauses = 256;
+
+using Values = google::protobuf::RepeatedField<int>;
+
+void append(std::vector<int>& values, const Values& more, int limit)
 {
-    constexpr std::size_t classicSize = 8;
-    import.reserve(file.candumplines_size());
-    FrameConversion conversion(import.candumpFile);
-    xcu::BlackboxCandumpFileLine record;
-    for (const std::string& bytes : file.candumplines()) {
-        if (!record.ParseFromString(bytes)) {
-            continue;
-        }
-        CanFrames frame;
-        frame.frameTime = record.timestamp() / 1000.0;
-        frame.busNumber = static_cast<int>(record.busnumber());
-        frame.frameId = record.canid();
-        const std::size_t size = std::min(record.framedata().size(), classicSize);
-        frame.length = static_cast<int>(size);
-        std::memcpy(frame.payload, record.framedata().data(), size);
-        import.append(frame);
-        conversion.write(frame.frameTime / 1000.0, frame);
-    }
+    values.insert(values.end(), more.begin(), more.begin() + std::min(more.size(), limit));
 }
 
-// The values of one side of a record, as many as have a channel.
-void addValues(
-    RecordPoints& points, const google::protobuf::RepeatedField<int>& values, int firstChannel,
-    int channelCount)
+} // namespace
+
+struct BlackboxRecord::Content
 {
-    for (int i = 0; i < std::min(channelCount, values.size()); ++i) {
-        points.add(firstChannel + i, values.Get(i));
+    google::protobuf::Arena arena;
+    xcu::BlackboxFileL& file = *google::protobuf::Arena::CreateMessage<xcu::BlackboxFileL>(&arena);
+};
+
+BlackboxRecord::BlackboxRecord(std::istream& stream, std::function<void()> pauseFunction)
+    : content(std::make_unique<Content>())
+    , pause(std::move(pauseFunction))
+{
+    content->file.ParseFromIstream(&stream);
+    xcu::BlackboxFileLine first;
+    if (hasLog()) {
+        first.ParseFromString(content->file.loglines(0));
     }
+    status = QStringLiteral("Read log file. %4 log points (%1 IN/%2 OUT), %3 canbus frames, %5")
+                 .arg(first.inputs_size())
+                 .arg(first.outputs_size())
+                 .arg(content->file.candumplines_size())
+                 .arg(content->file.loglines_size())
+                 .arg(stream.eof() ? 1 : 0);
+    firstTime = first.timestamp();
+    inputCount = std::min(first.inputs_size(), ChannelTotal);
+    outputCount = std::min(first.outputs_size(), ChannelTotal - inputCount);
 }
 
-RecordPoints readLog(const xcu::BlackboxFileL& file, int inputCount, int outputCount)
+BlackboxRecord::~BlackboxRecord() = default;
+
+bool BlackboxRecord::hasLog() const
 {
-    RecordPoints points(inputCount + outputCount);
-    xcu::BlackboxFileLine record;
-    for (const std::string& bytes : file.loglines()) {
-        record.ParseFromString(bytes); // a damaged record keeps what came before the damage
-        points.beginRecord(static_cast<double>(static_cast<float>(record.timestamp()) / 1000.0F));
-        addValues(points, record.inputs(), 0, inputCount);
-        addValues(points, record.outputs(), inputCount, outputCount);
-    }
-    return points;
+    return content->file.loglines_size() > 0;
 }
 
-QStringList channelTexts(int inputCount, int outputCount)
+QStringList BlackboxRecord::channelTexts() const
 {
     QStringList texts;
     for (int i = 0; i < inputCount; ++i) {
@@ -72,44 +70,46 @@ QStringList channelTexts(int inputCount, int outputCount)
     return texts;
 }
 
-} // namespace
-
-BlackboxContent readBlackbox(std::istream& stream, TraceImport& import)
+void BlackboxRecord::readFrames(TraceSink& sink) const
 {
-    google::protobuf::Arena arena;
-    auto& file = *google::protobuf::Arena::CreateMessage<xcu::BlackboxFileL>(&arena);
-    file.ParseFromIstream(&stream);
-
-    xcu::BlackboxFileLine first;
-    if (file.loglines_size() > 0) {
-        first.ParseFromString(file.loglines(0));
+    xcu::BlackboxCandumpFileLine record;
+    int count = 0;
+    for (const std::string& bytes : content->file.candumplines()) {
+        if (++count % FramesBetweenPauses == 0) {
+            pause();
+        }
+        if (!record.ParseFromString(bytes)) {
+            continue;
+        }
+        CanFrames frame;
+        frame.frameTime = record.timestamp() / 1000.0;
+        frame.busNumber = static_cast<int>(record.busnumber());
+        frame.frameId = record.canid();
+        const std::size_t size = std::min(record.framedata().size(), ClassicSize);
+        frame.length = static_cast<int>(size);
+        std::memcpy(frame.payload, record.framedata().data(), size);
+        sink.addFrame(frame);
+        sink.convert(frame.frameTime / 1000.0, frame);
     }
-    const int inputCount = first.inputs_size();
-    const int outputCount = first.outputs_size();
-
-    BlackboxContent content;
-    content.statusText =
-        QStringLiteral("Read log file. %4 log points (%1 IN/%2 OUT), %3 canbus frames, %5")
-            .arg(inputCount)
-            .arg(outputCount)
-            .arg(file.candumplines_size())
-            .arg(file.loglines_size())
-            .arg(stream.eof() ? 1 : 0);
-    content.firstTimestamp = first.timestamp();
-    content.hasLog = file.loglines_size() > 0;
-    readFrames(file, import);
-
-    const int inputChannels = std::min(inputCount, ChannelTotal);
-    const int outputChannels = std::min(outputCount, ChannelTotal - inputChannels);
-    content.channelTexts = channelTexts(inputChannels, outputChannels);
-    content.points = readLog(file, inputChannels, outputChannels);
-    return content;
 }
 
-BlackboxContent readBlackboxFile(const QString& fileName, TraceImport& import)
+void BlackboxRecord::readRecords(const RecordFunction& take) const
 {
-    std::fstream stream(QFile::encodeName(fileName).constData(), std::ios::in | std::ios::binary);
-    return readBlackbox(stream, import);
+    xcu::BlackboxFileLine record;
+    std::vector<int> values;
+    for (const std::string& bytes : content->file.loglines()) {
+        pause();
+        record.ParseFromString(bytes); // a damaged record keeps what came before the damage
+        values.clear();
+        append(values, record.inputs(), inputCount);
+        const int inputs = static_cast<int>(values.size());
+        if (inputs < inputCount) {
+            take(record.timestamp(), 0, values);
+            values.clear();
+        }
+        append(values, record.outputs(), outputCount);
+        take(record.timestamp(), inputs < inputCount ? inputCount : 0, values);
+    }
 }
 
 } // namespace formats

@@ -1,33 +1,61 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/recordpoints.h"
-#include "formats/traceimport.h"
-
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <iosfwd>
+#include <memory>
+#include <vector>
 
 namespace formats {
 
-// What a black-box record holds besides CAN frames, in the form in which the window takes it up.
-// The numbers of inputs and outputs are those of the first log record.
-struct BlackboxContent
+class TraceSink;
+
+// The controller's black-box record. The numbers of inputs and outputs of the whole file are those
+// of its first log record. What cannot be parsed leaves what was read up to there.
+class BlackboxRecord
 {
-    QString statusText;
-    int firstTimestamp = 0;   // controller time of the first log record in ms
-    bool hasLog = false;      // without log records there is nothing to draw
-    QStringList channelTexts; // inputs, behind them outputs, as far as the chart has channels
-    RecordPoints points;      // of these channels; controller time in seconds of single precision
+public:
+    // Reads the stream. The pause function is called every now and then while frames and records
+    // are given out.
+    explicit BlackboxRecord(
+        std::istream& stream, std::function<void()> pauseFunction = [] {});
+    ~BlackboxRecord();
+    BlackboxRecord(const BlackboxRecord&) = delete;
+    BlackboxRecord& operator=(const BlackboxRecord&) = delete;
+
+    // Counts, and whether the stream came to its end.
+    const QString& statusText() const { return status; }
+
+    // Controller time of the first log record in ms; 0 without one.
+    int firstTimestamp() const { return firstTime; }
+
+    // Without log records there is nothing to draw.
+    bool hasLog() const;
+
+    // Inputs, behind them outputs, as far as the chart has channels.
+    QStringList channelTexts() const;
+
+    // Gives out the CAN frames, of each at most 8 bytes; frameTime is controller time in s. Each is
+    // also converted, its time divided by 1000 once more, on purpose: that is how these files are.
+    void readFrames(TraceSink& sink) const;
+
+    // Gives out the log records: controller time in ms, and values from a channel on. A record that
+    // lacks inputs comes in two parts.
+    using RecordFunction =
+        std::function<void(int timestamp, int firstChannel, const std::vector<int>& values)>;
+    void readRecords(const RecordFunction& take) const;
+
+private:
+    struct Content;
+
+    std::unique_ptr<Content> content;
+    std::function<void()> pause;
+    QString status;
+    int firstTime = 0;
+    int inputCount = 0; // of those that have a channel
+    int outputCount = 0;
 };
-
-// Reads the controller's black-box record. What cannot be parsed leaves what was read up to there;
-// the status text tells whether the stream came to its end. Of a CAN frame at most 8 bytes are
-// kept; its time is controller time in seconds. In the conversion it is divided by 1000 once more,
-// on purpose: that is how these files are.
-BlackboxContent readBlackbox(std::istream& stream, TraceImport& import);
-
-// Reads a file, which reads as empty if it cannot be opened.
-BlackboxContent readBlackboxFile(const QString& fileName, TraceImport& import);
 
 } // namespace formats

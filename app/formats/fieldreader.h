@@ -36,7 +36,11 @@ public:
     double singlePrecision(int offset) const;
 
 private:
-    quint64 wordAt(qint64 position) const;
+    // The byte that holds the position, 0 to BitCount - 1.
+    quint32 byteAt(qint64 position) const
+    {
+        return position < 8 * size ? frame.payload[position / 8] : 0;
+    }
 
     const CanFrames& frame;
     const int size; // bytes of the payload that count

@@ -1,46 +1,40 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/recordpoints.h"
-
-#include <QString>
-#include <QVector>
+#include <QStringList>
+#include <vector>
 
 class QIODevice;
 
 namespace formats {
 
-// What a session's log file holds, in the form in which the window takes it up. For the format see
-// logline.h.
-struct LogContent
+// Takes the lines of a session's log file (logline.h), in file order. Times are controller time in
+// ms, as the file has them; above 2^31 - 1 they read 0.
+class LogSink
 {
-    struct Label
-    {
-        int channel; // 0 to 127
-        QString text;
-        bool hides; // a header of the file has "x" for the channel
-    };
+public:
+    virtual ~LogSink() = default;
 
-    struct Tag
-    {
-        QString text;
-        int firstTimestamp; // the time origin and the time of the tag, in ms
-        int lastTimestamp;
-    };
+    // A header line: the names of the columns from the first channel on, at most ChannelTotal.
+    virtual void addHeader(const QStringList& labels) = 0;
 
-    QVector<Label> labels;   // ascending; where a file has several headers, the last text of each
-    QVector<Tag> tags;       // in file order
-    RecordPoints points;     // a channel a graph; seconds in single precision
-    int firstTimestamp = -1; // the time stamps after the file
-    int lastTimestamp = -1;
+    virtual void addTag(int timestamp, const QString& text) = 0;
+
+    virtual void addRecord(int timestamp, const std::vector<int>& values) = 0;
 };
 
-// Reads a log file; a device that is not open reads as empty. The time origin `firstTimestamp` goes
-// on across files, -1 is none yet. Values of columns that have no graph are passed over, and so is
-// a line without a time.
+// Reads a log file; a device that is not open reads as empty. Of a record at most so many values
+// are read. A line without a time is passed over.
 //
 // A line is not trimmed: its end stays in its last field. Behind the closing ";" of a record the
 // line end thus counts as one more column, which reads 0.
-LogContent readLog(QIODevice& device, int graphCount, int firstTimestamp, int lastTimestamp);
+void readLog(QIODevice& device, int columnLimit, LogSink& sink);
+
+// Where a moment of an imported record lies on the chart, in s. Single precision, as for live
+// records: from 16,777,216 ms on the places are 2 ms apart.
+inline double chartSeconds(int milliseconds)
+{
+    return static_cast<double>(static_cast<float>(milliseconds) / 1000.0F);
+}
 
 } // namespace formats

@@ -1,7 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/recordpoints.h"
 
+#include <algorithm>
+
 namespace formats {
+
+void RecordPoints::addRecord(double key, int firstChannel, const std::vector<int>& values)
+{
+    auto channel = channels.begin() + std::min(firstChannel, channelCount());
+    for (auto value = values.begin(); value != values.end() && channel != channels.end(); ++value) {
+        if (channel->end != keys.size()) {
+            channel->gaps.push_back({channel->values.size(), keys.size()});
+        }
+        channel->end = keys.size() + 1;
+        channel->values.push_back(*value);
+        ++channel;
+    }
+    keys.push_back(key);
+}
 
 std::vector<GraphPoint> RecordPoints::points(int channel) const
 {

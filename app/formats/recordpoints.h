@@ -18,19 +18,8 @@ public:
 
     int channelCount() const { return static_cast<int>(channels.size()); }
 
-    // The key is that of all values up to the next call.
-    void beginRecord(double key) { keys.push_back(key); }
-
-    // Behind a beginRecord, at most once a record and channel; channel 0 to channelCount() - 1.
-    void add(int channel, int value)
-    {
-        Channel& target = channels[static_cast<std::size_t>(channel)];
-        if (target.end != keys.size() - 1) {
-            target.gaps.push_back({target.values.size(), keys.size() - 1});
-        }
-        target.end = keys.size();
-        target.values.push_back(value);
-    }
+    // Values of channels from firstChannel on, as far as there are channels.
+    void addRecord(double key, int firstChannel, const std::vector<int>& values);
 
     // The points of one channel in the order of their records.
     std::vector<GraphPoint> points(int channel) const;

@@ -56,18 +56,8 @@ int decimalInt(std::string_view text);
 int hexInt(std::string_view text); // takes "0x" in front; 0 above 0x7fffffff
 double realNumber(std::string_view text);
 
-// Digits with at most one decimal point among them, perhaps behind a minus sign, white space around
-// it, if the digits taken as an integer are one that a double holds: a quotient of such a number
-// and a power of ten is rounded correctly. No value for anything else.
-std::optional<double> plainReal(std::string_view text, char point = '.');
-
 // Decodes hexadecimal digits, passing over all other characters; an odd first digit is a byte of
 // its own. Stores at most `capacity` bytes and returns how many there are.
 int decodeHex(std::string_view text, unsigned char* bytes, int capacity);
-
-// The same for pairs of digits and nothing else, as almost every classic frame is written. No
-// value, and nothing stored, for anything else and for more than MaxPlainBytes.
-constexpr int MaxPlainBytes = 8;
-std::optional<int> decodePlainHex(std::string_view text, unsigned char* bytes);
 
 } // namespace formats

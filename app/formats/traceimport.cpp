@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/traceimport.h"
 
-#include "formats/textfield.h"
+#include "formats/candumpline.h"
 
 #include <QIODevice>
 #include <algorithm>
@@ -9,13 +9,39 @@
 
 namespace formats {
 
-void TraceImport::reserve(qint64 frameCount)
+namespace {
+
+constexpr int BlockSize = 1 << 16;
+
+} // namespace
+
+TraceImport::TraceImport(
+    QVector<CanFrames>& frameList, QIODevice* candumpFile,
+    std::function<void(std::string_view)> diagnosisFunction)
+    : frames(frameList)
+    , file(candumpFile != nullptr && candumpFile->isOpen() ? candumpFile : nullptr)
+    , diagnosis(std::move(diagnosisFunction))
+{}
+
+TraceImport::~TraceImport()
 {
-    const qint64 needed = frames.size() + frameCount;
-    if (needed > frames.capacity()) {
+    writeConversion();
+}
+
+void TraceImport::reserveFor(QIODevice& trace)
+{
+    constexpr int shortestLine = 20; // bytes of a frame in any of the formats
+    const QByteArray sample = trace.isOpen() ? trace.peek(BlockSize) : QByteArray();
+    const int lineCount = std::max(sample.count('\n'), sample.count('\r'));
+    if (lineCount == 0) {
+        return;
+    }
+    const qint64 expected = frames.size() + lineCount +
+                            trace.size() / std::max(sample.size() / lineCount, shortestLine);
+    if (expected > frames.capacity()) {
         // At least half as much again: a list that is just filled up would be copied for every
         // small file. Room that is not used costs no memory, only addresses.
-        const qint64 roomy = std::max(needed, qint64{frames.capacity()} * 3 / 2);
+        const qint64 roomy = std::max(expected, qint64{frames.capacity()} * 3 / 2);
         try {
             frames.reserve(static_cast<int>(std::min<qint64>(roomy, MaxFrameCount)));
         } catch (const std::bad_alloc&) { // the list grows with its frames, as far as it can
@@ -23,7 +49,7 @@ void TraceImport::reserve(qint64 frameCount)
     }
 }
 
-void TraceImport::append(const CanFrames& frame)
+void TraceImport::addFrame(const CanFrames& frame)
 {
     if (isFull) {
         return;
@@ -37,28 +63,37 @@ void TraceImport::append(const CanFrames& frame)
         isFull = true;
     }
     if (isFull) {
-        trace("No room for more frames");
+        diagnose("No room for more frames");
     }
 }
 
-qint64 estimatedFrameCount(QIODevice& device)
+void TraceImport::convert(double seconds, const CanFrames& frame)
 {
-    constexpr int sampleSize = 1 << 16;
-    constexpr int shortestLine = 20; // bytes of a frame in any of the formats
-    const QByteArray sample = device.isOpen() ? device.peek(sampleSize) : QByteArray();
-    const int lineCount = std::max(sample.count('\n'), sample.count('\r'));
-    if (lineCount == 0) {
-        return 0;
+    if (file == nullptr) {
+        return;
     }
-    return lineCount + device.size() / std::max(sample.size() / lineCount, shortestLine);
+    const std::string_view payload(
+        reinterpret_cast<const char*>(frame.payload), static_cast<std::size_t>(payloadSize(frame)));
+    composeImportedFrameLine(line, seconds, frame.busNumber, frame.frameId, payload);
+    block += line;
+    if (block.size() >= BlockSize) {
+        writeConversion();
+    }
 }
 
-void takePayload(std::string_view words, CanFrames& frame)
+void TraceImport::diagnose(std::string_view text)
 {
-    const int size = payloadSize(frame);
-    for (int i = 0; i < size; ++i) {
-        frame.payload[i] = static_cast<unsigned char>(hexInt(takeWord(words, ' ')));
+    if (diagnosis) {
+        diagnosis(text);
     }
+}
+
+void TraceImport::writeConversion()
+{
+    if (file != nullptr) {
+        file->write(block.data(), static_cast<qint64>(block.size()));
+    }
+    block.clear();
 }
 
 } // namespace formats

@@ -1,41 +1,47 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/traceimport.h"
+#include "formats/canframes.h"
+
+#include <QString>
+#include <string_view>
+
+class QIODevice;
 
 namespace formats {
 
-// Readers of CAN traces in text form. Each appends the frames of a device, one a line, and returns
-// how many; a device that is not open reads as empty. White space around a line does not count, and
-// the first empty line ends the reading, except for readTrc. There is next to no checking: a field
-// that a line does not have is empty, a bad number is 0, and the payload is cut at 64 bytes.
-//
-// One CanFrames value serves all lines and is not cleared in between. What a line does not set,
-// payload behind its own bytes included, is what the line before left; all zero at first. That
-// shows in the readers for .trc and .asc.
+// Takes what the reader of a trace finds, in file order.
+class TraceSink
+{
+public:
+    virtual ~TraceSink() = default;
 
-// Time, " -> ", and parts separated by ":": a word, identifier and length as "name=value" in base
-// 10, and the bytes. frameTime in ms, where all others have the file's own unit, usually seconds.
-int readTxt(QIODevice& device, TraceImport& import);
+    virtual void addFrame(const CanFrames& frame) = 0;
 
-// The console's own capture format, which is also that of the candump tool's log files. The digit
-// of the FD marker is read as a byte in front of the payload: the frame comes out one byte longer
-// than it was, and signal sets count on that.
-int readCandump(QIODevice& device, TraceImport& import);
+    // A frame that also belongs into the .candump file that some imports write beside.
+    virtual void convert(double /*seconds*/, const CanFrames& /*frame*/) {}
 
-// Fields separated by tabs, lines by carriage returns; empty lines are passed over. `length` is
-// what the file says, whatever the number of bytes.
-int readTrc(QIODevice& device, TraceImport& import);
+    // A line for the diagnostic channel, without line end.
+    virtual void diagnose(std::string_view /*line*/) {}
+};
 
-// Fields separated by ",", behind a line of column names. A file without that line has no frames.
-// Lines of fewer than 13 fields are refused with a trace.
-int readCsv(QIODevice& device, TraceImport& import);
+// One kind of CAN trace in text form, known by the end of the file's name.
+struct TraceFormat
+{
+    const char* nameEnd;       // with its dot, case-sensitive
+    const char* statusName;    // in the status text; not always the kind's own
+    const char* convertedName; // pattern for the conversion's file name, or null for none
 
-// Fields separated by blanks. Only FD lines and classic lines of channel 2 are decoded, and written
-// to the conversion. Any other line, headers too, repeats the frame before it at its own time.
-int readAsc(QIODevice& device, TraceImport& import);
+    // Reads the frames of a device, one a line, and returns how many; a device that is not open
+    // reads as empty. There is next to no checking: a field that a line does not have is empty, a
+    // bad number is 0, and the payload is cut at 64 bytes.
+    int (*read)(QIODevice& device, TraceSink& sink);
 
-// Fields separated by blanks, comments behind ";". Times in the file are ms, frameTime in seconds.
-int readTrace(QIODevice& device, TraceImport& import);
+    // What the operator is told about so many frames.
+    QString statusText(int frameCount) const;
+};
+
+// Null if the name has none of the six ends.
+const TraceFormat* traceFormat(const QString& fileName);
 
 } // namespace formats

@@ -136,6 +136,33 @@ private slots:
         QVERIFY(header.startsWith("#;timestamp;Oil pressure (ADC3);x;"));
     }
 
+    // The time origin is that of the first moment that is not -1, and stays.
+    void timesCountFromTheFirstMoment()
+    {
+        const QList<std::tuple<int, QByteArray, QString>> rows = {
+            {-1, "1;100;7;\n2;1100;8;\n", "(0,7)(1,8)"},
+            {-1, "$;100;a\n1;200;7\n", "(0.10000000149011612,7)"},
+            {-1, "1;-1;1\n2;5;2", "(0,1)(0,2)"},
+            {-2, "1;2;1", "(0.0040000001899898052,1)"},
+            {1000, "1;4294967295;1", "(-1,1)"}, // reads 0
+            {2147483647, "1;-2147483648;1", "(0.0010000000474974513,1)"},
+            {0, "1;16777217;1", "(16777.216796875,1)"},
+            {0, "1;3000;3\n1;1000;1\n", "(1,1)(3,3)"},
+        };
+        for (const auto& [origin, content, expected] : rows) {
+            console = std::make_unique<ConsoleRig>();
+            if (origin != -1) {
+                console->window.loggerDataReceived(0, static_cast<unsigned>(origin), {});
+            }
+            open(home->write("a.log", content));
+            QString points;
+            for (const QCPGraphData& point : *console->plot()->graph(0)->data()) {
+                points += QString("(%1,%2)").arg(point.key, 0, 'g', 17).arg(point.value);
+            }
+            QCOMPARE(points, expected);
+        }
+    }
+
     void aTypedSignalBecomesACurve()
     {
         open(sample("drive.candump"));

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/blackboxreader.h"
+#include "formats/logreader.h"
 #include "formats/textfield.h"
-#include "formats/traceformat.h"
+#include "formats/traceimport.h"
 #include "schema/blackbox.pb.h"
-#include "support/importcheck.h"
 #include "support/testhome.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
 #include <QTest>
+#include <fstream>
 #include <random>
 #include <sstream>
 
@@ -21,23 +22,85 @@ QByteArray sample(const QString& name)
     return contents(XCU_TEST_DATA_DIR "/" + name);
 }
 
-struct Blackbox
+QString describe(const CanFrames& frame)
 {
-    BlackboxContent content;
+    const QByteArray payload(reinterpret_cast<const char*>(frame.payload), payloadSize(frame));
+    return QString("%1 can%2 %3 [%4] %5")
+        .arg(frame.frameTime, 0, 'g', 12)
+        .arg(frame.busNumber)
+        .arg(frame.frameId, 0, 16)
+        .arg(frame.length)
+        .arg(QString(payload.toHex()));
+}
+
+struct Reading
+{
+    QStringList diagnosis;
     QVector<CanFrames> frames;
     QByteArray conversion;
+
+    // Gives read(TraceSink&) something to put its frames into.
+    template <typename Read>
+    explicit Reading(Read read)
+    {
+        QBuffer file(&conversion);
+        file.open(QIODevice::WriteOnly);
+        TraceImport import(
+            frames, &file, [this](std::string_view line) { diagnosis << textOf(line); });
+        read(import);
+    }
+
+    QString text() const
+    {
+        QStringList lines = diagnosis;
+        for (const CanFrames& frame : frames) {
+            lines << describe(frame);
+        }
+        return (lines + QString(conversion).split('\n', Qt::SkipEmptyParts)).join('|');
+    }
 };
 
-Blackbox blackbox(const std::string& bytes)
+// The kind is the end of a file name, such as ".txt".
+Reading readTrace(const QString& kind, QByteArray content)
 {
-    Blackbox result;
-    QBuffer conversion(&result.conversion);
-    conversion.open(QIODevice::WriteOnly);
-    TraceImport import{result.frames};
-    import.candumpFile = &conversion;
-    std::istringstream stream(bytes);
-    result.content = readBlackbox(stream, import);
-    return result;
+    return Reading([&](TraceImport& import) {
+        QBuffer device(&content);
+        device.open(QIODevice::ReadOnly);
+        import.reserveFor(device);
+        traceFormat(kind)->read(device, import);
+    });
+}
+
+// "#A,B" for a header, "$5 text" for a tag, "5:1,2" for a record, separated by "|".
+class LogText : public LogSink
+{
+public:
+    QStringList lines;
+
+    void addHeader(const QStringList& labels) override { lines << '#' + labels.join(','); }
+    void addTag(int timestamp, const QString& text) override
+    {
+        lines << QString("$%1 %2").arg(timestamp).arg(text);
+    }
+    void addRecord(int timestamp, const std::vector<int>& values) override
+    {
+        QStringList texts;
+        for (const int value : values) {
+            texts << QString::number(value);
+        }
+        lines << QString("%1:%2").arg(timestamp).arg(texts.join(','));
+    }
+};
+
+using Values = std::vector<std::tuple<int, int, std::vector<int>>>; // time, first channel, values
+
+Values recordsOf(const BlackboxRecord& record)
+{
+    Values records;
+    record.readRecords([&records](int time, int firstChannel, const std::vector<int>& values) {
+        records.emplace_back(time, firstChannel, values);
+    });
+    return records;
 }
 
 std::string logRecord(int inputs, int outputs, int timestamp)
@@ -112,60 +175,31 @@ private slots:
              "0 can1 1 [2] 0300|1 can1 2 [0] |-0.5005 can1 0 [0] "},
         };
         for (const auto& [name, kind, content, expected] : rows) {
-            const Readings read = traceReadings(kind, content, false);
-            QCOMPARE(name + ": " + read.fast.join('|'), name + ": " + expected);
-            QCOMPARE(read.fast, read.slow);
+            QCOMPARE(name + ": " + readTrace(kind, content).text(), name + ": " + expected);
         }
     }
 
     void logs()
     {
-        const QList<std::tuple<QByteArray, int, QString>> rows = {
-            {"1;100;7;\n2;1100;8;\n", -1,
-             "|(0,7)(1,8) |(0,0)(1,0) 1100-100"}, // line end is a column
-            {"1;0;1;2\n2;0\n3;1000;3\n4;2000;4;5", 0, "|(0,1)(1,3)(2,4) |(0,2)(2,5) 2000-0"},
-            {"1;100;7;8;9;10;\n#;t;A;x;\n", -1, "0=A 1=x! 2=\n |(0,7) |(0,8) 100-100"},
-            {"#;t;x;\r\n#;T;B\n", -1, "0=B\n! 1=\r\n | | -1--1"}, // hidden stays hidden
-            {"#;t; x;X;x\n", -1, "0= x 1=X 2=x\n | | -1--1"},
-            {"$;100; a b \r\n$;150;c;d\n1;200;7\n", -1,
-             "a b@100-100 c@150-100 |(0.10000000149011612,7) | 200-100"}, // a tag sets the origin
-            {"$;9\n\n7\n#\n#;t\n", 5, "| | -1-5"},                        // short lines
-            {"1;4294967295;1", 1000, "|(-1,1) | 0-1000"},
-            {"1;-2147483648;1", 2147483647, "|(0.0010000000474974513,1) | -2147483648-2147483647"},
-            {"1;-1;1\n2;5;2", -1, "|(0,1)(0,2) | 5-5"}, // -1 is no origin, but -2 is
-            {"1;2;1", -2, "|(0.0040000001899898052,1) | 2--2"},
-            {"1;16777217;1", 0, "|(16777.216796875,1) | 16777217-0"},
-            {"1;0; 7 ;1.5\n1;0;-2147483649;+5", 0, "|(0,7)(0,0) |(0,0)(0,5) 0-0"},
-            {{"#;t;A;\0;B\n1\0;5;6\n", 17}, -1, "0=A 1= | | -1--1"},
-            {"\xef\xbb\xbf$;\xef\xbb\xbf 5;T", -1, "T@0-0 | | 0-0"},
+        const QList<std::pair<QByteArray, QString>> rows = {
+            {"1;100;7;\n2;200;8;-9;\n", "100:7,0|200:8,-9,0"}, // the line end is a column
+            {"1;0;1;2\n2;0\n3;1;;", "0:1,2|0:|1:0,0"},
+            {"#;t;A;x;\r\n#;T; B\n#;t\n#\n", "#A,x,\r\n|# B\n|#"},
+            {"$;100; a b \r\n$;-1;c;d\n$;9\n\n7\n", "$100 a b|$-1 c"}, // short lines
+            {"1;4294967295;2147483648", "0:0"},
+            {"1;-2147483648; 7 ;+5;1.5", "-2147483648:7,5,0"},
+            {{"#;t;A;\0;B\n1\0;5;6\n", 17}, "#A,"},
+            {"\xef\xbb\xbf$;\xef\xbb\xbf 5;T", "$0 T"},
+            {"1;1;1;2;3;4;5;6;7\n", "1:1,2,3,4,5"}, // as many as asked for
+            {"#;t" + QByteArray(130, ';'), '#' + QString(127, ',')},
         };
-        for (const auto& [content, origin, expected] : rows) {
-            const Readings read = logReadings(content, 2, origin);
-            QCOMPARE(read.fast.join(' '), expected);
-            QCOMPARE(read.fast, read.slow);
-        }
-    }
-
-    // Whatever readers stumble over, at any place.
-    void damagedFiles()
-    {
-        const QList<QByteArray> stumbles =
-            QByteArray(
-                "| |\t|\n|\r|\r\n|\n\n|;|,|#|##|=|:| -> |-|+|.|(|!|0x|x|$;|1e3|nan|-inf|007|64|140|"
-                "2147483648|99999999999999999999|0.1234567890123456789|CANFD 1 2 3 4 5 6|\xc2\xa0|"
-                "\xe2\x80\x83|\xef\xbb\xbf|\xff|\xff\xfe|\xc3")
-                .split('|');
-        for (const QString& name : QDir(XCU_TEST_DATA_DIR).entryList(QDir::Files)) {
-            const QString kind = name.mid(name.indexOf('.'));
-            const QByteArray whole = sample(name);
-            const bool isText = kind == ".log" || traceFormat(kind) != nullptr;
-            for (int i = 0; isText && i < 3 * whole.size(); ++i) {
-                QByteArray content = whole;
-                content.replace(i % whole.size(), i % 4, stumbles[i % stumbles.size()]);
-                const Readings read =
-                    kind == ".log" ? logReadings(content, 3, 1000) : traceReadings(kind, content);
-                QCOMPARE(read.fast, read.slow);
-            }
+        for (const auto& [content, expected] : rows) {
+            QBuffer device;
+            device.setData(content);
+            device.open(QIODevice::ReadOnly);
+            LogText log;
+            readLog(device, 5, log);
+            QCOMPARE(log.lines.join('|'), expected);
         }
     }
 
@@ -177,26 +211,29 @@ private slots:
             content += "(1.5) can1 " + QByteArray::number(i, 16) + "#0102\n";
         }
         content += "(1) can0 1#" + QByteArray(10'000'000, 'a') + '\n' + content;
-        const Readings read = traceReadings(".candump", content);
-        QVERIFY(read.fast == read.slow);
+        const QVector<CanFrames> frames = readTrace(".candump", content).frames;
+        QCOMPARE(frames.size(), 60001);
+        QCOMPARE(frames[30000].length, 5'000'000);
+        for (int i = 0; i < 30000; ++i) {
+            QCOMPARE(describe(frames[i]), QString("0 can0 %1 [2] 0102").arg(i, 0, 16));
+            QCOMPARE(frames[30001 + i].frameId, i);
+        }
     }
 
     void unreadable()
     {
         const QTemporaryDir folder;
-        QVector<CanFrames> frames;
-        TraceImport import{frames};
         for (const QString kind : {".txt", ".candump", ".trc", ".csv", ".asc", ".trace"}) {
-            QVERIFY(QDir(folder.path()).mkdir("a.log" + kind));
-            for (const QString& name : {"a.log" + kind, "none" + kind}) {
-                const QString path = folder.filePath(name);
-                const QString status = readTraceFile(*traceFormat(path), path, import);
-                QVERIFY(status.endsWith(" file. 0 canbus frames"));
-            }
+            QFile file(folder.path()); // a folder
+            file.open(QIODevice::ReadOnly);
+            QVERIFY(Reading([&](TraceImport& import) {
+                        QCOMPARE(traceFormat("a.log" + kind)->read(file, import), 0);
+                    }).frames.isEmpty());
         }
         QVERIFY(traceFormat("a.TXT") == nullptr);
         // The last figure is the state of a real file stream.
-        QVERIFY(readBlackboxFile("/none/a.rbx", import).statusText.endsWith(" 0 canbus frames, 0"));
+        std::ifstream none("/none/a.rbx");
+        QVERIFY(BlackboxRecord(none).statusText().endsWith(" 0 canbus frames, 0"));
     }
 
     // Whatever is not plain goes through Qt; this finds out whether what is plain is so for Qt.
@@ -226,14 +263,18 @@ private slots:
 
     void blackboxes()
     {
-        const Blackbox read = blackbox(sample("drive.rbx").toStdString());
+        std::istringstream stream(sample("drive.rbx").toStdString());
+        const BlackboxRecord record(stream);
         QCOMPARE(
-            read.content.statusText,
-            "Read log file. 20 log points (2 IN/1 OUT), 5 canbus frames, 1");
-        QCOMPARE(read.content.firstTimestamp, 5000);
-        QCOMPARE(read.content.channelTexts, (QStringList{"In0", "In1", "Out0"}));
-        QCOMPARE(read.content.points.points(1)[19].value, -19.0);
-        QCOMPARE(read.content.points.points(2)[19].key, static_cast<double>(5.19F));
+            record.statusText(), "Read log file. 20 log points (2 IN/1 OUT), 5 canbus frames, 1");
+        QCOMPARE(record.firstTimestamp(), 5000);
+        QCOMPARE(record.channelTexts(), (QStringList{"In0", "In1", "Out0"}));
+        const auto [time, firstChannel, values] = recordsOf(record)[19];
+        QCOMPARE(time, 5190);
+        QCOMPARE(firstChannel, 0);
+        QCOMPARE(values.size(), std::size_t(3));
+        QCOMPARE(values[1], -19);
+        const Reading read([&record](TraceImport& import) { record.readFrames(import); });
         QCOMPARE(read.frames[4].frameTime, 7.0);
         // Thousands of seconds, blanks before the identifier.
         QVERIFY(read.conversion.contains("\n(0.005025) can2   a#\n"));
@@ -243,7 +284,7 @@ private slots:
     {
         xcu::BlackboxFileL file;
         file.add_loglines(logRecord(2, 1, 1000));
-        file.add_loglines(logRecord(1, 0, 2000));               // fewer values
+        file.add_loglines(logRecord(1, 1, 2000));               // fewer inputs
         file.add_loglines(logRecord(3, 2, 3000));               // more
         file.add_loglines(logRecord(2, 0, 4000).substr(0, 13)); // inputs, but no time
         file.add_candumplines("\x0a\x7f");                      // counted, not read
@@ -252,27 +293,33 @@ private slots:
         frame.set_timestamp(0xffffffffU);
         frame.set_canid(-1);
         file.add_candumplines(frame.SerializeAsString());
-        const Blackbox read = blackbox(file.SerializeAsString());
+        const auto parse = [&file] {
+            std::istringstream stream(file.SerializeAsString());
+            return std::make_unique<BlackboxRecord>(stream);
+        };
+        const auto record = parse();
         QCOMPARE(
-            read.content.statusText,
-            "Read log file. 4 log points (2 IN/1 OUT), 2 canbus frames, 1");
-        for (const int channel : {0, 1, 2}) {
-            QCOMPARE(read.content.points.points(channel).size(), std::size_t(4 - channel));
-            QCOMPARE(read.content.points.points(channel)[1].key, channel == 0 ? 2.0 : 3.0);
-        }
-        QCOMPARE(read.content.points.points(0)[3].key, 0.0);
-        QCOMPARE(read.frames.size(), 1);
-        QCOMPARE(read.frames[0].length, 8);
+            record->statusText(), "Read log file. 4 log points (2 IN/1 OUT), 2 canbus frames, 1");
+        const Values expected = {
+            {1000, 0, {-1, 0, 2}},
+            {2000, 0, {-1}},
+            {2000, 2, {1}},
+            {3000, 0, {-1, 0, 3}},
+            {0, 0, {-1, 0}}};
+        QVERIFY(recordsOf(*record) == expected);
+        const Reading read([&record](TraceImport& import) { record->readFrames(import); });
         QCOMPARE(
-            read.conversion, QByteArray("(4294.967295) can0 ffffffffffffffff#3132333435363738\n"));
-        QVERIFY(!blackbox("not a record").content.hasLog);
+            read.text(), "4294967.295 can0 ffffffffffffffff [8] 3132333435363738|"
+                         "(4294.967295) can0 ffffffffffffffff#3132333435363738");
         for (const int inputs : {126, 128, 130, 0}) {
             file.set_loglines(0, logRecord(inputs, 130, 1000));
-            const BlackboxContent content = blackbox(file.SerializeAsString()).content;
-            QCOMPARE(content.channelTexts.size(), 128);
-            QCOMPARE(content.channelTexts.filter("In").size(), qMin(inputs, 128));
-            QCOMPARE(content.points.points(127)[0].key, 1.0);
+            const auto wide = parse();
+            QCOMPARE(wide->channelTexts().size(), 128);
+            QCOMPARE(wide->channelTexts().filter("In").size(), qMin(inputs, 128));
+            QCOMPARE(std::get<2>(recordsOf(*wide)[0]).size(), std::size_t(128));
         }
+        file.Clear();
+        QVERIFY(!parse()->hasLog());
     }
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "bench/slowroad.h"
 #include "formats/candumpline.h"
+#include "formats/canframes.h"
 #include "formats/logline.h"
 
 #include <QTest>
@@ -62,7 +62,13 @@ private slots:
             const std::string bytes(frame.payload, frame.payload + frame.length);
             const double time = i < foreignTimes.size() ? foreignTimes[i] : ms / 1000.0;
             composeImportedFrameLine(line, time, frame.busNumber, frame.frameId, bytes);
-            QCOMPARE(QByteArray::fromStdString(line), slowroad::convertedLine(time, frame));
+            const QString payload = QByteArray::fromStdString(bytes).toHex();
+            const QString imported = QString("(%1) can%2 %3#%4\n")
+                                         .arg(QString::number(time, 'f', 6))
+                                         .arg(frame.busNumber)
+                                         .arg(frame.frameId, 3, 16)
+                                         .arg(payload);
+            QCOMPARE(QString::fromStdString(line), imported);
 
             const bool isExtended = i % 2 == 0;
             const bool isFd = i % 3 == 0; // without which the bit rate switch does not show
@@ -73,7 +79,7 @@ private slots:
                                          .arg(frame.busNumber)
                                          .arg(frame.frameId, isExtended ? 8 : 3, 16, QChar('0'))
                                          .arg(isFd ? i % 5 == 0 ? "#1" : "#0" : "")
-                                         .arg(QString(QByteArray::fromStdString(bytes).toHex()));
+                                         .arg(payload);
             QCOMPARE(QString::fromStdString(line), captured);
             const QString status = candumpStatusText(frame.frameId, frame.busNumber);
             QCOMPARE(
