@@ -3,7 +3,7 @@
 
 #include <random>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
@@ -32,9 +32,13 @@ CalibrationMaps::Map makeMap(const MapSize& size, std::mt19937& random)
     return map;
 }
 
-int valueOf(const int* place)
+xcu::MapCommandResult store(std::vector<int>& values, std::size_t index, int value)
 {
-    return place != nullptr ? *place : 0;
+    if (index >= values.size()) {
+        return xcu::MAP_COMMAND_RESULT_2;
+    }
+    values[index] = value;
+    return xcu::MAP_COMMAND_RESULT_0;
 }
 
 } // namespace
@@ -52,54 +56,6 @@ CalibrationMaps::Map* CalibrationMaps::map(unsigned int id)
     return id < maps.size() ? &maps[id] : nullptr;
 }
 
-void CalibrationMaps::setLimits(int smallest, int largest)
-{
-    smallestValue = smallest;
-    largestValue = largest;
-}
-
-CalibrationMaps::Place CalibrationMaps::label(unsigned int mapId, int axis, unsigned int labelId)
-{
-    Map* owner = map(mapId);
-    if (owner == nullptr) {
-        return {nullptr, noSuchMap};
-    }
-    std::vector<int>& labels = axis == xcu::MAP_AXIS_Y ? owner->yLabels : owner->xLabels;
-    if (labelId >= labels.size()) {
-        return {nullptr, noSuchPlace};
-    }
-    return {&labels[labelId], ok};
-}
-
-CalibrationMaps::Place CalibrationMaps::cell(unsigned int mapId, unsigned int x, unsigned int y)
-{
-    Map* owner = map(mapId);
-    if (owner == nullptr) {
-        return {nullptr, noSuchMap};
-    }
-    if (x >= owner->xLabels.size() || y >= owner->yLabels.size()) {
-        return {nullptr, noSuchPlace};
-    }
-    return {&owner->values.at(owner->xLabels.size() * y + x), ok};
-}
-
-xcu::MapCommandResult CalibrationMaps::store(const Place& place, int value) const
-{
-    if (place.value == nullptr) {
-        return place.result;
-    }
-    if (value < smallestValue || value > largestValue) {
-        return refusedValue;
-    }
-    *place.value = value;
-    return ok;
-}
-
-void CalibrationMaps::answer(const xcu::MapTunerStartReq&, xcu::MapTunerStartResp& response)
-{
-    response.set_map_count(static_cast<quint32>(maps.size()));
-}
-
 void CalibrationMaps::answer(
     const xcu::MapTunerGetMapDetailsReq& request, xcu::MapTunerGetMapDetailsResp& response)
 {
@@ -107,52 +63,6 @@ void CalibrationMaps::answer(
     if (const Map* asked = map(request.map_id())) {
         response.set_x_size(static_cast<quint32>(asked->xLabels.size()));
         response.set_y_size(static_cast<quint32>(asked->yLabels.size()));
-    }
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerSetMapLabelReq& request, xcu::MapTunerSetMapLabelResp& response)
-{
-    response.set_map_id(request.map_id());
-    response.set_axis(request.axis());
-    response.set_label_id(request.label_id());
-    const Place place = label(request.map_id(), request.axis(), request.label_id());
-    response.set_result(store(place, request.value()));
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerGetMapLabelReq& request, xcu::MapTunerGetMapLabelResp& response)
-{
-    response.set_map_id(request.map_id());
-    response.set_axis(request.axis());
-    response.set_label_id(request.label_id());
-    const Place place = label(request.map_id(), request.axis(), request.label_id());
-    response.set_value(valueOf(place.value));
-    response.set_result(place.result);
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerSetMapValueReq& request, xcu::MapTunerSetMapValueResp& response)
-{
-    response.set_map_id(request.map_id());
-    response.set_x_id(request.x_id());
-    response.set_y_id(request.y_id());
-    const Place place = cell(request.map_id(), request.x_id(), request.y_id());
-    response.set_result(store(place, request.value()));
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerGetMapValueReq& request, xcu::MapTunerGetMapValueResp& response)
-{
-    response.set_map_id(request.map_id());
-    response.set_x_id(request.x_id());
-    response.set_y_id(request.y_id());
-    const Place place = cell(request.map_id(), request.x_id(), request.y_id());
-    response.set_value(valueOf(place.value));
-    response.set_result(place.result);
-    if (place.value != nullptr) {
-        map(request.map_id())->lastX = static_cast<int>(request.x_id());
-        map(request.map_id())->lastY = static_cast<int>(request.y_id());
     }
 }
 
@@ -168,15 +78,30 @@ void CalibrationMaps::answer(
 }
 
 void CalibrationMaps::answer(
-    const xcu::MapTunerGetLastGetValueReq& request, xcu::MapTunerGetLastGetValueResp& response)
+    const xcu::MapTunerSetMapLabelReq& request, xcu::MapTunerSetMapLabelResp& response)
 {
     response.set_map_id(request.map_id());
-    const Map* asked = map(request.map_id());
-    response.set_x_id(asked != nullptr ? asked->lastX : -1);
-    response.set_y_id(asked != nullptr ? asked->lastY : -1);
-    const auto x = static_cast<unsigned int>(response.x_id());
-    const auto y = static_cast<unsigned int>(response.y_id());
-    response.set_value(valueOf(cell(request.map_id(), x, y).value));
+    response.set_axis(request.axis());
+    response.set_label_id(request.label_id());
+    response.set_result(xcu::MAP_COMMAND_RESULT_1);
+    if (Map* asked = map(request.map_id())) {
+        auto& labels = request.axis() == xcu::MAP_AXIS_Y ? asked->yLabels : asked->xLabels;
+        response.set_result(store(labels, request.label_id(), request.value()));
+    }
 }
 
-} // namespace simulator
+void CalibrationMaps::answer(
+    const xcu::MapTunerSetMapValueReq& request, xcu::MapTunerSetMapValueResp& response)
+{
+    response.set_map_id(request.map_id());
+    response.set_x_id(request.x_id());
+    response.set_y_id(request.y_id());
+    response.set_result(xcu::MAP_COMMAND_RESULT_1);
+    if (Map* asked = map(request.map_id())) {
+        const std::size_t columns = asked->xLabels.size();
+        const std::size_t index = columns * request.y_id() + request.x_id();
+        const bool isColumn = request.x_id() < columns;
+        response.set_result(
+            store(asked->values, isColumn ? index : asked->values.size(), request.value()));
+    }
+}

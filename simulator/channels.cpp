@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/channels.h"
 
-#include "schema/configuration.pb.h"
-#include "simulator/virtualinputs.h"
+#include <algorithm>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
 using Kind = LogChannel::Kind;
 using Shape = LogChannel::Shape;
 
-std::vector<LogChannel> sensors()
+std::vector<LogChannel> makeChannels()
 {
-    return {
+    std::vector<LogChannel> channels = {
         {"Oil pressure", Kind::Input, xcu::Input::ADC, 3, Shape::Noise, 400, 3200, 6000},
         {"Oil temperature °C", Kind::Input, xcu::Input::ADC, 4, Shape::Sine, 60, 125, 90000},
         {"Input speed", Kind::Input, xcu::Input::FREQUENCY, 0, Shape::Sawtooth, 800, 7200, 5000},
@@ -35,12 +34,6 @@ std::vector<LogChannel> sensors()
         {"Supply voltage", Kind::Input, xcu::Input::ADC_SWITCH, 0, Shape::Noise, 11800, 14400,
          20000},
         {"", Kind::Input, xcu::Input::DIVIDE, 0, Shape::Sine, -100, 100, 2000},
-    };
-}
-
-std::vector<LogChannel> actuators()
-{
-    return {
         {"Line pressure valve", Kind::Output, xcu::Output::PWM, 0, Shape::Sine, 0, 1000, 6000},
         {"Clutch A valve", Kind::Output, xcu::Output::CURRENT, 0, Shape::Sawtooth, 0, 1400, 2500},
         {"Clutch B valve", Kind::Output, xcu::Output::CURRENT, 1, Shape::Sawtooth, 0, 1400, 3500},
@@ -50,20 +43,13 @@ std::vector<LogChannel> actuators()
         {"", Kind::Output, xcu::Output::MAP, 0, Shape::Sine, -500, 500, 1500},
         {"Main relay", Kind::Output, xcu::Output::PWR, 0, Shape::Steps, 0, 1, 15000},
     };
-}
-
-std::vector<LogChannel> makeChannels()
-{
-    std::vector<LogChannel> channels = sensors();
-    for (unsigned int i = 0; i < VirtualInputs::inputCount; ++i) {
+    for (int i = 0; i < virtualInputCount; ++i) {
         LogChannel input;
         input.name = "Virtual input " + std::to_string(i + 1);
         input.type = xcu::Input::CONSTANT;
-        input.number = i;
-        channels.push_back(input);
+        input.number = static_cast<unsigned int>(i);
+        channels.insert(channels.begin() + firstVirtualInput + i, input);
     }
-    const std::vector<LogChannel> outputs = actuators();
-    channels.insert(channels.end(), outputs.begin(), outputs.end());
     for (unsigned int i = 0; channels.size() < logChannelCount; ++i) {
         LogChannel spare;
         spare.name = "Spare " + std::to_string(i + 1);
@@ -78,12 +64,52 @@ std::vector<LogChannel> makeChannels()
     return channels;
 }
 
+template <typename Entry>
+void fill(Entry& entry, const LogChannel& channel, int logChannel)
+{
+    entry.set_name(channel.name);
+    entry.set_logchannel(logChannel);
+    entry.set_type(static_cast<decltype(entry.type())>(channel.type));
+    entry.set_number(channel.number);
+}
+
+void add(xcu::ConfigData& configuration, const LogChannel& channel, int logChannel)
+{
+    if (channel.kind == LogChannel::Kind::Input) {
+        fill(*configuration.add_inputs(), channel, logChannel);
+    } else {
+        fill(*configuration.add_outputs(), channel, logChannel);
+    }
+}
+
 } // namespace
 
-const std::vector<LogChannel>& logChannels()
+const std::vector<LogChannel>& simulator::logChannels()
 {
     static const std::vector<LogChannel> channels = makeChannels();
     return channels;
 }
 
-} // namespace simulator
+std::string simulator::configurationBlock(const xcu::ConfigData& configuration)
+{
+    const std::string message = configuration.SerializeAsString();
+    std::string bytes;
+    for (int shift = 0; shift < 32; shift += 8) {
+        bytes += static_cast<char>(message.size() >> shift & 0xFF);
+    }
+    return bytes + message;
+}
+
+std::map<unsigned int, std::string> simulator::configurationBlocks(int namedChannels)
+{
+    constexpr int notLogged = -1; // connected all the same
+    xcu::ConfigData main;
+    add(main, {"Service switch", Kind::Input, xcu::Input::DIGITAL, 7}, notLogged);
+    add(main, {"Cooling fan", Kind::Output, xcu::Output::PWM, 5}, notLogged);
+    xcu::ConfigData extension; // virtual inputs and all above them
+    const int count = std::clamp(namedChannels, 0, logChannelCount);
+    for (int i = 0; i < count; ++i) {
+        add(i < firstVirtualInput ? main : extension, logChannels()[i], i);
+    }
+    return {{0, configurationBlock(main)}, {6, configurationBlock(extension)}};
+}

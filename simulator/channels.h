@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "schema/configuration.pb.h"
+
+#include <map>
 #include <string>
 #include <vector>
 
@@ -25,7 +28,19 @@ struct LogChannel
 
 constexpr int logChannelCount = 128;
 
+// The inputs that the PC sets instead of a sensor. The log shows input i in channel
+// firstVirtualInput + i.
+constexpr int virtualInputCount = 12;
+constexpr int firstVirtualInput = 20;
+
 // All of them, by channel number.
 const std::vector<LogChannel>& logChannels();
+
+// The bytes of a configuration block: a 32-bit little-endian length and so many bytes of a
+// serialized ConfigData. The length 0xFFFFFFFF marks an empty block.
+std::string configurationBlock(const xcu::ConfigData& configuration);
+
+// Blocks 0 and 6 with entries for the first so many log channels, 0 to 128.
+std::map<unsigned int, std::string> configurationBlocks(int namedChannels);
 
 } // namespace simulator

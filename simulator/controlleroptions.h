@@ -23,7 +23,7 @@ struct Trouble
     int dropEvery = 0;    // the response never leaves
     int doubleEvery = 0;  // the response leaves twice
     int garbageEvery = 0; // a frame that is no message leaves ahead of the response
-    bool split = false;   // frames leave in pieces cut at seeded places, header and payload alike
+    int split = 0;        // not 0: frames leave in pieces cut at seeded places, headers too
 };
 
 struct MapSize

@@ -1,23 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/linecommands.h"
 
-#include "simulator/controllerunit.h"
+#include "simulator/mockedport.h"
 #include "simulator/simulationoptions.h"
 
+#include <QFile>
 #include <algorithm>
+#include <array>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
-// Each command of a unit gets the words behind its name, and gives false if they are wrong.
 using Words = QStringList;
+using Numbers = std::vector<quint32>;
 
 // Whole numbers, decimal or with 0x in front; nothing if one of the words is none.
-std::vector<quint32> toNumbers(const Words& words)
+Numbers toNumbers(const Words& words)
 {
-    std::vector<quint32> numbers;
+    Numbers numbers;
     for (const QString& word : words) {
         bool isNumber = false;
         numbers.push_back(word.toUInt(&isNumber, 0));
@@ -28,66 +33,74 @@ std::vector<quint32> toNumbers(const Words& words)
     return numbers;
 }
 
-bool plug(ControllerUnit& unit, const Words&)
+// Carries out a command that has so many numbers behind its name; false if they are not there.
+template <std::size_t count, void (*operation)(ControllerUnit&, const Numbers&)>
+bool with(ControllerUnit& unit, const Words& words)
 {
-    unit.port.plug();
-    return true;
-}
-
-bool unplug(ControllerUnit& unit, const Words&)
-{
-    unit.port.unplug();
-    return true;
-}
-
-bool becomeBootloader(ControllerUnit& unit, const Words&)
-{
-    unit.port.changeGuise(Guise::Bootloader);
-    return true;
-}
-
-bool becomeDevice(ControllerUnit& unit, const Words&)
-{
-    unit.port.changeGuise(Guise::Device);
-    return true;
-}
-
-bool reset(ControllerUnit& unit, const Words&)
-{
-    unit.port.changeGuise(unit.controller.guise());
-    return true;
-}
-
-bool changeFaults(ControllerUnit& unit, const Words& words)
-{
-    if (words == Words{QStringLiteral("clear")}) {
-        unit.controller.faults().clear();
-        return true;
-    }
-    const std::vector<quint32> numbers = toNumbers(words.mid(1));
-    if (words.value(0) != QLatin1String("add") || numbers.size() != 5) {
+    const Numbers numbers = toNumbers(words);
+    if (numbers.size() != count || std::size_t(words.size()) != count) {
         return false;
     }
+    operation(unit, numbers);
+    return true;
+}
+
+template <void (MockedPort::*operation)()>
+void onPort(ControllerUnit& unit, const Numbers&)
+{
+    (unit.port.*operation)();
+}
+
+template <Guise guise>
+void restartAs(ControllerUnit& unit, const Numbers&)
+{
+    unit.port.changeGuise(guise);
+}
+
+void reset(ControllerUnit& unit, const Numbers&)
+{
+    unit.port.changeGuise(unit.controller.guise());
+}
+
+void addFault(ControllerUnit& unit, const Numbers& numbers)
+{
     xcu::FaultItem fault;
     fault.set_type(numbers[0]);
     fault.set_mode(numbers[1]);
     fault.set_category(numbers[2]);
     fault.set_fault_id(numbers[3]);
     fault.set_component_id(numbers[4]);
-    unit.controller.faults().add(fault);
-    return true;
+    unit.controller.faults().push_back(fault);
 }
 
-bool pushRecords(ControllerUnit& unit, const Words& words)
+void clearFaults(ControllerUnit& unit, const Numbers&)
 {
-    const std::vector<quint32> numbers = toNumbers(words.isEmpty() ? Words{"1"} : words);
-    if (numbers.size() != 1) {
-        return false;
-    }
+    unit.controller.faults().clear();
+}
+
+template <int Trouble::*member>
+void setTrouble(ControllerUnit& unit, const Numbers& numbers)
+{
+    Trouble trouble = unit.controller.trouble();
+    trouble.*member = static_cast<int>(numbers[0]);
+    unit.controller.setTrouble(trouble);
+}
+
+void endTrouble(ControllerUnit& unit, const Numbers&)
+{
+    unit.controller.setTrouble({});
+}
+
+void pushRecords(ControllerUnit& unit, const Numbers& numbers)
+{
     for (quint32 i = 0; i < numbers[0]; ++i) {
         unit.controller.pushRecord();
     }
-    return true;
+}
+
+bool oneRecordOrMore(ControllerUnit& unit, const Words& words)
+{
+    return with<1, pushRecords>(unit, words.isEmpty() ? Words{"1"} : words);
 }
 
 bool pushFrame(ControllerUnit& unit, const Words& words)
@@ -96,8 +109,7 @@ bool pushFrame(ControllerUnit& unit, const Words& words)
         unit.controller.pushFrame();
         return true;
     }
-    const std::vector<quint32> numbers = toNumbers(words.mid(0, 2));
-    const QByteArray data = QByteArray::fromHex(words.value(2).toLatin1());
+    const Numbers numbers = toNumbers(words.mid(0, 2));
     const Words flags = words.mid(3);
     if (numbers.size() != 2 || words.size() < 3) {
         return false;
@@ -106,7 +118,7 @@ bool pushFrame(ControllerUnit& unit, const Words& words)
     frame.set_bus(static_cast<int>(numbers[0]));
     frame.set_id(static_cast<int>(numbers[1]));
     frame.set_timestamp(static_cast<int>(unit.controller.timeMs()));
-    frame.set_data(data.toStdString());
+    frame.set_data(QByteArray::fromHex(words[2].toLatin1()).toStdString());
     frame.set_extended(flags.contains(QStringLiteral("extended")));
     frame.set_fd(flags.contains(QStringLiteral("fd")));
     frame.set_brs(flags.contains(QStringLiteral("brs")));
@@ -117,76 +129,53 @@ bool pushFrame(ControllerUnit& unit, const Words& words)
     return true;
 }
 
+template <void (VirtualController::*operation)(double)>
 bool setRate(ControllerUnit& unit, const Words& words)
 {
-    const double rate = parseRate(words.value(1));
-    if (words.size() != 2 || rate < 0) {
+    const double rate = parseRate(words.value(0));
+    if (words.size() != 1 || rate < 0) {
         return false;
     }
-    if (words[0] == QLatin1String("records")) {
-        unit.controller.setRecordRate(rate);
-    } else if (words[0] == QLatin1String("frames")) {
-        unit.controller.setFrameRate(rate);
-    } else {
-        return false;
-    }
+    (unit.controller.*operation)(rate);
     return true;
 }
 
-bool setTrouble(ControllerUnit& unit, const Words& words)
-{
-    if (words == Words{QStringLiteral("none")}) {
-        unit.controller.setTrouble({});
-        return true;
-    }
-    const std::vector<quint32> numbers = toNumbers(words.mid(1));
-    if (numbers.size() != 1) {
-        return false;
-    }
-    Trouble trouble = unit.controller.trouble();
-    const auto number = static_cast<int>(numbers[0]);
-    if (words[0] == QLatin1String("delay")) {
-        trouble.delayMs = number;
-    } else if (words[0] == QLatin1String("drop")) {
-        trouble.dropEvery = number;
-    } else if (words[0] == QLatin1String("double")) {
-        trouble.doubleEvery = number;
-    } else if (words[0] == QLatin1String("garbage")) {
-        trouble.garbageEvery = number;
-    } else if (words[0] == QLatin1String("split")) {
-        trouble.split = number != 0;
-    } else {
-        return false;
-    }
-    unit.controller.setTrouble(trouble);
-    return true;
-}
-
+// A command gets the words behind its name, and gives false if they are wrong.
 struct Command
 {
-    const char* name;
+    const char* name;      // one word or two
     const char* arguments; // for the help; those in brackets may be left out
     const char* description;
     bool (*run)(ControllerUnit& unit, const Words& words);
 };
 
 constexpr Command commands[] = {
-    {"plug", "", "Put the cable in.", plug},
-    {"unplug", "", "Pull the cable. The controller stays powered by the vehicle.", unplug},
-    {"reset", "", "Leave the bus, restart and come back.", reset},
-    {"bootloader", "", "Restart as bootloader.", becomeBootloader},
-    {"device", "", "Restart as device.", becomeDevice},
-    {"record", "[N]", "Send N records of the last session, unasked.", pushRecords},
-    {"frame", "BUS ID DATA [extended] [fd] [brs]", "Send a CAN frame; DATA is hexadecimal.",
-     pushFrame},
-    {"frame", "", "Send the next frame of the CAN traffic.", pushFrame},
-    {"fault", "add TYPE MODE CATEGORY ID COMPONENT", "Enter a fault, or a warning with TYPE 1.",
-     changeFaults},
-    {"fault", "clear", "Empty the fault list.", changeFaults},
-    {"rate", "records|frames RATE", "How fast records or frames are pushed.", setRate},
-    {"trouble", "delay|drop|double|garbage|split N", "As the options of this name; 0 ends it.",
-     setTrouble},
-    {"trouble", "none", "End all trouble.", setTrouble},
+    {"plug", "", "Put the cable in.", with<0, onPort<&MockedPort::plug>>},
+    {"unplug", "", "Pull the cable. The controller stays powered by the vehicle.",
+     with<0, onPort<&MockedPort::unplug>>},
+    {"reset", "", "Leave the bus, restart and come back.", with<0, reset>},
+    {"bootloader", "", "Restart as bootloader.", with<0, restartAs<Guise::Bootloader>>},
+    {"device", "", "Restart as device.", with<0, restartAs<Guise::Device>>},
+    {"record", "[N]", "Send N records of the last session, unasked.", oneRecordOrMore},
+    {"frame", "[BUS ID DATA [extended] [fd] [brs]]",
+     "Send a CAN frame with DATA in hexadecimal, or the next one of the CAN traffic.", pushFrame},
+    {"fault add", "TYPE MODE CATEGORY ID COMPONENT", "Enter a fault, or a warning with TYPE 1.",
+     with<5, addFault>},
+    {"fault clear", "", "Empty the fault list.", with<0, clearFaults>},
+    {"rate records", "RATE", "How fast records are pushed.",
+     setRate<&VirtualController::setRecordRate>},
+    {"rate frames", "RATE", "How fast frames are pushed.",
+     setRate<&VirtualController::setFrameRate>},
+    {"trouble delay", "MS", "Hold responses back; 0 ends this trouble and those below.",
+     with<1, setTrouble<&Trouble::delayMs>>},
+    {"trouble drop", "N", "Lose every nth response.", with<1, setTrouble<&Trouble::dropEvery>>},
+    {"trouble double", "N", "Send every nth response twice.",
+     with<1, setTrouble<&Trouble::doubleEvery>>},
+    {"trouble garbage", "N", "Send a senseless frame ahead of every nth response.",
+     with<1, setTrouble<&Trouble::garbageEvery>>},
+    {"trouble split", "N", "Unless N is 0, send frames in pieces.",
+     with<1, setTrouble<&Trouble::split>>},
+    {"trouble none", "", "End all trouble.", with<0, endTrouble>},
 };
 
 // Those that are not about one unit; they are carried out elsewhere.
@@ -206,12 +195,58 @@ void describe(QString& text, const Command& command)
 
 } // namespace
 
-LineCommands::LineCommands(std::vector<ControllerUnit*> controllers, QObject* parent)
+CommandInput::CommandInput(int descriptor, QObject* parent)
     : QObject(parent)
-    , units(std::move(controllers))
-{}
+    , input(descriptor)
+    , notifier(descriptor, QSocketNotifier::Read)
+{
+    pause.setSingleShot(true);
+    connect(&notifier, &QSocketNotifier::activated, this, &CommandInput::read);
+    connect(&pause, &QTimer::timeout, this, &CommandInput::work);
+}
 
-QString LineCommands::helpText()
+CommandInput::~CommandInput()
+{
+    notifier.setEnabled(false);
+    ::close(input);
+}
+
+int CommandInput::openPath(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    const bool isPipe = ::stat(name.constData(), &status) == 0 && S_ISFIFO(status.st_mode);
+    return ::open(name.constData(), (isPipe ? O_RDWR : O_RDONLY) | O_CLOEXEC);
+}
+
+void CommandInput::read()
+{
+    std::array<char, 4096> buffer;
+    const ssize_t size = ::read(input, buffer.data(), buffer.size());
+    if (size > 0) {
+        pending.append(buffer.data(), static_cast<int>(size));
+    } else {
+        notifier.setEnabled(false);
+        pending.append('\n'); // the last line may lack its end
+    }
+    work();
+}
+
+void CommandInput::work()
+{
+    int end = 0;
+    while (!pause.isActive() && (end = pending.indexOf('\n')) >= 0) {
+        const QString text = QString::fromUtf8(pending.left(end)).simplified();
+        pending.remove(0, end + 1);
+        if (text.section(' ', 0, 0) == QLatin1String("wait")) {
+            pause.start(qMax(0, text.section(' ', 1).toInt()));
+        } else {
+            emit line(text);
+        }
+    }
+}
+
+QString simulator::commandsHelp()
 {
     QString text = QStringLiteral(
         "\nLine commands. A number in front means that controller alone, counted from 1.\n");
@@ -224,7 +259,7 @@ QString LineCommands::helpText()
     return text;
 }
 
-QString LineCommands::execute(const QString& line)
+QString simulator::executeCommand(const std::vector<ControllerUnit*>& units, const QString& line)
 {
     Words words = line.simplified().split(' ', Qt::SkipEmptyParts);
     if (words.isEmpty() || words[0].startsWith('#')) {
@@ -240,32 +275,23 @@ QString LineCommands::execute(const QString& line)
         meant = {units[number - 1]};
         words.removeFirst();
     }
-    const QString name = words.isEmpty() ? QString() : words.takeFirst();
+    const QString name = words.value(0);
     if (name == QLatin1String("help")) {
-        return helpText();
+        return commandsHelp();
     }
-    if (name == QLatin1String("stats")) {
-        emit statsWanted();
-        return {};
-    }
-    if (name == QLatin1String("quit")) {
-        emit quit();
-        return {};
-    }
-    const auto* command =
-        std::find_if(std::begin(commands), std::end(commands), [&](const Command& candidate) {
-            return name == QLatin1String(candidate.name);
-        });
+    const QString firstTwo = words.mid(0, 2).join(' ');
+    const auto isMeant = [&](const Command& candidate) {
+        return name == QLatin1String(candidate.name) || firstTwo == QLatin1String(candidate.name);
+    };
+    const auto* command = std::find_if(std::begin(commands), std::end(commands), isMeant);
     if (command == std::end(commands)) {
         return QStringLiteral("unknown command, try help: ") + line;
     }
-    const bool takesArguments = command->arguments[0] != '\0';
+    words = words.mid(name == QLatin1String(command->name) ? 1 : 2);
     for (ControllerUnit* unit : meant) {
-        if ((!takesArguments && !words.isEmpty()) || !command->run(*unit, words)) {
+        if (!command->run(*unit, words)) {
             return QStringLiteral("wrong arguments, try help: ") + line;
         }
     }
     return {};
 }
-
-} // namespace simulator

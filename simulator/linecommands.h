@@ -1,37 +1,52 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QByteArray>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QString>
-#include <QStringList>
+#include <QTimer>
 #include <vector>
 
 namespace simulator {
 
 struct ControllerUnit;
 
-// Commands that change virtual controllers while they run, a line each. A line that begins with a
-// number means that controller alone, counted from 1; other lines mean all of them.
-class LineCommands : public QObject
+// Lines from standard input, a file or a named pipe, one after the other. A line "wait MS" holds
+// back those behind it.
+class CommandInput : public QObject
 {
     Q_OBJECT
 
 public:
-    // The units have to outlive the commands.
-    explicit LineCommands(std::vector<ControllerUnit*> controllers, QObject* parent = nullptr);
+    // Takes over the descriptor.
+    explicit CommandInput(int descriptor, QObject* parent = nullptr);
+    ~CommandInput() override;
 
-    static QString helpText();
-
-    // Does what a line says. The result is for the operator: what is wrong with the line, or what
-    // it asked to see; mostly empty.
-    QString execute(const QString& line);
+    // For CommandInput's constructor; negative if the path cannot be read. A named pipe is held
+    // open, so that its writers may come and go.
+    static int openPath(const QString& path);
 
 signals:
-    void statsWanted();
-    void quit();
+    void line(const QString& text);
 
 private:
-    std::vector<ControllerUnit*> units;
+    void read();
+    void work();
+
+    int input;
+    QSocketNotifier notifier;
+    QTimer pause;
+    QByteArray pending;
 };
+
+// Does what a line says, to change virtual controllers while they run. A line that begins with a
+// number means that controller alone, counted from 1; other lines mean all of them. The result is
+// for the operator: what is wrong with the line, or what it asked to see; mostly empty. The
+// commands stats and quit are up to the caller.
+QString executeCommand(const std::vector<ControllerUnit*>& units, const QString& line);
+
+// All commands, for an operator.
+QString commandsHelp();
 
 } // namespace simulator

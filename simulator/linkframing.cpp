@@ -2,70 +2,40 @@
 #include "simulator/linkframing.h"
 
 #include <QtEndian>
-#include <cstring>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
 constexpr int headerSize = 4;
 
-// Makes room for a frame behind what is there, and returns where its payload goes.
-char* beginFrame(QByteArray& line, quint32 size)
-{
-    const int start = line.size();
-    line.resize(start + headerSize + static_cast<int>(size));
-    qToLittleEndian(size, line.data() + start);
-    return line.data() + start + headerSize;
-}
-
 } // namespace
 
-void appendFrame(QByteArray& line, const google::protobuf::MessageLite& message)
+void simulator::appendFrame(QByteArray& line, const google::protobuf::MessageLite& message)
 {
-    char* payload = beginFrame(line, static_cast<quint32>(message.ByteSizeLong()));
-    message.SerializeWithCachedSizesToArray(reinterpret_cast<quint8*>(payload));
-}
-
-void appendFrame(QByteArray& line, const char* payload, quint32 size)
-{
-    std::memcpy(beginFrame(line, size), payload, size);
+    const int start = line.size();
+    const auto size = static_cast<quint32>(message.ByteSizeLong());
+    line.resize(start + headerSize + static_cast<int>(size));
+    qToLittleEndian(size, line.data() + start);
+    message.SerializeWithCachedSizesToArray(
+        reinterpret_cast<quint8*>(line.data() + start + headerSize));
 }
 
 void FrameReader::append(const QByteArray& bytes)
 {
     buffer.remove(0, consumed);
     consumed = 0;
-    const int passed = static_cast<int>(qMin<quint64>(passedOver, bytes.size()));
-    passedOver -= passed;
-    buffer.append(bytes.constData() + passed, bytes.size() - passed);
+    buffer += bytes;
 }
 
 bool FrameReader::next(std::string& payload)
 {
-    while (buffer.size() - consumed >= headerSize) {
-        const char* header = buffer.constData() + consumed;
-        const quint64 frame = quint64(qFromLittleEndian<quint32>(header)) + headerSize;
-        const quint64 available = buffer.size() - consumed;
-        if (frame > longestPayload + headerSize) {
-            const quint64 passed = qMin(frame, available);
-            consumed += static_cast<int>(passed);
-            passedOver = frame - passed;
-            continue;
-        }
-        if (available < frame) {
-            return false;
-        }
-        payload.assign(header + headerSize, frame - headerSize);
-        consumed += static_cast<int>(frame);
-        return true;
+    const qint64 available = buffer.size() - consumed - headerSize;
+    const char* header = buffer.constData() + consumed;
+    if (available < 0 || available < qint64(qFromLittleEndian<quint32>(header))) {
+        return false;
     }
-    return false;
+    payload.assign(header + headerSize, qFromLittleEndian<quint32>(header));
+    consumed += headerSize + static_cast<int>(payload.size());
+    return true;
 }
-
-void FrameReader::clear()
-{
-    *this = FrameReader();
-}
-
-} // namespace simulator

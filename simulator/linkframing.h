@@ -11,25 +11,20 @@ namespace simulator {
 // It shares nothing with the PC's end on purpose, so that the two check each other.
 
 void appendFrame(QByteArray& line, const google::protobuf::MessageLite& message);
-void appendFrame(QByteArray& line, const char* payload, quint32 size);
 
 // Puts the frames together again from bytes that were cut anywhere. There is no way back after a
 // wrong length, as on the real line: the reader waits until so many bytes have come.
 class FrameReader
 {
 public:
-    // A longer payload is passed over without being kept.
-    static constexpr quint32 longestPayload = 64 * 1024 * 1024;
-
     void append(const QByteArray& bytes);
     // Takes the next whole payload; false if there is none yet.
     bool next(std::string& payload);
-    void clear();
+    void clear() { *this = FrameReader(); }
 
 private:
     QByteArray buffer;
-    int consumed = 0;       // bytes at the start of the buffer that were handed out
-    quint64 passedOver = 0; // bytes still to come of a payload that is too long
+    int consumed = 0; // bytes at the start of the buffer that were handed out
 };
 
 } // namespace simulator

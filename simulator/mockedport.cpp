@@ -3,21 +3,18 @@
 
 #include "simulator/pseudoterminal.h"
 #include "simulator/testbed.h"
-#include "simulator/virtualcontroller.h"
 
 #include <QCoreApplication>
-#include <QScopedValueRollback>
 #include <atomic>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
 // Bytes that wait for the terminal. Above the first mark the controller pushes nothing any more
-// until the queue is below the second one; above the third the program is not listened to either.
+// until the queue is below the second one.
 constexpr int fullMark = 256 * 1024;
 constexpr int easyMark = 64 * 1024;
-constexpr int deafMark = 16 * 1024 * 1024;
 
 QString makePortName()
 {
@@ -88,7 +85,7 @@ void MockedPort::transmit(const QByteArray& bytes)
     if (!isPlugged()) {
         return;
     }
-    if (!inUse && !isReading) {
+    if (!inUse) {
         followUse();
     }
     if (!inUse) {
@@ -106,7 +103,6 @@ void MockedPort::writeLine()
 {
     const int taken = terminal->write(output.constData() + outputStart, backlog());
     outputStart += taken;
-    sentBytes += taken;
     if (taken > 0) {
         emit sent(QByteArray::fromRawData(output.constData() + outputStart - taken, taken));
     }
@@ -122,9 +118,6 @@ void MockedPort::tellLine()
 {
     lineFull = backlog() > (lineFull ? easyMark : fullMark);
     controller.setLineReady(inUse && !lineFull);
-    if (isPlugged()) {
-        terminal->setReadNotification(backlog() < deafMark);
-    }
 }
 
 void MockedPort::readLine()
@@ -135,17 +128,12 @@ void MockedPort::readLine()
 
 void MockedPort::receiveAll()
 {
-    if (isReading) {
-        return; // a slot runs an event loop; the outer call reads on
-    }
-    const QScopedValueRollback<bool> guard(isReading, true);
     // Not without an end: the way out wants its turn too.
     for (int turn = 0; turn < 64 && isPlugged(); ++turn) {
         const QByteArray bytes = terminal->read();
         if (bytes.isEmpty()) {
             return;
         }
-        receivedBytes += bytes.size();
         setInUse(true);
         emit received(bytes);
         controller.receive(bytes);
@@ -198,5 +186,3 @@ void MockedPort::dropOutput()
         terminal->discardUnread();
     }
 }
-
-} // namespace simulator

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/controlleroptions.h"
+#include "simulator/virtualcontroller.h"
 
 #include <QByteArray>
 #include <QObject>
 #include <QString>
 #include <QTimer>
 #include <memory>
+#include <utility>
 
 namespace simulator {
 
 class PseudoTerminal;
 class Testbed;
-class VirtualController;
 
 // The USB serial port of one virtual controller, in a testbed. It is not plugged in at first. Name
 // and serial number stay for its life; every time it is plugged in it gets a new terminal.
@@ -44,9 +44,6 @@ public:
     // absenceMs.
     void changeGuise(Guise guise);
 
-    quint64 bytesIn() const { return receivedBytes; } // from the program
-    quint64 bytesOut() const { return sentBytes; }    // taken over by the terminal
-
 signals:
     void plugged();
     void unplugged();
@@ -74,10 +71,19 @@ private:
     int outputStart = 0;
     bool inUse = false;
     bool lineFull = false;
-    bool isReading = false;
     QTimer returnTimer; // runs while the unit is away to change its guise
-    quint64 receivedBytes = 0;
-    quint64 sentBytes = 0;
+};
+
+// A controller with its port.
+struct ControllerUnit
+{
+    ControllerUnit(Testbed& testbed, ControllerOptions options)
+        : controller(std::move(options))
+        , port(testbed, controller)
+    {}
+
+    VirtualController controller;
+    MockedPort port;
 };
 
 } // namespace simulator

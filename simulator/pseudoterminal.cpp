@@ -12,7 +12,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
@@ -149,5 +149,3 @@ bool PseudoTerminal::isFarEndInUse()
     }
     return inUse;
 }
-
-} // namespace simulator

@@ -1,25 +1,63 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/simulation.h"
 
-#include "simulator/statistics.h"
-
 #include <QCoreApplication>
-#include <QFile>
+#include <QDateTime>
 #include <QTextStream>
 #include <QTimer>
+#include <array>
 #include <csignal>
-#include <cstdio>
+#include <fcntl.h>
 #include <unistd.h>
 #include <utility>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
+
+struct Signal
+{
+    int number;
+    bool fromTerminal; // which tells the whole process group, other senders this process only
+};
+
+std::array<int, 2> signalPipe;
+
+void handleSignal(int number, siginfo_t* info, void*)
+{
+    const Signal caught = {number, info->si_code == SI_KERNEL};
+    // A signal handler may call nothing but such plain system calls.
+    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &caught, sizeof caught);
+}
 
 // Standard output belongs to the program that runs.
 void tell(const QString& text)
 {
     QTextStream(stderr) << "virtual-xcu: " << text << '\n';
+}
+
+// A count a line: serial number, colon, name of the count, number. Commands stand by their names in
+// the schema; those that never came are left out.
+QString statisticsOf(const VirtualController& controller)
+{
+    QString text;
+    const auto add = [&](const QString& name, quint64 count) {
+        const QString& who = controller.options().serialNumber;
+        text += QStringLiteral("%1: %2 %3\n").arg(who, name, QString::number(count));
+    };
+    const google::protobuf::OneofDescriptor& members = *xcu::Command::descriptor()->oneof_decl(0);
+    for (int i = 0; i < members.field_count(); ++i) {
+        const google::protobuf::FieldDescriptor& member = *members.field(i);
+        const auto number = static_cast<xcu::Command::ReqCase>(member.number());
+        if (const int count = controller.count(number)) {
+            add("received " + QString::fromStdString(member.name()), count);
+        }
+    }
+    add(QStringLiteral("broken payloads received"), controller.brokenPayloads());
+    add(QStringLiteral("responses sent"), controller.responsesSent());
+    add(QStringLiteral("records sent"), controller.recordsSent());
+    add(QStringLiteral("frames sent"), controller.framesSent());
+    return text;
 }
 
 } // namespace
@@ -29,25 +67,13 @@ Simulation::Simulation(SimulationOptions wanted, QObject* parent)
     , options(std::move(wanted))
     , trace(options.tracePath)
 {
-    std::vector<ControllerUnit*> controllers;
+    if (!options.tracePath.isEmpty()) {
+        trace.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    }
     for (const ControllerOptions& controller : options.controllers) {
         addController(controller);
-        controllers.push_back(units.back().get());
     }
-    commands = std::make_unique<LineCommands>(controllers);
-    connect(commands.get(), &LineCommands::quit, this, [this] { stop(0, SIGTERM); });
-    connect(commands.get(), &LineCommands::statsWanted, this, [this] {
-        QTextStream(stderr) << statistics();
-        writeStatistics();
-    });
-    connect(&signalCatcher, &SignalCatcher::caught, this, [this](int number, bool fromTerminal) {
-        // The terminal has told the program already; twice may mean more than once.
-        if (!fromTerminal || !runner.isRunning()) {
-            stop(ProgramRunner::signalBase + number, number);
-        }
-    });
-    connect(&runner, &ProgramRunner::ended, this, &QCoreApplication::exit);
-    connect(&runner, &ProgramRunner::failedToStart, this, &tell);
+    catchSignals();
 }
 
 void Simulation::addController(const ControllerOptions& controller)
@@ -57,7 +83,9 @@ void Simulation::addController(const ControllerOptions& controller)
     const QString who = controller.serialNumber + " on " + port.name();
     connect(&port, &MockedPort::plugged, this, [=] { tell(who + " is plugged in"); });
     connect(&port, &MockedPort::unplugged, this, [=] { tell(who + " is gone"); });
-    trace.follow(*units.back());
+    if (trace.isOpen()) {
+        traceUnit(*units.back());
+    }
     scheduleCable(port);
     if (options.bootloaderAfterMs > 0) {
         QTimer::singleShot(
@@ -84,26 +112,57 @@ void Simulation::scheduleCable(MockedPort& port)
         options.replugAfterMs, &MockedPort::unplugged, &MockedPort::plugged, &MockedPort::plug);
 }
 
+void Simulation::traceUnit(ControllerUnit& unit)
+{
+    const MockedPort* port = &unit.port;
+    const QString who = unit.controller.options().serialNumber;
+    connect(port, &MockedPort::plugged, this, [=] { writeTrace(who, "plugged"); });
+    connect(port, &MockedPort::unplugged, this, [=] { writeTrace(who, "gone"); });
+    connect(port, &MockedPort::opened, this, [=] { writeTrace(who, "opened"); });
+    connect(port, &MockedPort::closed, this, [=] { writeTrace(who, "closed"); });
+    connect(port, &MockedPort::received, this, [=](const QByteArray& bytes) {
+        writeTrace(who, "in", bytes.toHex());
+    });
+    connect(port, &MockedPort::sent, this, [=](const QByteArray& bytes) {
+        writeTrace(who, "out", bytes.toHex());
+    });
+}
+
+void Simulation::writeTrace(const QString& who, const char* what, const QByteArray& details)
+{
+    if (!trace.isOpen()) {
+        return;
+    }
+    QByteArray line = QByteArray::number(QDateTime::currentMSecsSinceEpoch());
+    line += ' ' + who.toUtf8() + ' ' + what;
+    if (!details.isEmpty()) {
+        line += ' ' + details;
+    }
+    trace.write(line + '\n');
+}
+
 void Simulation::start()
 {
-    if (!trace.isUsable()) {
-        tell("the trace cannot be written to " + options.tracePath);
+    QString unusable;
+    if (!options.tracePath.isEmpty() && !trace.isOpen()) {
+        unusable = "the trace cannot be written to " + options.tracePath;
+    } else if (
+        !options.commandsPath.isEmpty() &&
+        !listenTo(CommandInput::openPath(options.commandsPath))) {
+        unusable = "no commands can be read from " + options.commandsPath;
+    }
+    if (!unusable.isEmpty()) {
+        tell(unusable);
         QCoreApplication::exit(wrongUsage);
         return;
     }
     if (options.interactive) {
         listenTo(::dup(STDIN_FILENO));
     }
-    if (!options.commandsPath.isEmpty() &&
-        !listenTo(CommandInput::openPath(options.commandsPath))) {
-        tell("no commands can be read from " + options.commandsPath);
-        QCoreApplication::exit(wrongUsage);
-    } else if (options.program.isEmpty()) {
+    if (options.program.isEmpty()) {
         printEnvironment();
     } else {
-        runner.start(
-            options.program, testbed.addTo(QProcessEnvironment::systemEnvironment()),
-            !options.interactive);
+        startProgram();
     }
 }
 
@@ -112,15 +171,29 @@ bool Simulation::listenTo(int descriptor)
     if (descriptor < 0) {
         return false;
     }
-    sources.push_back(std::make_unique<CommandInput>(descriptor));
-    connect(sources.back().get(), &CommandInput::line, this, [this](const QString& line) {
-        trace.add(QStringLiteral("-"), "told", line.toUtf8());
-        const QString result = commands->execute(line);
+    inputs.push_back(std::make_unique<CommandInput>(descriptor));
+    connect(inputs.back().get(), &CommandInput::line, this, &Simulation::carryOut);
+    return true;
+}
+
+void Simulation::carryOut(const QString& line)
+{
+    writeTrace(QStringLiteral("-"), "told", line.toUtf8());
+    if (line == QLatin1String("quit")) {
+        stop(0, SIGTERM);
+    } else if (line == QLatin1String("stats")) {
+        QTextStream(stderr) << statistics();
+        writeStatistics();
+    } else {
+        std::vector<ControllerUnit*> controllers;
+        for (const auto& unit : units) {
+            controllers.push_back(unit.get());
+        }
+        const QString result = executeCommand(controllers, line);
         if (!result.isEmpty()) {
             tell(result);
         }
-    });
-    return true;
+    }
 }
 
 void Simulation::printEnvironment() const
@@ -132,12 +205,60 @@ void Simulation::printEnvironment() const
     }
 }
 
+// The program gets the standard channels of virtual-xcu itself, but no input where commands come on
+// that.
+void Simulation::startProgram()
+{
+    const auto ended = QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished);
+    connect(&program, ended, this, [](int code, QProcess::ExitStatus status) {
+        QCoreApplication::exit(status == QProcess::NormalExit ? code : signalBase + code);
+    });
+    connect(&program, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) {
+            tell(program.program() + ": " + program.errorString());
+            QCoreApplication::exit(cannotRun);
+        }
+    });
+    program.setProcessEnvironment(testbed.addTo(QProcessEnvironment::systemEnvironment()));
+    program.setProcessChannelMode(QProcess::ForwardedChannels);
+    if (options.interactive) {
+        program.setStandardInputFile(QProcess::nullDevice());
+    } else {
+        program.setInputChannelMode(QProcess::ForwardedInputChannel);
+    }
+    program.start(options.program.first(), options.program.mid(1));
+}
+
+// SIGHUP, SIGINT and SIGTERM become events.
+void Simulation::catchSignals()
+{
+    if (::pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+        qFatal("No pipe for signals");
+    }
+    signalNotifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
+    connect(signalNotifier.get(), &QSocketNotifier::activated, this, [this] {
+        Signal caught = {};
+        while (::read(signalPipe[0], &caught, sizeof caught) == sizeof caught) {
+            // The terminal has told the program already; twice may mean more than once.
+            if (!caught.fromTerminal || program.state() == QProcess::NotRunning) {
+                stop(signalBase + caught.number, caught.number);
+            }
+        }
+    });
+    struct sigaction action = {};
+    action.sa_sigaction = handleSignal;
+    action.sa_flags = SA_SIGINFO | SA_RESTART;
+    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
+        ::sigaction(number, &action, nullptr);
+    }
+}
+
 void Simulation::stop(int exitCode, int signalNumber)
 {
-    if (runner.isRunning()) {
-        runner.sendSignal(signalNumber);
-    } else {
+    if (program.state() == QProcess::NotRunning) {
         QCoreApplication::exit(exitCode);
+    } else {
+        ::kill(static_cast<pid_t>(program.processId()), signalNumber);
     }
 }
 
@@ -145,7 +266,7 @@ QString Simulation::statistics() const
 {
     QString text;
     for (const auto& unit : units) {
-        text += statisticsText(*unit);
+        text += statisticsOf(unit->controller);
     }
     return text;
 }
@@ -160,5 +281,3 @@ void Simulation::writeStatistics() const
         tell("the counts cannot be written to " + options.statsPath);
     }
 }
-
-} // namespace simulator

@@ -1,29 +1,40 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/commandinput.h"
-#include "simulator/controllerunit.h"
 #include "simulator/linecommands.h"
-#include "simulator/linetrace.h"
-#include "simulator/programrunner.h"
-#include "simulator/signalcatcher.h"
+#include "simulator/mockedport.h"
 #include "simulator/simulationoptions.h"
 #include "simulator/testbed.h"
 
+#include <QFile>
 #include <QObject>
+#include <QProcess>
+#include <QSocketNotifier>
 #include <memory>
 #include <vector>
 
 namespace simulator {
 
 // What virtual-xcu is: controllers on a bus, perhaps a program that uses them, and somebody who
-// gives commands.
+// gives commands. A process has one such object at the most, as it catches the process's signals.
+//
+// With a trace it writes down all that happens on the serial lines, as it happens, a line of text
+// each:
+//
+//   1764037750123 XCU0001 in 08000000080198010a...
+//
+// Milliseconds since 1970, the controller's serial number, and what it was: "in" and "out" with the
+// bytes from and to the program, cut anywhere; "plugged", "gone", "opened", "closed". Half a frame
+// ahead of one of these is never completed. Commands from an operator stand as "- told <line>".
 class Simulation : public QObject
 {
     Q_OBJECT
 
 public:
-    static constexpr int wrongUsage = 2; // exit code
+    // Exit codes, as a shell gives them.
+    static constexpr int wrongUsage = 2;
+    static constexpr int cannotRun = 127;
+    static constexpr int signalBase = 128; // plus the number of the signal that ended the program
 
     explicit Simulation(SimulationOptions wanted, QObject* parent = nullptr);
 
@@ -34,19 +45,23 @@ public:
 private:
     void addController(const ControllerOptions& options);
     void scheduleCable(MockedPort& port);
+    void traceUnit(ControllerUnit& unit);
+    void writeTrace(const QString& who, const char* what, const QByteArray& details = {});
     bool listenTo(int descriptor);
+    void carryOut(const QString& line);
     void printEnvironment() const;
+    void startProgram();
+    void catchSignals();
     void stop(int exitCode, int signalNumber);
     QString statistics() const;
 
     SimulationOptions options;
-    LineTrace trace;
+    QFile trace;
     Testbed testbed;
     std::vector<std::unique_ptr<ControllerUnit>> units;
-    std::unique_ptr<LineCommands> commands;
-    std::vector<std::unique_ptr<CommandInput>> sources;
-    ProgramRunner runner;
-    SignalCatcher signalCatcher;
+    std::vector<std::unique_ptr<CommandInput>> inputs;
+    QProcess program;
+    std::unique_ptr<QSocketNotifier> signalNotifier;
 };
 
 } // namespace simulator

@@ -3,14 +3,15 @@
 
 #include "simulator/cantraffic.h"
 #include "simulator/channels.h"
-#include "simulator/faultmemory.h"
 #include "simulator/linecommands.h"
 
 #include <QCommandLineParser>
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <random>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
@@ -33,90 +34,156 @@ constexpr int mostFaults = 10000;
 constexpr int mostMaps = 65536;
 constexpr unsigned int longestMapAxis = 1024;
 
-struct OptionText
+// So many plausible faults, repeatable from the seed.
+std::vector<xcu::FaultItem> plausibleFaults(int count, quint32 seed)
 {
-    const char* name;
-    const char* description;
-    const char* value = nullptr; // what the value is; null for a switch
+    std::mt19937 random(seed);
+    std::vector<xcu::FaultItem> faults;
+    for (int i = 0; i < count; ++i) {
+        xcu::FaultItem fault;
+        fault.set_type(random() % 3 == 0 ? 1 : 0); // 1 is a warning
+        fault.set_mode(1 + random() % 4);
+        fault.set_category(1 + random() % 8);
+        fault.set_fault_id(1 + random() % 40);
+        fault.set_component_id(random() % 20);
+        faults.push_back(fault);
+    }
+    return faults;
+}
+
+// Where the value of an option goes.
+struct Target
+{
+    std::function<bool(const QString& text)> take; // false if the text makes no sense
     QString defaultValue = {};
 };
 
-std::vector<OptionText> optionTexts()
+template <typename Number>
+Target whole(Number& target, qint64 least, qint64 most)
 {
-    const ControllerOptions usual;
-    const auto text = [](auto number) { return QString::number(number); };
-    return {
-        {"controllers", "How many controllers.", "n", text(1)},
-        {"serial", "Serial number of the first, second ... controller; repeatable.", "text"},
-        {"bootloader", "The controllers start as bootloaders."},
-        {"seed", "Source of all that looks random; the second controller has the next.", "n",
-         text(usual.seed)},
-        {"channels", "Log channels of a controller, 0 to 128.", "n", text(usual.channels)},
-        {"named-channels", "Log channels with an entry in the configuration.", "n",
-         text(usual.namedChannels)},
-        {"start-time", "The controller's clock at power-up.", "ms", text(usual.startTimeMs)},
-        {"records-per-second", "Records pushed in a passive session.", "rate",
-         text(usual.recordsPerSecond)},
-        {"frames-per-second", "CAN frames while the capture runs.", "rate",
-         text(usual.framesPerSecond)},
-        {"identifiers", "CAN identifiers among them, 1 to 1000.", "n", text(usual.identifiers)},
-        {"maps", "Number of calibration maps.", "n", text(usual.maps.size())},
-        {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR"},
-        {"faults", "Entries in the fault list.", "n", text(3)},
-        {"calibration-time", "Duration of a driver calibration.", "ms", text(usual.calibrationMs)},
-        {"delay", "Trouble: responses are held back.", "ms", text(0)},
-        {"drop", "Trouble: every nth response is lost.", "n", text(0)},
-        {"double", "Trouble: every nth response comes twice.", "n", text(0)},
-        {"garbage", "Trouble: ahead of every nth response comes a senseless frame.", "n", text(0)},
-        {"split", "Trouble: frames come in pieces, cut anywhere."},
-        {"unplug-after", "The cable is pulled so long after it was put in; 0 for never.", "ms",
-         text(0)},
-        {"replug-after", "The cable is put back so long after that, and so on in turn.", "ms",
-         text(0)},
-        {"bootloader-after", "A reset into the bootloader so long after the start; 0 for never.",
-         "ms", text(0)},
-        {"interactive", "Line commands come on standard input."},
-        {"commands", "Line commands come from a file or named pipe.", "path"},
-        {"stats", "File for counts, written at the end and by the command stats.", "path"},
-        {"trace", "File for all bytes that go over the lines, in hexadecimal.", "path"},
+    const auto take = [=, &target](const QString& text) {
+        bool isNumber = false;
+        const qint64 value = text.toLongLong(&isNumber);
+        target = static_cast<Number>(value);
+        return isNumber && value >= least && value <= most;
     };
+    return {take, QString::number(target)};
 }
 
-QString defaultSerialNumber(int index)
+Target rate(double& target)
 {
-    return QStringLiteral("XCU%1").arg(index + 1, 4, 10, QLatin1Char('0'));
+    const auto take = [&](const QString& text) { return (target = parseRate(text)) >= 0; };
+    return {take, QString::number(target)};
 }
 
+Target path(QString& target)
+{
+    return {[&](const QString& text) { return target = text, true; }};
+}
+
+Target on(bool& target)
+{
+    return {[&](const QString&) { return target = true; }};
+}
+
+struct Option
+{
+    const char* name;
+    const char* description;
+    const char* value; // what the value is; null for a switch
+    Target target;
+};
+
+// The members hold the defaults until the command line is read.
 class Reader
 {
 public:
-    Reader(const QStringList& arguments, ParsedCommandLine& result);
+    explicit Reader(ParsedCommandLine& result)
+        : out(result)
+    {}
 
-    void read();
+    void read(const QStringList& arguments);
 
 private:
-    int number(const char* name, int least, int most);
-    double rate(const char* name);
-    void fail(const char* name);
-    ControllerOptions controller();
-    std::vector<MapSize> maps();
-    Trouble trouble();
+    std::vector<Option> options();
+    bool readMapSize(const QString& text);
+    void makeControllers(const QStringList& serialNumbers);
 
-    QCommandLineParser parser;
     ParsedCommandLine& out;
+    ControllerOptions common;
+    int controllers = 1;
+    int maps = static_cast<int>(common.maps.size());
+    int faults = 3;
+    MapSize mapSize = {0, 0}; // of all maps; of none if nothing is said
+    bool isBootloader = false;
+    bool isSplit = false;
 };
 
-Reader::Reader(const QStringList& arguments, ParsedCommandLine& result)
-    : out(result)
+std::vector<Option> Reader::options()
 {
+    constexpr qint64 latestTime = std::numeric_limits<quint32>::max();
+    SimulationOptions& all = out.options;
+    Trouble& trouble = common.trouble;
+    const Target size = {[this](const QString& text) { return readMapSize(text); }};
+    const Target serials = {[](const QString&) { return true; }}; // read together
+    return {
+        {"controllers", "How many controllers.", "n", whole(controllers, 1, mostControllers)},
+        {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
+         serials},
+        {"bootloader", "The controllers start as bootloaders.", nullptr, on(isBootloader)},
+        {"seed", "Source of all that looks random; the second controller has the next.", "n",
+         whole(common.seed, 0, anyNumber)},
+        {"channels", "Log channels of a controller, 0 to 128.", "n",
+         whole(common.channels, 0, logChannelCount)},
+        {"named-channels", "Log channels with an entry in the configuration.", "n",
+         whole(common.namedChannels, 0, logChannelCount)},
+        {"start-time", "The controller's clock at power-up.", "ms",
+         whole(common.startTimeMs, 0, latestTime)},
+        {"records-per-second", "Records pushed in a passive session.", "rate",
+         rate(common.recordsPerSecond)},
+        {"frames-per-second", "CAN frames while the capture runs.", "rate",
+         rate(common.framesPerSecond)},
+        {"identifiers", "CAN identifiers among them, 1 to 1000.", "n",
+         whole(common.identifiers, 1, CanTraffic::mostIdentifiers)},
+        {"maps", "Number of calibration maps.", "n", whole(maps, 0, mostMaps)},
+        {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR", size},
+        {"faults", "Entries in the fault list.", "n", whole(faults, 0, mostFaults)},
+        {"calibration-time", "Duration of a driver calibration.", "ms",
+         whole(common.calibrationMs, 0, anyNumber)},
+        {"delay", "Trouble: responses are held back.", "ms", whole(trouble.delayMs, 0, anyNumber)},
+        {"drop", "Trouble: every nth response is lost.", "n",
+         whole(trouble.dropEvery, 0, anyNumber)},
+        {"double", "Trouble: every nth response comes twice.", "n",
+         whole(trouble.doubleEvery, 0, anyNumber)},
+        {"garbage", "Trouble: ahead of every nth response comes a senseless frame.", "n",
+         whole(trouble.garbageEvery, 0, anyNumber)},
+        {"split", "Trouble: frames come in pieces, cut anywhere.", nullptr, on(isSplit)},
+        {"unplug-after", "The cable is pulled so long after it was put in; 0 for never.", "ms",
+         whole(all.unplugAfterMs, 0, anyNumber)},
+        {"replug-after", "The cable is put back so long after that, and so on in turn.", "ms",
+         whole(all.replugAfterMs, 0, anyNumber)},
+        {"bootloader-after", "A reset into the bootloader so long after the start; 0 for never.",
+         "ms", whole(all.bootloaderAfterMs, 0, anyNumber)},
+        {"interactive", "Line commands come on standard input.", nullptr, on(all.interactive)},
+        {"commands", "Line commands come from a file or named pipe.", "path",
+         path(all.commandsPath)},
+        {"stats", "File for counts, written at the end and by the command stats.", "path",
+         path(all.statsPath)},
+        {"trace", "File for all bytes that go over the lines, in hexadecimal.", "path",
+         path(all.tracePath)},
+    };
+}
+
+void Reader::read(const QStringList& arguments)
+{
+    QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(description));
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    for (const OptionText& text : optionTexts()) {
-        QCommandLineOption option(QString::fromLatin1(text.name), text.description);
-        option.setValueName(QString::fromLatin1(text.value));
-        if (!text.defaultValue.isEmpty()) {
-            option.setDefaultValue(text.defaultValue);
-            option.setDescription(option.description() + " [" + text.defaultValue + ']');
+    const std::vector<Option> known = options();
+    for (const auto& [name, text, value, target] : known) {
+        QCommandLineOption option(QString::fromLatin1(name), text, value);
+        if (!target.defaultValue.isEmpty()) {
+            option.setDescription(option.description() + " [" + target.defaultValue + ']');
         }
         parser.addOption(option);
     }
@@ -127,123 +194,59 @@ Reader::Reader(const QStringList& arguments, ParsedCommandLine& result)
         QStringLiteral("[--] [PROGRAM [ARGUMENT...]]"));
     if (!parser.parse(arguments)) {
         out.error = parser.errorText();
-    } else if (parser.isSet(help)) {
-        out.help = parser.helpText() + LineCommands::helpText();
+        return;
     }
-}
-
-void Reader::read()
-{
-    SimulationOptions& options = out.options;
-    const QStringList serials = parser.values(QStringLiteral("serial"));
-    const ControllerOptions common = controller();
-    const int count = qMax(number("controllers", 1, mostControllers), serials.size());
-    for (int i = 0; i < count; ++i) {
-        options.controllers.push_back(common);
-        options.controllers.back().serialNumber = serials.value(i, defaultSerialNumber(i));
-        options.controllers.back().seed += static_cast<quint32>(i);
+    if (parser.isSet(help)) {
+        out.help = parser.helpText() + commandsHelp();
+        return;
     }
-    options.unplugAfterMs = number("unplug-after", 0, anyNumber);
-    options.replugAfterMs = number("replug-after", 0, anyNumber);
-    options.bootloaderAfterMs = number("bootloader-after", 0, anyNumber);
-    options.interactive = parser.isSet(QStringLiteral("interactive"));
-    options.commandsPath = parser.value(QStringLiteral("commands"));
-    options.statsPath = parser.value(QStringLiteral("stats"));
-    options.tracePath = parser.value(QStringLiteral("trace"));
-    options.program = parser.positionalArguments();
-}
-
-ControllerOptions Reader::controller()
-{
-    ControllerOptions options;
-    options.guise = parser.isSet(QStringLiteral("bootloader")) ? Guise::Bootloader : Guise::Device;
-    options.seed = static_cast<quint32>(number("seed", 0, anyNumber));
-    options.channels = number("channels", 0, logChannelCount);
-    options.namedChannels = number("named-channels", 0, logChannelCount);
-    bool isNumber = false;
-    options.startTimeMs = parser.value(QStringLiteral("start-time")).toUInt(&isNumber);
-    if (!isNumber) {
-        fail("start-time");
-    }
-    options.recordsPerSecond = rate("records-per-second");
-    options.framesPerSecond = rate("frames-per-second");
-    options.identifiers = number("identifiers", 1, CanTraffic::mostIdentifiers);
-    options.maps = maps();
-    options.faults = plausibleFaults(number("faults", 0, mostFaults), options.seed);
-    options.calibrationMs = number("calibration-time", 0, anyNumber);
-    options.trouble = trouble();
-    options.keepReceived = 0; // nobody would ask for them, and a drive is long
-    return options;
-}
-
-std::vector<MapSize> Reader::maps()
-{
-    const std::vector<MapSize> usual = ControllerOptions().maps;
-    std::vector<MapSize> sizes(number("maps", 0, mostMaps));
-    for (std::size_t i = 0; i < sizes.size(); ++i) {
-        sizes[i] = usual[i % usual.size()];
-    }
-    if (parser.isSet(QStringLiteral("map-size"))) {
-        const QString text = parser.value(QStringLiteral("map-size"));
-        const MapSize size = {text.section('x', 0, 0).toUInt(), text.section('x', 1).toUInt()};
-        if (qMin(size.columns, size.rows) == 0 || qMax(size.columns, size.rows) > longestMapAxis) {
-            fail("map-size");
+    for (const auto& [name, text, value, target] : known) {
+        if (parser.isSet(name) && !target.take(parser.value(name))) {
+            out.error = QStringLiteral("--%1 does not take \"%2\"").arg(name, parser.value(name));
+            return;
         }
-        sizes.assign(sizes.size(), size);
     }
-    return sizes;
+    makeControllers(parser.values(QStringLiteral("serial")));
+    out.options.program = parser.positionalArguments();
 }
 
-Trouble Reader::trouble()
+bool Reader::readMapSize(const QString& text)
 {
-    Trouble trouble;
-    trouble.delayMs = number("delay", 0, anyNumber);
-    trouble.dropEvery = number("drop", 0, anyNumber);
-    trouble.doubleEvery = number("double", 0, anyNumber);
-    trouble.garbageEvery = number("garbage", 0, anyNumber);
-    trouble.split = parser.isSet(QStringLiteral("split"));
-    return trouble;
+    mapSize = {text.section('x', 0, 0).toUInt(), text.section('x', 1).toUInt()};
+    return qMin(mapSize.columns, mapSize.rows) > 0 &&
+           qMax(mapSize.columns, mapSize.rows) <= longestMapAxis;
 }
 
-int Reader::number(const char* name, int least, int most)
+void Reader::makeControllers(const QStringList& serialNumbers)
 {
-    bool isNumber = false;
-    const int value = parser.value(QString::fromLatin1(name)).toInt(&isNumber);
-    if (!isNumber || value < least || value > most) {
-        fail(name);
-        return least;
+    const std::vector<MapSize> usual = common.maps;
+    common.maps.assign(static_cast<std::size_t>(maps), mapSize);
+    for (std::size_t i = 0; mapSize.rows == 0 && i < common.maps.size(); ++i) {
+        common.maps[i] = usual[i % usual.size()];
     }
-    return value;
-}
-
-double Reader::rate(const char* name)
-{
-    const double value = parseRate(parser.value(QString::fromLatin1(name)));
-    if (value < 0) {
-        fail(name);
+    common.guise = isBootloader ? Guise::Bootloader : Guise::Device;
+    common.faults = plausibleFaults(faults, common.seed);
+    common.trouble.split = isSplit ? 1 : 0;
+    common.keepReceived = 0; // nobody would ask for them, and a drive is long
+    const int count = qMax(controllers, serialNumbers.size());
+    for (int i = 0; i < count; ++i) {
+        const QString usualName = QStringLiteral("XCU%1").arg(i + 1, 4, 10, QLatin1Char('0'));
+        out.options.controllers.push_back(common);
+        out.options.controllers.back().serialNumber = serialNumbers.value(i, usualName);
+        out.options.controllers.back().seed += static_cast<quint32>(i);
     }
-    return value;
-}
-
-void Reader::fail(const char* name)
-{
-    const QString value = parser.value(QString::fromLatin1(name));
-    out.error = QStringLiteral("--%1 does not take \"%2\"").arg(QString::fromLatin1(name), value);
 }
 
 } // namespace
 
-ParsedCommandLine parseCommandLine(const QStringList& arguments)
+ParsedCommandLine simulator::parseCommandLine(const QStringList& arguments)
 {
     ParsedCommandLine result;
-    Reader reader(arguments, result);
-    if (result.error.isEmpty() && result.help.isEmpty()) {
-        reader.read();
-    }
+    Reader(result).read(arguments);
     return result;
 }
 
-double parseRate(const QString& text)
+double simulator::parseRate(const QString& text)
 {
     if (text == QLatin1String("flood")) {
         return asFastAsTheLineTakes;
@@ -252,5 +255,3 @@ double parseRate(const QString& text)
     const double rate = text.toDouble(&isNumber);
     return isNumber && std::isfinite(rate) && rate >= 0 ? rate : -1;
 }
-
-} // namespace simulator

@@ -6,7 +6,9 @@
 #include <QHash>
 #include <QProcessEnvironment>
 #include <QString>
-#include <memory>
+
+struct _UMockdevTestbed;
+struct _UMockdevIoctlBase;
 
 namespace simulator {
 
@@ -33,16 +35,13 @@ public:
     void removePort(const QString& name);
 
 private:
-    struct Library;
-
-    void handOnIoctls();
     QString usbPath(const QString& name);
     QString nodePath(const QString& name) const;
 
-    std::unique_ptr<Library> library;
+    _UMockdevTestbed* testbed;
+    _UMockdevIoctlBase* ioctls;
     QString rootDirectory;
-    QHash<QString, QString>
-        usbPaths; // by port name, kept for good: a unit comes back to its socket
+    QHash<QString, QString> usbPaths; // by port name, for good: a unit comes back to its socket
 };
 
 } // namespace simulator

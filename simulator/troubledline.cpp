@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/troubledline.h"
 
-#include "simulator/linkframing.h"
-
+#include <QtEndian>
+#include <algorithm>
 #include <utility>
 
-namespace simulator {
+using namespace simulator;
 
 TroubledLine::TroubledLine(quint32 seed, QObject* parent)
     : QObject(parent)
@@ -63,21 +63,20 @@ bool TroubledLine::hits(int every) const
 
 QByteArray TroubledLine::garbageFrame()
 {
-    constexpr int longest = 200;
-    // No message begins with this byte: its wire type does not exist.
-    QByteArray payload(1, '\x07');
-    for (int left = static_cast<int>(random() % longest); left > 0; --left) {
-        payload += static_cast<char>(random());
-    }
-    QByteArray frame;
-    appendFrame(frame, payload.constData(), static_cast<quint32>(payload.size()));
+    constexpr int headerSize = 4;
+    const quint32 size = 1 + random() % 200;
+    // No message begins with a 7: its wire type does not exist.
+    QByteArray frame(headerSize + static_cast<int>(size), '\x07');
+    qToLittleEndian(size, frame.data());
+    std::generate(
+        frame.begin() + headerSize + 1, frame.end(), [&] { return static_cast<char>(random()); });
     return frame;
 }
 
 void TroubledLine::flush()
 {
     takeDue();
-    if (settings.split) {
+    if (settings.split != 0) {
         handOverPiece();
     } else if (!ready.isEmpty()) {
         emit bytes(std::exchange(ready, {}));
@@ -118,5 +117,3 @@ void TroubledLine::clear()
     delayTimer.stop();
     pauseTimer.stop();
 }
-
-} // namespace simulator

@@ -3,6 +3,7 @@
 
 #include "schema/link.pb.h"
 #include "simulator/controlleroptions.h"
+#include "simulator/linkframing.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -26,8 +27,8 @@ public:
 
     // Takes a response and says how often it goes out: 0, 1 or 2 times.
     int put(const xcu::Response& response);
-    // Takes bytes that are spared all trouble but being cut.
-    void putStraight(const QByteArray& bytes) { ready += bytes; }
+    // Takes a response that is spared all trouble but being cut.
+    void putStraight(const xcu::Response& response) { appendFrame(ready, response); }
     // Hands over what is due. Whoever puts something calls this at the end of a burst.
     void flush();
     // Forgets what waits, as when the cable is pulled.

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace simulator {
+using namespace simulator;
 
 namespace {
 
@@ -18,22 +18,58 @@ quint32 derive(quint32 seed, SeedOf what)
     return seed * 4 + what;
 }
 
+xcu::Response emptyResponse()
+{
+    xcu::Response response;
+    response.set_protocol_version(1);
+    return response;
+}
+
+xcu::Response responseOf(const xcu::CandumpFrame& frame)
+{
+    xcu::Response response = emptyResponse();
+    *response.mutable_candump_frame() = frame;
+    return response;
+}
+
 } // namespace
+
+void Pacer::setRate(double perSecond)
+{
+    itemsPerSecond = perSecond;
+    start();
+}
+
+void Pacer::start()
+{
+    clock.start();
+    taken = 0;
+}
+
+int Pacer::take(int most)
+{
+    if (std::isinf(itemsPerSecond)) {
+        return most;
+    }
+    const double dueByNow = std::floor(double(clock.nsecsElapsed()) * 1e-9 * itemsPerSecond);
+    taken = std::max(taken, dueByNow - std::ceil(itemsPerSecond));
+    const double due = std::min(dueByNow - taken, double(most));
+    taken += due;
+    return static_cast<int>(due);
+}
 
 VirtualController::VirtualController(ControllerOptions options, QObject* parent)
     : QObject(parent)
     , settings(std::move(options))
     , currentGuise(settings.guise)
     , line(derive(settings.seed, Line))
-    , datalogger(settings.channels, derive(settings.seed, Logger), inputs)
-    , configurationStore(settings.namedChannels)
+    , datalogger(settings.channels, derive(settings.seed, Logger))
+    , configurationMemory(configurationBlocks(settings.namedChannels))
     , calibrationMaps(settings.maps, derive(settings.seed, Maps))
     , faultMemory(settings.faults)
     , traffic(settings.identifiers, derive(settings.seed, Traffic))
-    , adaptation(settings.calibrationMs)
     , recordPacer(settings.recordsPerSecond)
     , framePacer(settings.framesPerSecond)
-    , history(settings.keepReceived)
 {
     steadyClock.start();
     clock = [this] { return steadyClock.elapsed(); };
@@ -42,8 +78,14 @@ VirtualController::VirtualController(ControllerOptions options, QObject* parent)
     pushTimer.setTimerType(Qt::PreciseTimer);
     connect(&pushTimer, &QTimer::timeout, this, &VirtualController::push);
     connect(&line, &TroubledLine::bytes, this, &VirtualController::transmit);
-    connect(
-        &adaptation, &AdaptationRun::statusChanged, this, &VirtualController::tellAdaptationStatus);
+    // The answer to the start command is to be seen for a moment before the first status follows.
+    constexpr int longestSilenceMs = 250;
+    calibrationAnnouncement.setInterval(qMin(longestSilenceMs, settings.calibrationMs / 2));
+    calibrationEnd.setInterval(settings.calibrationMs);
+    for (QTimer* timer : {&calibrationAnnouncement, &calibrationEnd}) {
+        timer->setSingleShot(true);
+        connect(timer, &QTimer::timeout, this, &VirtualController::tellCalibrationStatus);
+    }
 }
 
 void VirtualController::receive(const QByteArray& bytes)
@@ -56,16 +98,28 @@ void VirtualController::receive(const QByteArray& bytes)
             ++brokenTotal;
             continue;
         }
-        history.add(command);
-        handle(command);
-        emit commandReceived(command.req_case());
+        ++counts[command.req_case()];
+        if (history.size() < settings.keepReceived) {
+            history.push_back(command);
+        }
+        xcu::Response response = emptyResponse();
+        if (answer(command, response)) {
+            put(response);
+        }
     }
     line.flush();
 }
 
-std::optional<xcu::Command> VirtualController::last(xcu::Command::ReqCase member) const
+int VirtualController::count(xcu::Command::ReqCase member) const
 {
-    return history.last(member);
+    const auto found = counts.find(member);
+    return found == counts.end() ? 0 : found->second;
+}
+
+void VirtualController::clearReceived()
+{
+    counts.clear();
+    history.clear();
 }
 
 void VirtualController::put(const xcu::Response& response)
@@ -73,18 +127,11 @@ void VirtualController::put(const xcu::Response& response)
     countSent(response, line.put(response));
 }
 
-void VirtualController::putRecord()
+void VirtualController::send(const xcu::Response& response)
 {
-    datalogger.nextRecord(timeMs(), *recordResponse.mutable_logger_data());
-    put(recordResponse);
-}
-
-void VirtualController::putFrame(const xcu::CandumpFrame& frame)
-{
-    xcu::Response response;
-    response.set_protocol_version(1);
-    *response.mutable_candump_frame() = frame;
-    put(response);
+    countSent(response, 1);
+    line.putStraight(response);
+    line.flush();
 }
 
 void VirtualController::countSent(const xcu::Response& response, int copies)
@@ -97,24 +144,10 @@ void VirtualController::countSent(const xcu::Response& response, int copies)
     }
 }
 
-void VirtualController::send(const xcu::Response& response)
-{
-    QByteArray frame;
-    appendFrame(frame, response);
-    countSent(response, 1);
-    sendRaw(frame);
-}
-
-void VirtualController::sendRaw(const QByteArray& lineBytes)
-{
-    line.putStraight(lineBytes);
-    line.flush();
-}
-
-void VirtualController::pushRecord()
+const xcu::Response& VirtualController::nextRecord()
 {
     datalogger.nextRecord(timeMs(), *recordResponse.mutable_logger_data());
-    send(recordResponse);
+    return recordResponse;
 }
 
 void VirtualController::pushFrame()
@@ -124,18 +157,14 @@ void VirtualController::pushFrame()
 
 void VirtualController::pushFrame(const xcu::CandumpFrame& frame)
 {
-    xcu::Response response;
-    response.set_protocol_version(1);
-    *response.mutable_candump_frame() = frame;
-    send(response);
+    send(responseOf(frame));
 }
 
-void VirtualController::tellAdaptationStatus()
+void VirtualController::tellCalibrationStatus()
 {
-    xcu::Response response;
-    response.set_protocol_version(1);
+    xcu::Response response = emptyResponse();
     response.mutable_driver_calibration_status()->set_status(
-        adaptation.isBusy() ? xcu::ADAPTATION_BUSY : xcu::ADAPTATION_IDLE);
+        calibrationEnd.isActive() ? xcu::ADAPTATION_BUSY : xcu::ADAPTATION_IDLE);
     put(response);
     line.flush();
 }
@@ -168,8 +197,8 @@ void VirtualController::restart(Guise guise)
     steadyClock.restart();
     datalogger.powerUp();
     capturing = false;
-    inputs.clear();
-    adaptation.stop();
+    calibrationAnnouncement.stop();
+    calibrationEnd.stop();
     schedulePushing();
     dropLink();
 }
@@ -213,15 +242,13 @@ void VirtualController::push()
     }
     if (datalogger.isPassive()) {
         for (int due = recordPacer.take(burst); due > 0; --due) {
-            putRecord();
+            put(nextRecord());
         }
     }
     if (capturing) {
         for (int due = framePacer.take(burst); due > 0; --due) {
-            putFrame(traffic.next(timeMs()));
+            put(responseOf(traffic.next(timeMs())));
         }
     }
     line.flush();
 }
-
-} // namespace simulator

@@ -2,35 +2,49 @@
 #pragma once
 
 #include "schema/link.pb.h"
-#include "simulator/adaptationrun.h"
 #include "simulator/calibrationmaps.h"
 #include "simulator/cantraffic.h"
-#include "simulator/commandhistory.h"
-#include "simulator/configurationstore.h"
 #include "simulator/controlleroptions.h"
 #include "simulator/datalogger.h"
-#include "simulator/faultmemory.h"
 #include "simulator/linkframing.h"
-#include "simulator/pacer.h"
-#include "simulator/pidtuner.h"
 #include "simulator/troubledline.h"
-#include "simulator/virtualinputs.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <functional>
-#include <optional>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace simulator {
 
-// A controller without any port: line bytes in, line bytes out. It answers every command that has
-// an answer, counts what it is told, and misbehaves as its options say.
+// Tells how many items of a steady stream are due by now.
+class Pacer
+{
+public:
+    explicit Pacer(double perSecond) { setRate(perSecond); }
+
+    void setRate(double perSecond); // 0 for none; may be infinite
+    double rate() const { return itemsPerSecond; }
+    void start(); // from now on; what was due before is forgotten
+
+    // Takes what is due, at most so many. What has been due for more than a second is forgotten: a
+    // stream that was held up goes on at its pace.
+    int take(int most);
+
+private:
+    double itemsPerSecond = 0;
+    QElapsedTimer clock;
+    double taken = 0; // items since start, a whole number
+};
+
+// A controller without any port: line bytes in, line bytes out. It answers all commands that the
+// console and the workbench send, and few others, counts what it is told, and misbehaves as its
+// options say.
 //
-// In the bootloader's guise it knows the bootloader's commands alone and leaves the others
-// unanswered.
+// In the bootloader's guise it knows ping and the resets alone and leaves the rest unanswered.
 //
 // All operations belong to the thread that owns the object.
 class VirtualController : public QObject
@@ -46,30 +60,29 @@ public:
     // Line bytes from the PC, cut anywhere.
     void receive(const QByteArray& bytes);
 
-    // What was received. REQ_NOT_SET stands for commands without a member.
-    int count(xcu::Command::ReqCase member) const { return history.count(member); }
-    std::optional<xcu::Command> last(xcu::Command::ReqCase member) const;
-    const std::vector<xcu::Command>& received() const { return history.list(); }
+    // What was received: how often, and the first so many commands in order. REQ_NOT_SET stands for
+    // commands without a member.
+    int count(xcu::Command::ReqCase member) const;
+    const std::vector<xcu::Command>& received() const { return history; }
     quint64 brokenPayloads() const { return brokenTotal; } // whole frames that were no Command
-    void clearReceived() { history.clear(); }
+    void clearReceived();
 
     // What went out to the line; a doubled response counts twice, a dropped one not at all.
     quint64 recordsSent() const { return recordTotal; }
     quint64 framesSent() const { return frameTotal; }
     quint64 responsesSent() const { return responseTotal; }
 
-    ConfigurationStore& configuration() { return configurationStore; }
+    // The controller's memory, for tests to read and change. All of it survives a reset but the
+    // logger's session.
+    std::map<unsigned int, std::string>& configuration() { return configurationMemory; } // blocks
+    std::vector<xcu::FaultItem>& faults() { return faultMemory; }
     CalibrationMaps& maps() { return calibrationMaps; }
-    FaultMemory& faults() { return faultMemory; }
-    VirtualInputs& virtualInputs() { return inputs; }
     Datalogger& logger() { return datalogger; }
-    bool isCapturing() const { return capturing; } // CAN frames go out
 
     // Unasked: these go out at once and are spared drop, double, delay and garbage.
     void send(const xcu::Response& response);
-    void sendRaw(const QByteArray& lineBytes); // as they are, without a length in front
     // The next record, also without a session: it then has the channels of the last one.
-    void pushRecord();
+    void pushRecord() { send(nextRecord()); }
     void pushFrame(); // the next of the traffic
     void pushFrame(const xcu::CandumpFrame& frame);
 
@@ -97,28 +110,18 @@ public:
 
 signals:
     void transmit(const QByteArray& bytes);
-    void commandReceived(int member); // after the answer was given
     // The controller wants to leave the bus and come back in this guise (a reset). Whoever owns the
     // port takes it away and calls restart; without a port nothing happens.
     void leavingBus(Guise guise);
 
 private:
-    void handle(const xcu::Command& command);
     // Do what the command says and fill in the answer; false if it has none.
-    bool answerBootloaderCommand(const xcu::Command& command, xcu::Response& response);
-    bool answerDeviceCommand(const xcu::Command& command, xcu::Response& response);
-    bool answerLoggerCommand(const xcu::Command& command, xcu::Response& response);
-    bool answerCanCommand(const xcu::Command& command, xcu::Response& response);
-    bool answerPidCommand(const xcu::Command& command, xcu::Response& response);
-    bool answerMapCommand(const xcu::Command& command, xcu::Response& response);
-    bool answerConfigurationCommand(const xcu::Command& command, xcu::Response& response);
-    void loopBack(const xcu::CanSendMessageReq& request);
-    void fillScope(int channel, xcu::ScopeDataResp& response) const;
-    void tellAdaptationStatus();
+    bool answer(const xcu::Command& command, xcu::Response& response);
+    bool answerAsDevice(const xcu::Command& command, xcu::Response& response);
+    void tellCalibrationStatus();
 
-    void put(const xcu::Response& response);
-    void putRecord();
-    void putFrame(const xcu::CandumpFrame& frame);
+    void put(const xcu::Response& response); // with trouble
+    const xcu::Response& nextRecord();
     void countSent(const xcu::Response& response, int copies);
     void schedulePushing();
     void push();
@@ -132,22 +135,22 @@ private:
     TroubledLine line;
     bool lineReady = true;
 
-    VirtualInputs inputs;
     Datalogger datalogger;
-    ConfigurationStore configurationStore;
+    std::map<unsigned int, std::string> configurationMemory; // blocks
     CalibrationMaps calibrationMaps;
-    FaultMemory faultMemory;
+    std::vector<xcu::FaultItem> faultMemory;
     CanTraffic traffic;
-    PidTuner pidTuner;
-    AdaptationRun adaptation;
     bool capturing = false;
+    QTimer calibrationAnnouncement;
+    QTimer calibrationEnd;
 
     QTimer pushTimer;
     Pacer recordPacer;
     Pacer framePacer;
     xcu::Response recordResponse; // reused: a flood would allocate all day long
 
-    CommandHistory history;
+    std::map<int, int> counts; // by member
+    std::vector<xcu::Command> history;
     quint64 brokenTotal = 0;
     quint64 recordTotal = 0;
     quint64 frameTotal = 0;

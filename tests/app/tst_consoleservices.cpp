@@ -41,16 +41,16 @@ private slots:
 
     void blockZeroIsBackedUpAndNamesChannels()
     {
-        simulator::ConfigurationStore& store = console->controller().configuration();
+        auto& blocks = console->controller().configuration();
         const QString backup = home->files("*.xcu").value(0);
         QVERIFY(backup.contains("/XCU0001/extLoggerBackup/"));
-        QCOMPARE(contents(backup), QByteArray::fromStdString(store.block(0)));
+        QCOMPARE(contents(backup), QByteArray::fromStdString(blocks[0]));
         QVERIFY(QFile::remove(backup));
         xcu::ConfigData named;
         named.add_inputs()->set_logchannel(127);
         named.mutable_inputs(0)->set_name("Oil pressure");
-        store.setBlock(6, named);
-        console->window.readConfiguration(0, 6, store.block(6));
+        blocks[6] = simulator::configurationBlock(named);
+        console->window.readConfiguration(0, 6, blocks[6]);
         console->window.readConfiguration(0, 0, std::string(4, '\xff'));
         console->window.readConfiguration(0, 0, std::string(3, '\0'));
         QVERIFY(home->files("*.xcu").isEmpty());
@@ -158,7 +158,7 @@ private slots:
 
     void faultsAreCountedByPollingAndListedOnDemand()
     {
-        console->controller().faults().add(xcu::FaultItem());
+        console->controller().faults().push_back(xcu::FaultItem());
         console->click("faultStatus");  // the window alone
         console->click("startLogging"); // polls from the start on
         QTRY_COMPARE(console->text("faultStatus"), "Faults: 1/0");

@@ -28,7 +28,7 @@ private slots:
         console.window.addTag("-1");
         console.record(1500);
         console.slider(3)->setValue(40);
-        QTRY_COMPARE(console.controller().virtualInputs().value(2), 40);
+        QTRY_COMPARE(console.controller().logger().value(22, 0), 40);
         console.click("stopLogging");
         QTRY_COMPARE(console.count(xcu::Command::kDataloggerStop), 1);
         console.record(2500); // still on its way, and the file is open

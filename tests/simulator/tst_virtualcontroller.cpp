@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/virtualcontroller.h"
 
-#include <QSignalSpy>
 #include <QtTest>
 #include <google/protobuf/text_format.h>
 
@@ -101,8 +100,6 @@ private slots:
         const std::pair<const char*, const char*> talk[] = {
             {"ping { }", "pong { }"}, // zero is an answer too
             {"", ""},
-            {"rsa_public_key { key: 'abc' }", "bootloader_value: 3"},
-            {"aes_key { key: '' }", "bootloader_value: 0"},
             {"datalogger_start { channels: [22, 200, 20] }", "logger_started { }"},
             {"virtual_input_set { index: 0 value: 5 }", ""},
             {"virtual_input_set { index: 2 value: -1 }", ""},
@@ -118,34 +115,30 @@ private slots:
              "candump_frame { data: \"\\000\\377\" bus: 2 timestamp: 5042 id: 536870911 extended: "
              "true "
              "fd: true }"},
-            {"pid_tuner_start { }", "pid_tuner_started { value: 4 }"},
-            {"pid_tuner_set_pid { pid_id: 3 param_1: -1 param_5: 5 }", "pid_tuner_set { }"},
-            {"pid_tuner_get_pid { pid_id: 3 }",
-             "pid_tuner_pid { pid_id: 3 param_1: -1 param_5: 5 }"},
-            {"pid_tuner_set_pid { pid_id: 4 }", "pid_tuner_set { value: 1 }"},
-            {"pid_tuner_reset { pid_id: 4294967295 }", "pid_tuner_reset_done { value: 1 }"},
             {"map_tuner_set_map_value { x_id: 1 y_id: 2 value: -2147483648 }",
              "map_value_set { x_id: 1 y_id: 2 }"},
-            {"map_tuner_get_map_value { x_id: 1 y_id: 2 }",
-             "map_value { x_id: 1 y_id: 2 value: -2147483648 }"},
-            {"map_tuner_get_last_get_value { }",
-             "map_last_get_value { x_id: 1 y_id: 2 value: -2147483648 }"},
+            {"map_tuner_set_map_label { axis: 1 label_id: 2 value: -7 }",
+             "map_label_set { axis: MAP_AXIS_Y label_id: 2 }"},
             {"map_tuner_set_map_value { x_id: 2 }",
              "map_value_set { x_id: 2 result: MAP_COMMAND_RESULT_2 }"},
-            {"map_tuner_get_map_value { y_id: 3 }",
-             "map_value { y_id: 3 result: MAP_COMMAND_RESULT_2 }"},
+            {"map_tuner_set_map_value { y_id: 3 }",
+             "map_value_set { y_id: 3 result: MAP_COMMAND_RESULT_2 }"},
+            {"map_tuner_set_map_label { map_id: 1 }",
+             "map_label_set { map_id: 1 result: MAP_COMMAND_RESULT_1 }"},
+            {"map_tuner_get_map_details { }", "map_details { x_size: 2 y_size: 3 }"},
+            {"map_tuner_get_map { }",
+             "map_data { x_labels: 10 x_labels: 20 y_labels: 7 y_labels: 8 y_labels: -7 values: 0 "
+             "values: 1 values: 2 values: 3 values: 4 values: -2147483648 }"},
             {"map_tuner_get_map { map_id: 1 }", "map_data { map_id: 1 }"},
-            {"write_configuration { config_id: 3 data: 'ab' }",
-             "configuration_written { config_id: 3 }"},
-            {"erase_configuration { config_id: 3 }", "configuration_erased { config_id: 3 }"},
             {"read_configuration { config_id: 3 }",
              "configuration { data: \"\\377\\377\\377\\377\" config_id: 3 }"},
             {"fault_get_fault_count { }", "fault_count { first_count: 2 second_count: 1 }"},
-            {"fault_clean_faults { }", "faults_cleaned { }"},
-            {"fault_get_faults { }", "fault_list { }"},
+            {"fault_get_faults { }", "fault_list { faults { } faults { type: 1 } faults { } }"},
+            {"scope_data { }", ""},
         };
         VirtualController controller(smallController());
         controller.setClock([] { return 42; });
+        *controller.maps().map(0) = {{10, 20}, {7, 8, 9}, {0, 1, 2, 3, 4, 5}};
         Listener listener(controller);
         for (const auto& [command, answer] : talk) {
             listener.responses.clear();
@@ -159,23 +152,15 @@ private slots:
     {
         VirtualController controller;
         Listener listener(controller);
-        QByteArray line;
-        appendFrame(line, "\x07garbage", 8);
-        controller.receive(line + pings(1));
+        controller.receive(QByteArray("\x08\0\0\0\x07garbage", 12) + pings(1));
         QCOMPARE(listener.text(), "pong { value: 1 }");
         QCOMPARE(controller.brokenPayloads(), 1U);
-
-        // A payload longer than any that programs send is passed over, not stored.
-        const QByteArray whole = QByteArray("\1\0\0\4", 4) + QByteArray(0x4000001, 'x') + pings(1);
-        controller.receive(whole.left(1000));
-        controller.receive(whole.mid(1000));
-        QCOMPARE(listener.responses.size(), 2U);
 
         // Half a frame is forgotten with its link.
         controller.receive(pings(1).left(5));
         controller.dropLink();
         controller.receive(pings(1));
-        QCOMPARE(listener.responses.size(), 3U);
+        QCOMPARE(listener.responses.size(), 2U);
     }
 
     void framesSurviveEveryCut()
@@ -273,7 +258,6 @@ private slots:
     {
         VirtualController controller(smallController());
         Listener listener(controller);
-        QSignalSpy leaving(&controller, &VirtualController::leavingBus);
         connect(
             &controller, &VirtualController::leavingBus, &controller, &VirtualController::restart);
         controller.receive(
@@ -286,7 +270,6 @@ private slots:
         QCOMPARE(listener.text(), "pong { value: 1 }");
 
         controller.receive(commandFrame("reset { }"));
-        QCOMPARE(leaving.size(), 2);
         QCOMPARE(controller.guise(), Guise::Device);
         QVERIFY(!controller.logger().isRunning());
         QCOMPARE(controller.maps().map(0)->values[0], 77);

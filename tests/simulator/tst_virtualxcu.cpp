@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/controllerunit.h"
 #include "simulator/linecommands.h"
+#include "simulator/mockedport.h"
 #include "simulator/simulationoptions.h"
 #include "simulator/testbed.h"
 
@@ -164,13 +164,12 @@ private slots:
             "rate values 3|plug now";
         Testbed testbed;
         ControllerUnit unit(testbed, {});
-        LineCommands commands({&unit});
         for (const QString& line : refused.split('|')) {
-            QVERIFY2(!commands.execute(line).isEmpty(), qPrintable(line));
+            QVERIFY2(!executeCommand({&unit}, line).isEmpty(), qPrintable(line));
         }
         QCOMPARE(unit.controller.responsesSent(), 0U);
         for (const QString& line : understood.split('|')) {
-            QCOMPARE(commands.execute(line), QString());
+            QCOMPARE(executeCommand({&unit}, line), QString());
         }
         QCOMPARE(unit.controller.responsesSent(), 5U);
     }

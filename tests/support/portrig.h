@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/controllerunit.h"
+#include "simulator/mockedport.h"
 #include "simulator/testbed.h"
 
 #include <QString>

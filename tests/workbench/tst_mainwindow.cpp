@@ -75,7 +75,7 @@ void TestMainWindow::connectingStartsLoggerAndMaps()
     QCOMPARE(bench.entries("menuPid_Tuning"), QStringList());
     const QStringList maps{"Map 0", "Map 1", "Map 2", "Map 3"};
     QTRY_COMPARE(bench.entries("menuMap_Tuning"), maps);
-    const auto start = bench.controller().last(xcu::Command::kDataloggerStart)->datalogger_start();
+    const auto& start = bench.controller().received()[0].datalogger_start();
     QCOMPARE(start.channels_size(), 32);
     QCOMPARE(start.channels(31), 31U);
     QCOMPARE(start.passive(), 0U);
