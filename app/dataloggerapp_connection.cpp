@@ -18,6 +18,15 @@ QString portText(const QSerialPortInfo& port)
                : QStringLiteral("%1 XCU").arg(port.serialNumber());
 }
 
+// Anything may stand in a unit's serial number: none leads out of the console's folder.
+QString folderName(QString serialNumber)
+{
+    serialNumber.replace(QLatin1String("/"), QLatin1String("_"));
+    serialNumber.replace(QLatin1String(".."), QLatin1String("__"));
+    const bool isName = !serialNumber.isEmpty() && serialNumber != QLatin1String(".");
+    return isName ? serialNumber : QStringLiteral("no serial number");
+}
+
 // A folder that cannot be made or entered leaves the directory where it is.
 void enterFolder(QDir& directory, const QString& name)
 {
@@ -94,12 +103,12 @@ void DataLoggerApp::connectPort()
     ui->pushButton_2->setText(QStringLiteral("Disconnect"));
     emit addLog(QStringLiteral("Connected"));
     pongClock = new QElapsedTimer;
-    const QString serialNumber = QString::fromStdString(comPort.getSerialNumber());
+    const QString unitFolder = folderName(QString::fromStdString(comPort.getSerialNumber()));
     backupDir = baseDir;
-    enterFolder(backupDir, serialNumber);
+    enterFolder(backupDir, unitFolder);
     enterFolder(backupDir, QStringLiteral("extLoggerBackup"));
     logDir = baseDir;
-    enterFolder(logDir, serialNumber);
+    enterFolder(logDir, unitFolder);
     enterFolder(logDir, QStringLiteral("extLoggerLogs"));
     commandsSender.sendConfigReadReq(0);
     commandsSender.sendConfigReadReq(6);

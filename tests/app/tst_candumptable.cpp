@@ -2,6 +2,7 @@
 #include "capture/candumpviewmodel.h"
 #include "capture/candumpwindow.h"
 
+#include <QAbstractItemModelTester>
 #include <QHeaderView>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -104,6 +105,28 @@ private slots:
         QCOMPARE(changed.at(0).at(0).toModelIndex(), model->index(1, 0));
         QVERIFY(!changed.at(0).at(1).toModelIndex().isValid());
         QCOMPARE(changed.at(0).at(2).value<QVector<int>>(), QVector<int>({0, 9}));
+    }
+
+    // Two rules are broken, on purpose. rowCount() passes over its parent, so that cells seem to
+    // have children of no parent; a corner of dataChanged() lies outside the table, see above.
+    void rulesOfModels()
+    {
+        static QSet<QString> broken;
+        const auto takeComplaint = [](QtMsgType, const QMessageLogContext& context,
+                                      const QString& text) {
+            if (qstrcmp(context.category, "qt.modeltest") == 0) {
+                broken << QRegularExpression("model->\\w+|\\w+\\.isValid").match(text).captured();
+            }
+        };
+        const auto previous = qInstallMessageHandler(takeComplaint);
+        const QAbstractItemModelTester tester(
+            model.get(), QAbstractItemModelTester::FailureReportingMode::Warning);
+        for (const int id : {5, 1, 5, 3, 1}) {
+            update(id, id, "00");
+        }
+        qInstallMessageHandler(previous);
+        QCOMPARE(
+            broken, QSet<QString>({"model->hasChildren", "model->parent", "bottomRight.isValid"}));
     }
 
     void changedBytesFade()

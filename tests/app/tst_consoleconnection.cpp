@@ -54,6 +54,28 @@ private slots:
         }
     }
 
+    void noSerialNumberLeadsOutOfTheConsolesFolder()
+    {
+        const QMap<QString, QString> folders = {
+            {"", "no serial number"},   {".", "no serial number"}, {"..", "__"},
+            {"../../out", "______out"}, {"/tmp/out", "_tmp_out"},
+        };
+        for (const QString& serialNumber : folders.keys()) {
+            ConsoleHome home;
+            PortRig rig(unit(serialNumber));
+            rig.plug();
+            ConsoleRig console;
+            QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
+            console.click("pushButton_2");
+            QCOMPARE(console.status(), "Connected");
+            console.window.loggerStarted();
+            const QString log = home.files("*.log").value(0);
+            QCOMPARE(
+                QFileInfo(log).dir(),
+                QDir(home.controllerFolder(folders[serialNumber]).filePath("extLoggerLogs")));
+        }
+    }
+
     void theSelectedOneOfTwoIsOpened()
     {
         ConsoleHome home;

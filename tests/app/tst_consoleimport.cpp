@@ -1,23 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/consolerig.h"
 
-#include <QFileDialog>
 #include <QListWidget>
 #include <QTableWidget>
 
 namespace {
-
-// Answers the dialog that the action opens with the given path.
-template <typename Action>
-void withFile(const QString& path, Action action)
-{
-    QTimer::singleShot(0, [path] {
-        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-        dialog->selectFile(path);
-        QMetaObject::invokeMethod(dialog, "accept");
-    });
-    action();
-}
 
 QString sample(const char* name)
 {
@@ -34,12 +21,7 @@ private:
     std::unique_ptr<ConsoleHome> home;
     std::unique_ptr<ConsoleRig> console;
 
-    void open(const QString& path)
-    {
-        withFile(path, [this] {
-            console->window.findChild<QAction*>("actionOpen_with_Timestamp")->trigger();
-        });
-    }
+    void open(const QString& path) { console->open(path); }
 
     QTableWidget* table() { return console->child<QTableWidget>("canTraceFrames"); }
     QString cell(int row, int column) { return table()->item(row, column)->text(); }
@@ -53,7 +35,6 @@ private:
 private slots:
     void init()
     {
-        QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
         home = std::make_unique<ConsoleHome>();
         console = std::make_unique<ConsoleRig>();
     }
@@ -161,6 +142,47 @@ private slots:
             }
             QCOMPARE(points, expected);
         }
+    }
+
+    // Whatever happens while a file is read, the file is read as it stands.
+    void whileAFileIsRead()
+    {
+        QByteArray content;
+        for (int i = 0; i < 100'000; ++i) {
+            content += QByteArray::number(i) + " 2 7 Rx d 1 ff\n";
+        }
+        const QString trace = home->write("long.asc", content);
+        const QString text = "Read candump file. 100000 canbus frames";
+        int running = 0; // how often something came in the midst
+        const auto inTheMidst = [&](const std::function<void()>& work) {
+            return [&, work] {
+                running += console->child<QListWidget>("canFrameIds")->count() == 0 ? 1 : 0;
+                work();
+            };
+        };
+        console->open(trace, inTheMidst([&] {
+                          console->child<QAction>("actionOpen_with_Timestamp")->trigger();
+                          console->window.candumpStart();
+                          console->window.candump(1, 1, 2, false, false, false, "first");
+                          console->window.close();
+                      }));
+        QCOMPARE(running, 1);
+        QCOMPARE(console->status(), text); // of one reading
+        console->window.candump(1, 1, 3, false, false, false, "then");
+        const QByteArray converted = contents(home->root().entryList({"asc-*.candump"}).value(0));
+        QCOMPARE(converted.count('\n'), 100'001);
+        QVERIFY(converted.endsWith("can2   7#ff\n(0.001000) can1 003#7468656e\n"));
+        QCOMPARE(
+            contents(home->files("can-*.candump").value(0)), "(0.001000) can1 002#6669727374\n");
+
+        // A program that is told to quit reads to the end first.
+        console = std::make_unique<ConsoleRig>();
+        QTimer::singleShot(0, &console->window, [&] {
+            console->open(trace, inTheMidst([] { QApplication::quit(); }));
+        });
+        QApplication::exec();
+        QCOMPARE(running, 2);
+        QCOMPARE(console->status(), text);
     }
 
     void aTypedSignalBecomesACurve()

@@ -107,6 +107,36 @@ private slots:
         }
     }
 
+    // Records are asked for and written while a log is read, until the cable is pulled.
+    void aSessionGoesOnWhileALogIsRead()
+    {
+        ConsoleHome home;
+        ConnectedConsole console;
+        console.child<QSpinBox>("refreshRate")->setValue(1);
+        console.click("startLogging");
+        QTRY_COMPARE(console.timers(), 2);
+        QByteArray opened = "#;timestamp;" + QByteArray(128, ';') + '\n';
+        for (int i = 0; i < 20'000; ++i) {
+            opened += "1;" + QByteArray::number(i) + QByteArray(";7").repeated(128) + ";\n";
+        }
+        const QString path = home.write("a.log", opened + "$;1;the end\n");
+        int before = std::numeric_limits<int>::max() - 10; // unless it runs in the midst
+        console.open(path, [&] { before = log(home).count('\n'); });
+        QVERIFY(log(home).count('\n') > before + 10);
+        QVERIFY(log(home).contains("$;1;the end\n"));
+        QCOMPARE(console.plot()->graph(127)->data()->at(0)->value, 7.0);
+
+        console.open(path, [&] {
+            console.rig.unplug();
+            while (console.text("pushButton_2") == "Disconnect") {
+                QMetaObject::invokeMethod(&console.window, "refreshPorts");
+            }
+        });
+        QCOMPARE(log(home).count("the end"), 1); // the log was closed before
+        QCOMPARE(console.status(), "Disconnected");
+        QTRY_VERIFY(!console.rig.port().isInUse());
+    }
+
     void destroyedInTheMiddleOfASession()
     {
         ConsoleHome home;

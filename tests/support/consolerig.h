@@ -7,9 +7,11 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QSettings>
 #include <QStatusBar>
 #include <QtTest>
+#include <functional>
 #include <qcustomplot.h>
 
 // A throw-away home whose settings the console reads. Qt looks the place of settings up once in a
@@ -39,6 +41,23 @@ private:
     }
 };
 
+// Answers the file dialog that the action opens, and does the rest as soon as the event loop runs
+// again: while a long file is being read, before the action returns.
+template <typename Action>
+void withFile(
+    const QString& path, Action action, std::function<void()> meanwhile = [] {})
+{
+    QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
+    QTimer::singleShot(0, [path, meanwhile] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        dialog->selectFile(path);
+        QObject::connect(
+            dialog, &QDialog::finished, [meanwhile] { QTimer::singleShot(0, meanwhile); });
+        QMetaObject::invokeMethod(dialog, "accept");
+    });
+    action();
+}
+
 // The real window, reached by object names as an operator's hands would.
 class ConsoleRig
 {
@@ -53,6 +72,13 @@ public:
             qFatal("The console has no %s", name);
         }
         return found;
+    }
+
+    void open(
+        const QString& path, std::function<void()> meanwhile = [] {})
+    {
+        withFile(
+            path, [this] { child<QAction>("actionOpen_with_Timestamp")->trigger(); }, meanwhile);
     }
 
     void click(const char* button) { child<QAbstractButton>(button)->click(); }
