@@ -272,7 +272,7 @@ QString simulator::executeCommand(const std::vector<ControllerUnit*>& units, con
         if (number < 1 || number > units.size()) {
             return QStringLiteral("no such controller: ") + line;
         }
-        meant = {units[number - 1]};
+        meant.assign(1, units[number - 1]);
         words.removeFirst();
     }
     const QString name = words.value(0);
