@@ -36,6 +36,14 @@ QPoint pointIn(const QWidget* widget, const Words& words, int index)
     return {words[index].toInt(), words[index + 1].toInt()};
 }
 
+// Keys go to the active window, which nobody chooses where there is no window manager.
+void activate(const QWidget* widget)
+{
+    if (widget->window()->windowType() != Qt::Popup) {
+        QApplication::setActiveWindow(widget->window());
+    }
+}
+
 // Mouse events go to what lies under the point, as from a real pointer.
 DriveResult click(const Words& words, Qt::MouseButton button)
 {
@@ -43,6 +51,7 @@ DriveResult click(const Words& words, Qt::MouseButton button)
     if (widget == nullptr || !widget->isVisible()) {
         return notYet();
     }
+    activate(widget);
     const QPoint point = pointIn(widget, words, 2);
     QWidget* target = widget->childAt(point);
     target = target == nullptr ? widget : target;
@@ -60,9 +69,10 @@ DriveResult rightClick(const Words& words)
     return click(words, Qt::RightButton);
 }
 
+// As typed: without an OBJECT, what has the focus gets the key.
 DriveResult key(const Words& words)
 {
-    QWidget* widget = words.size() > 2 ? findWidget(words[2]) : QApplication::activeWindow();
+    QWidget* widget = words.size() > 2 ? findWidget(words[2]) : QApplication::focusWidget();
     if (widget == nullptr) {
         return notYet();
     }
@@ -70,8 +80,7 @@ DriveResult key(const Words& words)
     if (sequence.isEmpty()) {
         return {true, QStringLiteral("no such key"), 0};
     }
-    // Keys go to the active window, and a menu that was entered leaves none.
-    QApplication::setActiveWindow(widget->window());
+    activate(widget); // a menu that was entered leaves no window active
     const int combined = sequence[0];
     QTest::keyClick(
         widget, Qt::Key(combined & ~Qt::KeyboardModifierMask),
