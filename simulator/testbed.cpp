@@ -70,8 +70,12 @@ Testbed::Testbed()
     QDir(rootDirectory).mkdir(QStringLiteral("dev"));
     g_signal_connect(ioctls, "handle-ioctl", G_CALLBACK(passThrough), nullptr);
     // In place of the library's own handler for all nodes. One for a single node would take part in
-    // every read and write as well, at a third of the speed.
+    // every read and write as well, at a third of the speed. So does this one from 0.19 on, and a
+    // program would stand still with us; but these releases do without: calls go to the terminal.
     QFile::remove(rootDirectory + QStringLiteral("/ioctl/_default"));
+    if (!XCU_UMOCKDEV_WANTS_HANDLER) {
+        return;
+    }
     GError* error = nullptr;
     umockdev_testbed_attach_ioctl(testbed, "_default", ioctls, &error);
     warn("ioctl calls are not handed on", error);
