@@ -22,7 +22,8 @@ void showChannel(QCheckBox* box, int channel)
     box->setIcon(swatch);
     box->setIconSize(swatch.size());
     box->setToolTip(
-        QStringLiteral("Channel %1: shows or hides its curve, drawn in the colour of the square.")
+        QStringLiteral(
+            "Shows or hides the curve of channel %1, which has the colour of the square.")
             .arg(channel));
 }
 

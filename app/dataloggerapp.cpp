@@ -19,6 +19,25 @@ const QString ChannelStripHidden = QStringLiteral("ui/showChannelSelector");
 const QString VirtualInputsHidden = QStringLiteral("ui/virtualInputShow");
 const QString CanSendHidden = QStringLiteral("ui/pidTunerShow");
 
+struct SignalColumn
+{
+    const char* title;
+    const char* tip;
+};
+
+constexpr SignalColumn SignalColumns[] = {
+    {"Frame", "Identifier in hexadecimal; the bus is not looked at."},
+    {"Offset", "First bit, counted in the bit order of Show."},
+    {"Length", "Number of bits; offset and length together make at most 512."},
+    {"Multiplier", "Factor for the raw value; 0 in a new row, which draws a flat line."},
+    {"Add", "Added after the multiplication."},
+    {"Show", "0 off; 1, 3 least significant bit first; 2, 4 most significant first; 3, 4 signed."},
+    {"Mux offset", "First bit of the multiplexer, counted in the bit order of Show."},
+    {"Mux length", "Number of bits of the multiplexer; 0 is no multiplexer."},
+    {"Mux value", "Only frames whose multiplexer has this hexadecimal value count."},
+    {"FrameLength", "Only frames of so many bytes count; -1 takes all."},
+};
+
 } // namespace
 
 DataLoggerApp::DataLoggerApp(QWidget* parent)
@@ -118,13 +137,14 @@ void DataLoggerApp::connectLink()
 
 void DataLoggerApp::labelSignalColumns()
 {
-    const char* const titles[] = {"Frame", "Offset",     "Length",     "Multiplier", "Add",
-                                  "Show",  "Mux offset", "Mux length", "Mux value",  "FrameLength"};
     int column = 0; // the last column, a signal's name, stays without a title
-    for (const char* title : titles) {
-        ui->canTraceFrames->setHorizontalHeaderItem(
-            column++, new QTableWidgetItem(QLatin1String(title)));
+    for (const SignalColumn& text : SignalColumns) {
+        auto* title = new QTableWidgetItem(QLatin1String(text.title));
+        title->setToolTip(QLatin1String(text.tip));
+        ui->canTraceFrames->setHorizontalHeaderItem(column++, title);
     }
+    ui->canTraceFrames->horizontalHeader()->setToolTip(
+        QStringLiteral("Name of the signal, free text; it has no effect."));
 }
 
 void DataLoggerApp::restorePanel(QCheckBox* box, QWidget* panel, const QString& hiddenKey)

@@ -51,6 +51,9 @@ void DataLoggerApp::createVirtualInputs()
     for (QSlider*& slider : virtualInputSliders) {
         slider = new QSlider(Qt::Vertical);
         slider->setRange(0, VirtualInputMaximum);
+        slider->setToolTip(
+            QStringLiteral("Sets virtual input %1 of the controller; each step is a tag as well.")
+                .arg(number - 1));
         auto* label = new QLabel(QString::number(number++));
         label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
         auto* column = new QVBoxLayout;

@@ -33,6 +33,8 @@ ValueViewer::ValueViewer(QWidget* parent)
     resize(400, 300);
     setWindowIcon(QIcon(QStringLiteral(":/zelmark.ico")));
     setWindowTitle(QStringLiteral("Form"));
+    setToolTip(QStringLiteral(
+        "A right click switches between choosing channels and reading those chosen."));
     gridLayout->setObjectName(QStringLiteral("gridLayout"));
     seqNo->setObjectName(QStringLiteral("seqNo"));
     timestamp->setObjectName(QStringLiteral("timestamp"));

@@ -212,8 +212,8 @@ DriveResult grab(const Words& words)
         return notYet();
     }
     QPixmap picture = widget->grab();
-    if (words.size() > 3) {
-        picture = picture.scaledToWidth(words[3].toInt(), Qt::SmoothTransformation);
+    if (words.size() > 4) {
+        picture = picture.copy(0, 0, words[3].toInt(), words[4].toInt());
     }
     if (!picture.save(words[2])) {
         return {true, QStringLiteral("the picture cannot be written"), 0};
@@ -281,7 +281,7 @@ const std::map<QString, Command>& commands()
         {"menu", {2, "menu MENU INDEX", menu}},
         {"file", {1, "file PATH (answers the open file dialog)", chooseFile}},
         {"clipboard", {1, "clipboard TEXT (\\t and \\n stand for tab and line end)", copy}},
-        {"grab", {2, "grab WIDGET PICTURE.png [WIDTH]", grab}},
+        {"grab", {2, "grab WIDGET PICTURE.png [WIDTH HEIGHT] (of its top left part)", grab}},
         {"resize", {3, "resize WIDGET WIDTH HEIGHT [X Y]", resize}},
         {"close", {1, "close WINDOW", close}},
     };
