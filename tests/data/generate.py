@@ -107,5 +107,6 @@ def other_tools():
         subprocess.run(command, check=True, env={"TZ": "UTC", "PATH": "/usr/bin"})
 
 
-for generate in (text_traces, log_and_signals, blackbox, other_tools):
-    generate()
+if __name__ == "__main__":
+    for generate in (text_traces, log_and_signals, blackbox, other_tools):
+        generate()
