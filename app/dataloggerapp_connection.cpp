@@ -5,7 +5,6 @@
 
 #include <QElapsedTimer>
 #include <QStandardPaths>
-#include <algorithm>
 
 namespace {
 
@@ -48,12 +47,7 @@ void DataLoggerApp::prepareFolders()
 
 void DataLoggerApp::refreshPorts()
 {
-    QList<QSerialPortInfo> attached = portList.availablePorts();
-    const auto isNoController = [](const QSerialPortInfo& port) {
-        return !comm::isControllerPort(port);
-    };
-    attached.erase(
-        std::remove_if(attached.begin(), attached.end(), isNoController), attached.end());
+    const QList<QSerialPortInfo> attached = comm::controllerPorts(portList.availablePorts());
     if (ports != attached) {
         ports = attached;
         listPorts();

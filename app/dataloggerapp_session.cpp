@@ -6,7 +6,6 @@
 
 #include <QDateTime>
 #include <QTimer>
-#include <numeric>
 
 namespace {
 
@@ -17,9 +16,8 @@ constexpr int FaultPollMs = 200;
 void DataLoggerApp::on_startLogging_clicked()
 {
     // The strip only hides curves: the controller always logs the first channels.
-    std::vector<unsigned int> channels(
-        formats::channelCountOfChoice(ui->channelCount->currentIndex()));
-    std::iota(channels.begin(), channels.end(), 0U);
+    std::vector<unsigned int> channels =
+        comm::firstChannels(formats::channelCountOfChoice(ui->channelCount->currentIndex()));
     const bool passive = ui->passiveDatalogger->checkState() == Qt::Checked;
     commandsSender.sendLoggerStart(channels, passive);
     emit addLog(QStringLiteral("Sent start request"));

@@ -14,15 +14,25 @@
 #include "schema/link.pb.h"
 
 #include <limits>
+#include <utility>
 
 using comm::traceLine;
 using xcu::Response;
 
 namespace {
 
-using MapAxis = IMapTuningCommandsResponse::MapAxis;
-using MapCommandResult = IMapTuningCommandsResponse::MapCommandResult;
-using AdaptationStatus = IControlerAdaptationResponse::AdaptationStatus;
+using Bootloader = IBootloaderCommandsResponse;
+using Candump = ICandumpResponse;
+using Logger = IDataLoggerCommandsResponse;
+using Pid = IPidTunerCommandsResponse;
+using Maps = IMapTuningCommandsResponse;
+using Config = IConfigCommandsResponse;
+using Adaptation = IControlerAdaptationResponse;
+using Faults = IFaultServiceCommandsResponse;
+using Scope = IScopeCommandsResponse;
+using MapAxis = Maps::MapAxis;
+using MapCommandResult = Maps::MapCommandResult;
+using AdaptationStatus = Adaptation::AdaptationStatus;
 
 MapAxis toAxis(int wireValue)
 {
@@ -65,6 +75,15 @@ std::vector<FaultItemData> toFaults(const xcu::FaultGetFaultsResp& response)
     return faults;
 }
 
+// A member of the response may come that nobody wants.
+template <typename Interface, typename Operation, typename... Arguments>
+void call(Interface* interface, Operation operation, Arguments&&... arguments)
+{
+    if (interface) {
+        (interface->*operation)(std::forward<Arguments>(arguments)...);
+    }
+}
+
 } // namespace
 
 CommandsResponseReceiver::CommandsResponseReceiver(
@@ -98,199 +117,161 @@ void CommandsResponseReceiver::decodeResponse(const std::string& data)
     }
     switch (response.resp_case()) {
     case Response::kBootloaderValue:
-        if (bootloaderResponse) {
-            bootloaderResponse->bootloaderValue(response.bootloader_value());
-        }
+        call(bootloaderResponse, &Bootloader::bootloaderValue, response.bootloader_value());
         return;
     case Response::kPong:
-        if (bootloaderResponse) {
-            bootloaderResponse->pongReceived(response.pong().value());
-        }
+        call(bootloaderResponse, &Bootloader::pongReceived, response.pong().value());
         return;
     case Response::kPrompt:
-        if (bootloaderResponse) {
-            bootloaderResponse->promptReceived();
-        }
+        call(bootloaderResponse, &Bootloader::promptReceived);
         return;
     case Response::kCandumpStarted:
-        if (candumpResponse) {
-            candumpResponse->candumpStart();
-        }
+        call(candumpResponse, &Candump::candumpStart);
         return;
     case Response::kCandumpStopped:
-        if (candumpResponse) {
-            candumpResponse->candumpStop();
-        }
+        call(candumpResponse, &Candump::candumpStop);
         return;
-    case Response::kCandumpFrame:
-        if (candumpResponse) {
-            const auto& fields = response.candump_frame();
-            candumpResponse->candump(
-                fields.bus(), fields.timestamp(), fields.id(), fields.extended(), fields.fd(),
-                fields.brs(), fields.data());
-        }
+    case Response::kCandumpFrame: {
+        const auto& fields = response.candump_frame();
+        call(
+            candumpResponse, &Candump::candump, fields.bus(), fields.timestamp(), fields.id(),
+            fields.extended(), fields.fd(), fields.brs(), fields.data());
         return;
+    }
     case Response::kLoggerStarted:
         traceLine("kLoggerStarted"); // whether or not anyone listens
-        if (dataLoggerResponse) {
-            dataLoggerResponse->loggerStarted();
-        }
+        call(dataLoggerResponse, &Logger::loggerStarted);
         return;
     case Response::kLoggerStopped:
         traceLine("kLoggerStopped");
-        if (dataLoggerResponse) {
-            dataLoggerResponse->loggerStopped();
-        }
+        call(dataLoggerResponse, &Logger::loggerStopped);
         return;
-    case Response::kLoggerData:
+    case Response::kLoggerData: {
+        const auto& fields = response.logger_data();
         traceLine("kLoggerData");
-        if (dataLoggerResponse) {
-            const auto& fields = response.logger_data();
-            dataLoggerResponse->loggerDataReceived(
-                fields.sample_number(), fields.timestamp(), toVector(fields.values()));
-        }
+        call(
+            dataLoggerResponse, &Logger::loggerDataReceived, fields.sample_number(),
+            fields.timestamp(), toVector(fields.values()));
         return;
+    }
     case Response::kPidTunerStarted:
-        if (pidTunerResponse) {
-            pidTunerResponse->pidTunerStart(response.pid_tuner_started().value());
-        }
+        call(pidTunerResponse, &Pid::pidTunerStart, response.pid_tuner_started().value());
         return;
     case Response::kPidTunerSet:
-        if (pidTunerResponse) {
-            pidTunerResponse->pidTunerSetPid(response.pid_tuner_set().value());
-        }
+        call(pidTunerResponse, &Pid::pidTunerSetPid, response.pid_tuner_set().value());
         return;
-    case Response::kPidTunerPid:
-        if (pidTunerResponse) {
-            const auto& fields = response.pid_tuner_pid();
-            pidTunerResponse->pidTunerGetPid(
-                fields.pid_id(), fields.param_1(), fields.param_2(), fields.param_3(),
-                fields.param_4(), fields.param_5());
-        }
+    case Response::kPidTunerPid: {
+        const auto& fields = response.pid_tuner_pid();
+        call(
+            pidTunerResponse, &Pid::pidTunerGetPid, fields.pid_id(), fields.param_1(),
+            fields.param_2(), fields.param_3(), fields.param_4(), fields.param_5());
         return;
+    }
     case Response::kPidTunerResetDone:
-        if (pidTunerResponse) {
-            pidTunerResponse->pidTunerReset(response.pid_tuner_reset_done().value());
-        }
+        call(pidTunerResponse, &Pid::pidTunerReset, response.pid_tuner_reset_done().value());
         return;
     case Response::kMapTunerStarted:
-        if (mapTuningResponse) {
-            mapTuningResponse->mapTuningStart(response.map_tuner_started().map_count());
-        }
+        call(mapTuningResponse, &Maps::mapTuningStart, response.map_tuner_started().map_count());
         return;
-    case Response::kMapDetails:
-        if (mapTuningResponse) {
-            const auto& fields = response.map_details();
-            mapTuningResponse->mapTuningMapDetails(
-                fields.map_id(), fields.x_size(), fields.y_size());
-        }
+    case Response::kMapDetails: {
+        const auto& fields = response.map_details();
+        call(
+            mapTuningResponse, &Maps::mapTuningMapDetails, fields.map_id(), fields.x_size(),
+            fields.y_size());
         return;
-    case Response::kMapLabelSet:
-        if (mapTuningResponse) {
-            const auto& fields = response.map_label_set();
-            mapTuningResponse->mapTuningSetMapLabel(
-                fields.map_id(), toAxis(fields.axis()), fields.label_id(),
-                toResult(fields.result()));
-        }
+    }
+    case Response::kMapLabelSet: {
+        const auto& fields = response.map_label_set();
+        call(
+            mapTuningResponse, &Maps::mapTuningSetMapLabel, fields.map_id(), toAxis(fields.axis()),
+            fields.label_id(), toResult(fields.result()));
         return;
-    case Response::kMapLabel:
-        if (mapTuningResponse) {
-            const auto& fields = response.map_label();
-            mapTuningResponse->mapTuningGetMapLabel(
-                fields.map_id(), toAxis(fields.axis()), fields.label_id(), fields.value(),
-                toResult(fields.result()));
-        }
+    }
+    case Response::kMapLabel: {
+        const auto& fields = response.map_label();
+        call(
+            mapTuningResponse, &Maps::mapTuningGetMapLabel, fields.map_id(), toAxis(fields.axis()),
+            fields.label_id(), fields.value(), toResult(fields.result()));
         return;
-    case Response::kMapValueSet:
-        if (mapTuningResponse) {
-            const auto& fields = response.map_value_set();
-            mapTuningResponse->mapTuningSetMapValue(
-                fields.map_id(), fields.x_id(), fields.y_id(), toResult(fields.result()));
-        }
+    }
+    case Response::kMapValueSet: {
+        const auto& fields = response.map_value_set();
+        call(
+            mapTuningResponse, &Maps::mapTuningSetMapValue, fields.map_id(), fields.x_id(),
+            fields.y_id(), toResult(fields.result()));
         return;
-    case Response::kMapValue:
-        if (mapTuningResponse) {
-            const auto& fields = response.map_value();
-            mapTuningResponse->mapTuningGetMapValue(
-                fields.map_id(), fields.x_id(), fields.y_id(), fields.value(),
-                toResult(fields.result()));
-        }
+    }
+    case Response::kMapValue: {
+        const auto& fields = response.map_value();
+        call(
+            mapTuningResponse, &Maps::mapTuningGetMapValue, fields.map_id(), fields.x_id(),
+            fields.y_id(), fields.value(), toResult(fields.result()));
         return;
-    case Response::kMapData:
-        if (mapTuningResponse) {
-            const auto& fields = response.map_data();
-            mapTuningResponse->mapTuningMap(
-                fields.map_id(), toVector(fields.x_labels()), toVector(fields.y_labels()),
-                toVector(fields.values()));
-        }
+    }
+    case Response::kMapData: {
+        const auto& fields = response.map_data();
+        call(
+            mapTuningResponse, &Maps::mapTuningMap, fields.map_id(), toVector(fields.x_labels()),
+            toVector(fields.y_labels()), toVector(fields.values()));
         return;
-    case Response::kMapLastGetValue:
-        if (mapTuningResponse) {
-            const auto& fields = response.map_last_get_value();
-            mapTuningResponse->mapTuningGetLastGetValue(
-                fields.map_id(), fields.x_id(), fields.y_id(), fields.value());
-        }
+    }
+    case Response::kMapLastGetValue: {
+        const auto& fields = response.map_last_get_value();
+        call(
+            mapTuningResponse, &Maps::mapTuningGetLastGetValue, fields.map_id(), fields.x_id(),
+            fields.y_id(), fields.value());
         return;
-    case Response::kConfigurationWritten:
-        if (configResponse) {
-            const auto& fields = response.configuration_written();
-            configResponse->writeConfiguration(fields.result(), fields.config_id());
-        }
+    }
+    case Response::kConfigurationWritten: {
+        const auto& fields = response.configuration_written();
+        call(configResponse, &Config::writeConfiguration, fields.result(), fields.config_id());
         return;
-    case Response::kConfiguration:
-        if (configResponse) {
-            const auto& fields = response.configuration();
-            configResponse->readConfiguration(fields.result(), fields.config_id(), fields.data());
-        }
+    }
+    case Response::kConfiguration: {
+        const auto& fields = response.configuration();
+        call(
+            configResponse, &Config::readConfiguration, fields.result(), fields.config_id(),
+            fields.data());
         return;
-    case Response::kConfigurationErased:
-        if (configResponse) {
-            const auto& fields = response.configuration_erased();
-            configResponse->eraseConfiguration(fields.result(), fields.config_id());
-        }
+    }
+    case Response::kConfigurationErased: {
+        const auto& fields = response.configuration_erased();
+        call(configResponse, &Config::eraseConfiguration, fields.result(), fields.config_id());
         return;
-    case Response::kCalibrationWritten:
-        if (configResponse) {
-            const auto& fields = response.calibration_written();
-            configResponse->writeCalibration(fields.result(), fields.config_id());
-        }
+    }
+    case Response::kCalibrationWritten: {
+        const auto& fields = response.calibration_written();
+        call(configResponse, &Config::writeCalibration, fields.result(), fields.config_id());
         return;
+    }
     case Response::kDriverCalibrationStarted:
-        if (adaptationResponse) {
-            adaptationResponse->adaptationStart();
-        }
+        call(adaptationResponse, &Adaptation::adaptationStart);
         return;
     case Response::kDriverCalibrationStatus:
-        if (adaptationResponse) {
-            adaptationResponse->adaptationStatus(
-                toStatus(response.driver_calibration_status().status()));
-        }
+        call(
+            adaptationResponse, &Adaptation::adaptationStatus,
+            toStatus(response.driver_calibration_status().status()));
         return;
-    case Response::kFaultCount:
-        if (faultServiceResponse) {
-            const auto& fields = response.fault_count();
-            faultServiceResponse->faultGetFaultCountResp(
-                fields.first_count(), fields.second_count());
-        }
+    case Response::kFaultCount: {
+        const auto& fields = response.fault_count();
+        call(
+            faultServiceResponse, &Faults::faultGetFaultCountResp, fields.first_count(),
+            fields.second_count());
         return;
+    }
     case Response::kFaultList:
-        if (faultServiceResponse) {
-            faultServiceResponse->faultGetFaultsResp(toFaults(response.fault_list()));
-        }
+        call(faultServiceResponse, &Faults::faultGetFaultsResp, toFaults(response.fault_list()));
         return;
     case Response::kFaultsCleaned:
-        if (faultServiceResponse) {
-            faultServiceResponse->faultCleanFaultsResp();
-        }
+        call(faultServiceResponse, &Faults::faultCleanFaultsResp);
         return;
-    case Response::kScopeSamples:
-        if (scopeResponse) {
-            const auto& fields = response.scope_samples();
-            scopeResponse->scopeDataReceived(
-                fields.first_value(), fields.second_value(), fields.third_value(),
-                toVector(fields.samples()));
-        }
+    case Response::kScopeSamples: {
+        const auto& fields = response.scope_samples();
+        call(
+            scopeResponse, &Scope::scopeDataReceived, fields.first_value(), fields.second_value(),
+            fields.third_value(), toVector(fields.samples()));
         return;
+    }
     default:
         return;
     }

@@ -4,6 +4,7 @@
 #include "comm/comport.h"
 #include "schema/link.pb.h"
 
+#include <numeric>
 #include <utility>
 
 using xcu::Command;
@@ -26,6 +27,13 @@ void setAxis(Message& message, CommandsSender::MapAxis axis)
 }
 
 } // namespace
+
+std::vector<unsigned int> comm::firstChannels(unsigned int count)
+{
+    std::vector<unsigned int> channels(count);
+    std::iota(channels.begin(), channels.end(), 0U);
+    return channels;
+}
 
 CommandsSender::CommandsSender(ComPort& port)
     : comPort(port)

@@ -8,6 +8,13 @@
 
 class ComPort;
 
+namespace comm {
+
+// Channels 0 to count - 1, for CommandsSender::sendLoggerStart.
+std::vector<unsigned int> firstChannels(unsigned int count);
+
+} // namespace comm
+
 // Builds and sends the commands of the controller, one operation for each. Nothing is checked,
 // awaited or paired with an answer; on a closed port the command is lost with a diagnostic line.
 // Operations may be called from any thread. Strings go out as raw bytes.

@@ -3,6 +3,7 @@
 
 #include "comm/frame.h"
 #include "comm/hexdump.h"
+#include "comm/portdiscovery.h"
 #include "comm/trace.h"
 
 #include <QMutexLocker>
@@ -17,13 +18,28 @@ using comm::traceText;
 
 namespace {
 
-constexpr int pollInterval = 1000; // ms
+constexpr int pollInterval = 1000;            // ms
+constexpr int reconnectInterval = 100;        // ms
+constexpr unsigned long lookupInterval = 200; // ms
+
+constexpr quint32 awaitsHeader = 0;
+constexpr quint32 awaitsPayload = 1;
 
 // The device has left and its port is still open. A line that is merely full gives the same code
 // with another text.
 bool isGone(const QSerialPort& port)
 {
     return port.error() == QSerialPort::ResourceError && port.errorString() == qt_error_string(EIO);
+}
+
+template <typename Lookup>
+void waitFor(Lookup lookup, QString& serial)
+{
+    QSerialPortInfo port = lookup(serial);
+    while (port.isNull() && !port.isBusy()) {
+        QThread::msleep(lookupInterval);
+        port = lookup(serial);
+    }
 }
 
 } // namespace
@@ -65,8 +81,8 @@ bool ComPort::isOpen() const
     return serialPort && serialPort->isOpen();
 }
 
-// Closes the port and destroys it, or puts that off where the port's own readyRead is still on the
-// stack. deleteLater alone would not do: an event loop in a handler would carry it out there.
+// Closes the port and destroys it, but not while its own readyRead is on the stack. deleteLater
+// alone would not do: a handler's event loop would delete the port there.
 void ComPort::retire(std::unique_ptr<QSerialPort> port)
 {
     if (!port) {
@@ -100,12 +116,24 @@ void ComPort::dataAvaliable()
         releaseRetiredPorts();
     });
     do {
-        std::optional<std::string> payload = comm::takeFrame(*serialPort, readState, frameLength);
+        traceLine("dataAvaliable ", serialPort->bytesAvailable());
+        if (readState == awaitsHeader) {
+            const std::optional<quint32> length = comm::takeLength(*serialPort);
+            if (!length) {
+                return;
+            }
+            frameLength = *length;
+            readState = awaitsPayload;
+            traceLine("Header:  ", frameLength);
+        }
+        traceLine("Wait for data:  ", frameLength, "/", serialPort->bytesAvailable());
+        std::optional<std::string> payload = comm::takePayload(*serialPort, frameLength);
         if (!payload) {
             return;
         }
+        traceLine("Red:  ", payload->size());
         emit commandRead(std::move(*payload));
-        readState = comm::AwaitsHeader; // and serialPort may be another one now, or gone
+        readState = awaitsHeader; // and serialPort may be another one now, or gone
     } while (serialPort && serialPort->bytesAvailable() > 0);
 }
 
@@ -131,13 +159,66 @@ void ComPort::commandSend(std::string data)
         traceText("==");
         serialPort->flush();
         if (isGone(*serialPort)) {
-            // Or the port would try again at every turn of the event loop, for as long as it is
-            // open.
+            // A port that keeps what it cannot write tries again at every turn of the event loop.
             serialPort->clear(QSerialPort::Output);
         }
         traceText(">>");
     }
     traceLine("X");
+}
+
+void ComPort::reconnect()
+{
+    connect(&reconnectTimer, &QTimer::timeout, this, &ComPort::reconnectBootloderService);
+    reconnectTimer.start(reconnectInterval);
+    reconnectBootloderService();
+}
+
+void ComPort::reconnectDevice()
+{
+    reconnect(); // either guise will do here too
+}
+
+// One attempt. The old port object goes when open replaces it. The signal is emitted while the
+// timer still runs, so that a handler that starts a new cycle has it stopped again.
+bool ComPort::reopen()
+{
+    const QSerialPortInfo port = getPortBySerialNumber(serialNumber);
+    if (port.isNull() || !open(port)) {
+        return false;
+    }
+    if (port.productIdentifier() == comm::UsbId::bootloader) {
+        emit bootloaderReconnected();
+    }
+    if (port.productIdentifier() == comm::UsbId::device) {
+        emit deviceReconnected();
+    }
+    return true;
+}
+
+void ComPort::reconnectBootloderService()
+{
+    if (reopen()) {
+        reconnectTimer.stop();
+        disconnect(&reconnectTimer, &QTimer::timeout, this, &ComPort::reconnectBootloderService);
+    }
+}
+
+void ComPort::reconnectDeviceService()
+{
+    if (reopen()) {
+        reconnectTimer.stop(); // and leaves the connection, unlike the other service
+    }
+}
+
+void ComPort::waitForPortAvaliable()
+{
+    waitFor(getBootloaderPortBySerialNumber, serialNumber);
+}
+
+void ComPort::waitForDevicePortAvaliable()
+{
+    waitFor(getDevicePortBySerialNumber, serialNumber);
 }
 
 std::string ComPort::getSerialNumber() const

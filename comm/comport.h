@@ -81,7 +81,7 @@ private:
     bool aborted = false;                    // never read
     QString serialNumber;                    // of openedPort
     // Both survive close and open: a frame cut by a close takes its payload from the next session.
-    quint32 readState = 0;   // a comm::FrameState
+    quint32 readState = 0;   // 0: the header comes next, 1: the payload
     quint32 frameLength = 0; // of the frame that readState is in, bytes
     QTimer pollTimer;        // backstop for bytes that no readyRead told of
     QTimer reconnectTimer;

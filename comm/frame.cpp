@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/frame.h"
 
-#include "comm/trace.h"
-
 #include <QIODevice>
 #include <QtEndian>
 #include <array>
 #include <exception>
 #include <limits>
-
-namespace comm {
 
 namespace {
 
@@ -27,19 +23,9 @@ bool readWhole(QIODevice& device, char* target, qint64 size)
     return true;
 }
 
-bool takeHeader(QIODevice& device, quint32& frameLength)
-{
-    std::array<char, headerSize> header{};
-    if (device.bytesAvailable() < headerSize || !readWhole(device, header.data(), headerSize)) {
-        return false;
-    }
-    frameLength = qFromLittleEndian<quint32>(header.data());
-    return true;
-}
-
 } // namespace
 
-std::string makeFrame(std::string payload)
+std::string comm::makeFrame(std::string payload)
 {
     if (payload.size() > std::numeric_limits<quint32>::max()) {
         std::terminate();
@@ -50,28 +36,23 @@ std::string makeFrame(std::string payload)
     return payload;
 }
 
-std::optional<std::string> takeFrame(QIODevice& device, quint32& readState, quint32& frameLength)
+std::optional<quint32> comm::takeLength(QIODevice& device)
 {
-    traceLine("dataAvaliable ", device.bytesAvailable());
-    if (readState == AwaitsHeader) {
-        if (!takeHeader(device, frameLength)) {
-            return std::nullopt;
-        }
-        readState = AwaitsPayload;
-        traceLine("Header:  ", frameLength);
-    }
-
-    const qint64 available = device.bytesAvailable();
-    traceLine("Wait for data:  ", frameLength, "/", available);
-    if (available < static_cast<qint64>(frameLength)) {
+    std::array<char, headerSize> header{};
+    if (device.bytesAvailable() < headerSize || !readWhole(device, header.data(), headerSize)) {
         return std::nullopt;
     }
-    std::string payload(frameLength, '\0');
-    if (!readWhole(device, payload.data(), frameLength)) {
-        return std::nullopt;
-    }
-    traceLine("Red:  ", payload.size());
-    return payload;
+    return qFromLittleEndian<quint32>(header.data());
 }
 
-} // namespace comm
+std::optional<std::string> comm::takePayload(QIODevice& device, quint32 length)
+{
+    if (device.bytesAvailable() < static_cast<qint64>(length)) {
+        return std::nullopt;
+    }
+    std::string payload(length, '\0');
+    if (!readWhole(device, payload.data(), length)) {
+        return std::nullopt;
+    }
+    return payload;
+}

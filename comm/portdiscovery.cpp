@@ -26,6 +26,13 @@ bool comm::isControllerPort(const QSerialPortInfo& port, std::initializer_list<q
            std::find(guises.begin(), guises.end(), port.productIdentifier()) != guises.end();
 }
 
+QList<QSerialPortInfo> comm::controllerPorts(QList<QSerialPortInfo> ports)
+{
+    const auto isOther = [](const QSerialPortInfo& port) { return !isControllerPort(port); };
+    ports.erase(std::remove_if(ports.begin(), ports.end(), isOther), ports.end());
+    return ports;
+}
+
 QSerialPortInfo getPortBySerialNumber(QString& serial)
 {
     return findController(serial, {UsbId::bootloader, UsbId::device});

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QList>
 #include <QSerialPortInfo>
 #include <QString>
 #include <initializer_list>
@@ -19,6 +20,9 @@ constexpr quint16 device = 0xEEF0;
 bool isControllerPort(
     const QSerialPortInfo& port,
     std::initializer_list<quint16> guises = {UsbId::bootloader, UsbId::device});
+
+// Those of the ports that belong to controllers in either guise, in their order.
+QList<QSerialPortInfo> controllerPorts(QList<QSerialPortInfo> ports);
 
 } // namespace comm
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -9,7 +10,11 @@ namespace comm {
 // The diagnostic channel: standard output. Every call is flushed before it returns, so that after a
 // crash the last trace tells how far the program came. A reader of the pipe that does not drain it
 // therefore stops the caller. Whole calls never interleave, from whatever thread.
-void traceText(std::string_view text);
+inline void traceText(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+}
 
 inline void appendTracePart(std::string& line, std::string_view text)
 {

@@ -26,9 +26,13 @@ public:
     void feed(const std::string& more, Deliver deliver)
     {
         bytes.append(more.data(), static_cast<int>(more.size()));
-        while (auto payload = comm::takeFrame(*this, readState, frameLength)) {
+        while (length || (length = comm::takeLength(*this))) {
+            const std::optional<std::string> payload = comm::takePayload(*this, *length);
+            if (!payload) {
+                return;
+            }
             deliver(*payload);
-            readState = comm::AwaitsHeader;
+            length.reset();
         }
     }
 
@@ -44,8 +48,7 @@ protected:
 
 private:
     QByteArray bytes;
-    quint32 readState = comm::AwaitsHeader;
-    quint32 frameLength = 0;
+    std::optional<quint32> length; // of the payload that comes next
 };
 
 } // namespace

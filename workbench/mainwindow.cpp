@@ -10,12 +10,11 @@
 #include <QEvent>
 #include <QMdiArea>
 #include <QMetaType>
-#include <numeric>
 #include <vector>
 
 namespace {
 
-constexpr std::size_t loggedChannels = 32; // always the first ones
+constexpr unsigned int loggedChannels = 32; // always the first ones
 
 // A viewer that leaves the distributor while it still is an IDataPresenter. QObject::destroyed
 // comes too late for that: by then only the QWidget is left.
@@ -82,10 +81,8 @@ void MainWindow::portRefresher()
     availablePorts = QSerialPortInfo::availablePorts();
     ui->menuConnection->clear();
     portActions.clear();
-    for (const QSerialPortInfo& port : qAsConst(availablePorts)) {
-        if (comm::isControllerPort(port)) {
-            portActions[ui->menuConnection->addAction(port.serialNumber())] = port;
-        }
+    for (const QSerialPortInfo& port : comm::controllerPorts(availablePorts)) {
+        portActions[ui->menuConnection->addAction(port.serialNumber())] = port;
     }
 }
 
@@ -96,8 +93,7 @@ void MainWindow::portConnect(QAction* action)
         return;
     }
     ui->statusbar->showMessage(QStringLiteral("Connected"));
-    std::vector<unsigned int> channels(loggedChannels);
-    std::iota(channels.begin(), channels.end(), 0U);
+    std::vector<unsigned int> channels = comm::firstChannels(loggedChannels);
     commandsSender->sendLoggerStart(channels, false);
     commandsSender->sendMapTunerStartReq();
 }

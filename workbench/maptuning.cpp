@@ -4,14 +4,28 @@
 #include "comm/commandssender.h"
 #include "comm/trace.h"
 #include "ui_maptuning.h"
-#include "workbench/celldelegate.h"
 
 #include <QKeySequence>
 #include <QShortcut>
+#include <QStyledItemDelegate>
 
 namespace {
 
 constexpr unsigned int largestSize = 1024; // of one axis; more than any controller means
+
+// Shows no more of a cell's text than fits on a screen. To lay out the megabytes that a paste may
+// leave in a cell takes seconds, at every painting.
+class CellDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QString displayText(const QVariant& value, const QLocale& locale) const override
+    {
+        constexpr int mostShown = 1000; // characters
+        return QStyledItemDelegate::displayText(value, locale).left(mostShown);
+    }
+};
 
 using Slot = void (MapTuning::*)();
 
@@ -31,7 +45,7 @@ MapTuning::MapTuning(unsigned int id, CommandsSender* sender, QWidget* parent)
     , commandsSender(sender)
 {
     ui->setupUi(this);
-    ui->mapValues->setItemDelegate(new workbench::CellDelegate(this));
+    ui->mapValues->setItemDelegate(new CellDelegate(this));
     setWindowTitle(QStringLiteral("Map ID: %1").arg(mapId));
     commandsSender->sendMapTunerGetMapDetails(mapId);
     addShortcut("p", ui->mapValues, this, &MapTuning::mapValues_increaseValues);

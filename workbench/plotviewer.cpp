@@ -4,7 +4,7 @@
 #include "ui_plotviewer.h"
 #include "workbench/channelnames.h"
 #include "workbench/chartview.h"
-#include "workbench/plotlines.h"
+#include "workbench/plotline.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -45,7 +45,13 @@ PlotViewer::PlotViewer(QWidget* parent)
     panel->setLayout(panelLayout);
     panel->hide();
     ui->horizontalLayout->addWidget(panel);
-    lines = std::make_unique<workbench::PlotLines>(chart, axisX, axisY);
+    const auto changeView = [this] {
+        for (const auto& line : qAsConst(lines)) {
+            line->changeView();
+        }
+    };
+    connect(axisX, &QtCharts::QValueAxis::rangeChanged, this, changeView);
+    connect(chart, &QtCharts::QChart::plotAreaChanged, this, changeView);
     // These count from 0 and the rows that come with the data from 1, on purpose: "data 4" is
     // followed by "data 6".
     for (int row = 0; row < firstRows; ++row) {
@@ -73,14 +79,10 @@ void PlotViewer::update(unsigned int sampleNumber, unsigned int timestamp, std::
         addRow(name);
     }
     const float time = recordTime(sampleNumber, timestamp);
-    for (auto line = series.cbegin(); line != series.cend() && line.key() < channels; ++line) {
-        lines->append(line.value(), time, values[static_cast<std::size_t>(line.key())]);
+    for (auto line = lines.cbegin(); line != lines.cend() && line.key() < channels; ++line) {
+        line.value()->append(time, values[static_cast<std::size_t>(line.key())]);
     }
 }
-
-void PlotViewer::updateLabels(std::vector<std::string>& /*labels*/) {}
-
-void PlotViewer::showData(std::vector<bool>& /*shown*/) {}
 
 void PlotViewer::mousePressEvent(QMouseEvent* event)
 {
@@ -112,13 +114,13 @@ void PlotViewer::addLine(int channel)
     series[channel] = line;
     line->attachAxis(axisX);
     line->attachAxis(axisY);
-    lines->add(line);
+    lines[channel] = std::make_shared<workbench::PlotLine>(*line, *axisX);
 }
 
 void PlotViewer::removeLine(int channel)
 {
     QtCharts::QLineSeries* line = series.take(channel);
-    lines->remove(line);
+    lines.remove(channel);
     chart->removeSeries(line);
     delete line;
 }

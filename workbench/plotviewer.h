@@ -17,7 +17,7 @@ class QFormLayout;
 class QLabel;
 
 namespace workbench {
-class PlotLines;
+class PlotLine;
 }
 
 namespace Ui {
@@ -38,8 +38,8 @@ public:
     using QWidget::update;
     void update(
         unsigned int sampleNumber, unsigned int timestamp, std::vector<int>& values) override;
-    void updateLabels(std::vector<std::string>& labels) override; // changes nothing
-    void showData(std::vector<bool>& shown) override;             // changes nothing
+    void updateLabels(std::vector<std::string>& /*labels*/) override {}
+    void showData(std::vector<bool>& /*shown*/) override {}
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
@@ -58,6 +58,6 @@ private:
     std::vector<QCheckBox*> channelChecks;
     QFormLayout* panelLayout;
     QWidget* panel;
-    int panelOpen = 0; // 1 while the panel is shown
-    std::unique_ptr<workbench::PlotLines> lines;
+    int panelOpen = 0;                                     // 1 while the panel is shown
+    QMap<int, std::shared_ptr<workbench::PlotLine>> lines; // of series
 };

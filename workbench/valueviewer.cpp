@@ -2,30 +2,16 @@
 #include "workbench/valueviewer.h"
 
 #include "workbench/channelnames.h"
-#include "workbench/steadygridlayout.h"
 
 #include <QCheckBox>
+#include <QGridLayout>
 #include <QIcon>
 #include <QLabel>
 #include <QMouseEvent>
-#include <algorithm>
-
-namespace {
-
-// Sets a text without asking for a repaint of the label alone. A hundred labels that are repainted
-// one by one cost three times as much as the area around them.
-void setTextQuietly(QLabel* label, const QString& text)
-{
-    label->setAttribute(Qt::WA_UpdatesDisabled, true);
-    label->setText(text);
-    label->setAttribute(Qt::WA_UpdatesDisabled, false);
-}
-
-} // namespace
 
 ValueViewer::ValueViewer(QWidget* parent)
     : QWidget(parent)
-    , gridLayout(new workbench::SteadyGridLayout(this))
+    , gridLayout(new QGridLayout(this))
     , seqNo(new QLabel(QStringLiteral("SeqNo: ")))
     , timestamp(new QLabel(QStringLiteral("Timestamp: ")))
 {
@@ -49,50 +35,11 @@ void ValueViewer::update(
     for (const QString& name : workbench::channelNames(rows, static_cast<int>(values.size()))) {
         addRow(name);
     }
-    gridLayout->setSteady(true);
     seqNo->setText(QStringLiteral("SeqNo: %1").arg(sampleNumber));
     timestamp->setText(QStringLiteral("Timestamp: %1").arg(timestampMs));
-    QRect changed;
     for (std::size_t channel = 0; channel < values.size(); ++channel) {
-        if (values[channel] != shownValues[channel]) {
-            shownValues[channel] = values[channel];
-            setTextQuietly(channelValues[channel], QString::number(values[channel]));
-            changed |= channelValues[channel]->geometry();
-        }
+        channelValues[channel]->setText(QString::number(values[channel]));
     }
-    gridLayout->setSteady(false);
-    update(changed);
-    const std::array<int, 3> widths = neededWidths();
-    if (widths != laidOutWidths) {
-        laidOutWidths = widths;
-        gridLayout->invalidate();
-    }
-}
-
-// In pixels: of the texts in row 0 and of the widest value on display. Values are measured by their
-// characters; to lay out each one would be slow.
-std::array<int, 3> ValueViewer::neededWidths() const
-{
-    const QFontMetrics metrics = fontMetrics();
-    const int sign = metrics.horizontalAdvance(QLatin1Char('-'));
-    std::array<int, 10> digits = {}; // not equally wide in every font
-    for (std::size_t digit = 0; digit < digits.size(); ++digit) {
-        digits[digit] = metrics.horizontalAdvance(QLatin1Char(char('0' + digit)));
-    }
-    int widest = 0;
-    for (const QLabel* value : channelValues) {
-        if (value->isHidden()) {
-            continue;
-        }
-        int width = 0;
-        for (const QChar character : value->text()) {
-            width += character == QLatin1Char('-') ? sign : digits[character.digitValue()];
-        }
-        widest = std::max(widest, width);
-    }
-    return {
-        metrics.horizontalAdvance(seqNo->text()), metrics.horizontalAdvance(timestamp->text()),
-        widest};
 }
 
 void ValueViewer::addRow(const QString& name)
@@ -110,12 +57,7 @@ void ValueViewer::addRow(const QString& name)
     channelLabels.push_back(label);
     channelValues.push_back(value);
     channelChecks.push_back(check);
-    shownValues.push_back(0);
 }
-
-void ValueViewer::updateLabels(std::vector<std::string>& /*labels*/) {}
-
-void ValueViewer::showData(std::vector<bool>& /*shown*/) {}
 
 void ValueViewer::mousePressEvent(QMouseEvent* event)
 {
@@ -129,5 +71,4 @@ void ValueViewer::mousePressEvent(QMouseEvent* event)
         channelLabels[row]->setVisible(panelOpen == 1 || isChosen);
         channelValues[row]->setVisible(panelOpen == 1 || isChosen);
     }
-    laidOutWidths = neededWidths(); // what is on display now is laid out anew
 }

@@ -4,16 +4,12 @@
 #include "workbench/idatapresenter.h"
 
 #include <QWidget>
-#include <array>
 #include <string>
 #include <vector>
 
 class QCheckBox;
+class QGridLayout;
 class QLabel;
-
-namespace workbench {
-class SteadyGridLayout;
-}
 
 // Lists the latest value of every channel. The first record with n values gives it n rows; rows are
 // never taken away. The right button changes between the setup view, with all rows and a check box
@@ -28,17 +24,16 @@ public:
     using QWidget::update;
     void update(
         unsigned int sampleNumber, unsigned int timestamp, std::vector<int>& values) override;
-    void updateLabels(std::vector<std::string>& labels) override; // changes nothing
-    void showData(std::vector<bool>& shown) override;             // changes nothing
+    void updateLabels(std::vector<std::string>& /*labels*/) override {}
+    void showData(std::vector<bool>& /*shown*/) override {}
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
 
 private:
     void addRow(const QString& name);
-    std::array<int, 3> neededWidths() const;
 
-    workbench::SteadyGridLayout* gridLayout;
+    QGridLayout* gridLayout;
     QLabel* seqNo;
     QLabel* timestamp;
     std::vector<bool> channelShown;
@@ -46,7 +41,5 @@ private:
     std::vector<QLabel*> channelLabels;
     std::vector<QLabel*> channelValues;
     std::vector<QCheckBox*> channelChecks;
-    int panelOpen = 0;                     // 0 at first although the check boxes are shown
-    std::vector<int> shownValues;          // the numbers in channelValues
-    std::array<int, 3> laidOutWidths = {}; // room that the texts needed when last laid out
+    int panelOpen = 0; // 0 at first although the check boxes are shown
 };

@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/testhome.h"
 #include "workbench/chartview.h"
-#include "workbench/linehistory.h"
 #include "workbench/plotviewer.h"
 #include "workbench/valueviewer.h"
 
 #include <QCheckBox>
 #include <QLabel>
-#include <QLayout>
 #include <QMouseEvent>
 #include <QScopeGuard>
-#include <QScreen>
 #include <QSettings>
 #include <QTest>
 #include <QtCharts/QChart>
 #include <cmath>
-#include <functional>
 
 namespace {
 
@@ -52,12 +48,6 @@ void rightClick(QWidget& viewer)
     QTest::mouseClick(&viewer, Qt::RightButton, {}, QPoint(1, 1));
 }
 
-QImage onScreen(const QWidget& window)
-{
-    const QPixmap picture = window.screen()->grabWindow(window.winId());
-    return picture.toImage().convertToFormat(QImage::Format_RGB32);
-}
-
 // A plot viewer on the screen, with its insides at hand.
 struct Plot
 {
@@ -86,6 +76,9 @@ struct Plot
         return lines;
     }
 
+    Points held() { return series(0)->pointsVector(); }
+    QMap<int, QPair<double, double>> extremes(const Points& points) const;
+
     QRectF range() const // of both axes
     {
         return {QPointF(axisX->min(), axisY->min()), QPointF(axisX->max(), axisY->max())};
@@ -98,24 +91,6 @@ struct Plot
     QValueAxis* axisY = qobject_cast<QValueAxis*>(chart->axes(Qt::Vertical).first());
 };
 
-// The largest difference of a colour in any pixel, 0 to 255.
-int difference(const QImage& a, const QImage& b)
-{
-    int largest = a.size() == b.size() ? 0 : 255;
-    for (int byte = 0; largest < 255 && byte < a.sizeInBytes(); ++byte) {
-        largest = std::max(largest, std::abs(a.constBits()[byte] - b.constBits()[byte]));
-    }
-    return largest;
-}
-
-// Steps, noise and rare peaks, so that a wrong or missing segment shows.
-int valueAt(int line, int index)
-{
-    const double wave = 400 * std::sin(index * 0.003 * (line + 1));
-    const int step = index < 700 ? 300 : 0;
-    return int(512 + wave) + index * 7919 * (line + 1) % 60 + (index % 977 == 0 ? 200 : 0) - step;
-}
-
 } // namespace
 
 class TestViewers : public QObject
@@ -125,11 +100,9 @@ class TestViewers : public QObject
 private slots:
     void valuesAndNames();
     void setupAndReadingView();
-    void textsKeepTheirRoom();
     void plotViewerLines();
-    void pointsThatCount();
-    void looksLikeAChartOfAllPoints();
-    void seriesHoldsAllOrWhatTheAxisShows();
+    void longLinesKeepTheirPeaks();
+    void longLinesFollowTheView();
     void chartKeys();
     void mouseOnTheChart();
 
@@ -183,29 +156,6 @@ void TestViewers::setupAndReadingView()
     QVERIFY(!viewer.findChildren<QCheckBox*>().last()->isHidden());
 }
 
-// The grid is only laid out when a column needs more or less room, and only what changed is
-// painted: nothing may look otherwise.
-void TestViewers::textsKeepTheirRoom()
-{
-    ValueViewer viewer;
-    viewer.resize(1, 1);
-    viewer.show();
-    const auto expected = [&] {
-        return viewer.grab().toImage().convertToFormat(QImage::Format_RGB32);
-    };
-    for (const int value : {1, -1, 1234567, 7654321, -1234567, -2147483647, 5}) {
-        feed(viewer, 1, unsigned(value), {value, 3, -value});
-        QCoreApplication::processEvents();
-        QTRY_VERIFY(onScreen(viewer) == expected());
-        for (const QLabel* label : viewer.findChildren<QLabel*>()) {
-            QVERIFY(label->width() >= label->sizeHint().width());
-        }
-        viewer.layout()->invalidate();
-        viewer.layout()->activate();
-        QVERIFY2(onScreen(viewer) == expected(), qPrintable(QString::number(value)));
-    }
-}
-
 void TestViewers::plotViewerLines()
 {
     Plot plot;
@@ -229,102 +179,63 @@ void TestViewers::plotViewerLines()
     QCOMPARE(plot.lines(), (Lines{{"data 0", {}}, {"data 2", second}}));
 }
 
-void TestViewers::pointsThatCount()
+// The lowest and highest values by column of pixels.
+QMap<int, QPair<double, double>> Plot::extremes(const Points& points) const
 {
-    using Indexes = QVector<int>;
-    const auto kept = [](const QVector<float>& xs) { // between 10 and 20
-        workbench::LineHistory history;
-        for (int index = 0; index < xs.size(); ++index) {
-            history.append(xs[index], index);
-        }
-        Indexes indexes;
-        for (const QPointF& point : history.between(10, 20)) {
-            indexes << int(point.y());
-        }
-        return indexes;
-    };
-    QCOMPARE(kept({}), Indexes());
-    QCOMPARE(kept({0, 1, 2, 10, 20, 21, 22}), Indexes({0, 2, 3, 4, 5, 6}));
-    QCOMPARE(kept({0, 1, 30, 31, 32}), Indexes({0, 1, 2, 4}));              // a leap across
-    QCOMPARE(kept({15, 30, 40, 1, 2, 15}), Indexes({0, 1, 2, 3, 4, 5}));    // time begins anew
-    QCOMPARE(kept(QVector<float>(1000, 9) << 15), Indexes({0, 999, 1000})); // whole blocks outside
-    Points column = {{2.0, 5}, {2.1, 6}, {2.2, 9}, {2.3, 1}, {2.4, 5}, {2.5, 4}, {3.0, 2}};
-    workbench::thinColumns(column, 1);
-    QCOMPARE(column, Points({{2.0, 5}, {2.2, 9}, {2.3, 1}, {2.5, 4}, {3.0, 2}}));
-}
-
-// A chart whose series are given all points at once is drawn by Qt itself: the reference.
-void TestViewers::looksLikeAChartOfAllPoints()
-{
-    static const QVector<int> fourLines = {0, 1, 2, 3};
-    const QVector<QPair<int, std::function<void(Plot&)>>> steps = {
-        {400, [](Plot&) {}},
-        {700, [](Plot&) {}},
-        {731, [](Plot&) {}}, // onto a picture that is there
-        {731, [](Plot& plot) { plot.chart->zoomIn(); }},
-        {12'000, [](Plot& plot) { plot.chart->scroll(2000, 30); }},
-        {12'200, [](Plot& plot) { plot.choose(fourLines); }},
-        {12'200, [](Plot& plot) { plot.viewer.resize(517, 333); }},
-        {12'200, [](Plot& plot) { plot.chart->zoomReset(); }},
-        {50'000, [](Plot& plot) { plot.axisX->setRange(0, 4000); }}, // painted piece by piece
-    };
-    Plot plain({0, 1, 2});
-    Plot fast({0, 1, 2});
-    Points all[4];
-    int fed = 0;
-    for (const auto& [points, change] : steps) {
-        change(plain);
-        change(fast);
-        const int lines = fast.chart->series().size();
-        for (; fed < points; ++fed) {
-            // The controller restarts, and its time begins anew.
-            const auto time = unsigned(fed < 12'050 ? fed : fed - 12'000) * 100U + 1;
-            std::vector<int> values(4);
-            for (int line = 0; line < lines; ++line) {
-                values[line] = valueAt(line, fed);
-                all[line] << QPointF(double(float(time) / 1000.0F), values[line]);
-            }
-            feed(fast.viewer, 0, time, values);
-        }
-        for (int line = 0; line < lines; ++line) {
-            plain.series(line)->replace(all[line]);
-        }
-        QCoreApplication::processEvents();
-        plain.view->viewport()->repaint();
-        const QImage reference = onScreen(plain.viewer);
-        // Two layers are blended instead of one, so that pixels may be rounded otherwise.
-        const int rounding = points > 500 ? 12 : 0;
-        QTRY_VERIFY(difference(reference, onScreen(fast.viewer)) <= rounding);
+    const double width = range().width() / chart->plotArea().width();
+    QMap<int, QPair<double, double>> columns;
+    for (const QPointF& point : points) {
+        const int column = int(std::floor(point.x() / width));
+        const auto known = columns.value(column, {point.y(), point.y()});
+        columns[column] = {std::min(known.first, point.y()), std::max(known.second, point.y())};
     }
+    return columns;
 }
 
-void TestViewers::seriesHoldsAllOrWhatTheAxisShows()
+void TestViewers::longLinesKeepTheirPeaks()
 {
     Plot plot({0});
-    const auto held = [&] { return plot.series(0)->pointsVector(); };
-    const auto add = [&](double x, int y) { feed(plot.viewer, 0, unsigned(x * 1000), {y}); };
+    plot.axisX->setRange(0, 9000);
     Points all;
-    while (all.size() < 20'000) {
-        all << QPointF(all.size() * 0.5 + 0.5, valueAt(0, all.size()));
-        add(all.last().x(), int(all.last().y()));
-        QVERIFY(all.size() != 10'000 || held() == all);
+    for (int index = 0; index < 20'000; ++index) {
+        const int value = index * 7919 % 601 + (index % 977 == 0 ? 400 : 0);
+        all << QPointF((index + 1) * 0.25, value);
+        feed(plot.viewer, 0, unsigned(index + 1) * 250, {value});
+        QVERIFY(index >= 2000 || plot.held() == all); // a short line is there point by point
     }
-    QVERIFY(held().size() < 3'000);
-    plot.axisX->setRange(9'000, 9'100);
-    const Points shown = held();
-    QCOMPARE(shown.mid(shown.indexOf(all[17'999]), 201), all.mid(17'999, 201));
-    add(10'001, 7); // beyond the axis
-    QCOMPARE(held(), shown);
-    add(9'050, 5); // the time begins anew
-    QCOMPARE(held(), shown + Points({{10'001, 7}, {9'050, 5}}));
+    for (const QSize size : {plot.viewer.size(), QSize(777, 333)}) {
+        plot.viewer.resize(size);
+        QCoreApplication::processEvents();
+        QCOMPARE(plot.extremes(plot.held()), plot.extremes(all));
+        QVERIFY(plot.held().size() <= 2 * plot.chart->plotArea().width());
+    }
+}
+
+void TestViewers::longLinesFollowTheView()
+{
+    Plot plot({0});
+    Points all;
+    const auto add = [&](double x, int y) {
+        all << QPointF(x, y);
+        feed(plot.viewer, 0, unsigned(x * 1000), {y});
+    };
+    for (int index = 0; index < 3'000; ++index) {
+        add(index + 1, index % 7);
+    }
+    plot.axisX->setRange(1000, 1010);
+    // Where it comes in, what is there, where it leaves.
+    QCOMPARE(plot.held(), Points{all[0]} + all.mid(998, 13));
+    const Points before = plot.held();
+    add(3001, 9); // beyond the view
+    QCOMPARE(plot.held(), before);
+    add(1005, 8); // the time begins anew
+    QCOMPARE(plot.held(), before + all.mid(3000, 2));
+    add(1, 8); // across the view, and out of it
+    QCOMPARE(plot.held(), before + all.mid(3000, 3));
     plot.chart->setAnimationOptions(QChart::SeriesAnimations);
-    plot.chart->zoomIn();
-    QCOMPARE(plot.chart->animationOptions(), QChart::NoAnimation); // nobody would see it
+    plot.chart->scroll(10, 0);
+    QCOMPARE(plot.chart->animationOptions(), QChart::NoAnimation); // not drawn in from the left
     QTRY_COMPARE(plot.chart->animationOptions(), QChart::SeriesAnimations);
-    plot.choose({});
-    plot.choose({0});
-    add(1, 1);
-    QVERIFY(plot.series(0)->pen().style() != Qt::NoPen); // Qt draws short lines again
 }
 
 void TestViewers::chartKeys()
