@@ -11,6 +11,7 @@ int main(int argc, char* argv[])
 {
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("virtual-xcu"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(XCU_VERSION));
 
     const ParsedCommandLine commandLine = parseCommandLine(QCoreApplication::arguments());
     if (!commandLine.help.isEmpty()) {

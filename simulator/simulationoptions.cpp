@@ -21,8 +21,8 @@ program sees them as serial ports, through the ordinary system interfaces, and
 nothing else of its environment changes. When it ends, virtual-xcu ends with its
 exit code, or with 128 + n if signal n ended it. SIGINT and SIGTERM are passed on.
 
-Without a PROGRAM it prints the environment for programs that shall see the
-controllers, and runs until it is told to quit.
+Without a PROGRAM it prints the environment variables that let a program see
+the controllers, and runs until it is told to quit.
 
 Rates are in items a second, or the word "flood": as fast as the line takes them.
 Of trouble, every nth response is hit. The same options give the same controller;
@@ -131,8 +131,8 @@ std::vector<Option> Reader::options()
         {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
          serials},
         {"bootloader", "The controllers start as bootloaders.", nullptr, on(isBootloader)},
-        {"seed", "Source of all that looks random; the second controller has the next.", "n",
-         whole(common.seed, 0, anyNumber)},
+        {"seed", "Seed for everything that looks random; the second controller takes the next.",
+         "n", whole(common.seed, 0, anyNumber)},
         {"channels", "Log channels of a controller, 0 to 128.", "n",
          whole(common.channels, 0, logChannelCount)},
         {"named-channels", "Log channels with an entry in the configuration.", "n",
@@ -155,14 +155,14 @@ std::vector<Option> Reader::options()
          whole(trouble.dropEvery, 0, anyNumber)},
         {"double", "Trouble: every nth response comes twice.", "n",
          whole(trouble.doubleEvery, 0, anyNumber)},
-        {"garbage", "Trouble: ahead of every nth response comes a senseless frame.", "n",
+        {"garbage", "Trouble: a meaningless frame is sent before every nth response.", "n",
          whole(trouble.garbageEvery, 0, anyNumber)},
-        {"split", "Trouble: frames come in pieces, cut anywhere.", nullptr, on(isSplit)},
-        {"unplug-after", "The cable is pulled so long after it was put in; 0 for never.", "ms",
-         whole(all.unplugAfterMs, 0, anyNumber)},
-        {"replug-after", "The cable is put back so long after that, and so on in turn.", "ms",
-         whole(all.replugAfterMs, 0, anyNumber)},
-        {"bootloader-after", "A reset into the bootloader so long after the start; 0 for never.",
+        {"split", "Trouble: frames are sent in pieces, cut anywhere.", nullptr, on(isSplit)},
+        {"unplug-after", "The cable is pulled this long after it was plugged in; 0 for never.",
+         "ms", whole(all.unplugAfterMs, 0, anyNumber)},
+        {"replug-after", "The cable is plugged in again this long after that, and so on in turn.",
+         "ms", whole(all.replugAfterMs, 0, anyNumber)},
+        {"bootloader-after", "A reset into the bootloader this long after the start; 0 for never.",
          "ms", whole(all.bootloaderAfterMs, 0, anyNumber)},
         {"interactive", "Line commands come on standard input.", nullptr, on(all.interactive)},
         {"commands", "Line commands come from a file or named pipe.", "path",
@@ -189,6 +189,7 @@ void Reader::read(const QStringList& arguments)
     }
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, "Print this.");
     parser.addOption(help);
+    const QCommandLineOption version = parser.addVersionOption();
     parser.addPositionalArgument(
         QStringLiteral("PROGRAM"), QStringLiteral("The program to start, with its arguments."),
         QStringLiteral("[--] [PROGRAM [ARGUMENT...]]"));
@@ -198,6 +199,11 @@ void Reader::read(const QStringList& arguments)
     }
     if (parser.isSet(help)) {
         out.help = parser.helpText() + commandsHelp();
+        return;
+    }
+    if (parser.isSet(version)) {
+        out.help = QStringLiteral("%1 %2\n").arg(
+            QCoreApplication::applicationName(), QCoreApplication::applicationVersion());
         return;
     }
     for (const auto& [name, text, value, target] : known) {

@@ -26,7 +26,7 @@ struct SimulationOptions
 struct ParsedCommandLine
 {
     SimulationOptions options;
-    QString help;  // not empty if help was asked for
+    QString help;  // not empty if help or the version was asked for
     QString error; // not empty if the command line is wrong
 };
 
