@@ -36,14 +36,14 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     LogCount log;
     formats::readLog(device, 131, log);
     bool isRight = log.count <= size;
-    for (const char* kind : {".txt", ".candump", ".trc", ".csv", ".asc", ".trace"}) {
+    for (const formats::TraceFormat& format : formats::traceFormats()) {
         device.seek(0);
         QVector<CanFrames> frames;
         QBuffer conversion;
         conversion.open(QIODevice::WriteOnly);
         {
             formats::TraceImport import(frames, &conversion);
-            const int count = formats::traceFormat(kind)->read(device, import);
+            const int count = format.read(device, import);
             isRight &= count == frames.size() && static_cast<std::size_t>(count) <= size;
         }
         isRight &= conversion.data().count('\n') <= frames.size();

@@ -6,7 +6,6 @@
 
 #include <QTime>
 #include <algorithm>
-#include <array>
 #include <optional>
 
 namespace formats {
@@ -295,16 +294,6 @@ int readTrace(QIODevice& device, TraceSink& sink)
     });
 }
 
-// Three kinds share the words of .candump, on purpose.
-constexpr std::array<TraceFormat, 6> traceFormats{{
-    {".txt", "txt", nullptr, readTxt},
-    {".candump", "candump", nullptr, readCandump},
-    {".trc", "trc", nullptr, readTrc},
-    {".csv", "csv", nullptr, readCsv},
-    {".asc", "candump", "asc-%1.candump", readAsc},
-    {".trace", "candump", nullptr, readTrace},
-}};
-
 } // namespace
 
 QString TraceFormat::statusText(int frameCount) const
@@ -314,9 +303,23 @@ QString TraceFormat::statusText(int frameCount) const
         .arg(frameCount);
 }
 
+const std::vector<TraceFormat>& traceFormats()
+{
+    // Three kinds share the words of .candump, on purpose.
+    static const std::vector<TraceFormat> all = {
+        {".txt", "txt", nullptr, readTxt},
+        {".candump", "candump", nullptr, readCandump},
+        {".trc", "trc", nullptr, readTrc},
+        {".csv", "csv", nullptr, readCsv},
+        {".asc", "candump", "asc-%1.candump", readAsc},
+        {".trace", "candump", nullptr, readTrace},
+    };
+    return all;
+}
+
 const TraceFormat* traceFormat(const QString& fileName)
 {
-    for (const TraceFormat& format : traceFormats) {
+    for (const TraceFormat& format : traceFormats()) {
         if (fileName.endsWith(QLatin1String(format.nameEnd))) {
             return &format;
         }

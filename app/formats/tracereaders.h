@@ -5,6 +5,7 @@
 
 #include <QString>
 #include <string_view>
+#include <vector>
 
 class QIODevice;
 
@@ -41,7 +42,10 @@ struct TraceFormat
     QString statusText(int frameCount) const;
 };
 
-// Null if the name has none of the six ends.
+// In the order in which they are tried on a name.
+const std::vector<TraceFormat>& traceFormats();
+
+// Null if the name has none of their ends.
 const TraceFormat* traceFormat(const QString& fileName);
 
 } // namespace formats
