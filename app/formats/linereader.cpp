@@ -13,51 +13,20 @@ namespace {
 
 constexpr int BlockSize = 1 << 16;
 
-enum class Mark { None, Utf8, Other };
-
-Mark byteOrderMark(QIODevice& device)
-{
-    const QByteArray head = device.peek(4);
-    if (head.startsWith("\xef\xbb\xbf")) {
-        return Mark::Utf8;
-    }
-    return QTextCodec::codecForUtfText(head, nullptr) != nullptr ? Mark::Other : Mark::None;
-}
-
-// Bytes of a character that the end of a text cuts off. QTextStream drops them, while in the midst
-// of a text they are characters of some kind.
-std::size_t cutCharacterSize(std::string_view text)
-{
-    constexpr std::size_t longestCut = 3;
-    for (std::size_t size = 1; size <= std::min(longestCut, text.size()); ++size) {
-        const auto byte = static_cast<unsigned char>(text[text.size() - size]);
-        const bool isContinuation = byte >= 0x80 && byte < 0xc0;
-        if (!isContinuation) {
-            const std::size_t whole = byte >= 0xf0 ? 4 : byte >= 0xe0 ? 3 : 2;
-            return byte >= 0xc2 && byte <= 0xf4 && size < whole ? size : 0;
-        }
-    }
-    return 0;
-}
-
 } // namespace
 
-LineReader::LineReader(QIODevice& source, Content contentKind, char lineSeparator)
+LineReader::LineReader(QIODevice& source, Content content, char lineSeparator)
     : device(source)
-    , content(contentKind)
     , separator(lineSeparator)
     , ended(!source.isOpen())
 {
     if (content == Bytes || ended) {
         return;
     }
-    switch (byteOrderMark(device)) {
-    case Mark::None:
-        break;
-    case Mark::Utf8:
+    const QByteArray head = device.peek(4);
+    if (head.startsWith("\xef\xbb\xbf")) {
         device.skip(3);
-        break;
-    case Mark::Other:
+    } else if (QTextCodec::codecForUtfText(head, nullptr) != nullptr) {
         decoder = std::make_unique<QTextStream>(&device);
     }
 }
@@ -76,10 +45,9 @@ std::string_view LineReader::next()
         searched = end - begin;
         if (!readBlock()) {
             const std::string_view rest(buffer.data(), searched);
-            const std::size_t cut = content == Text ? cutCharacterSize(rest) : 0;
             begin = end;
-            ended = cut == rest.size();
-            return rest.substr(0, rest.size() - cut);
+            ended = rest.empty();
+            return rest;
         }
     }
     return {};

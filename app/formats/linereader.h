@@ -21,7 +21,7 @@ public:
     };
 
     // A device that is not open reads as empty.
-    LineReader(QIODevice& source, Content contentKind, char lineSeparator = '\n');
+    LineReader(QIODevice& source, Content content, char lineSeparator = '\n');
 
     // The next line with its separator, which only the last line may lack; empty at the end. Valid
     // until the next call.
@@ -38,7 +38,6 @@ private:
     void makeRoom(int size);
 
     QIODevice& device;
-    const Content content;
     std::unique_ptr<QTextStream> decoder; // for UTF-16 and UTF-32
     const char separator;
     std::string buffer;

@@ -5,6 +5,21 @@ namespace formats {
 
 namespace {
 
+// What the columns of plain integers show; null for the others.
+constexpr int CanSignalData::*Integers[SignalColumnCount] = {
+    nullptr,
+    &CanSignalData::bitOffset,
+    &CanSignalData::bitLength,
+    nullptr,
+    nullptr,
+    &CanSignalData::showMode,
+    &CanSignalData::muxOffset,
+    &CanSignalData::muxLength,
+    nullptr,
+    &CanSignalData::requiredLength,
+    nullptr,
+};
+
 template <typename Value>
 CellEdit store(Value& stored, Value typed, bool isNumber)
 {
@@ -35,11 +50,6 @@ QString realText(double value)
     return QStringLiteral("%1").arg(value, 0, 'g', -1);
 }
 
-QString hexText(quint64 value)
-{
-    return QStringLiteral("%1").arg(value, 0, 16);
-}
-
 } // namespace
 
 QString loadedSignalCellText(const CanSignalData& signal, int column)
@@ -47,26 +57,16 @@ QString loadedSignalCellText(const CanSignalData& signal, int column)
     switch (column) {
     case FrameIdColumn:
         return QStringLiteral("0x%1").arg(signal.frameId, 0, 16);
-    case BitOffsetColumn:
-        return QString::number(signal.bitOffset);
-    case BitLengthColumn:
-        return QString::number(signal.bitLength);
     case MultiplierColumn:
         return realText(signal.multiplier);
     case AddendColumn:
         return realText(signal.addend);
-    case ShowModeColumn:
-        return QString::number(signal.showMode);
-    case MuxOffsetColumn:
-        return QString::number(signal.muxOffset);
-    case MuxLengthColumn:
-        return QString::number(signal.muxLength);
     case MuxValueColumn:
-        return hexText(static_cast<quint64>(signal.muxValue));
-    case RequiredLengthColumn:
-        return QString::number(signal.requiredLength);
-    default:
+        return QString::number(static_cast<quint64>(signal.muxValue), 16);
+    case NameColumn:
         return signal.signalName;
+    default:
+        return QString::number(signal.*Integers[column]);
     }
 }
 
@@ -81,33 +81,23 @@ CellEdit applySignalCell(CanSignalData& signal, int column, const QString& text)
     switch (column) {
     case FrameIdColumn:
         return storeInteger(signal.frameId, text, 16);
-    case BitOffsetColumn:
-        return storeInteger(signal.bitOffset, text, 10);
-    case BitLengthColumn:
-        return storeInteger(signal.bitLength, text, 10);
     case MultiplierColumn:
         return storeReal(signal.multiplier, text);
     case AddendColumn:
         return storeReal(signal.addend, text);
-    case ShowModeColumn: {
-        const CellEdit edit = storeInteger(signal.showMode, text, 10);
-        if (edit == CellEdit::Changed) {
-            signal.plotted = signal.showMode != 0;
-        }
-        return edit;
-    }
-    case MuxOffsetColumn:
-        return storeInteger(signal.muxOffset, text, 10);
-    case MuxLengthColumn:
-        return storeInteger(signal.muxLength, text, 10);
     case MuxValueColumn:
         return storeInteger(signal.muxValue, text, 16);
-    case RequiredLengthColumn:
-        return storeInteger(signal.requiredLength, text, 10);
-    default:
+    case NameColumn:
         signal.signalName = text;
         return CellEdit::Renamed;
+    default:
+        break;
     }
+    const CellEdit edit = storeInteger(signal.*Integers[column], text, 10);
+    if (column == ShowModeColumn && edit == CellEdit::Changed) {
+        signal.plotted = signal.showMode != 0;
+    }
+    return edit;
 }
 
 } // namespace formats

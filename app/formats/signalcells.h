@@ -21,6 +21,8 @@ enum SignalColumn {
     SignalColumnCount,
 };
 
+// The functions below take a column from 0 to SignalColumnCount - 1.
+
 // The text that the table puts back into a cell. Identifier and multiplexer value in base 16 behind
 // "0x", without padding; multiplier and addend with six significant digits, so that the text may
 // say less than the value.
@@ -36,7 +38,7 @@ enum class CellEdit {
     Renamed,   // the signal took the name, which has no effect on its curve
 };
 
-// Gives the text that the user typed to the signal. Column 0 to SignalColumnCount - 1.
+// Gives the text that the user typed to the signal.
 CellEdit applySignalCell(CanSignalData& signal, int column, const QString& text);
 
 } // namespace formats
