@@ -4,8 +4,6 @@
 #include "formats/textfield.h"
 
 #include <QTextCodec>
-#include <algorithm>
-#include <cstring>
 
 namespace formats {
 
@@ -35,19 +33,16 @@ std::string_view LineReader::next()
 {
     std::size_t searched = 0; // bytes behind begin that hold no separator
     while (!ended) {
-        const char* line = buffer.data() + begin;
-        const void* hit = std::memchr(line + searched, separator, end - begin - searched);
-        if (hit != nullptr) {
-            const auto size = static_cast<std::size_t>(static_cast<const char*>(hit) - line) + 1;
-            begin += size;
-            return {line, size};
+        const std::string_view rest(buffer.data() + begin, buffer.size() - begin);
+        if (const std::size_t hit = rest.find(separator, searched); hit != std::string_view::npos) {
+            begin += hit + 1;
+            return rest.substr(0, hit + 1);
         }
-        searched = end - begin;
+        searched = rest.size();
         if (!readBlock()) {
-            const std::string_view rest(buffer.data(), searched);
-            begin = end;
-            ended = rest.empty();
-            return rest;
+            begin = buffer.size();
+            ended = searched == 0;
+            return {buffer.data(), searched};
         }
     }
     return {};
@@ -58,34 +53,22 @@ std::string_view LineReader::nextTrimmed()
     return trimmed(next(), trimmedText);
 }
 
+// Moves what has not been given out to the front of the buffer, and adds to it.
 bool LineReader::readBlock()
 {
-    std::memmove(buffer.data(), buffer.data() + begin, end - begin);
-    end -= begin;
-    begin = 0;
+    QByteArray block;
     if (decoder != nullptr) {
         QString text = decoder->read(BlockSize);
         if (!text.isEmpty() && text.at(text.size() - 1).isHighSurrogate()) {
             text += decoder->read(1);
         }
-        const QByteArray bytes = text.toUtf8();
-        makeRoom(bytes.size());
-        std::memcpy(buffer.data() + end, bytes.constData(), static_cast<std::size_t>(bytes.size()));
-        end += static_cast<std::size_t>(bytes.size());
-        return !bytes.isEmpty();
+        block = text.toUtf8();
+    } else {
+        block = device.read(BlockSize);
     }
-    makeRoom(BlockSize);
-    const qint64 size = device.read(buffer.data() + end, BlockSize);
-    end += static_cast<std::size_t>(std::max<qint64>(size, 0));
-    return size > 0;
-}
-
-void LineReader::makeRoom(int size)
-{
-    const std::size_t needed = end + static_cast<std::size_t>(size);
-    if (buffer.size() < needed) {
-        buffer.resize(std::max(needed, 2 * buffer.size()));
-    }
+    buffer.erase(0, begin).append(block.constData(), static_cast<std::size_t>(block.size()));
+    begin = 0;
+    return !block.isEmpty();
 }
 
 } // namespace formats

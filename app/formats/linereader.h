@@ -35,14 +35,12 @@ public:
 
 private:
     bool readBlock();
-    void makeRoom(int size);
 
     QIODevice& device;
     std::unique_ptr<QTextStream> decoder; // for UTF-16 and UTF-32
     const char separator;
     std::string buffer;
     std::size_t begin = 0; // of what has not been given out
-    std::size_t end = 0;   // of what has been read
     bool ended = false;
     QByteArray trimmedText;
 };
