@@ -121,64 +121,36 @@ private slots:
         QVERIFY(found && !tooEarly);
     }
 
-    void seesAPortThatWasMadeAnew()
-    {
-        auto tty = std::make_unique<MockedTty>("XCU1");
-        qint64 now = 5000;
-        int count = 0;
-        comm::PortList::Source source = comm::PortList::systemSource();
-        source.milliseconds = [&] { return now; };
-        source.ports = [&] { return ++count, QList<QSerialPortInfo>(); };
-        comm::PortList list(source);
-        const auto enumeratesAfter = [&](int milliseconds) {
-            now += milliseconds;
-            const int before = count;
-            list.availablePorts();
-            return count > before;
-        };
-        QVERIFY(enumeratesAfter(100));
-        QVERIFY(enumeratesAfter(3000)); // nothing settles any more
-        QVERIFY(!enumeratesAfter(100));
-        // Between two calls, and so that the file system's clock has moved on.
-        QTRY_VERIFY((tty->remake(), enumeratesAfter(100)));
-    }
-
     void enumeratesWhenThereIsAReason()
     {
-        const QStringList one{"ttyS0", "ttyACM0"};
-        struct
-        {
-            QStringList before, after;
-            // In the first call, the next 20 ticks of 100 ms, 30 more; in the tick after the
-            // change, the next 20, 30 more.
-            QList<int> enumerations;
-        } const rows[] = {
-            {one, one, {1, 20, 3, 0, 2, 3}},
-            {one, {"ttyS0"}, {1, 20, 3, 1, 20, 3}},
-            {one, {"ttyS0", "ttyACM1"}, {1, 20, 3, 1, 20, 3}},
-            {{}, {}, {1, 20, 30, 1, 20, 30}}, // names are not to be had
-        };
-        for (const auto& row : rows) {
-            QStringList names;
-            qint64 now = 5000;
-            int count = 0;
-            const auto enumerate = [&] {
-                ++count;
-                return QList<QSerialPortInfo>();
-            };
-            comm::PortList list({[&] { return names; }, enumerate, [&] { return now; }});
-            QList<int> counts;
-            for (const int ticks : {1, 20, 30, 1, 20, 30}) {
-                names = counts.size() < 3 ? row.before : row.after;
-                count = 0;
-                for (int i = 0; i < ticks; ++i) {
-                    now += 100;
-                    list.availablePorts();
-                }
-                counts << count;
+        QStringList entries{"ttyS0 1", "ttyACM0 2"};
+        qint64 now = 5000;
+        int count = 0;
+        const auto enumerate = [&] { return ++count, QList<QSerialPortInfo>(); };
+        comm::PortList list({[&] { return entries; }, enumerate, [&] { return now; }});
+        const auto enumerations = [&](int ticks) {
+            const int before = count;
+            for (int tick = 0; tick < ticks; ++tick) {
+                now += 100;
+                list.availablePorts();
             }
-            QCOMPARE(counts, row.enumerations);
-        }
+            return count - before;
+        };
+        QCOMPARE(enumerations(1), 1);
+        QCOMPARE(enumerations(20), 20); // it settles
+        QCOMPARE(enumerations(30), 3);
+        entries[1] = "ttyACM0 3";
+        QCOMPARE(enumerations(1), 1);
+        QCOMPARE(enumerations(20), 20);
+        QCOMPARE(enumerations(30), 3);
+        entries.clear(); // they are not to be had
+        QCOMPARE(enumerations(40), 40);
+
+        // Under the same name, and so that the file system's clock has moved on.
+        MockedTty tty("XCU1");
+        const auto systemEntries = comm::PortList::systemSource().entries;
+        const QStringList before = systemEntries();
+        QTRY_VERIFY((tty.remake(), systemEntries() != before));
     }
 };
 

@@ -4,15 +4,21 @@
 import ctypes
 import os
 import pathlib
+import re
 import resource
 import signal
 import sys
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "drive"))
 
-import told
+import expected
 from bench import Bench, same, until
 
+# What Qt says on standard error in any run, and that a record came while no file was open.
+USUAL = re.compile(
+    "QStandardPaths:|QObject::connect: No such slot QAbstractTableModel|QMetaObject::connectSlotsBy"
+    "|This plugin|QString::arg: Argument missing|QIODevice::write .QFile|QFile::setFileName"
+    r"|drive:|[\w:]+\.\w+: ")
 FOLDER = "Corvane Motion Systems/XCU0001/extLoggerLogs"
 
 
@@ -39,7 +45,8 @@ def leave(bench, console):
     """Closes at a quiet moment; gives what the last log has to hold."""
     bench.hush(1, console)
     console.close("DataLoggerApp")
-    return told.logs(bench.line())[-1][1]
+    same([text for text in console.said if not USUAL.match(text)], [], "standard error")
+    return expected.logs(bench.line())[-1]
 
 
 def killed(build):
@@ -54,11 +61,11 @@ def killed(build):
         (path,) = bench.files("*.log")
         whole = path.read_text().rpartition("\n")[0] + "\n"
         assert whole.count("\n") >= records, f"{records} records, {whole.count(chr(10))} lines"
-        same(whole, told.logs(bench.line())[0][1][: len(whole)], "log")
+        same(whole, expected.logs(bench.line())[0][: len(whole)], "log")
         console = connect(bench)
         console.play("trigger actionOpen_with_Timestamp", f'file "{path}"')
         (answer,) = console.ask("points DataLoggerApp:QCustomPlot:0 5")
-        same(told.points_of(answer), told.opened_curve([whole], 5), "opened curve")
+        same(expected.points_of(answer), expected.opened_curve(whole, 5), "opened curve")
         console.close("DataLoggerApp")
 
 
@@ -78,11 +85,11 @@ def full_disk(build):
         see(bench, 100)
         console.play("click pushButton_2")
         console.close("DataLoggerApp")
-        written, (_, told_log) = path.read_text(), told.logs(bench.line())[-1]
-        before = os.path.commonprefix([written, told_log]).rpartition("\n")[0]
+        written, whole = path.read_text(), expected.logs(bench.line())[-1]
+        before = os.path.commonprefix([written, whole]).rpartition("\n")[0]
         assert len(before) > limit + 10000, f"lost from {len(before)} on of {limit}"
         after = written[len(before) :]
-        assert after.count("\n") > 50 and after[:-1] in told_log, "no whole lines behind the gap"
+        assert after.count("\n") > 50 and after[:-1] in whole, "no whole lines behind the gap"
 
 
 def forget_root():
@@ -96,23 +103,23 @@ def bad_folders(build):
     with Bench(build) as bench:
         bench.documents.rmdir()
         log(bench, console := connect(bench))
-        expected = leave(bench, console)
+        log_text = leave(bench, console)
         (path,) = (bench.home / FOLDER).glob("*.log")
-        same(path.read_text(), expected, "log in the working directory")
+        same(path.read_text(), log_text, "log in the working directory")
     with Bench(build) as bench:
         (bench.documents / FOLDER).mkdir(parents=True)
         (bench.documents / FOLDER).chmod(0o555)
         log(bench, console := connect(bench, setup=forget_root))
         bench.hush(1, console)
         (answer,) = console.ask("points DataLoggerApp:QCustomPlot:0 5")
-        same(len(told.points_of(answer)), len(bench.line().answers("logger_data")), "points")
+        same(len(expected.points_of(answer)), len(bench.line().answers("logger_data")), "points")
         leave(bench, console)
         same(bench.files("*.log"), [], "logs in a folder for reading only")
     with Bench(build) as bench:
         (bench.home / ".config").mkdir(mode=0o555)
         log(bench, console := connect(bench, setup=forget_root))
-        expected = leave(bench, console)
-        same(bench.files("*.log")[0].read_text(), expected, "log without a settings store")
+        log_text = leave(bench, console)
+        same(bench.files("*.log")[0].read_text(), log_text, "log without a settings store")
         same(list((bench.home / ".config").iterdir()), [], "settings")
 
 
@@ -126,9 +133,9 @@ def flood(build):
         until(lambda: len(bench.line().responses) > 15000, "a flood")
         console.play("click stopLogging")
         bench.tell("rate frames 0", "rate records 0")
-        expected = leave(bench, console)
-        same(bench.files("*.log")[0].read_text(), expected, "log")
-        frames = "".join(map(told.candump_line, bench.line().answers("candump_frame")))
+        log_text = leave(bench, console)
+        same(bench.files("*.log")[0].read_text(), log_text, "log")
+        frames = "".join(map(expected.candump_line, bench.line().answers("candump_frame")))
         same(bench.files("*.candump")[0].read_text(), frames, "capture")
 
 
@@ -172,6 +179,39 @@ def departure(build):
         workbench.close("MainWindow")
 
 
+def shared(build):
+    """Of two programs at one port the second is refused, and sends nothing."""
+    for names in (["datalogger"] * 2, ["datalogger", "tuning-workbench"],
+                  ["tuning-workbench", "datalogger"]):
+        with Bench(build) as bench:
+            for name, message in zip(names, ("Connected|Received", "Failed to connect")):
+                program = bench.start(name)
+                if name == "datalogger":
+                    program.play("wait xcuSerialNumber currentText XCU", "click pushButton_2",
+                                 f'wait statusBar message "{message}"')
+                else:
+                    program.play("menu menuConnection 0", f'wait statusbar message "{message}"')
+            same(sent_by(program), 0, f"commands of {names}")
+
+
+def tuning(build):
+    """The script of ./run workbench: a map is loaded twice, one cell typed, nine are stepped three
+    times and nine pasted."""
+    script = pathlib.Path(__file__).parents[2] / "scripts" / "drive" / "tuning-workbench.txt"
+    lines = [line for line in script.read_text().splitlines() if not line.startswith("#")]
+    with Bench(build) as bench:
+        workbench = bench.start("tuning-workbench")
+        workbench.play(*lines[:-1])
+        counts = bench.counts()
+        edits = [counts[f"received map_tuner_set_map_{what}"] for what in ("label", "value")]
+        same(edits, [2 * (16 + 12), 2 * 16 * 12 + 1 + 3 * 9 + 9], "edits")
+        last = workbench.output.read_text().rpartition("Received map data: x: 16")[2]
+        assert "\nv[0, 0] = 777\n" in last, "the map was read again as it was"
+        pictures = sorted(path.name for path in bench.home.glob("*.png"))
+        same(pictures, ["map-again.png", "map.png", "plot.png", "values.png"], "pictures")
+        workbench.close("MainWindow")
+
+
 def cycles(build, count=200):
     """Connecting and disconnecting leaves nothing behind."""
     with Bench(build) as bench:
@@ -197,7 +237,8 @@ def cycles(build, count=200):
         console.close("DataLoggerApp")
 
 
-SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, departure, cycles]
+SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, departure, shared,
+             tuning, cycles]
 
 
 def main(build, name=None, *arguments):

@@ -54,11 +54,6 @@ public:
         }
     }
 
-    unsigned int lastPong() const
-    {
-        return responses.empty() ? 0 : responses.back().pong().value();
-    }
-
     QSerialPort serial;
     bool whole = true; // every payload was a message
     std::vector<xcu::Response> responses;
@@ -67,17 +62,6 @@ private:
     FrameReader reader;
 };
 
-QStringList listedPorts()
-{
-    QStringList texts;
-    for (const QSerialPortInfo& port : QSerialPortInfo::availablePorts()) {
-        const QString product = QString::number(port.productIdentifier(), 16);
-        texts << QStringList{port.portName(), port.serialNumber(), port.description(), product}
-                     .join(' ');
-    }
-    return texts;
-}
-
 } // namespace
 
 class TestMockedPort : public QObject
@@ -85,36 +69,6 @@ class TestMockedPort : public QObject
     Q_OBJECT
 
 private slots:
-    void cableAndGuise()
-    {
-        PortRig rig;
-        QVERIFY(listedPorts().isEmpty());
-        rig.plug();
-        rig.plug();
-        const QString device = rig.portName() + " XCU0001 XCU eef0";
-        const QString bootloader = rig.portName() + " XCU0001 XCU Bootloader eeef";
-        QCOMPARE(listedPorts(), QStringList{device});
-
-        Program program(rig.portName());
-        xcu::Command reset;
-        reset.mutable_reset_to_bootloader();
-        program.send(frameOf(reset));
-        QTRY_VERIFY(!rig.port().isPlugged());
-        QVERIFY(listedPorts().isEmpty());
-        QTRY_VERIFY(program.serial.error() != QSerialPort::NoError);
-        program.serial.close();
-        QTRY_COMPARE(listedPorts(), QStringList{bootloader});
-
-        Program again(rig.portName());
-        again.send(pingFrame(3));
-        QTRY_COMPARE(again.lastPong(), 3U);
-        rig.changeGuise(Guise::Device);
-        rig.unplug(); // for good: the way back is called off
-        again.serial.close();
-        rig.plug();
-        QCOMPARE(listedPorts(), QStringList{device});
-    }
-
     void nobodyFindsBytesOfAnother()
     {
         xcu::Command start;
@@ -167,24 +121,6 @@ private slots:
 
         ::close(next);
         QTRY_COMPARE(closed.size(), 2);
-    }
-
-    void slowReaderLosesNothing()
-    {
-        PortRig rig(PortRig::Lives::InOwnThread);
-        rig.plug();
-        Program program(rig.portName());
-        program.serial.setReadBufferSize(1000);
-        constexpr unsigned int count = 2000; // of 2 KB each, far more than a terminal holds
-        xcu::Command read;
-        read.mutable_read_configuration();
-        for (unsigned int i = 0; i < count; ++i) {
-            program.send(frameOf(read));
-        }
-        program.send(pingFrame(9));
-        QTRY_COMPARE(program.lastPong(), 9U);
-        QCOMPARE(program.responses.size(), static_cast<std::size_t>(count + 1));
-        QVERIFY(program.whole);
     }
 };
 

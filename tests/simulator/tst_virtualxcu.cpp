@@ -1,17 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "simulator/linecommands.h"
-#include "simulator/mockedport.h"
-#include "simulator/simulationoptions.h"
-#include "simulator/testbed.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
-#include <cmath>
 #include <csignal>
 #include <sys/stat.h>
-
-using namespace simulator;
 
 namespace {
 
@@ -56,7 +49,6 @@ private slots:
     void endsLikeItsProgram()
     {
         const std::pair<const char*, int> rows[] = {
-            {"test -n \"$UMOCKDEV_DIR\"", 0},
             {"exit 7", 7},
             {"kill -TERM $$", 128 + SIGTERM},
             {"read line; test \"$line\" = hello", 0}, // the input is the program's own
@@ -116,7 +108,7 @@ private slots:
         QTRY_COMPARE(bus(), QByteArray("eeefeeef.\n")); // by the option
         QVERIFY(command("device\n"));
         QTRY_COMPARE(bus(), QByteArray("eef0eef0.\n"));
-        QVERIFY(command("nonsense\n1 unplug\n"));
+        QVERIFY(command("nonsense\n2 plug now\n3 unplug\n1 unplug\n"));
         QTRY_COMPARE(bus(), QByteArray("eef0.\n"));
         QVERIFY(command("wait 1\n2 bootloader\n"));
         QTRY_COMPARE(bus(), QByteArray("eeef.\n"));
@@ -129,49 +121,6 @@ private slots:
         interactive.process.write("wait 1\nquit"); // the last line may lack its end
         interactive.process.closeWriteChannel();
         QCOMPARE(interactive.exitCode(), 128 + SIGTERM);
-    }
-
-    void readsOptions()
-    {
-        const QString text("virtual-xcu --serial A --controllers 2 --seed 9 --bootloader --maps 5 "
-                           "--records-per-second flood --start-time 4294967295 --map-size 3x70 "
-                           "--faults 4 --split --delay 5 P -x -- y");
-        const ParsedCommandLine line = parseCommandLine(text.split(' '));
-        QVERIFY2(line.error.isEmpty(), qPrintable(line.error));
-        const std::vector<ControllerOptions>& units = line.options.controllers;
-        QCOMPARE(units.size(), std::size_t(2));
-        QCOMPARE(units[0].serialNumber, "A");
-        const ControllerOptions& second = units[1];
-        QCOMPARE(second.serialNumber, "XCU0002");
-        QCOMPARE(second.seed, 10U);
-        QCOMPARE(second.guise, Guise::Bootloader);
-        QVERIFY(std::isinf(second.recordsPerSecond));
-        QCOMPARE(second.startTimeMs, 4294967295U);
-        QCOMPARE(second.maps[4].rows, 70U);
-        QCOMPARE(second.faults.size(), std::size_t(4));
-        QCOMPARE(second.trouble.delayMs, 5);
-        QCOMPARE(line.options.program, QStringList({"P", "-x", "--", "y"}));
-    }
-
-    void readsLines()
-    {
-        const QString understood =
-            "|# a comment|1 record 3|frame|frame 1 0x1fffffff 0102 extended fd brs|"
-            "fault add 1 2 3 4 5|trouble drop 2|trouble none|rate records flood|reset";
-        const QString refused =
-            "3|0 record|2 record|record -1|record 1 2|frame 1 0x12|frame 1 2 aa brs brx|"
-            "fault add 1 2 3 4|fault clear 1|trouble none 1|trouble luck 1|rate records|"
-            "rate values 3|plug now";
-        Testbed testbed;
-        ControllerUnit unit(testbed, {});
-        for (const QString& line : refused.split('|')) {
-            QVERIFY2(!executeCommand({&unit}, line).isEmpty(), qPrintable(line));
-        }
-        QCOMPARE(unit.controller.responsesSent(), 0U);
-        for (const QString& line : understood.split('|')) {
-            QCOMPARE(executeCommand({&unit}, line), QString());
-        }
-        QCOMPARE(unit.controller.responsesSent(), 5U);
     }
 };
 

@@ -2,7 +2,6 @@
 #include "drivecommands.h"
 
 #include "driveobjects.h"
-#include "drivequestions.h"
 
 #include <QAbstractItemView>
 #include <QAction>
@@ -16,8 +15,10 @@
 #include <QMenu>
 #include <QRegularExpression>
 #include <QTest>
+#include <cstdio>
 #include <functional>
 #include <map>
+#include <qcustomplot.h>
 
 namespace {
 
@@ -253,6 +254,81 @@ DriveResult copy(const Words& words)
     return {};
 }
 
+// The commands that change nothing. Their answers go to standard error, each line with the object
+// and the question in front: "faultStatus.text: Faults: 3/0".
+
+void answer(const Words& words, const char* question, const QString& text)
+{
+    std::fprintf(stderr, "%s.%s: %s\n", qPrintable(words[1]), question, qPrintable(text));
+}
+
+void answerRows(const Words& words, const QAbstractItemModel& model)
+{
+    for (int row = 0; row < model.rowCount(); ++row) {
+        QStringList cells;
+        for (int column = 0; column < model.columnCount(); ++column) {
+            cells.append(model.index(row, column).data().toString());
+        }
+        answer(words, "texts", cells.join('\t'));
+    }
+}
+
+DriveResult print(const Words& words)
+{
+    QObject* object = findObject(words[1]);
+    if (object != nullptr) {
+        answer(words, qPrintable(words[2]), shownText(object, words[2]));
+    }
+    return object == nullptr ? notYet() : DriveResult();
+}
+
+DriveResult texts(const Words& words)
+{
+    const QObject* object = findObject(words[1]);
+    if (object == nullptr) {
+        return notYet();
+    }
+    if (const auto* view = qobject_cast<const QAbstractItemView*>(object)) {
+        answerRows(words, *view->model());
+        return {};
+    }
+    for (const QWidget* widget : object->findChildren<QWidget*>()) {
+        const QVariant text = widget->property("text");
+        if (text.isValid()) {
+            answer(words, "texts", text.toString());
+        }
+    }
+    return {};
+}
+
+DriveResult count(const Words& words)
+{
+    const QObject* object = findObject(words[1]);
+    int number = 0;
+    for (const QObject* child :
+         object == nullptr ? QObjectList() : object->findChildren<QObject*>()) {
+        number += child->inherits(qPrintable(words[2])) ? 1 : 0;
+    }
+    answer(words, "count", QString::number(number));
+    return object == nullptr ? notYet() : DriveResult();
+}
+
+DriveResult points(const Words& words)
+{
+    const auto* plot = qobject_cast<const QCustomPlot*>(findObject(words[1]));
+    const QCPGraph* graph = plot == nullptr ? nullptr : plot->graph(words[2].toInt());
+    if (graph == nullptr) {
+        return notYet();
+    }
+    QStringList listed;
+    for (const QCPGraphData& point : *graph->data()) {
+        listed.append(
+            QStringLiteral("%1 %2").arg(point.key, 0, 'g', 17).arg(point.value, 0, 'g', 17));
+    }
+    answer(words, "points", listed.join(';'));
+    return {};
+}
+
 struct Command
 {
     int arguments; // at least
@@ -273,7 +349,6 @@ const std::map<QString, Command>& commands()
         {"texts", {1, "texts OBJECT (a table's cells, or the texts of what lies on it)", texts}},
         {"count", {2, "count OBJECT CLASS (how many of the class it owns)", count}},
         {"points", {2, "points PLOT GRAPH (keys and values)", points}},
-        {"follow", {1, "follow STATUSBAR (prints each message from now on)", follow}},
         {"cell", {4, "cell TABLE ROW COLUMN TEXT", cell}},
         {"select", {5, "select TABLE ROW COLUMN ROW COLUMN", selectCells}},
         {"trigger", {1, "trigger ACTION", trigger}},

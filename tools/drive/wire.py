@@ -1,94 +1,27 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""The link as a stranger sees it: messages by the schema's text alone, and the traces of
-virtual-xcu."""
+"""What went over the link, by the traces of virtual-xcu. The messages are Python's own classes of
+the schema; the framing is a third one, beside those of console and simulator."""
 import functools
 import pathlib
-import re
 import struct
-
-SCHEMA_FOLDER = pathlib.Path(__file__).resolve().parent.parent.parent / "schema"
-FIELD = re.compile(r"^ +(repeated )?(\w+) (\w+) = (\d+);", re.MULTILINE)
-BLOBS = ("bytes", "string")
-
-
-def read_schema():
-    """Message name to its fields: number to (name, type, is repeated)."""
-    text = "".join(path.read_text() for path in sorted(SCHEMA_FOLDER.glob("*.proto")))
-    text = re.sub(r"^ *enum.*?}", "", text, flags=re.MULTILINE | re.DOTALL)
-    messages = re.findall(r"^message (\w+) {(?:}|(.*?)^})$", text, re.MULTILINE | re.DOTALL)
-    return {
-        message: {int(number): (name, kind, bool(many))
-                  for many, kind, name, number in FIELD.findall(body)}
-        for message, body in messages
-    }
+import subprocess
+import sys
+import tempfile
 
 
-SCHEMA = read_schema()
+def load_schema(*names):
+    """The generated module of each schema."""
+    folder = pathlib.Path(__file__).resolve().parents[2] / "schema"
+    with tempfile.TemporaryDirectory() as made:
+        files = [f"{name}.proto" for name in names]
+        subprocess.run(["protoc", f"-I{folder}", f"--python_out={made}", *files], check=True)
+        sys.path.insert(0, made)
+        modules = [__import__(f"{name}_pb2") for name in names]
+        sys.path.remove(made)
+    return modules
 
 
-def varint(value):
-    value &= (1 << 64) - 1
-    low = [value >> shift & 0x7F for shift in range(0, max(value.bit_length(), 1), 7)]
-    return bytes([part | 0x80 for part in low[:-1]] + low[-1:])
-
-
-def encode(message, values):
-    """Fields by number; those that are 0 or empty are left out."""
-    out = b""
-    for number, (name, kind, many) in sorted(SCHEMA[message].items()):
-        value = values.get(name)
-        if kind in SCHEMA and value is not None:
-            value = encode(kind, value)
-        elif not value:
-            continue
-        elif many:
-            value = b"".join(map(varint, value))
-        elif kind not in BLOBS:
-            out += varint(number << 3) + varint(int(value))
-            continue
-        out += varint(number << 3 | 2) + varint(len(value)) + value
-    return out
-
-
-def command(member, **fields):
-    return encode("Command", {"protocol_version": 1, member: fields})
-
-
-def varints(data):
-    """(value, where the next one begins) of each."""
-    value = shift = 0
-    for at, byte in enumerate(data):
-        value |= (byte & 0x7F) << shift
-        shift += 7
-        if byte < 0x80:
-            yield value, at + 1
-            value = shift = 0
-
-
-def number_of(value, kind):
-    return value - (1 << 64) if kind == "int32" and value >> 63 else value
-
-
-def decode(message, data):
-    """Field name to value; what is absent has its default, but for a message within."""
-    fields = SCHEMA[message]
-    values = {name: [] if many else b"" if kind in BLOBS else 0
-              for name, kind, many in fields.values() if many or kind not in SCHEMA}
-    while data:
-        key, at = next(varints(data))
-        name, kind, many = fields[key >> 3]
-        value, size = next(varints(data[at:]))
-        data = data[at + size :]
-        if key & 7 == 2:
-            blob, data = data[:value], data[value:]
-            if kind in SCHEMA:
-                value = [decode(kind, blob)] if many else decode(kind, blob)
-            else:
-                value = [number_of(v, kind) for v, _ in varints(blob)] if many else blob
-        else:
-            value = number_of(value, kind)
-        values[name] = values[name] + value if many else value
-    return values
+link, configuration = load_schema("link", "configuration")
 
 
 class Tail:
@@ -116,33 +49,29 @@ class Response:
         """Member and message; the virtual controller's garbage begins with a 7, as no message."""
         if self.payload[0] == 7:
             return "garbage", None
-        values = decode("Response", self.payload)
-        del values["protocol_version"], values["bootloader_value"]
-        return values.popitem()
+        response = link.Response.FromString(self.payload)
+        member = response.WhichOneof("resp")
+        return member, getattr(response, member)
 
 
 class Line:
-    """What went over the line of one controller, frame by frame."""
+    """What left one controller, frame by frame."""
 
     def __init__(self):
-        self.commands = []  # payloads
         self.responses = []
         self.connection = 0
-        self.partial = {"in": b"", "out": b""}
+        self.partial = b""
 
     def add(self, time, what, data):
-        if what not in self.partial:
+        if what not in ("in", "out"):
             self.connection += 1
-            self.partial = {"in": b"", "out": b""}
-            return
-        data = self.partial[what] + data
-        while len(data) >= 4 and len(data) >= (end := 4 + struct.unpack_from("<I", data)[0]):
-            if what == "in":
-                self.commands.append(data[4:end])
-            else:
+            self.partial = b""
+        elif what == "out":
+            data = self.partial + data
+            while len(data) >= 4 and len(data) >= (end := 4 + struct.unpack_from("<I", data)[0]):
                 self.responses.append(Response(time, self.connection, data[4:end]))
-            data = data[end:]
-        self.partial[what] = data
+                data = data[end:]
+            self.partial = data
 
     def sizes(self):
         return [len(response.payload) for response in self.responses]
