@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "chart/livechart.h"
+
+#include <QtTest>
+#include <random>
+
+namespace {
+
+std::mt19937 chance(1);
+
+int below(int limit)
+{
+    return int(chance() % unsigned(limit));
+}
+
+// A plot of the library's graphs and one of the chart's, given the same.
+class Twins
+{
+public:
+    explicit Twins(int graphs, double pixelRatio = 1)
+    {
+        both([&](QCustomPlot& plot) {
+            plot.setBufferDevicePixelRatio(pixelRatio);
+            plot.resize(320, 160);
+            plot.xAxis->setRange(0, 60);
+            plot.yAxis->setRange(0, 1024);
+            plot.show();
+        });
+        for (int i = 0; i < graphs; ++i) {
+            const QPen pen(QColor::fromHsv(61 * i % 360, 200, 160));
+            stock.addGraph()->setPen(pen);
+            (i < channels ? chart->addChannel() : chart->addGraph())->setPen(pen);
+        }
+    }
+
+    template <typename Change>
+    void both(Change change)
+    {
+        change(stock);
+        change(live);
+    }
+
+    void addRecord(double key, const std::vector<int>& values)
+    {
+        for (int i = 0; i < int(values.size()) && i < stock.graphCount(); ++i) {
+            stock.graph(i)->addData(double(float(key)), values[size_t(i)]);
+        }
+        chart->addRecord(float(key), values);
+    }
+
+    // Where one picture has ink, the other has some at most a pixel away.
+    QString difference()
+    {
+        std::array<QImage, 2> pictures;
+        both([&](QCustomPlot& plot) {
+            plot.replot();
+            pictures[&plot == &live] = plot.grab().toImage().convertToFormat(QImage::Format_RGB32);
+        });
+        const QVector<bool> visible = hideAll();
+        stock.replot();
+        const QImage ground = stock.grab().toImage().convertToFormat(QImage::Format_RGB32);
+        for (int i = 0; i < visible.size(); ++i) {
+            stock.graph(i)->setVisible(visible[i]);
+        }
+        for (int picture = 0; picture < 2; ++picture) {
+            const QImage& one = pictures[size_t(picture)];
+            const QImage& other = pictures[size_t(1 - picture)];
+            for (int y = 1; y < one.height() - 1; ++y) {
+                for (int x = 1; x < one.width() - 1; ++x) {
+                    bool isNear = !isInk(one, ground, x, y);
+                    for (int i = 0; i < 9 && !isNear; ++i) {
+                        isNear = isInk(other, ground, x + i % 3 - 1, y + i / 3 - 1);
+                    }
+                    if (!isNear) {
+                        if (qEnvironmentVariableIsSet("CHART_PICTURES")) {
+                            QImage both(one.width(), 2*one.height(), QImage::Format_RGB32); QPainter p(&both); p.drawImage(0,0,pictures[0]); p.drawImage(0,one.height(),pictures[1]); p.end(); both.scaled(both.size()*3).save("/tmp/chart/diff.png");
+                        }
+                        return QString("%1 alone at %2, %3")
+                            .arg(picture ? "live" : "stock").arg(x).arg(y);
+                    }
+                }
+            }
+        }
+        return {};
+    }
+
+    static constexpr int channels = 3;
+    QCustomPlot stock;
+    QCustomPlot live;
+    chart::LiveChart* chart = new chart::LiveChart(&live);
+
+private:
+    static bool isInk(const QImage& picture, const QImage& ground, int x, int y)
+    {
+        const QRgb a = picture.pixel(x, y);
+        const QRgb b = ground.pixel(x, y);
+        return qAbs(qRed(a) - qRed(b)) > 32 || qAbs(qGreen(a) - qGreen(b)) > 32 ||
+               qAbs(qBlue(a) - qBlue(b)) > 32;
+    }
+
+    QVector<bool> hideAll()
+    {
+        QVector<bool> visible;
+        for (int i = 0; i < stock.graphCount(); ++i) {
+            visible << stock.graph(i)->visible();
+            stock.graph(i)->setVisible(false);
+        }
+        return visible;
+    }
+};
+
+} // namespace
+
+class ChartTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // Point by point against the library's container: drives one after the other, each at another
+    // time, ties, records of more and fewer values.
+    void pointsComeInTheLibrarysOrder()
+    {
+        for (int round = 0; round < 30; ++round) {
+            Twins twins(4);
+            const bool mixes = round % 3 == 2;
+            for (int drive = 0; drive < 3; ++drive) {
+                double time = below(1000);
+                const int records = below(1200);
+                for (int i = 0; i < records; ++i) {
+                    time += round % 2 ? below(3) : below(100) - 40;
+                    const int values = mixes ? 1 + below(4) : 3;
+                    std::vector<int> record;
+                    for (int k = 0; k < values; ++k) {
+                        record.push_back(k == 1 ? 7 : k == 2 ? int(chance()) : below(100));
+                    }
+                    twins.addRecord(time + (mixes ? i * 1e-3 : 0), record);
+                }
+                if (drive == 1 && round % 5 == 0) {
+                    twins.both([&](QCustomPlot& plot) { plot.graph(1)->addData(time / 2, 0.5); });
+                }
+            }
+            for (int channel = 0; channel < 4; ++channel) {
+                const QCPGraph* live = twins.live.graph(channel);
+                const QCPGraph* stock = twins.stock.graph(channel);
+                QCOMPARE(live->dataCount(), stock->dataCount());
+                for (int i = 0; i < stock->dataCount(); ++i) {
+                    QCOMPARE(live->dataMainKey(i), stock->dataMainKey(i));
+                    QCOMPARE(live->dataMainValue(i), stock->dataMainValue(i));
+                }
+                const double key = below(1000);
+                QCOMPARE(live->findBegin(key), stock->findBegin(key));
+                QCOMPARE(live->findEnd(key), stock->findEnd(key));
+                bool found = false;
+                QCOMPARE(live->getValueRange(found), stock->getValueRange(found));
+            }
+        }
+    }
+
+    void picturesAreTheLibrarys_data()
+    {
+        QTest::addColumn<double>("pace"); // s
+        QTest::addColumn<bool>("noise");
+        QTest::addColumn<double>("pixelRatio");
+        QTest::newRow("a point in many pixels") << 3.0 << true << 1.0;
+        QTest::newRow("a point a pixel") << 0.26 << false << 1.0;
+        QTest::newRow("some points a pixel") << 0.07 << true << 1.0;
+        QTest::newRow("crowds") << 0.01 << false << 1.0;
+        QTest::newRow("dense noise") << 0.004 << true << 1.0;
+        QTest::newRow("two device pixels a column") << 0.08 << false << 2.0;
+    }
+
+    void picturesAreTheLibrarys()
+    {
+        QFETCH(double, pace);
+        QFETCH(bool, noise);
+        QFETCH(double, pixelRatio);
+        chance.seed(1);
+        Twins twins(5, pixelRatio);
+        double time = 0;
+        int level = 500;
+        const auto act = [&](int kind) {
+            const int index = below(twins.stock.graphCount());
+            const auto change = [&](auto work) {
+                twins.both([&](QCustomPlot& plot) { work(plot.graph(index)); });
+            };
+            const bool odd = below(2);
+            const double lower = odd ? twins.stock.xAxis->range().lower : time - below(60);
+            const double height = 300 + below(1300);
+            const double addedKey = time * below(100) / 100;
+            const double addedValue = below(1000) + 0.5;
+            switch (kind) {
+            case 0:
+                change([&](QCPGraph* graph) { graph->setVisible(odd); });
+                return "hide or show";
+            case 1:
+                change([&](QCPGraph* graph) {
+                    graph->setSelection(QCPDataSelection(QCPDataRange(0, odd)));
+                });
+                return "select";
+            case 2:
+                twins.both([&](QCustomPlot& plot) {
+                    plot.xAxis->setRange(lower, lower + height / 20);
+                    plot.yAxis->setRange(512, height, Qt::AlignCenter);
+                });
+                return "zoom";
+            case 3:
+                change([&](QCPGraph* graph) {
+                    graph->setLineStyle(odd ? QCPGraph::lsStepLeft : QCPGraph::lsLine);
+                });
+                return "steps";
+            case 4:
+                twins.both([&](QCustomPlot& plot) { plot.resize(300 + index, 150 + index); });
+                return "resize";
+            case 5:
+                twins.both([&](QCustomPlot& plot) {
+                    plot.xAxis->setRangeReversed(odd);
+                    plot.yAxis->setScaleType(
+                        odd ? QCPAxis::stLinear : QCPAxis::stLogarithmic);
+                    plot.xAxis->setScaleType(
+                        index == 0 ? QCPAxis::stLogarithmic : QCPAxis::stLinear);
+                });
+                return "change axes";
+            case 6:
+                change([&](QCPGraph* graph) { graph->addData(addedKey, addedValue); });
+                return "insert";
+            case 7:
+                twins.both([&](QCustomPlot& plot) {
+                    plot.graph(4)->addData(time, odd ? qQNaN() : qInf());
+                });
+                return "no number";
+            default:
+                for (int records = 1 + below(int(2 + 2 / pace)); records > 0; --records) {
+                    time += pace * (50 + below(100)) / 100;
+                    std::vector<int> values(below(9) > 0 ? 3 : 5);
+                    for (int& value : values) {
+                        value = noise ? 350 + below(500) : level += below(61) - 30;
+                    }
+                    twins.addRecord(time, values);
+                }
+                return "records";
+            }
+        };
+        for (int step = 0; step < qEnvironmentVariableIntValue("STEPS"); ++step) {
+            const char* done = act(below(16));
+            const QString difference = twins.difference();
+            QVERIFY2(
+                difference.isEmpty(),
+                qPrintable(QString("step %1, %2: %3").arg(step).arg(done, difference)));
+        }
+        QCOMPARE(twins.live.toPixmap().toImage(), twins.stock.toPixmap().toImage());
+    }
+};
+
+QTEST_MAIN(ChartTest)
+#include "tst_chart.moc"
