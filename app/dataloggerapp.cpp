@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 
-#include "app/axistag.h"
+#include "chart/axistag.h"
 #include "display/framepacer.h"
 #include "ui_dataloggerapp.h"
 

@@ -34,18 +34,20 @@
 #include <vector>
 
 class AxisTag;
-class LiveChart;
 class QCPGraph;
 class QCheckBox;
 class QCustomPlot;
 class QSlider;
 class QTableWidgetItem;
 class QTimer;
-class ReplotPacer;
 class Ui_DataLoggerApp;
 
+namespace chart {
+class Graph;
+class LiveChart;
+} // namespace chart
+
 namespace formats {
-class RecordPoints;
 struct TraceFormat;
 } // namespace formats
 
@@ -179,7 +181,6 @@ private:
     void listIdentifiers();
     static void openConversion(QFile& conversion, const QString& pattern);
     void continueCapture(QFile& conversion);
-    void plotImport(const formats::RecordPoints& points);
 
     std::unique_ptr<Ui_DataLoggerApp> ui;
     QTimer* portRefreshTimer = nullptr;
@@ -199,10 +200,10 @@ private:
     FaultsDisplay faultsDisplay;
     QCustomPlot* plot = nullptr;
     std::array<QCheckBox*, formats::ChannelTotal> seriesCheckBoxes{};
-    QVector<QString> channelLabels;       // log column names; "x" is a channel without a name
-    QVector<CanFrames> canTraceFrameList; // of all imports, in the order of reading
-    QVector<QCPGraph*> canSignalGraphs;   // by row of the signal table
-    QVector<CanSignalData> canSignals;    // likewise
+    QVector<QString> channelLabels;         // log column names; "x" is a channel without a name
+    QVector<CanFrames> canTraceFrameList;   // of all imports, in the order of reading
+    QVector<chart::Graph*> canSignalGraphs; // by row of the signal table
+    QVector<CanSignalData> canSignals;      // likewise
     std::array<QSlider*, VirtualInputTotal> virtualInputSliders{};
     QFile logFile;
     QFile candumpFile;
@@ -216,8 +217,7 @@ private:
     bool configRead0 = false;
     bool configRead6 = false;
 
-    LiveChart* liveChart = nullptr;     // of plot, and goes with it
-    ReplotPacer* replotPacer = nullptr; // likewise
+    chart::LiveChart* liveChart = nullptr; // of plot, and goes with it
     comm::PortList portList;
     std::string logLine;            // reused from record to record
     std::string candumpLine;        // reused from frame to frame

@@ -2,9 +2,7 @@
 #include "app/channelbox.h"
 #include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
-#include "app/livechart.h"
-#include "app/livegraph.h"
-#include "app/replotpacer.h"
+#include "chart/livechart.h"
 #include "formats/channelcolour.h"
 #include "ui_dataloggerapp.h"
 
@@ -33,8 +31,7 @@ void DataLoggerApp::createChart()
         QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes |
         QCP::iSelectLegend);
     ui->chartLayout->addWidget(plot, 0, 0);
-    liveChart = new LiveChart(plot);
-    replotPacer = new ReplotPacer(plot);
+    liveChart = new chart::LiveChart(plot);
     windowLength = 1000;
 }
 
@@ -45,7 +42,7 @@ void DataLoggerApp::createChannels()
     for (int channel = 0; channel < formats::ChannelTotal; ++channel) {
         const QString fallback = QStringLiteral("data %1").arg(channel + 1);
         const QString label = settings.value(labelKey(channel), fallback).toString();
-        QCPGraph* graph = liveChart->addGraph();
+        QCPGraph* graph = liveChart->addChannel();
         graph->setName(label);
         graph->setPen(QPen(formats::channelColour(channel)));
 
@@ -73,7 +70,7 @@ void DataLoggerApp::finishChart()
 void DataLoggerApp::requestReplot()
 {
     if (!holdReplot) {
-        replotPacer->request();
+        liveChart->requestReplot();
     }
 }
 
@@ -82,12 +79,10 @@ void DataLoggerApp::plotRecord(const std::vector<int>& values)
     // The controller's clock may wrap. Single precision: from 16,777,216 ms on x steps by 2 ms.
     const unsigned int elapsed =
         static_cast<unsigned int>(lastTimestamp) - static_cast<unsigned int>(firstTimestamp);
-    const double x = static_cast<float>(elapsed) / 1000.0F;
+    const float x = static_cast<float>(elapsed) / 1000.0F;
     // Values beyond the channels land on the curves of CAN signals, if there are any.
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        liveChart->addPoint(static_cast<int>(i), x, values[i]);
-    }
-    if (liveChart->hasNewInk()) {
+    liveChart->addRecord(static_cast<double>(x), values);
+    if (liveChart->hasNews()) {
         requestReplot();
     }
 }

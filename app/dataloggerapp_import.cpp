@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 #include "app/pausingfile.h"
+#include "chart/livechart.h"
 #include "comm/trace.h"
-#include "formats/arrivalorder.h"
 #include "formats/blackboxreader.h"
 #include "formats/filestamp.h"
 #include "formats/logreader.h"
-#include "formats/recordpoints.h"
 #include "formats/traceimport.h"
 #include "ui_dataloggerapp.h"
 
@@ -127,12 +126,12 @@ bool DataLoggerApp::importBlackbox(const QString& name)
         for (int channel = 0; channel < texts.size(); ++channel) {
             seriesCheckBoxes[channel]->setText(texts[channel]);
         }
-        formats::RecordPoints points(texts.size());
-        record.readRecords(
-            [&points](int timestamp, int firstChannel, const std::vector<int>& values) {
-                points.addRecord(formats::chartSeconds(timestamp), firstChannel, values);
-            });
-        plotImport(points);
+        holdReplot = true; // until the points are there
+        record.readRecords([this](int timestamp, int firstChannel, const std::vector<int>& values) {
+            liveChart->addRecord(formats::chartSeconds(timestamp), values, firstChannel);
+        });
+        holdReplot = false;
+        requestReplot();
     }
     return record.hasLog();
 }
@@ -143,7 +142,6 @@ class DataLoggerApp::LogImport : public formats::LogSink
 public:
     explicit LogImport(DataLoggerApp& console)
         : app(console)
-        , points(console.plot->graphCount())
     {}
 
     void addHeader(const QStringList& labels) override { app.labelStrip(labels); }
@@ -161,14 +159,11 @@ public:
         // The controller's clock wraps round, hence the unsigned difference.
         const unsigned elapsed =
             static_cast<unsigned>(app.lastTimestamp) - static_cast<unsigned>(app.firstTimestamp);
-        points.addRecord(formats::chartSeconds(static_cast<int>(elapsed)), 0, values);
+        app.liveChart->addRecord(formats::chartSeconds(static_cast<int>(elapsed)), values);
     }
-
-    void plot() { app.plotImport(points); }
 
 private:
     DataLoggerApp& app;
-    formats::RecordPoints points;
 };
 
 void DataLoggerApp::importLog(const QString& name)
@@ -179,7 +174,8 @@ void DataLoggerApp::importLog(const QString& name)
     holdReplot = true; // until the points are there
     LogImport import(*this);
     formats::readLog(file, plot->graphCount(), import);
-    import.plot();
+    holdReplot = false;
+    requestReplot();
 }
 
 void DataLoggerApp::takeTimestamp(int timestamp)
@@ -225,15 +221,4 @@ void DataLoggerApp::continueCapture(QFile& conversion)
         conversion.close();
         openCandumpFile(conversion.fileName(), QIODevice::Append);
     }
-}
-
-void DataLoggerApp::plotImport(const formats::RecordPoints& points)
-{
-    holdReplot = true;
-    for (int channel = 0; channel < points.channelCount(); ++channel) {
-        formats::addInArrivalOrder(*plot->graph(channel)->data(), points.points(channel));
-        serveLink();
-    }
-    holdReplot = false;
-    requestReplot();
 }

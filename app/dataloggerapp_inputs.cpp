@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/axistag.h"
 #include "app/dataloggerapp.h"
+#include "chart/axistag.h"
 #include "formats/logline.h"
 #include "ui_dataloggerapp.h"
 

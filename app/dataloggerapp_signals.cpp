@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
-#include "formats/arrivalorder.h"
+#include "chart/livechart.h"
 #include "formats/channelcolour.h"
 #include "formats/signalcells.h"
 #include "formats/signaldecoder.h"
@@ -20,8 +20,7 @@ void DataLoggerApp::on_addCanTrace_clicked()
 // before any cell does: each new cell runs the slot below.
 void DataLoggerApp::addSignal(const CanSignalData& signal)
 {
-    QCPGraph* graph = plot->addGraph();
-    graph->removeFromLegend(); // which is hidden, and laid out at each replot all the same
+    chart::Graph* graph = liveChart->addGraph();
     graph->setPen(QPen(formats::channelColour(canSignalGraphs.size())));
     canSignalGraphs.append(graph);
     canSignals.append(signal);
@@ -61,9 +60,10 @@ void DataLoggerApp::rebuildSignalGraph(int row)
     if (!curve) {
         return; // no place for such a signal in a frame: the old curve stays, without a word
     }
-    QCPGraphDataContainer& points = *canSignalGraphs[row]->data();
-    points.clear();
-    formats::addInArrivalOrder(points, *curve);
+    canSignalGraphs[row]->clearPoints();
+    for (std::size_t i = 0; i < curve->size(); ++i) {
+        canSignalGraphs[row]->addPoint((*curve)[i].key, (*curve)[i].value);
+    }
     requestReplot();
 }
 

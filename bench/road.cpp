@@ -177,7 +177,7 @@ public:
         for (int channel = 0; channel < channels; ++channel) {
             plot->graph(channel)->setVisible(true);
         }
-        const double now = (plot->graph(0)->data()->constEnd() - 1)->key;
+        const double now = plot->graph(0)->dataMainKey(plot->graph(0)->dataCount() - 1);
         plot->xAxis->setRange(now - 5, now + 55);
         plot->replot();
     }

@@ -10,7 +10,6 @@ namespace chart {
 
 namespace {
 
-constexpr int FrameMs = 16;
 constexpr int StripeWidth = 64;
 constexpr int MostColumnsAtOnce = 64; // that are painted on the GUI thread
 
@@ -108,21 +107,17 @@ struct LiveChart::Job
 LiveChart::LiveChart(QCustomPlot* customPlot)
     : QObject(customPlot)
     , plot(customPlot)
+    , pacer([customPlot] { customPlot->replot(QCustomPlot::rpRefreshHint); }, this)
 {
     headroom.reserve(HeadroomSize);
-    timer.setSingleShot(true);
-    timer.setTimerType(Qt::PreciseTimer);
-    sinceReplot.start();
-    const auto replot = [this] { plot->replot(QCustomPlot::rpRefreshHint); };
-    connect(&timer, &QTimer::timeout, this, replot);
     connect(plot, &QCustomPlot::beforeReplot, this, [this] {
         isReplotting = true;
         isPrepared = false;
     });
     connect(plot, &QCustomPlot::afterReplot, this, [this] {
         isReplotting = false;
-        timer.stop(); // it shows all that waited
-        sinceReplot.start();
+        isRequested = false;
+        pacer.painted();
     });
     plot->installEventFilter(this);
 }
@@ -142,20 +137,22 @@ Graph* LiveChart::addGraph(int channel)
     return graph;
 }
 
-void LiveChart::addRecord(float key, const std::vector<int>& values)
+void LiveChart::addRecord(double key, const std::vector<int>& values, int first)
 {
     if (isFull) {
         return;
     }
     try {
-        const int count = qMin(static_cast<int>(values.size()), plot->graphCount());
-        row.assign(values.begin(), values.begin() + qMin(count, channels));
-        if (!row.empty()) {
-            noteChange(history.add(double(key), row.data(), static_cast<int>(row.size())));
+        const int count = qMin(static_cast<int>(values.size()), plot->graphCount() - first);
+        const int inRecord = first == 0 ? qMin(count, channels) : 0;
+        row.assign(values.begin(), values.begin() + inRecord);
+        if (inRecord > 0) {
+            noteChange(history.add(key, row.data(), inRecord));
         }
         for (int i = 0; i < count; ++i) {
-            if (i >= channels || static_cast<Graph*>(plot->graph(i))->hasOwnPoints()) {
-                addPoint(i, double(key), values[static_cast<std::size_t>(i)]);
+            const int number = first + i;
+            if (i >= inRecord || static_cast<Graph*>(plot->graph(number))->hasOwnPoints()) {
+                addPoint(number, key, values[static_cast<std::size_t>(i)]);
             }
         }
     } catch (const std::bad_alloc&) {
@@ -184,17 +181,6 @@ bool LiveChart::hasNews() const
         shows = plot->graph(i)->visible();
     }
     return shows && changes.lowest <= view.upper && changes.highest >= view.lower;
-}
-
-void LiveChart::requestReplot()
-{
-    const qint64 elapsed = sinceReplot.elapsed();
-    if (elapsed >= FrameMs) {
-        // Also when the timer is due: a flood of records may keep the event loop from running it.
-        plot->replot(QCustomPlot::rpRefreshHint);
-    } else if (!timer.isActive()) {
-        timer.start(static_cast<int>(FrameMs - elapsed));
-    }
 }
 
 bool LiveChart::paint(const Graph* graph, QCPPainter* painter)
@@ -388,7 +374,7 @@ void LiveChart::draw(std::size_t stack, QCPPainter* painter) const
 // Whoever looks by other means than the screen does not look again: he gets the exact picture.
 bool LiveChart::eventFilter(QObject* watched, QEvent* event)
 {
-    const bool isExact = !job && !timer.isActive() && changes.isEmpty();
+    const bool isExact = !job && !isRequested && changes.isEmpty();
     if (event->type() == QEvent::Paint && !isReplotting && !isExact) {
         const QPainter painter(plot);
         QBackingStore* const screen = plot->backingStore();

@@ -3,10 +3,9 @@
 
 #include "chart/graph.h"
 #include "chart/renderer.h"
+#include "display/framepacer.h"
 
-#include <QElapsedTimer>
 #include <QThreadPool>
-#include <QTimer>
 
 namespace chart {
 
@@ -48,9 +47,8 @@ public:
     Graph* addChannel() { return addGraph(channels++); }
     Graph* addGraph() { return addGraph(-1); }
 
-    // Adds the values of a record to the graphs from number 0 on, as far as there are any. Seconds
-    // in single precision.
-    void addRecord(float key, const std::vector<int>& values);
+    // Adds the values of a record to the graphs from number `first` on, as far as there are any.
+    void addRecord(double key, const std::vector<int>& values, int first = 0);
     void addPoint(int graph, double key, double value);
 
     // Whether what came since the last replot may show. If not, a replot would paint the same.
@@ -58,7 +56,11 @@ public:
 
     // Draws at the pace of the display: at once, or together with what comes until then. Drawing
     // decides what gets logged: meanwhile no record is asked for and none is read.
-    void requestReplot();
+    void requestReplot()
+    {
+        isRequested = true;
+        pacer.request();
+    }
 
     // For the graphs.
     QCustomPlot* customPlot() const { return plot; }
@@ -90,8 +92,8 @@ private:
 
     bool isReplotting = false;
     bool isPrepared = false; // in this replot
-    QTimer timer;            // runs while requests wait
-    QElapsedTimer sinceReplot;
+    bool isRequested = false;
+    display::FramePacer pacer;
 
     Scene wanted{};   // by the replot in hand, or the last one
     Scene pictured{}; // the scene of the pictures, one for each stack

@@ -45,7 +45,7 @@ public:
         for (int i = 0; i < int(values.size()) && i < stock.graphCount(); ++i) {
             stock.graph(i)->addData(double(float(key)), values[size_t(i)]);
         }
-        chart->addRecord(float(key), values);
+        chart->addRecord(double(float(key)), values);
     }
 
     // Where one picture has ink, the other has some at most a pixel away.
@@ -73,10 +73,17 @@ public:
                     }
                     if (!isNear) {
                         if (qEnvironmentVariableIsSet("CHART_PICTURES")) {
-                            QImage both(one.width(), 2*one.height(), QImage::Format_RGB32); QPainter p(&both); p.drawImage(0,0,pictures[0]); p.drawImage(0,one.height(),pictures[1]); p.end(); both.scaled(both.size()*3).save("/tmp/chart/diff.png");
+                            QImage both(one.width(), 2 * one.height(), QImage::Format_RGB32);
+                            QPainter p(&both);
+                            p.drawImage(0, 0, pictures[0]);
+                            p.drawImage(0, one.height(), pictures[1]);
+                            p.end();
+                            both.scaled(both.size() * 3).save("/tmp/chart/diff.png");
                         }
                         return QString("%1 alone at %2, %3")
-                            .arg(picture ? "live" : "stock").arg(x).arg(y);
+                            .arg(picture ? "live" : "stock")
+                            .arg(x)
+                            .arg(y);
                     }
                 }
             }
@@ -214,8 +221,7 @@ private slots:
             case 5:
                 twins.both([&](QCustomPlot& plot) {
                     plot.xAxis->setRangeReversed(odd);
-                    plot.yAxis->setScaleType(
-                        odd ? QCPAxis::stLinear : QCPAxis::stLogarithmic);
+                    plot.yAxis->setScaleType(odd ? QCPAxis::stLinear : QCPAxis::stLogarithmic);
                     plot.xAxis->setScaleType(
                         index == 0 ? QCPAxis::stLogarithmic : QCPAxis::stLinear);
                 });

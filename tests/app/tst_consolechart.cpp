@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/axistag.h"
-#include "app/replotpacer.h"
-#include "app/tagsheet.h"
+#include "chart/axistag.h"
+#include "chart/tagsheet.h"
 #include "support/consolerig.h"
 
 namespace {
@@ -16,16 +15,6 @@ QStringList tagTexts(QCustomPlot* plot)
     }
     return texts;
 }
-
-class ClockedPacer : public ReplotPacer
-{
-public:
-    using ReplotPacer::ReplotPacer;
-    qint64 time = 0;
-
-protected:
-    qint64 now() const override { return time; }
-};
 
 } // namespace
 
@@ -75,47 +64,15 @@ private slots:
         console.window.loggerDataReceived(2, 4000000000U + 16777217U, {9});
         console.window.loggerDataReceived(3, 3999999000U, std::vector<int>(200, 3));
         console.window.loggerDataReceived(4, 5, {});
-        const auto first = console.plot()->graph(0)->data();
-        QCOMPARE(first->size(), 3);
-        QCOMPARE(first->at(0)->key, 0.0);
-        QCOMPARE(first->at(0)->value, 7.0);
-        QCOMPARE(first->at(1)->key, 16777.216796875);
-        QCOMPARE(first->at(2)->key, double(float(4294966296U) / 1000.0F));
-        QCOMPARE(console.plot()->graph(1)->data()->at(0)->value, -8.0);
+        const QCPGraph* first = console.plot()->graph(0);
+        QCOMPARE(first->dataCount(), 3);
+        QCOMPARE(first->dataMainKey(0), 0.0);
+        QCOMPARE(first->dataMainValue(0), 7.0);
+        QCOMPARE(first->dataMainKey(1), 16777.216796875);
+        QCOMPARE(first->dataMainKey(2), double(float(4294966296U) / 1000.0F));
+        QCOMPARE(console.plot()->graph(1)->dataMainValue(0), -8.0);
         QCOMPARE(console.plot()->graph(128)->dataCount(), 1);
         QCOMPARE(console.status(), "Received logger data 5");
-    }
-
-    void recordsAreDrawnAtOnceOrTogether()
-    {
-        QCustomPlot plot;
-        auto* pacer = new ClockedPacer(&plot);
-        QSignalSpy drawn(&plot, &QCustomPlot::afterReplot);
-        pacer->request();
-        QCOMPARE(drawn.count(), 1);
-
-        pacer->time = 15;
-        pacer->request();
-        pacer->request();
-        QCOMPARE(drawn.count(), 1);
-        QTRY_COMPARE(drawn.count(), 2);
-
-        // The event loop may be too busy to run the timer.
-        pacer->time = 20;
-        pacer->request();
-        pacer->time = 31;
-        pacer->request();
-        QCOMPARE(drawn.count(), 3);
-
-        // A drawing that somebody else asks for shows what waits, and begins a new period.
-        pacer->time = 40;
-        pacer->request();
-        plot.replot();
-        QCOMPARE(drawn.count(), 4);
-        pacer->time = 50;
-        pacer->request();
-        QCOMPARE(drawn.count(), 4);
-        QTRY_COMPARE(drawn.count(), 5);
     }
 
     void tagsStandAtTheLatestRecord()

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/arrivalorder.h"
 #include "formats/fieldreader.h"
 #include "formats/signalcells.h"
 #include "formats/signaldecoder.h"
@@ -8,7 +7,6 @@
 #include <QBuffer>
 #include <QTest>
 #include <cstring>
-#include <qcustomplot.h>
 #include <random>
 
 using namespace formats;
@@ -199,31 +197,6 @@ private slots:
                     "0x18daf110;-1;2;0.123457;1e+06;6;3;4;0xf;7;\u00d6 %1;%12\r\n"));
         QFile closed;
         QVERIFY(readSignalSet(closed).isEmpty());
-    }
-
-    // Against the chart's own container, point by point: late points, ties, files opened twice, and
-    // keys that are no numbers.
-    void pointsComeInArrivalOrder()
-    {
-        std::mt19937 random(1);
-        for (int round = 0; round < 2000; ++round) {
-            QCPGraphDataContainer single;
-            QCPGraphDataContainer bulk;
-            for (int batch = 0; batch < 3; ++batch) {
-                std::vector<GraphPoint> arrivals;
-                for (int size = static_cast<int>(random() % 30); size > 0; --size) {
-                    const double key = random() % 6;
-                    const bool isNan = round % 4 == 0 && random() % 20 == 0;
-                    arrivals.push_back({isNan ? qQNaN() : key, static_cast<double>(random())});
-                    single.add(QCPGraphData(arrivals.back().key, arrivals.back().value));
-                }
-                addInArrivalOrder(bulk, arrivals);
-                QCOMPARE(bulk.size(), single.size());
-                for (int i = 0; i < single.size(); ++i) {
-                    QCOMPARE(bulk.at(i)->value, single.at(i)->value);
-                }
-            }
-        }
     }
 };
 

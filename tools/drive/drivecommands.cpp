@@ -321,9 +321,10 @@ DriveResult points(const Words& words)
         return notYet();
     }
     QStringList listed;
-    for (const QCPGraphData& point : *graph->data()) {
-        listed.append(
-            QStringLiteral("%1 %2").arg(point.key, 0, 'g', 17).arg(point.value, 0, 'g', 17));
+    for (int i = 0; i < graph->dataCount(); ++i) {
+        listed.append(QStringLiteral("%1 %2")
+                          .arg(graph->dataMainKey(i), 0, 'g', 17)
+                          .arg(graph->dataMainValue(i), 0, 'g', 17));
     }
     answer(words, "points", listed.join(';'));
     return {};

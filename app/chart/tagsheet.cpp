@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/tagsheet.h"
+#include "chart/tagsheet.h"
 
 TagSheet::Gate::Gate(QCustomPlot* plot)
     : QCPLayerable(plot)

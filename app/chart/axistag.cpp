@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/axistag.h"
+#include "chart/axistag.h"
 
-#include "app/tagsheet.h"
+#include "chart/tagsheet.h"
 
 namespace {
 
