@@ -22,6 +22,8 @@ public:
         both([&](QCustomPlot& plot) {
             plot.setBufferDevicePixelRatio(pixelRatio);
             plot.resize(320, 160);
+            plot.axisRect()->setAutoMargins(QCP::msNone); // which remember earlier labels
+            plot.axisRect()->setMargins(QMargins(50, 15, 15, 30));
             plot.xAxis->setRange(0, 60);
             plot.yAxis->setRange(0, 1024);
             plot.show();
@@ -48,9 +50,10 @@ public:
         chart->addRecord(double(float(key)), values);
     }
 
-    // Where one picture has ink, the other has some at most a pixel away.
-    QString difference()
+    // Pixels of ink in one picture without any in the other at most a pixel away.
+    int difference()
     {
+        int lonely = 0;
         std::array<QImage, 2> pictures;
         both([&](QCustomPlot& plot) {
             plot.replot();
@@ -71,24 +74,11 @@ public:
                     for (int i = 0; i < 9 && !isNear; ++i) {
                         isNear = isInk(other, ground, x + i % 3 - 1, y + i / 3 - 1);
                     }
-                    if (!isNear) {
-                        if (qEnvironmentVariableIsSet("CHART_PICTURES")) {
-                            QImage both(one.width(), 2 * one.height(), QImage::Format_RGB32);
-                            QPainter p(&both);
-                            p.drawImage(0, 0, pictures[0]);
-                            p.drawImage(0, one.height(), pictures[1]);
-                            p.end();
-                            both.scaled(both.size() * 3).save("/tmp/chart/diff.png");
-                        }
-                        return QString("%1 alone at %2, %3")
-                            .arg(picture ? "live" : "stock")
-                            .arg(x)
-                            .arg(y);
-                    }
+                    lonely += isNear ? 0 : 1;
                 }
             }
         }
-        return {};
+        return lonely;
     }
 
     static constexpr int channels = 3;
@@ -246,14 +236,74 @@ private slots:
                 return "records";
             }
         };
-        for (int step = 0; step < qEnvironmentVariableIntValue("STEPS"); ++step) {
+        for (int step = 0; step < 60; ++step) {
             const char* done = act(below(16));
-            const QString difference = twins.difference();
+            // At the end of a curve the library's clusters and caps reach somewhat beyond.
             QVERIFY2(
-                difference.isEmpty(),
-                qPrintable(QString("step %1, %2: %3").arg(step).arg(done, difference)));
+                twins.difference() <= 3, qPrintable(QString("step %1: %2").arg(step).arg(done)));
         }
         QCOMPARE(twins.live.toPixmap().toImage(), twins.stock.toPixmap().toImage());
+    }
+
+    // Workers read while the history grows, views change, and the window closes on them.
+    void anythingMayChangeWhileWorkersPaint()
+    {
+        chance.seed(1);
+        for (int round = 0; round < 12; ++round) {
+            Twins twins(5);
+            double time = 0;
+            for (int step = 0; step < 40; ++step) {
+                for (int records = below(200); records > 0; --records) {
+                    time += records == 7 ? -1 : 0.02; // late at times
+                    twins.addRecord(time, {below(900), below(9) * 100, step, 7, 8});
+                }
+                twins.both([&, lower = double(below(20))](QCustomPlot& plot) {
+                    plot.xAxis->setRange(lower, lower + 60);
+                    plot.graph(step % 5)->setVisible(step % 3 != 0);
+                });
+                twins.live.replot();
+                if (step % 4 == 0) {
+                    QCoreApplication::processEvents();
+                }
+            }
+            if (round % 2 == 0) {
+                QVERIFY(twins.difference() <= 3);
+                twins.live.xAxis->setRange(0, 20);
+                twins.live.replot();
+            }
+        }
+    }
+
+    // What has been moved into the new view at once is made exact by and by.
+    void thePictureBecomesExactByItself()
+    {
+        Twins twins(3);
+        for (int i = 0; i < 20'000; ++i) {
+            twins.addRecord(i * 1e-3, {i % 1000, 200, 300});
+        }
+        twins.live.replot();
+        const QImage exact = twins.live.grab().toImage();
+        twins.live.xAxis->setRange(5, 15);
+        twins.live.replot();
+        twins.live.xAxis->setRange(0, 60);
+        QSignalSpy replots(&twins.live, &QCustomPlot::afterReplot);
+        twins.live.replot();
+        QTRY_VERIFY(replots.count() > 1);
+        QTRY_COMPARE(twins.live.grab().toImage(), exact);
+    }
+
+    void aClickFindsTheCurveBeneath()
+    {
+        Twins twins(5);
+        twins.addRecord(0, {100, 500, 900});
+        twins.addRecord(60, {100, 500, 900});
+        for (const auto& [value, graph] : {std::pair(100, 0), {510, 1}, {880, 2}, {300, -1}}) {
+            const QPoint place(
+                int(twins.live.xAxis->coordToPixel(30)),
+                int(twins.live.yAxis->coordToPixel(value)));
+            const QCPAbstractPlottable* hit = twins.live.plottableAt(place);
+            QCOMPARE(hit, graph < 0 ? nullptr : twins.live.plottable(graph));
+        }
     }
 };
 
