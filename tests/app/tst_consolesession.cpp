@@ -124,7 +124,7 @@ private slots:
         console.open(path, [&] { before = log(home).count('\n'); });
         QVERIFY(log(home).count('\n') > before + 10);
         QVERIFY(log(home).contains("$;1;the end\n"));
-        QCOMPARE(console.plot()->graph(127)->data()->at(0)->value, 7.0);
+        QCOMPARE(console.plot()->graph(127)->dataMainValue(0), 7.0);
 
         console.open(path, [&] {
             console.rig.unplug();
