@@ -10,20 +10,13 @@
 
 namespace {
 
-class LogCount : public formats::LogSink
+struct LogCount : formats::LogSink
 {
-public:
     std::size_t count = 0;
 
-    void addHeader(const QStringList& labels) override
-    {
-        count += static_cast<std::size_t>(labels.size());
-    }
-    void addTag(int /*timestamp*/, const QString& /*text*/) override { ++count; }
-    void addRecord(int /*timestamp*/, const std::vector<int>& values) override
-    {
-        count += values.size();
-    }
+    void addHeader(const QStringList& labels) override { count += unsigned(labels.size()); }
+    void addTag(int, const QString&) override { ++count; }
+    void addRecord(int, const std::vector<int>& values) override { count += values.size(); }
 };
 
 } // namespace
@@ -39,14 +32,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     for (const formats::TraceFormat& format : formats::traceFormats()) {
         device.seek(0);
         QVector<CanFrames> frames;
-        QBuffer conversion;
-        conversion.open(QIODevice::WriteOnly);
-        {
-            formats::TraceImport import(frames, &conversion);
-            const int count = format.read(device, import);
-            isRight &= count == frames.size() && static_cast<std::size_t>(count) <= size;
-        }
-        isRight &= conversion.data().count('\n') <= frames.size();
+        formats::TraceImport import(frames);
+        const int count = format.read(device, import);
+        isRight &= count == frames.size() && static_cast<std::size_t>(count) <= size;
     }
     if (!isRight) {
         std::abort();

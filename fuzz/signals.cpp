@@ -9,19 +9,16 @@
 #include <cstdlib>
 #include <cstring>
 
-using namespace formats;
-
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     const auto read = [](const QByteArray& content) {
         QBuffer device;
         device.setData(content);
         device.open(QIODevice::ReadOnly);
-        return readSignalSet(device);
+        return formats::readSignalSet(device);
     };
-    const auto bytes = static_cast<int>(size);
-    const QVector<CanSignalData> signalList = read({reinterpret_cast<const char*>(data), bytes});
-    if (read(signalSet(signalList)).size() != signalList.size()) {
+    const auto signalList = read({reinterpret_cast<const char*>(data), static_cast<int>(size)});
+    if (read(formats::signalSet(signalList)).size() != signalList.size()) {
         std::abort();
     }
     for (CanSignalData signal : signalList.mid(0, 8)) {
@@ -30,8 +27,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         frame.frameId = signal.frameId;
         frame.length = signal.requiredLength == -1 ? 64 : signal.requiredLength;
         std::memcpy(frame.payload, data, qMin(size, sizeof frame.payload));
-        FrameIndex index;
-        signalCurve(signal, {frame, frame}, index);
+        formats::FrameIndex index;
+        formats::signalCurve(signal, {frame, frame}, index);
     }
     return 0;
 }

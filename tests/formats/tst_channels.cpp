@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/channelcolour.h"
-#include "formats/channelcount.h"
 #include "formats/configurationblock.h"
 #include "schema/configuration.pb.h"
 
@@ -101,16 +99,6 @@ private slots:
         QCOMPARE(labelsOf(cut), "1=one (ADC3)|0=two (ADC0)");
         QCOMPARE(labelsOf(one + input("\xff", 2)), QStringLiteral("1=one (ADC3)|0=\ufffd (ADC0)"));
         QCOMPARE(labelsOf("\xff\xff\xff\xff"), "");
-    }
-
-    void coloursAreCutAndNoChoiceIs64Channels()
-    {
-        QCOMPARE(channelColour(3), QColor(178, 159, 197));
-        QCOMPARE(channelColour(127), QColor(139, 199, 190));
-        const QVector<int> counts = {64, 32, 64, 96, 128, 64};
-        for (int index = -1; index <= 4; ++index) {
-            QCOMPARE(channelCountOfChoice(index), counts[index + 1]);
-        }
     }
 };
 
