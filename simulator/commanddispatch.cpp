@@ -98,8 +98,10 @@ bool VirtualController::answerAsDevice(const xcu::Command& command, xcu::Respons
     }
     case Command::kDriverCalibrationStart:
         if (settings.calibrationMs > 0) {
-            calibrationAnnouncement.start();
-            calibrationEnd.start();
+            // The answer to this is to be seen for a moment before the first status follows.
+            const int silenceMs = qMin(250, settings.calibrationMs / 2);
+            QTimer::singleShot(silenceMs, this, &VirtualController::tellCalibrationStatus);
+            calibration.start(settings.calibrationMs);
         }
         response.mutable_driver_calibration_started();
         return true;

@@ -3,7 +3,6 @@
 
 #include <QFile>
 #include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
@@ -81,15 +80,11 @@ QByteArray PseudoTerminal::read()
 int PseudoTerminal::write(const char* bytes, int size)
 {
     int written = 0;
-    while (written < size) {
-        const ssize_t taken =
-            ::write(nearEnd, bytes + written, static_cast<std::size_t>(size - written));
-        if (taken > 0) {
-            written += static_cast<int>(taken);
-        } else if (taken == 0 || errno != EINTR) {
-            break;
-        }
-    }
+    ssize_t taken = 0;
+    do {
+        taken = ::write(nearEnd, bytes + written, static_cast<std::size_t>(size - written));
+        written += static_cast<int>(qMax<ssize_t>(0, taken));
+    } while (taken > 0 && written < size);
     return written;
 }
 

@@ -40,6 +40,11 @@ A: dev=166:0
 
 )";
 
+QString usbPath(const QString& portName)
+{
+    return "/devices/pci0000:00/0000:00:14.0/usb1/1-" + portName;
+}
+
 void warn(const char* what, GError* error)
 {
     if (error != nullptr) {
@@ -124,15 +129,6 @@ void Testbed::removePort(const QString& name)
         umockdev_testbed_remove_device(testbed, path.toUtf8().constData());
     }
     QFile::remove(nodePath(name));
-}
-
-QString Testbed::usbPath(const QString& name)
-{
-    QString& path = usbPaths[name];
-    if (path.isEmpty()) {
-        path = QStringLiteral("/devices/pci0000:00/0000:00:14.0/usb1/1-%1").arg(usbPaths.size());
-    }
-    return path;
 }
 
 QString Testbed::nodePath(const QString& name) const

@@ -3,7 +3,6 @@
 
 #include "simulator/controlleroptions.h"
 
-#include <QHash>
 #include <QProcessEnvironment>
 #include <QString>
 
@@ -35,13 +34,11 @@ public:
     void removePort(const QString& name);
 
 private:
-    QString usbPath(const QString& name);
     QString nodePath(const QString& name) const;
 
     _UMockdevTestbed* testbed;
     _UMockdevIoctlBase* ioctls;
     QString rootDirectory;
-    QHash<QString, QString> usbPaths; // by port name, for good: a unit comes back to its socket
 };
 
 } // namespace simulator

@@ -44,16 +44,8 @@ int TroubledLine::put(const xcu::Response& response)
     }
     if (isDelayed) {
         delayed.push_back({clock.elapsed() + settings.delayMs, held});
-        delayedBytes += held.size();
     }
     return copies;
-}
-
-bool TroubledLine::isFull() const
-{
-    constexpr int mostReady = 256 * 1024; // held back by being cut
-    constexpr int mostDelayed = 64 * 1024 * 1024;
-    return ready.size() > mostReady || delayedBytes > mostDelayed;
 }
 
 bool TroubledLine::hits(int every) const
@@ -87,7 +79,6 @@ void TroubledLine::takeDue()
 {
     while (!delayed.empty() && delayed.front().dueMs <= clock.elapsed()) {
         ready += delayed.front().bytes;
-        delayedBytes -= delayed.front().bytes.size();
         delayed.pop_front();
     }
     if (!delayed.empty()) {
@@ -113,7 +104,6 @@ void TroubledLine::clear()
 {
     ready.clear();
     delayed.clear();
-    delayedBytes = 0;
     delayTimer.stop();
     pauseTimer.stop();
 }

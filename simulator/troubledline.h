@@ -35,7 +35,7 @@ public:
     void clear();
 
     // So much waits that nothing should be pushed until some of it has gone.
-    bool isFull() const;
+    bool isFull() const { return ready.size() > 256 * 1024; }
 
 signals:
     void bytes(const QByteArray& bytes);
@@ -57,7 +57,6 @@ private:
     int responseCount = 0;
     QByteArray ready;
     std::deque<Delayed> delayed;
-    qint64 delayedBytes = 0;
     QElapsedTimer clock;
     QTimer delayTimer;
     QTimer pauseTimer;

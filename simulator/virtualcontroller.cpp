@@ -78,14 +78,8 @@ VirtualController::VirtualController(ControllerOptions options, QObject* parent)
     pushTimer.setTimerType(Qt::PreciseTimer);
     connect(&pushTimer, &QTimer::timeout, this, &VirtualController::push);
     connect(&line, &TroubledLine::bytes, this, &VirtualController::transmit);
-    // The answer to the start command is to be seen for a moment before the first status follows.
-    constexpr int longestSilenceMs = 250;
-    calibrationAnnouncement.setInterval(qMin(longestSilenceMs, settings.calibrationMs / 2));
-    calibrationEnd.setInterval(settings.calibrationMs);
-    for (QTimer* timer : {&calibrationAnnouncement, &calibrationEnd}) {
-        timer->setSingleShot(true);
-        connect(timer, &QTimer::timeout, this, &VirtualController::tellCalibrationStatus);
-    }
+    calibration.setSingleShot(true);
+    connect(&calibration, &QTimer::timeout, this, &VirtualController::tellCalibrationStatus);
 }
 
 void VirtualController::receive(const QByteArray& bytes)
@@ -164,7 +158,7 @@ void VirtualController::tellCalibrationStatus()
 {
     xcu::Response response = emptyResponse();
     response.mutable_driver_calibration_status()->set_status(
-        calibrationEnd.isActive() ? xcu::ADAPTATION_BUSY : xcu::ADAPTATION_IDLE);
+        calibration.isActive() ? xcu::ADAPTATION_BUSY : xcu::ADAPTATION_IDLE);
     put(response);
     line.flush();
 }
@@ -197,8 +191,7 @@ void VirtualController::restart(Guise guise)
     steadyClock.restart();
     datalogger.powerUp();
     capturing = false;
-    calibrationAnnouncement.stop();
-    calibrationEnd.stop();
+    calibration.stop();
     schedulePushing();
     dropLink();
 }

@@ -141,8 +141,7 @@ private:
     std::vector<xcu::FaultItem> faultMemory;
     CanTraffic traffic;
     bool capturing = false;
-    QTimer calibrationAnnouncement;
-    QTimer calibrationEnd;
+    QTimer calibration; // of the driver, runs as long as it goes on
 
     QTimer pushTimer;
     Pacer recordPacer;
