@@ -6,7 +6,7 @@
 // complete.
 #include "bench/benchmark.h"
 #include "comm/commandsresponsereceiver.h"
-#include "comm/idataloggercommandsresponse.h"
+#include "comm/responseinterfaces.h"
 #include "formats/logline.h"
 #include "schema/link.pb.h"
 #include "support/consolerig.h"

@@ -1,15 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/commandsresponsereceiver.h"
 
-#include "comm/ibootloadercommandsresponse.h"
-#include "comm/icandumpresponse.h"
-#include "comm/iconfigcommandsresponse.h"
-#include "comm/icontroleradaptationresponse.h"
-#include "comm/idataloggercommandsresponse.h"
-#include "comm/ifaultservicecommandsresponse.h"
-#include "comm/imaptuningcommandsresponse.h"
-#include "comm/ipidtunercommandsresponse.h"
-#include "comm/iscopecommandsresponse.h"
+#include "comm/responseinterfaces.h"
 #include "comm/trace.h"
 #include "schema/link.pb.h"
 

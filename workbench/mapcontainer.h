@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "comm/imaptuningcommandsresponse.h"
+#include "comm/responseinterfaces.h"
 
 #include <QMap>
 #include <QObject>
