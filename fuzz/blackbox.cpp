@@ -5,9 +5,26 @@
 #include "formats/channelcount.h"
 #include "formats/traceimport.h"
 
+#include <QBuffer>
 #include <cstdlib>
 #include <google/protobuf/stubs/logging.h>
 #include <sstream>
+
+namespace {
+
+struct LengthCheck : formats::BlackboxSink
+{
+    bool isRight = true;
+
+    void addRecord(quint32, const std::vector<int>&, const std::vector<int>&) override {}
+    void addFrame(const formats::TraceFrame& frame) override
+    {
+        isRight &= frame.length <= formats::TraceFrame::MostBytes;
+    }
+    void addOddity(const char*, std::int64_t) override {}
+};
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
@@ -22,7 +39,12 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QVector<CanFrames> frames;
     formats::TraceImport import(frames);
     record.readFrames(import);
-    if (!isRight) {
+    QBuffer device;
+    device.setData(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    device.open(QIODevice::ReadOnly);
+    LengthCheck check;
+    formats::readBlackbox(device, check);
+    if (!isRight || !check.isRight) {
         std::abort();
     }
     return 0;

@@ -3,6 +3,7 @@
 // One file through all readers of traces in text form and the log reader. None gives out more than
 // a file of that size can hold.
 #include "formats/logreader.h"
+#include "formats/traceframes.h"
 #include "formats/traceimport.h"
 
 #include <QBuffer>
@@ -17,6 +18,19 @@ struct LogCount : formats::LogSink
     void addHeader(const QStringList& labels) override { count += unsigned(labels.size()); }
     void addTag(int, const QString&) override { ++count; }
     void addRecord(int, const std::vector<int>& values) override { count += values.size(); }
+};
+
+struct FrameCount : formats::FrameSink
+{
+    std::size_t count = 0;
+    bool isRight = true;
+
+    void addFrame(const formats::TraceFrame& frame) override
+    {
+        ++count;
+        isRight &= frame.length >= 0 && frame.length <= formats::TraceFrame::MostBytes;
+    }
+    void addOddity(const char*, std::int64_t) override {}
 };
 
 } // namespace
@@ -35,6 +49,15 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         formats::TraceImport import(frames);
         const int count = format.read(device, import);
         isRight &= count == frames.size() && static_cast<std::size_t>(count) <= size;
+    }
+    using formats::TraceKind;
+    for (const TraceKind kind :
+         {TraceKind::Txt, TraceKind::Candump, TraceKind::Trc, TraceKind::Csv, TraceKind::Asc,
+          TraceKind::Trace}) {
+        device.seek(0);
+        FrameCount frames;
+        formats::readFrames(device, kind, frames);
+        isRight &= frames.isRight && frames.count <= size;
     }
     if (!isRight) {
         std::abort();

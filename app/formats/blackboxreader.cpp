@@ -5,9 +5,12 @@
 #include "formats/tracereaders.h"
 #include "schema/blackbox.pb.h"
 
+#include <QIODevice>
 #include <algorithm>
 #include <cstring>
-#include <google/protobuf/arena.h>
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/zero_copy_stream_impl.h>
+#include <google/protobuf/wire_format_lite.h>
 
 namespace formats {
 
@@ -23,28 +26,83 @@ void append(std::vector<int>& values, const Values& more, int limit)
     values.insert(values.end(), more.begin(), more.begin() + std::min(more.size(), limit));
 }
 
+// Gives the elements of a BlackboxFileL one by one to take(field number, bytes). As with a message
+// that is parsed whole, one that the end of the file cuts is given as far as it goes. Returns
+// whether the file is whole.
+template <typename Take>
+bool readElements(google::protobuf::io::ZeroCopyInputStream& stream, Take take)
+{
+    using google::protobuf::internal::WireFormatLite;
+    std::string bytes;
+    while (true) {
+        google::protobuf::io::CodedInputStream input(&stream); // anew: one reads at most 2 GiB
+        const std::uint32_t tag = input.ReadTag();
+        if (tag == 0) {
+            return input.ConsumedEntireMessage();
+        }
+        const int field = WireFormatLite::GetTagFieldNumber(tag);
+        const bool isElement = field == xcu::BlackboxFileL::kLogLinesFieldNumber ||
+                               field == xcu::BlackboxFileL::kCandumpLinesFieldNumber;
+        const auto type = WireFormatLite::GetTagWireType(tag);
+        if (!isElement || type != WireFormatLite::WIRETYPE_LENGTH_DELIMITED) {
+            if (!WireFormatLite::SkipField(&input, tag)) {
+                return false;
+            }
+            continue;
+        }
+        std::uint32_t size = 0;
+        bytes.clear();
+        const bool isWhole = input.ReadVarint32(&size) &&
+                             size <= static_cast<std::uint32_t>(std::numeric_limits<int>::max()) &&
+                             input.ReadString(&bytes, static_cast<int>(size));
+        take(field, bytes);
+        if (!isWhole) {
+            return false;
+        }
+    }
+}
+
+class DeviceStream : public google::protobuf::io::CopyingInputStream
+{
+public:
+    explicit DeviceStream(QIODevice& source)
+        : device(source)
+    {}
+    int Read(void* buffer, int size) override
+    {
+        return static_cast<int>(device.read(static_cast<char*>(buffer), size));
+    }
+
+private:
+    QIODevice& device;
+};
+
 } // namespace
 
 struct BlackboxRecord::Content
 {
-    google::protobuf::Arena arena;
-    xcu::BlackboxFileL& file = *google::protobuf::Arena::CreateMessage<xcu::BlackboxFileL>(&arena);
+    std::vector<std::string> logLines;
+    std::vector<std::string> candumpLines;
 };
 
 BlackboxRecord::BlackboxRecord(std::istream& stream, std::function<void()> pauseFunction)
     : content(std::make_unique<Content>())
     , pause(std::move(pauseFunction))
 {
-    content->file.ParseFromIstream(&stream);
+    google::protobuf::io::IstreamInputStream input(&stream);
+    readElements(input, [this](int field, const std::string& bytes) {
+        const bool isLog = field == xcu::BlackboxFileL::kLogLinesFieldNumber;
+        (isLog ? content->logLines : content->candumpLines).push_back(bytes);
+    });
     xcu::BlackboxFileLine first;
     if (hasLog()) {
-        first.ParseFromString(content->file.loglines(0));
+        first.ParseFromString(content->logLines.front());
     }
     status = QStringLiteral("Read log file. %4 log points (%1 IN/%2 OUT), %3 canbus frames, %5")
                  .arg(first.inputs_size())
                  .arg(first.outputs_size())
-                 .arg(content->file.candumplines_size())
-                 .arg(content->file.loglines_size())
+                 .arg(content->candumpLines.size())
+                 .arg(content->logLines.size())
                  .arg(stream.eof() ? 1 : 0);
     firstTime = first.timestamp();
     inputCount = std::min(first.inputs_size(), ChannelTotal);
@@ -55,7 +113,7 @@ BlackboxRecord::~BlackboxRecord() = default;
 
 bool BlackboxRecord::hasLog() const
 {
-    return content->file.loglines_size() > 0;
+    return !content->logLines.empty();
 }
 
 QStringList BlackboxRecord::channelTexts() const
@@ -74,7 +132,7 @@ void BlackboxRecord::readFrames(TraceSink& sink) const
 {
     xcu::BlackboxCandumpFileLine record;
     int count = 0;
-    for (const std::string& bytes : content->file.candumplines()) {
+    for (const std::string& bytes : content->candumpLines) {
         if (++count % FramesBetweenPauses == 0) {
             pause();
         }
@@ -97,7 +155,7 @@ void BlackboxRecord::readRecords(const RecordFunction& take) const
 {
     xcu::BlackboxFileLine record;
     std::vector<int> values;
-    for (const std::string& bytes : content->file.loglines()) {
+    for (const std::string& bytes : content->logLines) {
         pause();
         record.ParseFromString(bytes); // a damaged record keeps what came before the damage
         values.clear();
@@ -109,6 +167,50 @@ void BlackboxRecord::readRecords(const RecordFunction& take) const
         }
         append(values, record.outputs(), outputCount);
         take(record.timestamp(), inputs < inputCount ? inputCount : 0, values);
+    }
+}
+
+void readBlackbox(QIODevice& device, BlackboxSink& sink)
+{
+    DeviceStream stream(device);
+    google::protobuf::io::CopyingInputStreamAdaptor input(&stream);
+    xcu::BlackboxFileLine line;
+    xcu::BlackboxCandumpFileLine record;
+    const auto takeFrame = [&] {
+        TraceFrame frame;
+        frame.time = record.timestamp() / 1000.0;
+        frame.bus = static_cast<int>(record.busnumber());
+        frame.id = static_cast<std::uint32_t>(record.canid()) & 0x1fffffff;
+        frame.isExtended = frame.id > 0x7ff;
+        const std::size_t size = record.framedata().size();
+        frame.isFd = size > ClassicSize;
+        if (frame.isFd) {
+            sink.addOddity("more than 8 bytes, taken for CAN FD", 0);
+        }
+        if (size > TraceFrame::MostBytes) {
+            sink.addOddity("more than 64 bytes in a frame, left out", 0);
+            return;
+        }
+        frame.length = static_cast<int>(size);
+        std::memcpy(frame.bytes, record.framedata().data(), size);
+        sink.addFrame(frame);
+    };
+    const bool isWhole = readElements(input, [&](int field, const std::string& bytes) {
+        if (field == xcu::BlackboxFileL::kLogLinesFieldNumber && line.ParseFromString(bytes)) {
+            sink.addRecord(
+                static_cast<quint32>(line.timestamp()),
+                {line.inputs().begin(), line.inputs().end()},
+                {line.outputs().begin(), line.outputs().end()});
+        } else if (
+            field == xcu::BlackboxFileL::kCandumpLinesFieldNumber &&
+            record.ParseFromString(bytes)) {
+            takeFrame();
+        } else {
+            sink.addOddity("damaged record, left out", 0);
+        }
+    });
+    if (!isWhole) {
+        sink.addOddity("the file breaks off", 0);
     }
 }
 

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "formats/traceframes.h"
+
 #include <QString>
 #include <QStringList>
 #include <functional>
 #include <iosfwd>
 #include <memory>
 #include <vector>
+
+class QIODevice;
 
 namespace formats {
 
@@ -57,5 +61,16 @@ private:
     int inputCount = 0; // of those that have a channel
     int outputCount = 0;
 };
+
+// Takes what a black-box record holds, in file order and whole.
+class BlackboxSink : public FrameSink
+{
+public:
+    virtual void addRecord(
+        quint32 timestamp, const std::vector<int>& inputs, const std::vector<int>& outputs) = 0;
+};
+
+// Reads a record element by element, so that memory does not grow with it.
+void readBlackbox(QIODevice& device, BlackboxSink& sink);
 
 } // namespace formats

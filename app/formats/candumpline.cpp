@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 
@@ -15,7 +16,7 @@ namespace {
 
 // Room for everything but time and payload: brackets, words, bus, identifier, marker, line feed.
 constexpr std::size_t MaxFixedLength = 64;
-constexpr std::size_t MaxSecondsLength = 16;
+constexpr std::size_t MaxSecondsLength = 24;
 
 char* putId(char* out, int canId, int width, char fill)
 {
@@ -71,6 +72,42 @@ void composeCandumpLine(
     char* out = putSeconds(putText(line.data(), "("), timestampMs);
     out = putFrame(out, busNumber, canId, isExtended ? 8 : 3, '0', fdMarker, payload);
     line.resize(static_cast<std::size_t>(out - line.data()));
+}
+
+void composeTraceLine(std::string& line, const TraceFrame& frame)
+{
+    constexpr int errorMark = 0x20000000;
+    line.resize(MaxFixedLength + MaxSecondsLength + 2 * TraceFrame::MostBytes);
+    const int id = static_cast<int>(frame.id) | (frame.isError ? errorMark : 0);
+    const bool isLong = frame.isExtended || frame.isError;
+    std::array<char, 2> mark{'#', "0123456789abcdef"[frame.flags & 0x0f]};
+    std::size_t markSize = frame.isFd ? 2 : 0;
+    std::string_view payload(
+        reinterpret_cast<const char*>(frame.payload()), static_cast<std::size_t>(frame.length));
+    if (frame.isRemote) { // the length that was asked for, if it is not 0
+        mark = {'R', "0123456789abcdef"[frame.length & 0x0f]};
+        markSize = frame.length > 0 ? 2 : 1;
+        payload = {};
+    }
+    char* out = putMicroseconds(putText(line.data(), "("), frame.time);
+    out = putFrame(
+        out, std::max(frame.bus, 0), id, isLong ? 8 : 3, '0', {mark.data(), markSize}, payload);
+    line.resize(static_cast<std::size_t>(out - line.data()));
+}
+
+char* putMicroseconds(char* out, double seconds)
+{
+    constexpr std::int64_t million = 1'000'000;
+    std::int64_t rest = std::llround(seconds * million);
+    if (rest < 0) {
+        *out++ = '-';
+        rest = -rest;
+    }
+    out = std::to_chars(out, out + MaxSecondsLength, rest / million).ptr;
+    char* const point = out;
+    out = putDecimal(out, static_cast<int>(million + rest % million)); // as in putSeconds()
+    *point = '.';
+    return out;
 }
 
 void composeImportedFrameLine(

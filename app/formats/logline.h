@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVector>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace formats {
@@ -16,6 +17,19 @@ namespace formats {
 // First line of a file: "#", "timestamp" and one column name for each label. Every field is
 // followed by ";".
 QByteArray logHeaderLine(const QVector<QString>& labels);
+
+// The fields of a line as they stand. Behind a zero byte, such as a power cut leaves, nothing
+// counts, nor does a byte order mark.
+struct LogFields
+{
+    enum Kind { None, Header, Tag, Record }; // None: not even two fields
+    Kind kind = None;
+    std::string_view number;
+    std::string_view time; // of a header the column's name
+    std::string_view rest; // labels, text or values, as far as the line goes, its end included
+    bool hasRest = false;
+};
+LogFields splitLogLine(std::string_view line);
 
 // One record, written over what `line` holds; the capacity of `line` is reused. Sample number and
 // timestamp (controller time in ms) are unsigned, the raw values signed. Every field is followed by

@@ -3,6 +3,7 @@
 
 #include "formats/channelcount.h"
 #include "formats/linereader.h"
+#include "formats/logline.h"
 #include "formats/textfield.h"
 
 #include <QStringList>
@@ -16,8 +17,9 @@ namespace {
 class Parts
 {
 public:
-    explicit Parts(std::string_view line)
-        : rest(line)
+    explicit Parts(const LogFields& fields)
+        : rest(fields.rest)
+        , more(fields.hasRest)
     {}
 
     bool hasNext() const { return more; }
@@ -43,12 +45,11 @@ public:
 
 private:
     std::string_view rest;
-    bool more = true;
+    bool more;
 };
 
 QStringList labelsIn(Parts& parts)
 {
-    parts.next(); // the name of the time column
     QStringList labels;
     while (parts.hasNext() && labels.size() < ChannelTotal) {
         labels.append(textOf(parts.next()));
@@ -60,33 +61,21 @@ QStringList labelsIn(Parts& parts)
 
 void readLog(QIODevice& device, int columnLimit, LogSink& sink)
 {
-    constexpr std::string_view mark = "\xef\xbb\xbf";
     LineReader lines(device, LineReader::Bytes);
     std::vector<int> values;
     for (auto line = lines.next(); !line.empty(); line = lines.next()) {
-        line = line.substr(0, line.find('\0'));
-        if (line.substr(0, mark.size()) == mark) {
-            line.remove_prefix(mark.size());
-        }
-        Parts parts(line);
-        const std::string_view kind = parts.next();
-        if (!parts.hasNext()) {
-            continue;
-        }
-        if (kind == "#") {
+        const LogFields fields = splitLogLine(line);
+        Parts parts(fields);
+        if (fields.kind == LogFields::Header) {
             sink.addHeader(labelsIn(parts));
-        } else if (kind == "$") {
-            const std::string_view timestamp = parts.next();
-            if (parts.hasNext()) {
-                sink.addTag(decimalInt(timestamp), textOf(parts.next()).trimmed());
-            }
-        } else {
-            const int timestamp = parts.nextInt();
+        } else if (fields.kind == LogFields::Tag && parts.hasNext()) {
+            sink.addTag(decimalInt(fields.time), textOf(parts.next()).trimmed());
+        } else if (fields.kind == LogFields::Record) {
             values.clear();
             while (parts.hasNext() && static_cast<int>(values.size()) < columnLimit) {
                 values.push_back(parts.nextInt());
             }
-            sink.addRecord(timestamp, values);
+            sink.addRecord(decimalInt(fields.time), values);
         }
     }
 }

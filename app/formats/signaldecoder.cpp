@@ -5,27 +5,6 @@
 
 namespace formats {
 
-namespace {
-
-class SignalDecoder
-{
-public:
-    explicit SignalDecoder(const CanSignalData& definition);
-
-    bool isCarriedBy(const CanFrames& frame, const FieldReader& reader) const;
-    double valueIn(const FieldReader& reader) const;
-
-private:
-    quint64 field(const FieldReader& reader, int offset, int length) const;
-    double rawValue(const FieldReader& reader) const;
-
-    const CanSignalData& signal;
-    const bool isSigned;
-    const bool isSingle;
-    quint64 signBit;
-    quint64 upperMask;
-};
-
 SignalDecoder::SignalDecoder(const CanSignalData& definition)
     : signal(definition)
     , isSigned(definition.showMode == SignedLeastFirst || definition.showMode == SignedMostFirst)
@@ -54,15 +33,6 @@ quint64 SignalDecoder::field(const FieldReader& reader, int offset, int length) 
     }
 }
 
-bool SignalDecoder::isCarriedBy(const CanFrames& frame, const FieldReader& reader) const
-{
-    if (signal.requiredLength != -1 && frame.length != signal.requiredLength) {
-        return false;
-    }
-    return signal.muxLength == 0 || field(reader, signal.muxOffset, signal.muxLength) ==
-                                        static_cast<quint64>(signal.muxValue);
-}
-
 double SignalDecoder::rawValue(const FieldReader& reader) const
 {
     if (isSingle) {
@@ -75,8 +45,14 @@ double SignalDecoder::rawValue(const FieldReader& reader) const
     return static_cast<double>(bits);
 }
 
-double SignalDecoder::valueIn(const FieldReader& reader) const
+std::optional<double> SignalDecoder::valueIn(const CanFrames& frame) const
 {
+    const FieldReader reader(frame);
+    const bool hasLength = signal.requiredLength == -1 || frame.length == signal.requiredLength;
+    if (!hasLength || (signal.muxLength != 0 && field(reader, signal.muxOffset, signal.muxLength) !=
+                                                    static_cast<quint64>(signal.muxValue))) {
+        return std::nullopt;
+    }
     return rawValue(reader) * signal.multiplier + signal.addend;
 }
 
@@ -85,8 +61,6 @@ bool isDrawable(const CanSignalData& signal)
     return signal.bitLength >= 1 && signal.bitOffset >= 0 &&
            qint64{signal.bitOffset} + signal.bitLength <= FieldReader::BitCount;
 }
-
-} // namespace
 
 std::optional<Staircase> signalCurve(
     const CanSignalData& signal, const QVector<CanFrames>& frames, FrameIndex& index)
@@ -104,9 +78,8 @@ std::optional<Staircase> signalCurve(
     curve.reserve(static_cast<std::size_t>(positions.size()));
     for (const int position : positions) {
         const CanFrames& frame = frames.at(position);
-        const FieldReader reader(frame);
-        if (decoder.isCarriedBy(frame, reader)) {
-            curve.append({frame.frameTime, decoder.valueIn(reader)});
+        if (const auto value = decoder.valueIn(frame)) {
+            curve.append({frame.frameTime, *value});
         }
     }
     return curve;

@@ -10,6 +10,8 @@
 
 namespace formats {
 
+class FieldReader;
+
 // How a signal is read from its frames: the values of CanSignalData::showMode. Any other value
 // gives a raw value of 0, so the curve is the constant addend.
 enum SignalMode {
@@ -20,6 +22,31 @@ enum SignalMode {
     SignedMostFirst = 4,
     SinglePrecision = 5, // see FieldReader::singlePrecision; 0 unless the signal has 32 bits
     SinglePrecisionToo = 6,
+};
+
+// Whether the signal has a bit, and lies within the 64 bytes of a frame.
+bool isDrawable(const CanSignalData& signal);
+
+// One drawable signal of the frames of its identifier.
+class SignalDecoder
+{
+public:
+    // The definition outlives the decoder.
+    explicit SignalDecoder(const CanSignalData& definition);
+
+    // The physical value; none if the frame, by its length or its multiplexer, does not carry the
+    // signal. The identifier is not looked at.
+    std::optional<double> valueIn(const CanFrames& frame) const;
+
+private:
+    quint64 field(const FieldReader& reader, int offset, int length) const;
+    double rawValue(const FieldReader& reader) const;
+
+    const CanSignalData& signal;
+    const bool isSigned;
+    const bool isSingle;
+    quint64 signBit;
+    quint64 upperMask;
 };
 
 // The curve of a signal over the frames, in frame order: a staircase that holds each value until

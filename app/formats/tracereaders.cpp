@@ -3,6 +3,7 @@
 
 #include "formats/linereader.h"
 #include "formats/textfield.h"
+#include "formats/tracefields.h"
 
 #include <QTime>
 #include <algorithm>
@@ -61,41 +62,6 @@ void takePayload(std::string_view words, CanFrames& frame)
     }
 }
 
-constexpr std::string_view arrow = " -> ";
-
-std::string_view takePart(std::string_view& rest)
-{
-    while (rest.substr(0, arrow.size()) == arrow) {
-        rest.remove_prefix(arrow.size());
-    }
-    const std::size_t size = rest.find(arrow);
-    const std::string_view part = rest.substr(0, size);
-    rest.remove_prefix(size == std::string_view::npos ? rest.size() : size + arrow.size());
-    return part;
-}
-
-// "HH:mm:ss.zzz"; anything else goes through Qt, which takes a hundred times as long.
-QTime timeOfDay(std::string_view text)
-{
-    constexpr std::string_view pattern = "00:00:00.000";
-    const auto fits = [](char c, char place) {
-        return place == '0' ? c >= '0' && c <= '9' : c == place;
-    };
-    if (std::equal(text.begin(), text.end(), pattern.begin(), pattern.end(), fits)) {
-        const auto number = [text](int from, int size) {
-            return decimalInt(text.substr(from, size));
-        };
-        return QTime(number(0, 2), number(3, 2), number(6, 2), number(9, 3));
-    }
-    return QTime::fromString(textOf(text), QStringLiteral("HH:mm:ss.zzz"));
-}
-
-std::string_view valueOf(std::string_view assignment)
-{
-    takeField(assignment, '=');
-    return takeField(assignment, '=');
-}
-
 // .txt: time, " -> ", and parts separated by ":": a word, identifier and length as "name=value" in
 // base 10, and the bytes. frameTime in ms, where all others have the file's own unit, usually s.
 int readTxt(QIODevice& device, TraceSink& sink)
@@ -103,14 +69,13 @@ int readTxt(QIODevice& device, TraceSink& sink)
     LineReader lines(device, LineReader::Text);
     std::optional<QTime> base;
     return readLines(lines, sink, [&base](std::string_view line, CanFrames& frame) {
-        const QTime time = timeOfDay(takePart(line));
+        TraceFields fields;
+        splitTxt(line, fields);
+        const QTime time = timeOfDay(fields.time);
         base = base.value_or(time);
         frame.frameTime = base->msecsTo(time); // 0 if either is no time; negative past midnight
-        std::string_view description = takePart(line);
-        takeWord(description, ':');
-        frame.frameId = decimalInt(valueOf(takeWord(description, ':')));
-        takeWord(description, ':'); // the length; the bytes themselves tell it
-        frame.length = decodeHex(description, frame.payload, sizeof frame.payload);
+        frame.frameId = decimalInt(fields.id);
+        frame.length = decodeHex(fields.data, frame.payload, sizeof frame.payload);
         return true;
     });
 }
@@ -125,19 +90,6 @@ double bracketedNumber(std::string_view text, std::string& scratch)
     return realNumber(scratch);
 }
 
-// Identifier and bytes, which stand before and behind "##" if there is one, else "#".
-void readData(std::string_view data, CanFrames& frame)
-{
-    const std::string_view fdMarker = "##";
-    const bool isFd = data.find(fdMarker) != std::string_view::npos;
-    const std::string_view separator = isFd ? fdMarker : "#";
-    const std::string_view id = data.substr(0, data.find(separator));
-    data.remove_prefix(std::min(id.size() + separator.size(), data.size()));
-    frame.frameId = hexInt(id);
-    frame.length =
-        decodeHex(data.substr(0, data.find(separator)), frame.payload, sizeof frame.payload);
-}
-
 // .candump: the console's own capture format, which is also that of the candump tool's log files.
 // The digit of the FD marker is read as a byte in front of the payload: the frame comes out one
 // byte longer than it was, and signal sets count on that.
@@ -147,9 +99,11 @@ int readCandump(QIODevice& device, TraceSink& sink)
     TimeBase base;
     std::string scratch;
     return readLines(lines, sink, [&](std::string_view line, CanFrames& frame) {
-        frame.frameTime = base.elapsed(bracketedNumber(takeWord(line, ' '), scratch));
-        takeWord(line, ' '); // the bus
-        readData(takeWord(line, ' '), frame);
+        TraceFields fields;
+        splitCandump(line, fields);
+        frame.frameTime = base.elapsed(bracketedNumber(fields.time, scratch));
+        frame.frameId = hexInt(fields.id);
+        frame.length = decodeHex(fields.data, frame.payload, sizeof frame.payload);
         return true;
     });
 }
@@ -170,30 +124,24 @@ int readTrc(QIODevice& device, TraceSink& sink)
         if (line.back() == '\r') {
             line.remove_suffix(1);
         }
-        const std::string_view time = takeWord(line, '\t');
-        const std::string_view second = takeWord(line, '\t');
-        if (second.empty()) {
+        TraceFields fields;
+        if (!splitTrc(line, fields)) {
             continue;
         }
-        frame.frameTime = base.elapsed(realNumber(replaced(time, ',', '.', scratch)));
-        skipWords(line, '\t', 1);
-        frame.frameId = hexInt(takeWord(line, '\t'));
-        frame.length = decimalInt(takeWord(line, '\t'));
-        decodeHex(takeWord(line, '\t'), frame.payload, sizeof frame.payload);
+        frame.frameTime = base.elapsed(realNumber(replaced(fields.time, ',', '.', scratch)));
+        frame.frameId = hexInt(fields.id);
+        frame.length = decimalInt(fields.length);
+        decodeHex(fields.data, frame.payload, sizeof frame.payload);
         sink.addFrame(frame);
         ++count;
     }
     return count;
 }
 
-constexpr std::string_view marker = "TYPE,TIME,ID,D1,D2,D3,D4,D5,D6,D7,D8,ASCII,COUNT,PERIOD";
-constexpr int leastFieldCount = 13;
-constexpr int byteCount = 8;
-
 bool skipToMarker(LineReader& lines)
 {
     while (!lines.atEnd()) {
-        if (lines.nextTrimmed() == marker) {
+        if (lines.nextTrimmed() == CsvMarker) {
             return true;
         }
     }
@@ -213,17 +161,16 @@ int readCsv(QIODevice& device, TraceSink& sink)
     TimeBase base;
     std::string scratch;
     return readLines(lines, sink, [&](std::string_view line, CanFrames& frame) {
-        if (std::count(line.begin(), line.end(), ',') + 1 < leastFieldCount) {
+        TraceFields fields;
+        if (!splitCsv(line, fields)) {
             sink.diagnose(std::string("Invalid line >").append(line).append("<"));
             return false;
         }
-        takeField(line, ','); // the type
-        const std::string_view time = takeField(line, ',');
-        frame.frameTime = base.elapsed(realNumber(replaced(time, '!', '0', scratch)));
-        frame.frameId = hexInt(takeField(line, ','));
+        frame.frameTime = base.elapsed(realNumber(replaced(fields.time, '!', '0', scratch)));
+        frame.frameId = hexInt(fields.id);
         frame.length = 0;
-        for (int i = 0; i < byteCount; ++i) {
-            const std::string_view byte = takeField(line, ',');
+        for (int i = 0; i < 8; ++i) {
+            const std::string_view byte = takeField(fields.data, ',');
             if (!byte.empty()) {
                 frame.payload[frame.length++] = static_cast<unsigned char>(hexInt(byte));
             }
@@ -232,26 +179,13 @@ int readCsv(QIODevice& device, TraceSink& sink)
     });
 }
 
-// Where the fields of a decoded line stand, behind its time and the word that tells the kind.
-struct AscLayout
+void decode(const AscLayout& layout, int busNumber, TraceFields& fields, CanFrames& frame)
 {
-    std::string_view kind;
-    int busNumber;
-    int wordsBeforeId;
-    int wordsBeforeLength; // from the identifier on
-};
-
-constexpr AscLayout canFd{"CANFD", 1, 2, 3};
-constexpr AscLayout classicChannel2{"2", 2, 0, 2};
-
-void decode(std::string_view words, const AscLayout& layout, CanFrames& frame)
-{
-    frame.busNumber = layout.busNumber;
-    skipWords(words, ' ', layout.wordsBeforeId);
-    frame.frameId = hexInt(takeWord(words, ' '));
-    skipWords(words, ' ', layout.wordsBeforeLength);
-    frame.length = decimalInt(takeWord(words, ' '));
-    takePayload(words, frame);
+    splitAscData(layout, fields);
+    frame.busNumber = busNumber;
+    frame.frameId = hexInt(fields.id);
+    frame.length = decimalInt(fields.length);
+    takePayload(fields.data, frame);
 }
 
 // .asc: fields separated by blanks. Only FD lines and classic lines of channel 2 are decoded, and
@@ -261,13 +195,13 @@ int readAsc(QIODevice& device, TraceSink& sink)
     LineReader lines(device, LineReader::Text);
     TimeBase base;
     return readLines(lines, sink, [&](std::string_view line, CanFrames& frame) {
-        frame.frameTime = base.elapsed(realNumber(takeWord(line, ' ')));
-        const std::string_view kind = takeWord(line, ' ');
-        for (const AscLayout& layout : {canFd, classicChannel2}) {
-            if (kind == layout.kind) {
-                decode(line, layout, frame);
-                sink.convert(frame.frameTime, frame);
-            }
+        TraceFields fields;
+        splitAsc(line, fields);
+        frame.frameTime = base.elapsed(realNumber(fields.time));
+        const bool isFd = fields.bus == "CANFD";
+        if (isFd || fields.bus == "2") {
+            decode(isFd ? AscFd : AscClassic, isFd ? 1 : 2, fields, frame);
+            sink.convert(frame.frameTime, frame);
         }
         return true;
     });
@@ -280,16 +214,15 @@ int readTrace(QIODevice& device, TraceSink& sink)
     LineReader lines(device, LineReader::Text);
     TimeBase base;
     return readLines(lines, sink, [&base](std::string_view line, CanFrames& frame) {
-        if (line.front() == ';') {
+        TraceFields fields;
+        if (!splitTrace(line, fields)) {
             return false;
         }
         frame.busNumber = 1;
-        takeWord(line, ' '); // the message number
-        frame.frameTime = base.elapsed(realNumber(takeWord(line, ' '))) / 1000.0;
-        takeWord(line, ' ');
-        frame.frameId = hexInt(takeWord(line, ' '));
-        frame.length = decimalInt(takeWord(line, ' '));
-        takePayload(line, frame);
+        frame.frameTime = base.elapsed(realNumber(fields.time)) / 1000.0;
+        frame.frameId = hexInt(fields.id);
+        frame.length = decimalInt(fields.length);
+        takePayload(fields.data, frame);
         return true;
     });
 }

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "formats/tracefields.h"
+
+#include "formats/textfield.h"
+
+#include <algorithm>
+
+namespace formats {
+
+namespace {
+
+std::string_view takePart(std::string_view& rest)
+{
+    constexpr std::string_view arrow = " -> ";
+    while (rest.substr(0, arrow.size()) == arrow) {
+        rest.remove_prefix(arrow.size());
+    }
+    const std::size_t size = rest.find(arrow);
+    const std::string_view part = rest.substr(0, size);
+    rest.remove_prefix(size == std::string_view::npos ? rest.size() : size + arrow.size());
+    return part;
+}
+
+std::string_view valueOf(std::string_view assignment)
+{
+    takeField(assignment, '=');
+    return takeField(assignment, '=');
+}
+
+} // namespace
+
+QTime timeOfDay(std::string_view text)
+{
+    constexpr std::string_view pattern = "00:00:00.000";
+    const auto fits = [](char c, char place) {
+        return place == '0' ? c >= '0' && c <= '9' : c == place;
+    };
+    if (std::equal(text.begin(), text.end(), pattern.begin(), pattern.end(), fits)) {
+        const auto number = [text](int from, int size) {
+            return decimalInt(text.substr(from, size));
+        };
+        return QTime(number(0, 2), number(3, 2), number(6, 2), number(9, 3));
+    }
+    // A hundred times slower.
+    return QTime::fromString(textOf(text), QStringLiteral("HH:mm:ss.zzz"));
+}
+
+// Time, " -> ", and parts separated by ":": a word, identifier and length as "name=value", bytes.
+bool splitTxt(std::string_view line, TraceFields& fields)
+{
+    fields.time = takePart(line);
+    std::string_view description = takePart(line);
+    takeWord(description, ':');
+    fields.id = valueOf(takeWord(description, ':'));
+    takeWord(description, ':'); // the length; the bytes themselves tell it
+    fields.data = description;
+    return true;
+}
+
+// Identifier and bytes stand before and behind "##" if there is one, else "#".
+bool splitCandump(std::string_view line, TraceFields& fields)
+{
+    const std::string_view fdMarker = "##";
+    fields.time = takeWord(line, ' ');
+    fields.bus = takeWord(line, ' ');
+    std::string_view data = takeWord(line, ' ');
+    fields.isFd = data.find(fdMarker) != std::string_view::npos;
+    const std::string_view separator = fields.isFd ? fdMarker : "#";
+    fields.id = data.substr(0, data.find(separator));
+    data.remove_prefix(std::min(fields.id.size() + separator.size(), data.size()));
+    fields.data = data.substr(0, data.find(separator));
+    return true;
+}
+
+bool splitTrc(std::string_view line, TraceFields& fields)
+{
+    fields.time = takeWord(line, '\t');
+    if (takeWord(line, '\t').empty()) {
+        return false;
+    }
+    skipWords(line, '\t', 1);
+    fields.id = takeWord(line, '\t');
+    fields.length = takeWord(line, '\t');
+    fields.data = takeWord(line, '\t');
+    return true;
+}
+
+bool splitCsv(std::string_view line, TraceFields& fields)
+{
+    constexpr int leastFieldCount = 13;
+    if (std::count(line.begin(), line.end(), ',') + 1 < leastFieldCount) {
+        return false;
+    }
+    takeField(line, ','); // the type
+    fields.time = takeField(line, ',');
+    fields.id = takeField(line, ',');
+    fields.data = line;
+    return true;
+}
+
+// Comments stand behind ";".
+bool splitTrace(std::string_view line, TraceFields& fields)
+{
+    if (line.front() == ';') {
+        return false;
+    }
+    takeWord(line, ' '); // the message number
+    fields.time = takeWord(line, ' ');
+    takeWord(line, ' ');
+    fields.id = takeWord(line, ' ');
+    fields.length = takeWord(line, ' ');
+    fields.data = line;
+    return true;
+}
+
+bool splitAsc(std::string_view line, TraceFields& fields)
+{
+    fields.time = takeWord(line, ' ');
+    fields.bus = takeWord(line, ' ');
+    fields.data = line;
+    return true;
+}
+
+void splitAscData(const AscLayout& layout, TraceFields& fields)
+{
+    skipWords(fields.data, ' ', layout.wordsBeforeId);
+    fields.id = takeWord(fields.data, ' ');
+    skipWords(fields.data, ' ', layout.wordsBeforeLength);
+    fields.length = takeWord(fields.data, ' ');
+}
+
+} // namespace formats

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "formats/canframes.h"
+
+#include <cstdint>
+
+class QIODevice;
+
+namespace formats {
+
+// One frame of a trace as it was on the bus, as far as the trace tells.
+struct TraceFrame
+{
+    static constexpr unsigned BitRateSwitch = 1; // flags of FD frames, as candump has them
+    static constexpr unsigned ErrorState = 2;
+    static constexpr int MostBytes = 64;
+
+    double time = 0.0; // in s, as the file counts; the controller's in what the console wrote
+    int bus = -1;      // from 0; -1 where the trace names none
+    std::uint32_t id = 0;
+    bool isExtended = false;
+    bool isFd = false;
+    bool isRemote = false; // `length` is what was asked for
+    bool isError = false;
+    unsigned flags = 0;
+    int length = 0;
+    int lead = 0; // bytes of `bytes` ahead of the payload: the digit of the FD mark in a .candump
+    unsigned char bytes[MostBytes + 8] = {};
+
+    const unsigned char* payload() const { return bytes + lead; }
+};
+
+// The frame as the console's charts and signal sets have it: an FD frame from a .candump has the
+// digit of its mark as first byte, bytes behind the 64th are cut. The time is that of the trace.
+CanFrames chartFrame(const TraceFrame& frame);
+
+// Takes the frames of a trace, in file order.
+class FrameSink
+{
+public:
+    virtual ~FrameSink() = default;
+    virtual void addFrame(const TraceFrame& frame) = 0;
+    // Something to tell the user; `line` counts from 1, 0 is no line.
+    virtual void addOddity(const char* what, std::int64_t line) = 0;
+};
+
+enum class TraceKind { Txt, Candump, Trc, Csv, Asc, Trace };
+
+// Reads all frames of a trace, beyond empty lines as well. A line that makes no sense is an oddity
+// and gives no frame. Bus numbers of .asc files are one less than their channels, as the Linux CAN
+// tools have it.
+void readFrames(QIODevice& device, TraceKind kind, FrameSink& sink);
+
+} // namespace formats

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "convert/inputfile.h"
+#include "convert/kinds.h"
+#include "convert/logsource.h"
+#include "convert/report.h"
+#include "convert/signaltable.h"
+
+namespace convert {
+
+// One file to be converted.
+struct Job
+{
+    std::string input; // "-" is standard input
+    std::string output;
+    Kind from;
+    Kind to;
+    bool replaces = false;
+    const SignalSet* signalSet = nullptr; // physical values of these instead of frames
+};
+
+// Why a file of one kind does not become one of the other; empty if it does.
+std::string impossible(Kind from, Kind to, bool hasSignals);
+
+// Throws Trouble; then there is no output.
+void convertFile(const Job& job, Report& report);
+
+// What is in a file, in lines for people. Throws Trouble.
+std::string info(const std::string& input, Kind from, Report& report);
+
+// Opens a file and looks whether it can be of that kind. Throws Trouble.
+std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind);
+
+// Gives the frames of a trace or a black-box record. Throws Trouble if there is none.
+void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& report);
+
+// Looks through a log, or the records of a black-box record, ahead of reading it. Leaves the file
+// at its beginning.
+LogSurvey surveyOf(InputFile& file, Kind kind);
+
+} // namespace convert

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "formats/traceframes.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace convert {
+
+// What a file is, by its name or by --from and --to.
+enum class Kind { Log, Blackbox, Txt, Candump, Trc, Csv, Asc, Trace, Hdf5, Backup, Database };
+
+// By the end of the name, whatever its case; none if that tells nothing.
+std::optional<Kind> kindOfName(const std::string& path);
+
+// By the word that --from and --to take.
+std::optional<Kind> kindOfWord(const std::string& word);
+
+std::vector<std::string> inputWords();
+std::vector<std::string> outputWords();
+
+// The end of the names of such files, with its dot.
+std::string nameEnd(Kind kind);
+
+// The reader of a CAN trace in text form; none for other kinds.
+std::optional<formats::TraceKind> traceKind(Kind kind);
+
+} // namespace convert

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace convert {
+
+// Why a file could not be converted; the text is for the user and names the file.
+class Trouble : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+    // "<path>: <what>: <the system's word for an error number>"
+    Trouble(const std::string& path, const std::string& what, int error);
+};
+
+// What was odd in one input file: each kind of oddity is told once, with its first place and count.
+class Report
+{
+public:
+    explicit Report(std::string inputName)
+        : name(std::move(inputName))
+    {}
+
+    // `what` says what was found and what became of it. Line 0 is an oddity of the whole file.
+    void odd(const std::string& what, std::int64_t line = 0);
+
+    // Lines "<file>:<line>: <what>", with " (<count> in all)" where it came again.
+    std::string text() const;
+
+    const std::string& inputName() const { return name; }
+
+private:
+    struct Oddity
+    {
+        std::string what;
+        std::int64_t line;
+        std::int64_t count;
+    };
+
+    const std::string name;
+    std::vector<Oddity> oddities; // in the order of their first place
+};
+
+} // namespace convert

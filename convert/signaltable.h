@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "convert/framewriters.h"
+#include "convert/hdf5file.h"
+#include "formats/cansignaldata.h"
+
+#include <QVector>
+#include <unordered_map>
+
+namespace convert {
+
+// A signal set, ready to be decoded: names for columns, by identifier. "Show" 0 is taken as 1, and
+// said so.
+struct SignalSet
+{
+    // Throws Trouble for a file that has no signal.
+    SignalSet(const std::string& path, Report& report);
+
+    QVector<CanSignalData> signalList; // those that lie within a frame
+    std::vector<std::string> names;
+    std::unordered_map<int, std::vector<std::size_t>> byId;
+};
+
+// Physical values as CSV: time_s and a column a signal; a row a frame that carries one of them.
+std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output);
+
+// Physical values as HDF5: for each signal a group below "signals" with time_s and value.
+std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, Hdf5File& output);
+
+} // namespace convert

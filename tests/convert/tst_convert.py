@@ -1,0 +1,375 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Reads what xcu-convert writes with the tools that it is for: tst_convert.py BUILD"""
+import csv
+import io
+import os
+import pathlib
+import pty
+import random
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import unittest
+
+import can
+import h5py
+
+BUILD = pathlib.Path(sys.argv.pop()).resolve()
+SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
+DATA = SOURCE / "tests" / "data"
+CONVERT = BUILD / "bin" / "xcu-convert"
+HEADER = "#;timestamp;" + "".join(f"{name};" for name in ["A", "x", "A", "Speed km/h (CAN1)", "a,\"b"])
+
+
+def frames_of(reader):
+    """(time, bus, id, extended, fd, brs, remote, length, data) of each frame, by python-can."""
+    result = []
+    for m in reader:
+        bus = m.channel if isinstance(m.channel, int) else int(m.channel[3:])
+        result.append(
+            (round(m.timestamp, 6), bus, m.arbitration_id, m.is_extended_id, m.is_fd,
+             m.bitrate_switch, m.is_remote_frame, m.dlc, bytes(m.data))
+        )
+    return result
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        holder = tempfile.TemporaryDirectory(prefix="convert-")
+        self.addCleanup(holder.cleanup)
+        self.folder = pathlib.Path(holder.name)
+
+    def write(self, name, content):
+        path = self.folder / name
+        path.write_bytes(content if isinstance(content, bytes) else content.encode())
+        return path
+
+    def run_convert(self, *arguments, code=0, **more):
+        done = subprocess.run(
+            [CONVERT, *arguments], cwd=self.folder, capture_output=True, timeout=60, **more
+        )
+        self.said = done.stderr.decode()
+        self.assertEqual(done.returncode, code, self.said)
+        return done.stdout
+
+    def rows(self, *arguments):
+        text = self.run_convert(*arguments, "--to", "csv", "-o", "-").decode()
+        return list(csv.reader(io.StringIO(text, newline=""), strict=True))
+
+    def assertLeaves(self, *names):
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), sorted(names))
+
+
+class Logs(Folder):
+    COLUMNS = ["time_s", "A", "channel 1", "A (channel 2)", "Speed km/h (CAN1)", 'a,"b', "tag"]
+
+    def table(self, *lines, end="\n"):
+        path = self.write("a.log", "\n".join([HEADER, *lines]) + end)
+        rows = self.rows(path)
+        return rows[0], [",".join(row) for row in rows[1:]]
+
+    def test_columns(self):
+        columns, rows = self.table("7;5230011;812;0;-15;1;2;")
+        self.assertEqual(columns, self.COLUMNS)
+        self.assertEqual(rows, ["5230.011,812,0,-15,1,2,"])
+
+    def test_tags(self):
+        _, rows = self.table(
+            "$;-1;early", "1;10;1;", "$;10;Hard; \"so\"", "$;10;again", "$;20;ahead", "2;20;2;",
+            "$;7;from before", "3;30;3;", "4;4294967295;4;", "$;-1;now known", "$;5;last")
+        self.assertEqual(
+            rows,
+            [",,early", '0.010,1,Hard; "so"; again', "0.020,2,ahead", "0.007,,from before",
+             "0.030,3,", "4294967.295,4,now known", "0.005,,last"])
+
+    def test_oddities(self):
+        table = [
+            (["1;1;1;", "2;2;2;3;", "3;3;4;"], ["0.001,1,,", "0.002,2,3,", "0.003,4,,"],
+             "a.log:3: another number of values than in the record before (2 in all)"),
+            (["1;4294967290;1;", "2;4;2;"], ["4294967.290,1,", "0.004,2,"], "a.log:3: the clock has wrapped"),
+            (["1;50;1;", "0;0;2;"], ["0.050,1,", "0.000,2,"], "a.log:3: the clock goes back"),
+            (["1;1;5-3;1;", "2;2;-;99999999999;"], ["0.001,,1,", "0.002,,,"], "no number, left empty (3 in all)"),
+            (["1;1;1;", "x", "2;y;1;", "3;3;1\0;"], ["0.001,1,"], "a.log:3: not a record, left out (3 in all)"),
+            (["1;1;1;\r", HEADER.replace("A", "B")], ["0.001,1,"], "a.log:3: another header"),
+            (["1;1;1;", "2;2;1;"], ["0.001,1,"], "a.log:3: torn line, left out"),
+            (["1;1;1;", "$;1;half a"], ["0.001,1,half a"], "a.log:3: torn line"),
+        ]
+        for lines, rows, message in table:
+            with self.subTest(message):
+                self.assertEqual(self.table(*lines, end="" if "torn" in message else "\n")[1], rows)
+                self.assertIn(message, self.said)
+                self.assertEqual(self.said.count("\n"), 1)
+
+    def test_many_records(self):
+        """Across blocks, and against Python's reading of the lines."""
+        rand = random.Random(1)
+        records = [
+            [n, 10 * n, *(rand.choice([0, -1, 2**31 - 1, -2**31, rand.randrange(4096)]) for _ in range(128))]
+            for n in range(3000)
+        ]
+        text = HEADER + "\n" + "".join(";".join(map(str, r)) + ";\n" for r in records)
+        path = self.write("a.log", text)
+        expected = [[f"{r[1] / 1000:.3f}", *map(str, r[2:]), ""] for r in records]
+        self.assertEqual(self.rows(path)[1:], expected)
+        piped = self.run_convert("-", "--from", "log", "-o", "-", "--to", "csv", input=text.encode())
+        self.assertEqual(piped, self.run_convert(path, "-o", "-", "--to", "csv"))
+
+    def test_hdf5(self):
+        self.write("a.log", "\n".join([HEADER, "1;10;1;2;3;4;", "$;10;Grün", "2;20;5;6;", ""]))
+        self.run_convert("a.log", "-o", "a.h5")
+        with h5py.File(self.folder / "a.h5") as file:
+            channels = file["channels"]
+            self.assertEqual(set(channels), {"A", "channel 1", "A (channel 2)", "Speed km|h (CAN1)"})
+            self.assertEqual(file["time_s"][:].tolist(), [0.01, 0.02])
+            self.assertEqual(channels["A"][:].tolist(), [1, 5])
+            self.assertEqual(channels["A"].dtype, "int32")
+            self.assertEqual(str(channels["A (channel 2)"][:].tolist()), "[3.0, nan]")
+            self.assertEqual(
+                dict(channels["Speed km|h (CAN1)"].attrs), {"name": "Speed km/h (CAN1)", "unit": "km/h"})
+            self.assertEqual(file["tags"]["text"].tolist(), ["Grün".encode()])
+            self.assertEqual(file["tags"]["time_s"].tolist(), [0.01])
+
+    def test_blackbox(self):
+        rows = self.rows(DATA / "drive.rbx")
+        self.assertEqual(rows[0], ["time_s", "In0", "In1", "Out0", "tag"])
+        self.assertEqual(rows[20], ["5.190", "19", "-19", "1900", ""])
+        torn = self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100])
+        self.assertLess(len(self.rows(torn)), 21)
+        self.assertIn("the file breaks off", self.said)
+
+    def test_info(self):
+        self.write("a.log", "\n".join([HEADER, "1;10;1;", "2;20;1;", "7;30;1;", "$;30;Now", ""]))
+        self.write("b.candump", "(1.5) can1 123#01\n(2.5) can1 123#0102\n(2.5) can0 00000123##1aa\n")
+        block = bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003")
+        self.write("c.xcu", block)
+        text = self.run_convert("--info", "a.log", "b.candump", "c.xcu").decode()
+        for told in [
+            "records   3, numbers 1 to 7, 4 missing in 1 gap\n", "0.010 s to 0.030 s, 0.020 s",
+            "0  A\n", "0.030 s Now", "can1  123  2 frames, up to 2 bytes, every 1.000 s\n",
+            "can0  00000123  1 frame, up to 1 byte, FD\n", "5  Oil (ADC3)\n",
+        ]:
+            self.assertIn(told, text)
+
+
+class Traces(Folder):
+    BUS = (
+        "(0.250001) can0 123#0102aa\n(1.500000) can1 18daf110#\n(2.000000) can2 00000123#ff\n"
+        "(3.000000) can1 123##1aabb\n(3.000001) can1 123##0aabbcc\n(3.5) can0 7ff##3\n"
+        f"(3.600000) can3 1fffffff##1{'5a' * 64}\n(4.000000) can1 7ff#R\n(4.25) can0 00000001#R4\n"
+    )
+
+    def test_peers_read_what_is_written(self):
+        path = self.write("bus.candump", self.BUS)
+        expected = frames_of(can.CanutilsLogReader(path))
+        self.run_convert("bus.candump", "-o", "bus.asc")
+        # An FD frame without data is a remote one to python-can's reader of this format.
+        without = [f for f in expected if f[7] > 0 or not f[4]]
+        ours = [f for f in frames_of(can.ASCReader(self.folder / "bus.asc")) if not (f[4] and f[6])]
+        self.assertEqual(ours, without)
+        self.run_convert("bus.asc", "-o", "again.candump")
+        self.assertEqual(frames_of(can.CanutilsLogReader(self.folder / "again.candump")), expected)
+        for command in [["log2asc", "-I", "again.candump", "can0", "can1", "can2", "can3"],
+                        ["asc2log", "-I", "bus.asc"]]:
+            done = subprocess.run(command, cwd=self.folder, capture_output=True, text=True)
+            lines = [line for line in done.stdout.splitlines() if "can" in line.lower() or " d " in line or " r" in line]
+            self.assertEqual(len(lines), len(expected), command)
+        rows = self.rows("bus.candump")[1:]
+        self.assertEqual(
+            [(float(r[0]), int(r[1]), int(r[2], 16), *(v == "1" for v in r[3:7]), int(r[7]), bytes.fromhex(r[8]))
+             for r in rows], expected)
+
+    def test_asc_of_the_peers(self):
+        path = self.write("bus.candump", self.BUS)
+        subprocess.run(["log2asc", "-I", path, "-O", self.folder / "peer.asc", "can0", "can1", "can2", "can3"])
+        with can.ASCWriter(self.folder / "python.asc") as writer:
+            for message in can.CanutilsLogReader(path):
+                message.channel = int(message.channel[3:])
+                writer.on_message_received(message)
+        for name in ["peer.asc", "python.asc"]:
+            self.run_convert(name, "--to", "candump", "-o", "-")
+            text = self.run_convert(name, "--to", "candump", "-o", f"{name}.log") or (self.folder / f"{name}.log").read_bytes()
+            ours = [f[1:] for f in frames_of(can.CanutilsLogReader(io.StringIO(text.decode())))]
+            expected = [f[1:] for f in frames_of(can.CanutilsLogReader(path))]
+            # What the peers do not write: the length of a remote frame, data of a frame without any.
+            self.assertEqual([f[:5] for f in ours], [f[:5] for f in expected], name)
+            self.assertEqual([f[-1] for f in ours], [f[-1] for f in expected], name)
+
+    def test_every_reader(self):
+        drive = ["(12.345000) can{} 123#0102aa", "(12.355000) can{} 7ff#1122334455667788",
+                 "(12.370000) can{} 00a#", "(13.845000) can{} 123#0302aa", "(14.345000) can{} 456#ff"]
+        for kind, bus in [("candump", 1), ("trc", 0), ("csv", 0), ("trace", 1), ("txt", 0), ("rbx", 2)]:
+            lines = self.run_convert(DATA / f"drive.{kind}", "--to", "candump", "-o", "-").decode().splitlines()
+            origin = {"txt": 36000, "rbx": -7.345}.get(kind, 0)
+            expected = [line.format(bus) for line in drive]
+            for line, told in zip(lines, expected, strict=True):
+                self.assertAlmostEqual(float(line[1:line.index(")")]), float(told[1:10]) + origin, 6)
+                self.assertEqual(line.split(" ", 1)[1], told.split(" ", 1)[1])
+            self.assertEqual("without a bus" in self.said, bus == 0)
+
+    def test_oddities(self):
+        columns = "TYPE,TIME,ID,D1,D2,D3,D4,D5,D6,D7,D8,ASCII,COUNT,PERIOD\n"
+        table = [
+            ("a.candump", "(1) can1 123#01\n\n(2) can1 123#012\n(2) can1 xyz#\n(3) can1 4#02\n",
+             "(1.000000) can1 123#01|(3.000000) can1 004#02", "a.candump:3: not a frame, left out (2 in all)"),
+            ("asc-1.candump", f"(1.0) can2  12#01\n(1.0) can2 12345#{'00' * 12}\n",
+             f"(1.000000) can2 012#01|(1.000000) can2 00012345##0{'00' * 12}", "taken for CAN FD"),
+            ("canbb-1.candump", "(0.005025) can2   a#\n", "(5.025000) can2 00a#", "thousands of seconds"),
+            ("a.txt", "23:59:59.999 -> C:id=16:n=1:01\n00:00:00.000 -> C:id=2048:n=0:\n",
+             "(86399.999000) can0 010#01|(86400.000000) can0 00000800#", "a.txt:2: midnight"),
+            ("a.trc", "1,5\tRx\t1\t1\t2\t02\n", "(1.500000) can0 001#02", "length that is not"),
+            ("a.csv", columns + "R,1!23,1,1,2,3,,,,,,,1\nR,1\n", "(1023.000000) can0 001#010203", "a.csv:3: not a frame"),
+            ("a.asc", "base dec  timestamps relative\n 1.0 1  291 Rx d 1 255\n 1.0 2  Statistic: D 0\n"
+             " 0.5 1 ErrorFrame\n 0.5 CANFD 1 Rx 5x Name 1 0 1  1 17\n",
+             "(1.000000) can0 123#ff|(2.500000) can0 20000000#|(3.000000) can0 00000005##111", ""),
+        ]
+        for name, content, frames, message in table:
+            with self.subTest(name):
+                self.write(name, content)
+                text = self.run_convert(name, "--to", "candump", "-o", "-").decode()
+                self.assertEqual(text.rstrip().replace("\n", "|"), frames)
+                self.assertIn(message, self.said)
+
+    def test_signals(self):
+        self.write("set.csv", "0x123;8;16;0.1;-40;1;0;0;0x0;-1;Oil;%12\r\n0x123;0;8;1;0;0;16;8;0xaa;-1;Mode\n"
+                   "0x7ff;0;8;1;0;2;0;0;0;-1;\n0x1;512;8;1;0;1;0;0;0;-1;Outside\n")
+        rows = self.rows(DATA / "drive.candump", "--signals", "set.csv")
+        self.assertEqual(
+            rows,
+            [["time_s", "Oil", "Mode", "signal 3"], ["12.345000", "4312.2", "1", ""],
+             ["12.355000", "", "", "17"], ["13.845000", "4312.2", "3", ""]])
+        self.assertIn('set.csv:2: "Show" is 0, taken as 1', self.said)
+        self.assertIn("set.csv:4: Outside: not within 64 bytes, left out", self.said)
+        # As on the chart, bits of an FD frame from a capture count from the digit of its mark.
+        self.write("fd.candump", "(1) can0 7ff##155\n")
+        self.assertEqual(self.rows("fd.candump", "--signals", "set.csv")[1][3], "1")
+        self.run_convert(DATA / "drive.candump", "--signals", "set.csv", "-o", "a.h5")
+        with h5py.File(self.folder / "a.h5") as file:
+            self.assertEqual(file["signals/Oil/value"][:].tolist(), [4312.2, 4312.2])
+            self.assertEqual(file["signals/Oil/time_s"][:].tolist(), [12.345, 13.845])
+
+
+class Manners(Folder):
+    LOG = HEADER + "\n1;10;1;\n"
+
+    def test_refusals(self):
+        self.write("a.log", self.LOG)
+        self.write("empty.log", "")
+        self.write("noise.log", random.Random(1).randbytes(100000))
+        self.write("noise.rbx", random.Random(2).randbytes(1000))
+        self.write("words.candump", "to be or not to be\n")
+        self.write("candump-2026.log", "(1.0) can0 123#01\n")
+        self.write("prose.log", "not a log\n")
+        (self.folder / "dir.log").mkdir()
+        names = [path.name for path in self.folder.iterdir()]
+        table = [
+            (1, "none.log: cannot read: No such file", "none.log", "-o", "b.csv"),
+            (1, "dir.log: is a folder", "dir.log", "-o", "b.csv"),
+            (1, "empty.log: is empty", "empty.log", "-o", "b.csv"),
+            (1, "noise.log: is binary", "noise.log", "-o", "b.csv"),
+            (1, "noise.rbx: has no", "noise.rbx", "-o", "b.h5"),
+            (1, "words.candump: has no CAN frame", "words.candump", "-o", "b.asc"),
+            (1, "try --from candump", "candump-2026.log", "-o", "b.csv"),
+            (1, "prose.log: has no record", "prose.log", "-o", "b.csv"),
+            (1, "none/b.csv: cannot write", "a.log", "-o", "none/b.csv"),
+            (1, "HDF5", "a.log", "--to", "h5", "-o", "-"),
+            (1, "cannot write", "a.log", "--to", "csv", "-o", "/dev/full"),
+            (2, "--from", "a.xyz", "-o", "b.csv"),
+            (2, "--to", "a.log", "-o", "b"),
+            (2, "-o or --out-dir", "a.log"),
+            (2, "--out-dir", "a.log", "a.log", "-o", "b.csv"),
+            (2, "no CAN frames", "a.log", "-o", "b.asc"),
+            (2, "--jobs", "a.log", "-o", "b.csv", "--jobs", "many"),
+            (2, "FILE", "-o", "b.csv"),
+        ]
+        for code, message, *arguments in table:
+            with self.subTest(arguments):
+                self.run_convert(*arguments, code=code)
+                self.assertIn(message, self.said)
+                self.assertLeaves(*names)
+        self.assertIn(b"xcu-convert 0", self.run_convert("--version"))
+        self.assertIn(b"--out-dir", self.run_convert("--help"))
+
+    def test_nothing_is_overwritten(self):
+        self.write("a.log", self.LOG)
+        self.write("b.csv", "mine")
+        mask = os.umask(0o027)
+        os.umask(mask)
+        self.run_convert("a.log", "-o", "b.csv", code=1)
+        self.assertEqual((self.folder / "b.csv").read_text(), "mine")
+        self.run_convert("a.log", "-o", "b.csv", "--force")
+        self.assertIn("time_s", (self.folder / "b.csv").read_text())
+        self.assertEqual((self.folder / "b.csv").stat().st_mode & 0o777, 0o666 & ~mask)
+
+    def test_many_files(self):
+        for unit in ["XCU1", "XCU2"]:
+            (self.folder / unit).mkdir()
+            self.write(f"{unit}/same.log", self.LOG)
+            self.write(f"{unit}/{unit}.log", self.LOG)
+        (self.folder / "out").mkdir()
+        self.run_convert(*self.folder.glob("XCU*/*.log"), "--to", "csv", "--out-dir", "out", code=1)
+        self.assertIn("same.csv is made of", self.said)
+        self.assertEqual(sorted(os.listdir(self.folder / "out")), ["XCU1.csv", "XCU2.csv", "same.csv"])
+
+    def big_log(self):
+        return self.write("big.log", HEADER + "\n" + "".join(f"{n};{n};1;2;3;\n" for n in range(300000)))
+
+    def test_full_disk(self):
+        self.big_log()
+        for name in ["b.csv", "b.h5"]:
+            limit = 1 << 16
+            self.run_convert(
+                "big.log", "-o", name, code=1,
+                preexec_fn=lambda: (signal.signal(signal.SIGXFSZ, signal.SIG_IGN),
+                                    resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))))
+            self.assertIn(f"{name}: cannot write", self.said)
+            self.assertLeaves("big.log")
+
+    def test_kill(self):
+        self.big_log()
+        for number, is_tidy in [(signal.SIGTERM, True), (signal.SIGKILL, False)]:
+            os.mkfifo(self.folder / "pipe.candump")
+            process = subprocess.Popen([CONVERT, "pipe.candump", "-o", "b.asc"], cwd=self.folder)
+            with open(self.folder / "pipe.candump", "w") as pipe:
+                pipe.write("(1.0) can0 123#01\n" * 1000)  # more than it looks at ahead
+                pipe.flush()
+                while not list(self.folder.glob("b.asc.*.part")):
+                    self.assertIsNone(process.poll())
+                process.send_signal(number)
+                process.wait(30)
+            self.assertFalse((self.folder / "b.asc").exists())
+            self.assertEqual(list(self.folder.glob("*.part")) == [], is_tidy)
+            (self.folder / "pipe.candump").unlink()
+
+    def test_closed_pipe(self):
+        self.big_log()
+        process = subprocess.Popen(
+            [CONVERT, "big.log", "--to", "csv", "-o", "-"], cwd=self.folder,
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        process.stdout.readline()
+        process.stdout.close()
+        self.assertIn(b"standard output: cannot write: Broken pipe", process.stderr.read())
+        process.stderr.close()
+        self.assertEqual(process.wait(30), 1)
+
+    def test_progress_on_a_terminal_only(self):
+        os.mkfifo(self.folder / "slow.candump")
+        ours, theirs = pty.openpty()
+        process = subprocess.Popen(
+            [CONVERT, "slow.candump", DATA / "drive.candump", "--to", "asc", "--out-dir", "."],
+            cwd=self.folder, stderr=theirs)
+        os.close(theirs)
+        with open(self.folder / "slow.candump", "w") as pipe:
+            pipe.write("(1.0) can0 123#01\n" * 1000)
+            pipe.flush()
+            shown = os.read(ours, 100)
+        self.assertIn(b" %", shown)
+        self.assertEqual(process.wait(30), 0)
+        os.close(ours)
+
+
+if __name__ == "__main__":
+    unittest.main()
