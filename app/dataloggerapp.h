@@ -175,8 +175,8 @@ private:
     void labelStrip(const QStringList& labels);
     void serveLink();
     void listIdentifiers();
-    static void openConversion(QFile& conversion, const QString& pattern);
-    void continueCapture(QFile& conversion);
+    template <typename Read>
+    void importFrames(const char* conversionPattern, Read read);
 
     std::unique_ptr<Ui_DataLoggerApp> ui;
     QTimer* portRefreshTimer = nullptr;
@@ -219,8 +219,7 @@ private:
     std::string candumpLine;        // reused from frame to frame
     formats::FrameIndex frameIndex; // of canTraceFrameList, brought up to date by who needs it
     bool holdStrip = false;         // the strip waits until many boxes have changed
-    bool holdReplot = false;        // the chart waits until an import is complete
-    bool importing = false;         // a file is being read
+    bool importing = false;         // a file is being read; the chart waits
     QElapsedTimer sinceServed;      // the event loop ran, while a file is read
     bool writingCells = false;      // cells of the signal table change by the console's own hand
 };

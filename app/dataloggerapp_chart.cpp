@@ -69,7 +69,7 @@ void DataLoggerApp::finishChart()
 // The one way to have the chart drawn.
 void DataLoggerApp::requestReplot()
 {
-    if (!holdReplot) {
+    if (!importing) {
         liveChart->requestReplot();
     }
 }

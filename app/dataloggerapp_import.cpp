@@ -11,7 +11,6 @@
 
 #include <QDateTime>
 #include <QFileDialog>
-#include <QScopedValueRollback>
 #include <QSet>
 #include <qcustomplot.h>
 
@@ -35,7 +34,7 @@ void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
     if (name.isEmpty()) {
         return;
     }
-    const QScopedValueRollback<bool> whileReading(importing, true);
+    importing = true;
     sinceServed.start();
     bool isComplete = true;
     if (const formats::TraceFormat* format = formats::traceFormat(name)) {
@@ -48,6 +47,8 @@ void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
     if (isComplete) {
         listIdentifiers();
     }
+    importing = false;
+    requestReplot();
 }
 
 // Called all the time while a file is read: runs what is due in the event loop, so that a session
@@ -82,22 +83,38 @@ void DataLoggerApp::listIdentifiers()
     ui->canFrameIds->sortItems();
 }
 
+// Has frames put into the list, and into the file of a conversion if there is a name for it. It
+// lies in the working directory. A capture that runs keeps its file until the conversion is
+// complete, and goes on behind it.
+template <typename Read>
+void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
+{
+    QFile conversion;
+    if (conversionPattern != nullptr) {
+        const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
+        conversion.setFileName(QString::fromLatin1(conversionPattern).arg(stamp));
+        conversion.open(QIODevice::WriteOnly);
+    }
+    {
+        formats::TraceImport import(
+            canTraceFrameList, &conversion, &comm::traceLine<std::string_view>);
+        read(import);
+    }
+    if (conversionPattern != nullptr) {
+        conversion.close();
+        openCandumpFile(conversion.fileName(), QIODevice::Append);
+    }
+}
+
 void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QString& name)
 {
     console::PausingFile file(name, [this] { serveLink(); });
     file.open(QIODevice::ReadOnly);
-    QFile conversion;
-    if (format.convertedName) {
-        openConversion(conversion, QLatin1String(format.convertedName));
-    }
     int count = 0;
-    {
-        formats::TraceImport import(
-            canTraceFrameList, &conversion, &comm::traceLine<std::string_view>);
+    importFrames(format.convertedName, [&](formats::TraceImport& import) {
         import.reserveFor(file);
         count = format.read(file, import);
-    }
-    continueCapture(conversion);
+    });
     emit addLog(format.statusText(count));
 }
 
@@ -105,20 +122,10 @@ void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QStrin
 bool DataLoggerApp::importBlackbox(const QString& name)
 {
     const auto pause = [this] { serveLink(); };
-    console::PausingStreamBuffer buffer(name, pause);
-    std::istream stream(&buffer);
-    if (!buffer.is_open()) {
-        stream.setstate(std::ios::failbit);
-    }
+    console::PausingStream stream(name, pause);
     const formats::BlackboxRecord record(stream, pause);
-    QFile conversion;
-    openConversion(conversion, QLatin1String("canbb-%1.candump"));
-    {
-        formats::TraceImport import(
-            canTraceFrameList, &conversion, &comm::traceLine<std::string_view>);
-        record.readFrames(import);
-    }
-    continueCapture(conversion);
+    importFrames(
+        "canbb-%1.candump", [&record](formats::TraceImport& import) { record.readFrames(import); });
     firstTimestamp = record.firstTimestamp(); // for sessions: the record's times stay absolute
     emit addLog(record.statusText());
     if (record.hasLog()) {
@@ -126,12 +133,9 @@ bool DataLoggerApp::importBlackbox(const QString& name)
         for (int channel = 0; channel < texts.size(); ++channel) {
             seriesCheckBoxes[channel]->setText(texts[channel]);
         }
-        holdReplot = true; // until the points are there
         record.readRecords([this](int timestamp, int firstChannel, const std::vector<int>& values) {
             liveChart->addRecord(formats::chartSeconds(timestamp), values, firstChannel);
         });
-        holdReplot = false;
-        requestReplot();
     }
     return record.hasLog();
 }
@@ -171,11 +175,8 @@ void DataLoggerApp::importLog(const QString& name)
     comm::traceLine("catchall");
     console::PausingFile file(name, [this] { serveLink(); });
     file.open(QIODevice::ReadOnly);
-    holdReplot = true; // until the points are there
     LogImport import(*this);
     formats::readLog(file, plot->graphCount(), import);
-    holdReplot = false;
-    requestReplot();
 }
 
 void DataLoggerApp::takeTimestamp(int timestamp)
@@ -204,21 +205,5 @@ void DataLoggerApp::labelStrip(const QStringList& labels)
     holdStrip = false;
     if (changed) {
         seriesVisible_stateChanged(Qt::Unchecked);
-    }
-}
-
-// In the working directory.
-void DataLoggerApp::openConversion(QFile& conversion, const QString& pattern)
-{
-    conversion.setFileName(pattern.arg(formats::fileStamp(QDateTime::currentDateTime())));
-    conversion.open(QIODevice::WriteOnly);
-}
-
-// Frames of a capture that runs go behind the lines of an import from now on.
-void DataLoggerApp::continueCapture(QFile& conversion)
-{
-    if (!conversion.fileName().isEmpty()) {
-        conversion.close();
-        openCandumpFile(conversion.fileName(), QIODevice::Append);
     }
 }

@@ -28,24 +28,33 @@ private:
     std::function<void()> pause;
 };
 
-class PausingStreamBuffer : public std::filebuf
+class PausingStream : public std::istream
 {
 public:
-    PausingStreamBuffer(const QString& name, std::function<void()> pauseFunction)
-        : pause(std::move(pauseFunction))
+    PausingStream(const QString& name, std::function<void()> pauseFunction)
+        : std::istream(nullptr)
+        , buffer(std::move(pauseFunction))
     {
-        open(QFile::encodeName(name).constData(), std::ios::in | std::ios::binary);
-    }
-
-protected:
-    std::streamsize xsgetn(char* data, std::streamsize size) override
-    {
-        pause();
-        return std::filebuf::xsgetn(data, size);
+        if (buffer.open(QFile::encodeName(name).constData(), std::ios::in | std::ios::binary)) {
+            rdbuf(&buffer);
+        }
     }
 
 private:
-    std::function<void()> pause;
+    struct Buffer : std::filebuf
+    {
+        explicit Buffer(std::function<void()> pauseFunction)
+            : pause(std::move(pauseFunction))
+        {}
+
+        std::streamsize xsgetn(char* data, std::streamsize size) override
+        {
+            pause();
+            return std::filebuf::xsgetn(data, size);
+        }
+
+        std::function<void()> pause;
+    } buffer;
 };
 
 } // namespace console
