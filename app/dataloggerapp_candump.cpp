@@ -4,8 +4,6 @@
 #include "formats/filestamp.h"
 #include "ui_dataloggerapp.h"
 
-#include <QDateTime>
-
 // Every click of the button asks anew, whether it checks or unchecks it: a capture is never stopped
 // from here.
 void DataLoggerApp::on_candump_clicked()
@@ -19,7 +17,7 @@ void DataLoggerApp::on_candump_clicked(bool /*checked*/) {}
 
 void DataLoggerApp::candumpStart()
 {
-    const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
+    const QString stamp = formats::fileStamp();
     openCandumpFile(
         logDir.filePath(QStringLiteral("can-%1.candump").arg(stamp)), QIODevice::WriteOnly);
     emit addLog(QStringLiteral("Candump started"));

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/channelbox.h"
 #include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
@@ -20,6 +19,21 @@ QString labelKey(int channel)
 QString selectedKey(int channel)
 {
     return QStringLiteral("ui/channels/%1/selected").arg(channel);
+}
+
+// Tells which curve belongs to a box of the strip: a square in the curve's colour, and a tool tip
+// with the number of the channel, as in the log and in commands.
+void showChannel(QCheckBox* box, int channel)
+{
+    constexpr int size = 10; // pixels, less than a text: the rows stay as high as without it
+    QPixmap square(size, size);
+    square.fill(formats::channelColour(channel));
+    box->setIcon(square);
+    box->setIconSize(square.size());
+    box->setToolTip(
+        QStringLiteral(
+            "Shows or hides the curve of channel %1, which has the colour of the square.")
+            .arg(channel));
 }
 
 } // namespace
@@ -52,7 +66,7 @@ void DataLoggerApp::createChannels()
         graph->setVisible(selected);
         ui->dataSeriesLayout->addWidget(box, channel % StripRows, channel / StripRows);
         connect(box, SIGNAL(stateChanged(int)), this, SLOT(seriesVisible_stateChanged(int)));
-        console::showChannel(box, channel);
+        showChannel(box, channel);
         seriesCheckBoxes[channel] = box;
     }
 }

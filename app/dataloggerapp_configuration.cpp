@@ -4,13 +4,11 @@
 #include "formats/filestamp.h"
 #include "ui_dataloggerapp.h"
 
-#include <QDateTime>
-
 namespace {
 
 void writeBackup(const QDir& directory, const std::string& block)
 {
-    const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
+    const QString stamp = formats::fileStamp();
     QFile file(directory.filePath(QStringLiteral("%1.xcu").arg(stamp)));
     file.open(QIODevice::WriteOnly);
     file.write(block.data(), static_cast<qint64>(block.size()));

@@ -9,7 +9,6 @@
 #include "formats/traceimport.h"
 #include "ui_dataloggerapp.h"
 
-#include <QDateTime>
 #include <QFileDialog>
 #include <QSet>
 #include <qcustomplot.h>
@@ -91,7 +90,7 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
 {
     QFile conversion;
     if (conversionPattern != nullptr) {
-        const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
+        const QString stamp = formats::fileStamp();
         conversion.setFileName(QString::fromLatin1(conversionPattern).arg(stamp));
         conversion.open(QIODevice::WriteOnly);
     }

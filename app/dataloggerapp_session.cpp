@@ -4,7 +4,6 @@
 #include "formats/logline.h"
 #include "ui_dataloggerapp.h"
 
-#include <QDateTime>
 #include <QTimer>
 
 namespace {
@@ -26,7 +25,7 @@ void DataLoggerApp::on_startLogging_clicked()
 void DataLoggerApp::loggerStarted()
 {
     emit addLog(QStringLiteral("Received logger started"));
-    const QString stamp = formats::fileStamp(QDateTime::currentDateTime());
+    const QString stamp = formats::fileStamp();
     // Closes the file of the session before, which Stop leaves open for late records.
     logFile.setFileName(logDir.filePath(QStringLiteral("%1.log").arg(stamp)));
     logFile.open(QIODevice::WriteOnly);

@@ -7,22 +7,8 @@
 
 namespace {
 
-// "Intermitten" is spelled as operators know it.
-QString modeText(int mode)
-{
-    switch (mode) {
-    case 1:
-        return QStringLiteral("Intermitten");
-    case 2:
-        return QStringLiteral("Continuous");
-    case 3:
-        return QStringLiteral("RunFault");
-    case 4:
-        return QStringLiteral("Inactive");
-    default:
-        return QString();
-    }
-}
+// By the number of the mode. "Intermitten" is spelled as operators know it.
+constexpr const char* ModeTexts[] = {nullptr, "Intermitten", "Continuous", "RunFault", "Inactive"};
 
 } // namespace
 
@@ -50,8 +36,8 @@ void FaultsDisplay::faultGetFaultsResp(std::vector<FaultItemData>&& items)
             ui->faultList->setItem(row, column, new QTableWidgetItem(text));
         };
         write(0, item.type == 1 ? QStringLiteral("Warning") : QStringLiteral("Fault"));
-        if (const QString mode = modeText(item.mode); !mode.isEmpty()) {
-            write(1, mode);
+        if (item.mode >= 1 && item.mode < std::size(ModeTexts)) {
+            write(1, QLatin1String(ModeTexts[item.mode]));
         }
         write(2, QString::number(item.category));
         write(3, QString::number(item.faultId));

@@ -6,11 +6,11 @@
 
 namespace formats {
 
-// The time stamp in the names of all files that the console writes, to the second: two files of
-// one kind within a second share a name. Callers pass local time.
-inline QString fileStamp(const QDateTime& time)
+// The time stamp in the names of all files that the console writes: local time, to the second. Two
+// files of one kind within a second share a name.
+inline QString fileStamp()
 {
-    return time.toString(QStringLiteral("yyyy.MM.dd-HHmmss"));
+    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy.MM.dd-HHmmss"));
 }
 
 } // namespace formats
