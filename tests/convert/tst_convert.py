@@ -16,11 +16,16 @@ import threading
 import unittest
 
 import can
+import canmatrix.formats
 import h5py
 
 BUILD = pathlib.Path(sys.argv.pop()).resolve()
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
 DATA = SOURCE / "tests" / "data"
+sys.path.insert(0, str(SOURCE / "python"))
+sys.dont_write_bytecode = True
+import xcu_files  # noqa: E402
+
 CONVERT = BUILD / "bin" / "xcu-convert"
 HEADER = "#;timestamp;" + "".join(f"{name};" for name in ["A", "x", "A", "Speed km/h (CAN1)", "a,\"b"])
 
@@ -250,6 +255,125 @@ class Traces(Folder):
         with h5py.File(self.folder / "a.h5") as file:
             self.assertEqual(file["signals/Oil/value"][:].tolist(), [4312.2, 4312.2])
             self.assertEqual(file["signals/Oil/time_s"][:].tolist(), [12.345, 13.845])
+
+
+class Databases(Folder):
+    DBC = """VERSION ""
+BU_: ECU
+BO_ 291 Engine: 8 ECU
+ SG_ Intel : 3|13@1+ (0.1,-40) [0|0] "" ECU
+ SG_ IntelSigned : 16|32@1- (1,0) [0|0] "" ECU
+ SG_ Motorola : 51|12@0+ (0.25,1) [0|0] "" ECU
+ SG_ Float : 0|32@1- (1,0) [0|0] "" ECU
+BO_ 2565927185 Long: 8 ECU
+ SG_ Motorola : 5|14@0- (1e-05,0) [0|0] "rpm" ECU
+ SG_ Unsigned32 : 7|32@0+ (1,0) [0|0] "" ECU
+ SG_ Wide : 0|33@1+ (1,0) [0|0] "" ECU
+ SG_ Wide31 : 39|31@0+ (1,0) [0|0] "" ECU
+BO_ 1024 Multi: 8 ECU
+ SG_ Mux M : 7|8@0+ (1,0) [0|0] "" ECU
+ SG_ First m1 : 15|16@0+ (0.5,0) [0|0] "" ECU
+ SG_ Second m200 : 15|16@0- (2,0) [0|0] "" ECU
+ SG_ Other m1 : 32|8@1+ (1,0) [0|0] "" ECU
+SIG_VALTYPE_ 291 Float : 1;
+"""
+
+    def signals(self, *arguments, code=0):
+        done = subprocess.run(
+            ["/usr/bin/python3", SOURCE / "python" / "xcu-signals", *arguments], cwd=self.folder,
+            capture_output=True, text=True)
+        self.said = done.stderr
+        self.assertEqual(done.returncode, code, self.said)
+        return done.stdout
+
+    def test_right_to_the_value(self):
+        path = self.write("a.dbc", self.DBC)
+        self.signals(path, "-o", "set.csv")
+        for name, why in [("Engine.Float", "floating point"), ("Long.Unsigned32", "unsigned 32 bits"),
+                          ("Long.Wide", "33 bits"), ("Multi.Other", "its multiplexer has the other byte order")]:
+            self.assertIn(f"{name}: {why}", self.said)
+        self.assertEqual(self.said.count("\n"), 4)
+        matrix = canmatrix.formats.loadp_flat(str(path))
+        rand, lines, expected = random.Random(1), [], []
+        for n in range(300):
+            frame = rand.choice(matrix.frames)
+            data = bytearray(rand.randbytes(8))
+            if frame.name == "Multi":
+                data[0] = rand.choice([1, 200, 3])
+            decoded = frame.decode(bytes(data))
+            values = {}
+            for name, column in [("Intel",) * 2, ("IntelSigned",) * 2, ("Motorola", f"{frame.name}.Motorola"),
+                                 ("Wide31",) * 2, ("Mux",) * 2, ("First",) * 2, ("Second",) * 2]:
+                if name in decoded:
+                    values[column] = float(decoded[name].phys_value)
+            expected.append(values)
+            lines.append(f"({n}.0) can0 {frame.arbitration_id.id:0{8 if frame.arbitration_id.extended else 3}x}#{data.hex()}")
+        self.write("a.candump", "\n".join(lines) + "\n")
+        rows = self.rows("a.candump", "--signals", "set.csv")
+        self.assertEqual(len(rows), 301)
+        for row, values in zip(rows[1:], expected):
+            found = {name: float(text) for name, text in zip(rows[0][1:], row[1:]) if text}
+            self.assertEqual(set(found), set(values))
+            for name, value in values.items():
+                self.assertAlmostEqual(found[name], value, places=9, msg=name)
+
+    def test_other_databases(self):
+        matrix = canmatrix.formats.loadp_flat(str(self.write("a.dbc", self.DBC)))
+        # Multiplexers do not survive all of its writers.
+        def plain(name):
+            return sorted(line for line in self.signals(name, "-o", "-").splitlines() if "0x400" not in line)
+
+        expected = plain("a.dbc")
+        with open(self.folder / "a.kcd", "wb") as file:
+            canmatrix.formats.dump({"": matrix}, file, "kcd")
+        self.assertEqual(plain("a.kcd"), expected)
+
+    def test_through_the_converter(self):
+        self.write("a.dbc", self.DBC)
+        path = os.pathsep.join([str(SOURCE / "python"), os.environ["PATH"]])
+        self.run_convert("a.dbc", "-o", "set.csv", env=dict(os.environ, PATH=path))
+        self.assertEqual(len(xcu_files.read_signals(self.folder / "set.csv")), 8)
+        self.run_convert("a.dbc", "-o", "set.csv", code=1, env=dict(os.environ, PATH=path))
+        self.assertIn("is there already", self.said)
+        self.write("b.dbc", "no database")
+        self.signals("b.dbc", "-o", "b.csv", code=1)
+        self.write("c.xyz", "")
+        self.signals("c.xyz", "-o", "b.csv", code=1)
+        self.assertLeaves("a.dbc", "b.dbc", "c.xyz", "set.csv")
+
+
+class Module(Folder):
+    def test_log_like_the_converter(self):
+        text = "\n".join([HEADER, "$;-1;early", "1;10;1;2;3;", "$;10;Now", "$;10;again", "2;4294967295;4;5;-6;",
+                          "$;-1;late", "3;1;7;8"])
+        path = self.write("a.log", text)
+        log = xcu_files.read_log(path)
+        rows = self.rows(path)
+        self.assertEqual(["time_s", *log.columns, "tag"], rows[0])
+        self.assertEqual([r.values for r in log.records], [[1, 2, 3], [4, 5, -6]])
+        self.assertEqual([tag.ms for tag in log.tags], [None, 10, 10, 2**32 - 1])
+        table = xcu_files.to_pandas(log)
+        self.assertEqual(list(table["tag"]), [row[-1] for row in rows[1:]])
+        self.assertEqual(table["A"].iloc[2], 4)
+        self.assertEqual(table.index[1].total_seconds(), 0.01)
+
+    def test_frames_like_the_converter(self):
+        self.write("a.candump", "(1.5) can1 123#0102aa\n(2.5) can0 00000123##1aa\n(3.5) can2  12#\n")
+        rows = self.rows("a.candump")[1:]
+        ours = [[f"{f.time:.6f}", str(f.bus), f"{f.id:0{8 if f.extended else 3}x}", str(int(f.extended)),
+                 str(int(f.fd)), str(int(f.brs)), "0", str(len(f.data)), f.data.hex()]
+                for f in xcu_files.read_candump(self.folder / "a.candump")]
+        self.assertEqual(ours, rows)
+        box = xcu_files.read_rbx(DATA / "drive.rbx")
+        self.assertEqual(box.records[19], (5190, [19, -19], [1900]))
+        self.assertEqual(box.frames[0][:3] + box.frames[0][6:], (5.0, 2, 0x123, b"\x01\x02\xaa"))
+        self.assertEqual(xcu_files.to_pandas(box.frames)["id"].iloc[1], 0x7FF)
+
+    def test_small_files(self):
+        path = self.write("a.xcu", bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003 ffff"))
+        self.assertEqual(xcu_files.read_xcu(path), [(5, "Oil", "input", 0, 3)])
+        first = xcu_files.read_signals(DATA / "signals.csv")[1]
+        self.assertEqual(first, (0x123, 16, 8, 1e-7, -40.0, 4, 0, 8, 1, 3, "Öl 100%1"))
 
 
 class Manners(Folder):
