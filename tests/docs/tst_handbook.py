@@ -37,6 +37,7 @@ def environment(build, home):
     result.update(
         HOME=str(home),
         PATH=f"{home.parent}/usr/bin:/usr/bin:/bin",
+        PYTHONPATH=f"{home.parent}/usr/lib/python3/dist-packages",
         LC_ALL="C.UTF-8",
         QT_QPA_PLATFORM="offscreen",
         QT_PLUGIN_PATH=f"{build}/plugins",
