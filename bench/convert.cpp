@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// bench_convert: xcu-convert on one file against log2asc, asc2log and python3-can, a log against cp
+// and against Python's csv.writer over its own reader, many files on two processors against one,
+// and memory on a file of 1 GB. All in memory (/dev/shm).
+#include "bench/benchmark.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <functional>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int frames = 1'000'000;
+constexpr int records = 300'000;
+
+struct Run
+{
+    double processorTime = 0; // s
+    double realTime = 0;      // s
+    double memory = 0;        // MB resident at the most
+    bool isFine = false;
+};
+
+// By wait4 and not by QProcess, which does not tell a child's memory.
+Run runOnce(const QStringList& command)
+{
+    std::vector<QByteArray> words;
+    for (const QString& word : command) {
+        words.push_back(word.toLocal8Bit());
+    }
+    std::vector<char*> arguments;
+    for (QByteArray& word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    QElapsedTimer timer;
+    timer.start();
+    const pid_t child = vfork();
+    if (child == 0) {
+        execvp(arguments[0], arguments.data());
+        _exit(127);
+    }
+    int status = 0;
+    rusage usage{};
+    wait4(child, &status, 0, &usage);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return {
+        seconds(usage.ru_utime) + seconds(usage.ru_stime),
+        static_cast<double>(timer.nsecsElapsed()) / 1e9,
+        static_cast<double>(usage.ru_maxrss) / 1024, status == 0};
+}
+
+// The fastest of three by processor time; 0 if it does not work.
+double best(const QStringList& command)
+{
+    double time = 0;
+    for (int i = 0; i < 3; ++i) {
+        const Run run = runOnce(command);
+        if (!run.isFine) {
+            return 0;
+        }
+        time = i == 0 ? run.processorTime : std::min(time, run.processorTime);
+    }
+    return time;
+}
+
+QString write(const QString& name, const std::function<void(QFile&)>& fill)
+{
+    QFile file(name);
+    file.open(QIODevice::WriteOnly);
+    fill(file);
+    return name;
+}
+
+QString writeCandump(const QString& name)
+{
+    return write(name, [](QFile& file) {
+        for (int i = 0; i < frames; ++i) {
+            file.write(
+                QByteArray::number(1000 + i / 2000.0, 'f', 6).prepend('(') + ") can" +
+                QByteArray::number(i % 4) + ' ' + QByteArray::number(0x100 + i * 7 % 200, 16) +
+                '#' + QByteArray::number(0x1000000000000000LL + i * 2654435761LL, 16) + '\n');
+        }
+    });
+}
+
+QString writeLog(const QString& name, int count)
+{
+    QByteArray header = "#;timestamp;";
+    QByteArray values;
+    for (int channel = 0; channel < 128; ++channel) {
+        header += "Channel (ADC" + QByteArray::number(channel) + ");";
+        values += QByteArray::number(channel * 977 % 4096 - 1000) + ";";
+    }
+    return write(name, [&](QFile& file) {
+        file.write(header + '\n');
+        for (int i = 0; i < count; ++i) {
+            file.write(
+                QByteArray::number(i) + ';' + QByteArray::number(10 * i) + ';' + values + '\n');
+        }
+    });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QString convert = QCoreApplication::applicationDirPath() + "/../bin/xcu-convert";
+    const QTemporaryDir folder("/dev/shm/bench-XXXXXX");
+    const auto place = [&](const char* name) { return folder.filePath(name); };
+    const auto ours = [&](const QString& from, const QString& to) {
+        return QStringList{convert, "--force", from, "-o", to};
+    };
+    Benchmark bench;
+
+    const QString candump = writeCandump(place("a.candump"));
+    const double toAsc = best(ours(candump, place("a.asc")));
+    const double log2asc =
+        best({"log2asc", "-I", candump, "-O", place("peer.asc"), "can0", "can1", "can2", "can3"});
+    bench.compare(
+        "a million frames .candump to .asc", "s", toAsc, {{canUtils, log2asc}}, 5, toAsc > 0);
+    const double toCandump = best(ours(place("a.asc"), place("b.candump")));
+    const double asc2log = best({"asc2log", "-I", place("a.asc"), "-O", place("peer.log")});
+    const QString script = "import can, sys\nwith can.CanutilsLogWriter(sys.argv[2]) as writer:\n"
+                           "    for frame in can.ASCReader(sys.argv[1]): writer(frame)";
+    const double python =
+        runOnce({"/usr/bin/python3", "-c", script, place("a.asc"), place("p.log")}).processorTime;
+    bench.compare(
+        "a million frames .asc to candump", "s", toCandump, {{canUtils, asc2log}}, 5,
+        toCandump > 0);
+    bench.atLeast("  against python3-can", python / toCandump, 20, "times");
+
+    const QString log = writeLog(place("a.log"), records);
+    const double toCsv = best(ours(log, place("a.csv")));
+    bench.figure(".log of 300,000 records to .csv", toCsv, "s");
+    bench.atMost("  against cp", toCsv / best({"cp", log, place("copy")}), 3, "times");
+    const QString reader =
+        "import csv, sys\nsys.path.insert(0, sys.argv[3])\nimport xcu_files\n"
+        "log = xcu_files.read_log(sys.argv[1])\n"
+        "with open(sys.argv[2], 'w', newline='') as file:\n"
+        "    rows = csv.writer(file)\n    rows.writerow(['time_s', *log.columns])\n"
+        "    for r in log.records: rows.writerow([r.ms / 1000, *r.values])";
+    const double csvWriter =
+        runOnce({"/usr/bin/python3", "-c", reader, log, place("p.csv"), XCU_PYTHON_DIR})
+            .processorTime;
+    bench.atLeast("  against csv.writer", csvWriter / toCsv, 20, "times");
+
+    QDir(folder.path()).mkdir("out");
+    QStringList many{convert, "--force", "--to", "csv", "--out-dir", place("out")};
+    for (int i = 0; i < 200; ++i) {
+        many.append(writeLog(folder.filePath(QString("%1.log").arg(i)), 9000));
+    }
+    const auto realTime = [&many](const char* jobs) {
+        const QStringList command = many + QStringList{"--jobs", jobs};
+        return std::min(
+            {runOnce(command).realTime, runOnce(command).realTime, runOnce(command).realTime});
+    };
+    const double oneByOne = realTime("1");
+    bench.atLeast("200 logs on two processors", oneByOne / realTime("2"), 1.8, "times one by one");
+    for (int i = 0; i < 200; ++i) {
+        QFile::remove(folder.filePath(QString("%1.log").arg(i)));
+    }
+    QDir(place("out")).removeRecursively();
+
+    const QString big = writeLog(place("big.log"), 1'600'000); // 1 GB
+    bench.atMost(
+        "memory, .log of 1 GB to .csv",
+        runOnce(QStringList{convert, "--to", "csv", big, "-o", "/dev/null"}).memory, 64, "MB");
+    const Run table = runOnce(ours(big, place("big.h5")));
+    bench.atMost("memory, .log of 1 GB to .h5", table.isFine ? table.memory : 1e9, 128, "MB");
+    return bench.exitCode();
+}
