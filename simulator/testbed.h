@@ -5,9 +5,7 @@
 
 #include <QProcessEnvironment>
 #include <QString>
-
-struct _UMockdevTestbed;
-struct _UMockdevIoctlBase;
+#include <memory>
 
 namespace simulator {
 
@@ -36,8 +34,9 @@ public:
 private:
     QString nodePath(const QString& name) const;
 
-    _UMockdevTestbed* testbed;
-    _UMockdevIoctlBase* ioctls;
+    struct Library;
+
+    std::unique_ptr<Library> library;
     QString rootDirectory;
 };
 

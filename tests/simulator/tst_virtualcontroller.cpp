@@ -139,6 +139,20 @@ private slots:
         QVERIFY(std::any_of(listener.chunks.begin(), listener.chunks.end(), isCut));
     }
 
+    void passiveSessionPushesOnlyWhileTheLineIsReady()
+    {
+        VirtualController controller;
+        controller.setRecordRate(asFastAsTheLineTakes);
+        controller.setLineReady(false);
+        controller.receive(commandFrame("datalogger_start { passive: 1 }"));
+        for (int turn = 0; turn < 10; ++turn) {
+            QCoreApplication::processEvents();
+        }
+        QCOMPARE(controller.recordsSent(), 0U);
+        controller.setLineReady(true);
+        QTRY_VERIFY(controller.recordsSent() > 500);
+    }
+
     void restartBeginsAnew()
     {
         VirtualController controller;

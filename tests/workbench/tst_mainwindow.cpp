@@ -116,7 +116,7 @@ void TestMainWindow::controllersComeAndGo()
 void TestMainWindow::viewersAndWindowGoWhileWorkersPoll()
 {
     ConnectedWorkbench bench;
-    for (int round = 0; round < 250; ++round) {
+    for (int round = 0; round < 30; ++round) {
         bench.choose("menuDataViewer", "Value Viewer");
         bench.choose("menuDataViewer", "Plot Viewer");
         bench.controller().pushRecord();
