@@ -5,9 +5,11 @@
 
 #include <QPointer>
 
+class TagSheet;
+
 // A marker on an axis of a chart: a short arrow that points at a value, and a text beside its tail,
 // turned by 90 degrees. It belongs to the axis and goes with it. Change it by these operations
-// alone: the picture of standing tags is kept (TagSheet).
+// alone: the plot does not paint the items itself, a sheet paints those in view.
 class AxisTag : public QObject
 {
     Q_OBJECT
@@ -25,10 +27,12 @@ public:
     void updatePosition(double value);
 
 private:
-    void repaint();
+    friend class TagSheet;
+    void changed();
 
     QCPAxis* axis;
     QPointer<QCPItemTracer> tracer; // invisible; anchors the arrow to the axis
     QPointer<QCPItemLine> arrow;
     QPointer<QCPItemText> label;
+    QPointer<QCPLayerable> sheet;
 };

@@ -10,6 +10,7 @@ namespace chart {
 
 namespace {
 
+constexpr int PollMs = 5;
 constexpr int StripeWidth = 64;
 constexpr int MostColumnsAtOnce = 64; // that are painted on the GUI thread
 
@@ -75,9 +76,7 @@ struct LiveChart::Job
         age.start();
     }
 
-    // For each worker.
-    template <typename Report>
-    void paint(Report report)
+    void paint() // for each worker
     {
         for (std::size_t i = next++; i < stripes.size() && !cancelled; i = next++) {
             Stripe& stripe = stripes[i];
@@ -88,9 +87,7 @@ struct LiveChart::Job
                 stripe.image = QImage(); // a gap
             }
             stripe.isDone = true;
-            if (--left == 0 || age.elapsed() > LongJobMs) {
-                report();
-            }
+            --left;
         }
     }
 
@@ -120,14 +117,40 @@ LiveChart::LiveChart(QCustomPlot* customPlot)
         pacer.painted();
     });
     plot->installEventFilter(this);
+    poll.setInterval(PollMs);
+    connect(&poll, &QTimer::timeout, this, [this] {
+        if (job && (job->left == 0 || job->age.elapsed() > LongJobMs)) {
+            requestReplot();
+        }
+    });
+    for (unsigned i = 0; i < qMax(1U, std::thread::hardware_concurrency()); ++i) {
+        workers.emplace_back([this] { work(); });
+    }
 }
 
 LiveChart::~LiveChart()
 {
-    if (job) {
-        job->cancelled = true;
+    setJob(nullptr, -1);
+    for (std::thread& worker : workers) {
+        worker.join();
     }
-    workers.waitForDone();
+}
+
+void LiveChart::work()
+{
+    std::unique_lock lock(mutex);
+    for (int last = 0; jobNumber >= 0;) {
+        const std::shared_ptr<Job> mine = job;
+        if (!mine || jobNumber == last) {
+            changed.wait(lock);
+            continue;
+        }
+        last = jobNumber;
+        lock.unlock();
+        mine->paint();
+        lock.lock();
+        changed.notify_all();
+    }
 }
 
 Graph* LiveChart::addGraph(int channel)
@@ -269,8 +292,7 @@ void LiveChart::prepare(double pixelRatio)
         adopt();
     }
     if (job && !(wanted == job->scene) && job->age.elapsed() > LongJobMs) {
-        job->cancelled = true;
-        job.reset();
+        setJob(nullptr, jobNumber);
     }
     if (!job && (!(wanted == pictured) || !update())) {
         start();
@@ -288,18 +310,24 @@ void LiveChart::start()
                 curves.back().push_back({graph->snapshot(records), pen});
             }
         }
-        job = std::make_shared<Job>(wanted, std::move(curves));
+        setJob(std::make_shared<Job>(wanted, std::move(curves)), jobNumber + 1);
     } catch (const std::bad_alloc&) {
         return; // the picture that there is has to do
     }
     changes = Span();
-    const auto report = [this] {
-        QMetaObject::invokeMethod(
-            this, [this] { requestReplot(); }, Qt::QueuedConnection);
-    };
-    for (int i = 0; i < workers.maxThreadCount() && job->left > 0; ++i) {
-        workers.start([report, started = job] { started->paint(report); });
+    poll.start();
+}
+
+// A job that is left is given up.
+void LiveChart::setJob(std::shared_ptr<Job> next, int number)
+{
+    const std::lock_guard lock(mutex);
+    if (job) {
+        job->cancelled = true;
     }
+    job = std::move(next);
+    jobNumber = number;
+    changed.notify_all();
 }
 
 void LiveChart::adopt()
@@ -310,7 +338,8 @@ void LiveChart::adopt()
     for (const Job::Stripe& stripe : job->stripes) {
         copyColumns(pictures[stripe.stack], stripe.first, stripe.image);
     }
-    job.reset();
+    setJob(nullptr, jobNumber);
+    poll.stop();
 }
 
 // Paints the columns of what came since the picture. False if they are many.
@@ -380,7 +409,9 @@ bool LiveChart::eventFilter(QObject* watched, QEvent* event)
         QBackingStore* const screen = plot->backingStore();
         if (!screen || painter.paintEngine()->paintDevice() != screen->paintDevice()) {
             do {
-                workers.waitForDone();
+                std::unique_lock lock(mutex);
+                changed.wait(lock, [this] { return !job || job->left == 0; });
+                lock.unlock();
                 plot->replot(QCustomPlot::rpQueuedRefresh);
             } while (job);
         }

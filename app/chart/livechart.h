@@ -5,7 +5,10 @@
 #include "chart/renderer.h"
 #include "display/framepacer.h"
 
-#include <QThreadPool>
+#include <QTimer>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 namespace chart {
 
@@ -79,6 +82,8 @@ private:
     Scene currentScene(double pixelRatio) const;
     void prepare(double pixelRatio);
     void start();
+    void setJob(std::shared_ptr<Job> next, int number);
+    void work();
     void adopt();
     bool update();
     void draw(std::size_t stack, QCPPainter* painter) const;
@@ -99,8 +104,14 @@ private:
     Scene pictured{}; // the scene of the pictures, one for each stack
     std::vector<QImage> pictures;
     Span changes; // keys between which points came since the pictures or the job's start
-    std::shared_ptr<Job> job; // makes the next pictures; null if these are right
-    QThreadPool workers;
+    QTimer poll;  // looks after the job while there is one
+
+    // Makes the next pictures; null if these are right. Changed under the lock, by the GUI thread.
+    std::shared_ptr<Job> job;
+    int jobNumber = 0; // of the latest; negative at the end of the chart
+    std::mutex mutex;
+    std::condition_variable changed; // there is another job, or one is finished
+    std::vector<std::thread> workers;
 };
 
 } // namespace chart
