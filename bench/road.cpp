@@ -1,99 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// bench_road [--records N] [--seconds N]: the road of log records and captured frames from a
-// virtual controller through the real serial port and the real window to the file, and what each
-// stage of it costs. Floods come as fast as the line takes them; a run counts if the file is
-// complete.
+// bench_road [--records N] [--seconds N]: the whole console on a virtual controller, through the
+// real serial port and the real window to the file: floods that come as fast as the line takes
+// them, and the requests of a session that leave while the operator looks back at ten minutes at
+// 1 kHz. A run counts if the files are complete.
 #include "bench/benchmark.h"
-#include "comm/commandsresponsereceiver.h"
-#include "comm/responseinterfaces.h"
-#include "formats/logline.h"
 #include "schema/link.pb.h"
 #include "support/consolerig.h"
 #include "support/portrig.h"
 
 #include <QCommandLineParser>
-#include <ctime>
-#include <unistd.h>
 
-using namespace formats;
 using namespace simulator;
 
 namespace {
 
 constexpr int channels = 128;
-constexpr int stageRuns = 20'000;
+constexpr int pastRecords = 600'000;
 constexpr int tagCount = 3000; // three slider drags from end to end
-
-// The mocked port is seen by programs that were started under the preload alone.
-void restartUnderPreload(char* argv[])
-{
-    const QByteArray preload = "libumockdev-preload.so.0";
-    if (!qgetenv("LD_PRELOAD").contains(preload)) {
-        qputenv("LD_PRELOAD", preload);
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-        execv("/proc/self/exe", argv);
-    }
-}
-
-class Sink : public IDataLoggerCommandsResponse
-{
-public:
-    void loggerStarted() override {}
-    void loggerDataReceived(unsigned int, unsigned int, std::vector<int>&& values) override
-    {
-        total += values.size();
-    }
-    void loggerStopped() override {}
-
-    std::size_t total = 0;
-};
-
-// Processor time of the calling thread.
-double threadSeconds()
-{
-    timespec time = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
-}
-
-// How the GUI thread lived from construction to stop(), by a timer of 1 ms that drops the ticks it
-// misses, as all timers do.
-class Heartbeat
-{
-public:
-    Heartbeat()
-    {
-        timer.setTimerType(Qt::PreciseTimer);
-        timer.callOnTimeout([this] {
-            ++ticks;
-            longestMs = std::max(longestMs, double(sinceTick.nsecsElapsed()) / 1e6);
-            sinceTick.start();
-        });
-        whole.start();
-        sinceTick.start();
-        timer.start(1);
-    }
-
-    void stop()
-    {
-        timer.stop();
-        const double seconds = double(whole.nsecsElapsed()) / 1e9;
-        ticksPerSecond = ticks / seconds;
-        busyPercent = 100 * (threadSeconds() - busyBefore) / seconds;
-    }
-
-    double ticksPerSecond = 0;
-    double longestMs = 0; // from tick to tick
-    double busyPercent = 0;
-
-private:
-    QTimer timer;
-    QElapsedTimer whole;
-    QElapsedTimer sinceTick;
-    double busyBefore = threadSeconds();
-    int ticks = 0;
-};
 
 template <typename Condition>
 void runUntil(Condition condition)
@@ -103,49 +27,21 @@ void runUntil(Condition condition)
     }
 }
 
-void runFor(int seconds)
-{
-    QElapsedTimer timer;
-    timer.start();
-    runUntil([&] { return timer.elapsed() >= qint64(seconds) * 1000; });
-}
-
-template <typename Stage>
-double microseconds(Stage stage)
-{
-    return 1e6 / stageRuns * fastest([&] {
-               for (int i = 0; i < stageRuns; ++i) {
-                   stage(i);
-               }
-           });
-}
-
-// One console, connected, with a passive session of 128 channels, and everything that comes counted
-// by its status text.
+// One console, connected, with all that comes counted by its status text.
 class Road
 {
 public:
     Road()
         : rig(options(), PortRig::Lives::InOwnThread)
     {
+        fillPast();
         rig.plug();
         console.window.resize(1400, 800);
         console.window.show();
         runUntil([&] { return console.child<QComboBox>("xcuSerialNumber")->count() > 0; });
         console.click("pushButton_2");
         console.child<QComboBox>("channelCount")->setCurrentIndex(3);
-        console.click("passiveDatalogger");
         QObject::connect(&console.window, &DataLoggerApp::addLog, [this] { ++texts; });
-        console.click("startLogging");
-        runUntil([&] { return !home.files("*.log").isEmpty(); });
-    }
-
-    void setRates(double records, double frames)
-    {
-        rig.run([=](VirtualController& unit) {
-            unit.setRecordRate(records);
-            unit.setFrameRate(frames);
-        });
     }
 
     // Items a second of a flood: the best part of several, for what disturbs only slows it down.
@@ -153,8 +49,6 @@ public:
     {
         constexpr int parts = 5;
         double best = 0;
-        const int atStart = texts;
-        const double busyBefore = threadSeconds();
         setRates(records, frames);
         for (int part = 0; part < parts; ++part) {
             const int before = texts;
@@ -163,30 +57,44 @@ public:
             runUntil([&] { return texts >= before + items / parts; });
             best = std::max(best, (texts - before) * 1e9 / double(timer.nsecsElapsed()));
         }
-        itemsPerThreadSecond = (texts - atStart) / (threadSeconds() - busyBefore);
         setRates(0, 0);
         int seen = -1;
         runUntil([&] { return std::exchange(seen, texts) == texts; });
         return best;
     }
 
-    // All curves, with the latest records at the left of the view.
-    void showCurves()
+    // Requests a second of a session with this pace.
+    double requests(int paceMs, int seconds)
     {
-        QCustomPlot* plot = console.plot();
-        for (int channel = 0; channel < channels; ++channel) {
-            plot->graph(channel)->setVisible(true);
-        }
-        const double now = plot->graph(0)->dataMainKey(plot->graph(0)->dataCount() - 1);
-        plot->xAxis->setRange(now - 5, now + 55);
-        plot->replot();
+        console.child<QSpinBox>("refreshRate")->setValue(paceMs);
+        const auto count = [&] { return rig.count(xcu::Command::kDataloggerData); };
+        console.click("startLogging");
+        const int before = count();
+        runUntil([&] { return count() > before; });
+        const int first = count();
+        QElapsedTimer timer;
+        timer.start();
+        runUntil([&] { return timer.elapsed() >= 1000 * seconds; });
+        const double rate = 1000.0 * (count() - first) / double(timer.elapsed());
+        console.click("stopLogging");
+        return rate;
     }
+
+    void show(bool visible)
+    {
+        for (int channel = 0; channel < channels; ++channel) {
+            plot()->graph(channel)->setVisible(visible);
+        }
+        plot()->xAxis->setRange(0, 1.1 * pastRecords / 1000);
+        plot()->replot();
+    }
+
+    QCustomPlot* plot() { return console.plot(); }
 
     ConsoleHome home;
     PortRig rig;
     ConsoleRig console;
     int texts = 0;
-    double itemsPerThreadSecond = 0; // of the last flood, by processor time of the GUI thread
 
 private:
     static ControllerOptions options()
@@ -197,64 +105,76 @@ private:
         options.identifiers = 300;
         return options;
     }
+
+    // Before the session; its clock goes on from there.
+    void fillPast()
+    {
+        const auto handler = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString&) {}); // no file is open
+        for (unsigned i = 0; i < pastRecords; ++i) {
+            std::vector<int> values;
+            for (unsigned channel = 0; channel < channels; ++channel) {
+                values.push_back(int(512 + 400 * sin(i * (channel + 1) * 1e-5) + i * 37 % 11));
+            }
+            console.window.loggerDataReceived(i, i - pastRecords, std::move(values));
+        }
+        qInstallMessageHandler(handler);
+    }
+
+    void setRates(double records, double frames)
+    {
+        rig.run([=](VirtualController& unit) {
+            unit.setRecordRate(records);
+            unit.setFrameRate(frames);
+        });
+    }
 };
 
-// Records of so many that a log lacks, or has out of turn. There are tags between them.
-double missingRecords(const QByteArray& log, quint64 sent)
+// Drags the chart to and fro by a mouse that reports 125 times a second.
+class Drag : public QTimer
 {
-    qint64 next = 0;
-    double outOfTurn = 0;
-    for (const QByteArray& line : log.split('\n')) {
-        if (!line.isEmpty() && line[0] != '#' && line[0] != '$') {
-            const qint64 number = line.left(line.indexOf(';')).toLongLong();
-            outOfTurn += number == next ? 0 : 1;
-            next = number + 1;
-        }
+public:
+    explicit Drag(QCustomPlot* customPlot)
+        : plot(customPlot)
+    {
+        send(QEvent::MouseButtonPress, Qt::LeftButton);
+        callOnTimeout([this] {
+            ++step;
+            send(QEvent::MouseMove, Qt::NoButton);
+        });
+        start(8);
     }
-    return outOfTurn + double(sent) - double(next);
-}
+    ~Drag() override { send(QEvent::MouseButtonRelease, Qt::LeftButton); }
 
-void stages(Benchmark& bench, Road& road, double whole)
+private:
+    void send(QEvent::Type kind, Qt::MouseButton button)
+    {
+        const int x = 200 + 10 * qAbs(step % 60 - 30);
+        const auto held = kind == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+        QMouseEvent event(kind, QPointF(x, 100), button, held, Qt::NoModifier);
+        QApplication::sendEvent(plot, &event);
+    }
+
+    QCustomPlot* plot;
+    int step = 0;
+};
+
+// Lines of a log that hold records; there are tags between them.
+double recordsIn(const QByteArray& log)
 {
-    xcu::Response response;
-    road.rig.run([&](VirtualController& unit) {
-        for (unsigned int channel = 0; channel < channels; ++channel) {
-            response.mutable_logger_data()->add_values(unit.logger().value(channel, 5000));
-        }
-    });
-    const std::string payload = response.SerializeAsString();
-    const std::vector<int> values(
-        response.logger_data().values().begin(), response.logger_data().values().end());
-
-    Sink sink;
-    CommandsResponseReceiver receiver(
-        nullptr, &sink, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-    const double decode = microseconds([&](int) { receiver.decodeResponse(payload); });
-    const double status = microseconds([&](int i) {
-        emit road.console.window.addLog(QStringLiteral("Received logger data %1").arg(i));
-    });
-    QFile file("stage");
-    file.open(QIODevice::WriteOnly);
-    std::string line;
-    const double write = microseconds([&](int i) {
-        composeLogLine(line, i, i, values);
-        file.write(line.data(), static_cast<qint64>(line.size()));
-        file.flush();
-    });
-    const auto share = [&](const char* name, double cost) {
-        bench.figure(name, cost, QStringLiteral("us, %1 %").arg(100 * cost / whole, 0, 'f', 0));
-    };
-    share("  message and dispatch", decode);
-    share("  status text", status);
-    share("  line, write and flush", write);
-    share("  port, frame, points and the rest", whole - decode - status - write);
+    double records = -1; // the header
+    for (int at = -1; (at = log.indexOf('\n', at + 1)) >= 0;) {
+        records += at + 1 < log.size() && log[at + 1] == '$' ? 0 : 1;
+    }
+    return records;
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    restartUnderPreload(argv);
+    needPreload(argv);
+    qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     QCommandLineParser options;
     options.addHelpOption();
@@ -266,54 +186,46 @@ int main(int argc, char* argv[])
 
     Benchmark bench;
     Road road;
-    const auto flood = [&](const char* name, double records, double frames, double bound) {
-        const double rate = road.flood(records, frames, items);
-        bench.atLeast(name, rate, bound, "1/s");
-        bench.figure("  by processor time of the GUI thread", road.itemsPerThreadSecond, "1/s");
-        return rate;
-    };
-    road.console.click("mapTuner"); // no curve is shown
-    const double dark = flood("records of 128 values, no curves", asFastAsTheLineTakes, 0, 40'000);
-    stages(bench, road, 1e6 / dark);
+    for (const int pace : {10, 1}) {
+        road.show(false);
+        const double hidden = road.requests(pace, seconds);
+        const auto kept = [&](const char* what, double bound) {
+            bench.atLeast(
+                QStringLiteral("requests every %1 ms, %2").arg(pace).arg(what),
+                100 * road.requests(pace, seconds) / hidden, bound, "% of those with no curves");
+        };
+        road.show(true);
+        kept("ten minutes in view", pace == 1 ? 90 : 99);
+        const Drag drag(road.plot());
+        kept("ten minutes dragged", pace == 1 ? 85 : 97);
+    }
 
-    constexpr double paced = 1000; // records a second
-    road.setRates(paced, 0);
-    Heartbeat quiet;
-    runFor(seconds);
-    quiet.stop();
-    road.showCurves();
-    const auto paceWithCurves = [&](const QString& what) {
-        Heartbeat drawing;
-        runFor(seconds);
-        drawing.stop();
-        bench.atLeast(
-            "1 ms ticks kept at 1 kHz, " + what,
-            100 * drawing.ticksPerSecond / quiet.ticksPerSecond, 90, "% of those without");
-        bench.figure("  GUI thread busy", drawing.busyPercent, "%");
-        bench.figure("  longest silence", drawing.longestMs, "ms");
+    const auto recordsSent = [&] {
+        return double(road.rig.run([](VirtualController& unit) { return unit.recordsSent(); }));
     };
-    bench.figure("GUI thread busy at 1 kHz without curves", quiet.busyPercent, "%");
-    paceWithCurves("128 curves");
+    const int logs = road.home.files("*.log").size();
+    const double before = recordsSent();
+    road.console.click("passiveDatalogger");
+    road.console.click("startLogging"); // a second and more after the last start: another file
+    runUntil([&] { return road.home.files("*.log").size() > logs; });
+    const auto flood = [&](const char* name, double records, double frames, double bound) {
+        bench.atLeast(name, road.flood(records, frames, items), bound, "1/s");
+    };
+    flood("records of 128 values, curves in view", asFastAsTheLineTakes, 0, 60'000);
     for (int step = 0; step < tagCount; ++step) {
         road.console.slider(1)->setValue(step % 1024);
     }
-    paceWithCurves(QStringLiteral("and %1 tags").arg(tagCount));
-    flood("records of 128 values, curves in view", asFastAsTheLineTakes, 0, 50'000);
-
-    QElapsedTimer strip;
-    strip.start();
-    road.console.click("mapTuner");
-    bench.atMost("\"Deselect All\"", double(strip.nsecsElapsed()) / 1e6, 20, "ms");
+    QElapsedTimer pan;
+    pan.start();
+    road.plot()->xAxis->moveRange(1);
+    road.plot()->replot();
+    bench.atMost("pan with 3000 tags", double(pan.nsecsElapsed()) / 1e6, 10, "ms");
 
     road.console.click("candump");
-    Heartbeat capturing;
     flood("captured frames, table open", 0, asFastAsTheLineTakes, 100'000);
-    capturing.stop();
-    bench.atMost("  longest silence with them", capturing.longestMs, 20, "ms");
 
-    const QByteArray log = contents(road.home.files("*.log").value(0));
-    const quint64 sent = road.rig.run([](VirtualController& unit) { return unit.recordsSent(); });
-    bench.atMost("records missing in the log", missingRecords(log, sent), 0, "");
+    const QByteArray log = contents(road.home.files("*.log").last());
+    bench.atMost("records missing in the log", recordsSent() - before - recordsIn(log), 0, "");
     const quint64 framesSent = road.rig.run([](VirtualController& u) { return u.framesSent(); });
     const QByteArray capture = contents(road.home.files("*.candump").value(0));
     bench.atMost("frames missing in the capture", double(framesSent) - capture.count('\n'), 0, "");

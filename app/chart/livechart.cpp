@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/livechart.h"
 
+#include <QScopedValueRollback>
 #include <QtMath>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <sys/resource.h>
 
 namespace chart {
 
 namespace {
 
+constexpr int WorkerNiceness = 5;
 constexpr int PollMs = 5;
 constexpr int StripeWidth = 64;
 constexpr int MostColumnsAtOnce = 64; // that are painted on the GUI thread
@@ -105,6 +108,7 @@ LiveChart::LiveChart(QCustomPlot* customPlot)
     : QObject(customPlot)
     , plot(customPlot)
     , pacer([customPlot] { customPlot->replot(QCustomPlot::rpRefreshHint); }, this)
+    , moves([this] { moveOn(); }, this)
 {
     headroom.reserve(HeadroomSize);
     connect(plot, &QCustomPlot::beforeReplot, this, [this] {
@@ -138,6 +142,7 @@ LiveChart::~LiveChart()
 
 void LiveChart::work()
 {
+    setpriority(PRIO_PROCESS, 0, WorkerNiceness); // of this thread: the session goes first
     std::unique_lock lock(mutex);
     for (int last = 0; jobNumber >= 0;) {
         const std::shared_ptr<Job> mine = job;
@@ -400,9 +405,34 @@ void LiveChart::draw(std::size_t stack, QCPPainter* painter) const
     painter->restore();
 }
 
+// A mouse that drags may report a thousand times a second: the plot sees one move a frame.
+bool LiveChart::holdsMove(const QMouseEvent& move)
+{
+    if (isMoving || move.buttons() == Qt::NoButton) {
+        return false;
+    }
+    lastMove = std::make_unique<QMouseEvent>(move);
+    moves.request();
+    return true;
+}
+
+void LiveChart::moveOn()
+{
+    if (const auto move = std::move(lastMove)) {
+        const QScopedValueRollback<bool> moving(isMoving, true);
+        QCoreApplication::sendEvent(plot, move.get());
+    }
+}
+
 // Whoever looks by other means than the screen does not look again: he gets the exact picture.
 bool LiveChart::eventFilter(QObject* watched, QEvent* event)
 {
+    if (event->type() == QEvent::MouseMove && holdsMove(static_cast<QMouseEvent&>(*event))) {
+        return true;
+    }
+    if (event->type() == QEvent::MouseButtonRelease) {
+        moveOn();
+    }
     const bool isExact = !job && !isRequested && changes.isEmpty();
     if (event->type() == QEvent::Paint && !isReplotting && !isExact) {
         const QPainter painter(plot);

@@ -80,6 +80,8 @@ private:
 
     Graph* addGraph(int channel);
     Scene currentScene(double pixelRatio) const;
+    bool holdsMove(const QMouseEvent& move);
+    void moveOn();
     void prepare(double pixelRatio);
     void start();
     void setJob(std::shared_ptr<Job> next, int number);
@@ -99,6 +101,9 @@ private:
     bool isPrepared = false; // in this replot
     bool isRequested = false;
     display::FramePacer pacer;
+    display::FramePacer moves; // of a mouse that drags
+    std::unique_ptr<QMouseEvent> lastMove;
+    bool isMoving = false;
 
     Scene wanted{};   // by the replot in hand, or the last one
     Scene pictured{}; // the scene of the pictures, one for each stack
