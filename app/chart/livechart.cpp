@@ -21,7 +21,7 @@ constexpr int MostColumnsAtOnce = 64; // that are painted on the GUI thread
 // one ends soon, and fills the gaps of a view that keeps moving.
 constexpr int LongJobMs = 100;
 
-constexpr std::size_t HeadroomSize = 4 * 1024 * 1024; // of 8 bytes. Never touched, it costs none.
+constexpr std::size_t HeadroomSize = 4'194'304; // of 8 bytes. Never touched, it costs none.
 
 void copyColumns(QImage& to, int column, const QImage& from)
 {

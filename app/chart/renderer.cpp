@@ -310,7 +310,7 @@ void CurvePainter::fill(int row, double covered)
     const int right = qMin(image.width(), left + wide);
     const QRgb colour = shareOf(ink, static_cast<quint32>(256 * covered));
     const quint32 ground = 256 - static_cast<quint32>(qAlpha(colour));
-    QRgb* const pixels = bits + row * image.width();
+    QRgb* const pixels = bits + qptrdiff{row} * image.width();
     for (int x = qMax(0, left); x < right; ++x) {
         pixels[x] = ground == 1 ? colour : colour + shareOf(pixels[x], ground);
     }
