@@ -5,19 +5,6 @@
 #include <algorithm>
 #include <ctime>
 #include <limits>
-#include <vector>
-
-// A way to a result, and what it takes or does in the unit of its comparison; 0 if the program that
-// goes it is not installed.
-struct OtherRoad
-{
-    const char* name; // naiveRoad, canUtils or pythonCan
-    double value;
-};
-
-constexpr const char* naiveRoad = "naive road";
-constexpr const char* canUtils = "can-utils";
-constexpr const char* pythonCan = "python3-can";
 
 // What the benchmarks share: figures, goals, and standard output that is out of the way.
 //
@@ -38,12 +25,11 @@ public:
     void atLeast(const QString& name, double value, double bound, const QString& unit);
     void atMost(const QString& name, double value, double bound, const QString& unit);
 
-    // Beside other roads to the same result from the same input in the same run. Of a unit that
-    // ends in "/s" more is better, of all others less. Ours has to be so many times as good as the
-    // best of the others (0: no goal but the same result).
+    // Items a second beside those of the peers on the same file in the same run; 0 for a peer that
+    // is not installed. Ours have to be so many times those of the better one.
     void compare(
-        const QString& name, const QString& unit, double ours, const std::vector<OtherRoad>& others,
-        double times, bool sameResult = true);
+        const QString& name, const QString& unit, double ours, double canUtils, double pythonCan,
+        double times);
 
     int exitCode() const { return missed ? 1 : 0; }
 

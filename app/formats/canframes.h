@@ -4,7 +4,7 @@
 #include <QVector>
 #include <limits>
 
-// One CAN frame of an imported trace, the plural notwithstanding.
+// One CAN frame of an imported trace, despite the plural.
 struct CanFrames
 {
     double frameTime = 0.0; // place on the chart's time axis; unit and origin are the reader's

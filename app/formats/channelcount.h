@@ -7,7 +7,7 @@ namespace formats {
 constexpr int ChannelTotal = 128;
 
 // How many channels a session asks for, by the choice in the channel count box: 32, 64, 96 or 128.
-// No valid choice gives 64.
+// An index outside the choices gives 64.
 constexpr int channelCountOfChoice(int index)
 {
     return index >= 0 && index <= 3 ? 32 * (index + 1) : 64;

@@ -11,7 +11,7 @@ namespace formats {
 
 // Cuts the content of a device into lines, a block at a time, so that a file of any size costs no
 // more memory than its longest line. Blocks are read and not mapped: a file that shrinks, or whose
-// stick is pulled, then ends early instead of ending the program.
+// medium is removed, then ends early instead of ending the program.
 class LineReader
 {
 public:

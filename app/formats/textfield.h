@@ -11,8 +11,8 @@
 namespace formats {
 
 // Fields and numbers of text lines in UTF-8. All of it gives what QString would give (split,
-// trimmed, toInt, toDouble, QByteArray::fromHex), odd readings included, at the speed of bytes:
-// plain forms are read here, whatever is not plain goes through Qt.
+// trimmed, toInt, toDouble, QByteArray::fromHex), odd readings included, many times as
+// fast: what the standard library takes for a number as well does not go through Qt.
 
 // The text of some bytes. Unlike QString::fromUtf8 a byte order mark is a character.
 QString textOf(std::string_view bytes);
@@ -24,7 +24,7 @@ std::string_view trimmed(std::string_view text, QByteArray& scratch);
 // are empty, as those that a short line does not have.
 inline std::string_view takeField(std::string_view& rest, char separator)
 {
-    // Fields are so short that calling memchr would cost more than its speed wins.
+    // For a few characters a call of memchr costs more than it saves.
     std::size_t size = 0;
     while (size < rest.size() && rest[size] != separator) {
         ++size;
