@@ -141,7 +141,7 @@ private slots:
             {"empty line ends", ".candump", "(1) c 1#02\n \t\r\n(1) c 1#02\n", one},
             {"no-break space is empty", ".candump", "(1) c 1#02\n\xc2\xa0\n(1) c 1#02", one},
             {"bare CR", ".candump", "(1) c 1#02\r(1) c 1#03\n", "0 can0 1 [2] 0021"},
-            {"UTF-8 mark", ".candump", "\xef\xbb\xbf(1) c 1#02\n", one},
+            {"UTF-8 mark", ".candump", "\xef\xbb\xbf(1) c 1#02\n(3) c 1#", one + "|2 can0 1 [0] "},
             {"UTF-16", ".candump", {"\xff\xfe(\0001\0)\0 \0c\0 \0001\0#\0000\0002\0", 22}, one},
             {"NUL", ".candump", {"(1\0) c 1\0#02\n", 13}, "0 can0 0 [1] 02"},
             {"FD digit is a byte", ".candump", "(1) c 123##1aabb", "0 can0 123 [3] 01aabb"},
@@ -242,10 +242,15 @@ private slots:
         std::mt19937 random(1);
         const QString alphabet =
             QStringLiteral("0123456789012345678901234567899aFxX..-+eE \t,inN\u00a0");
+        const QStringList spellings = {"inf",    "-inf",  "infinity", "nan",
+                                       "nan(1)", "1e400", "1e-400"};
         for (int i = 0; i < 40000; ++i) {
             QString text;
             for (unsigned size = random() % 22; size > 0; --size) {
                 text += alphabet[static_cast<int>(random() % unsigned(alphabet.size()))];
+            }
+            if (i < spellings.size()) {
+                text = spellings[i];
             }
             const std::string bytes = text.toStdString();
             QCOMPARE(decimalInt(bytes), text.toInt());
