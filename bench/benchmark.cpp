@@ -63,7 +63,12 @@ void Benchmark::compare(
     const QString& name, const QString& unit, double ours, double canUtils, double pythonCan,
     double times)
 {
-    const double ratio = ours / std::max(canUtils, pythonCan);
+    double ratio = ours > 0 ? std::numeric_limits<double>::infinity() : 0;
+    for (const double peer : {canUtils, pythonCan}) {
+        if (ours > 0 && peer > 0) {
+            ratio = std::min(ratio, unit.endsWith(QLatin1String("/s")) ? ours / peer : peer / ours);
+        }
+    }
     const QString bound = QStringLiteral("at least %1").arg(times);
     const QString verdict = judge(ratio >= times);
     figure(name, ours, unit);

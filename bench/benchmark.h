@@ -25,8 +25,9 @@ public:
     void atLeast(const QString& name, double value, double bound, const QString& unit);
     void atMost(const QString& name, double value, double bound, const QString& unit);
 
-    // Items a second beside those of the peers on the same file in the same run; 0 for a peer that
-    // is not installed. Ours have to be so many times those of the better one.
+    // Beside the peers on the same file in the same run; 0 for a peer that is not installed, or did
+    // not run. Of a unit that ends in "/s" more is better, of all others less. Ours has to be so
+    // many times as good as the better peer; 0 has failed.
     void compare(
         const QString& name, const QString& unit, double ours, double canUtils, double pythonCan,
         double times);

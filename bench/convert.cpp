@@ -128,17 +128,14 @@ int main(int argc, char** argv)
     const double toAsc = best(ours(candump, place("a.asc")));
     const double log2asc =
         best({"log2asc", "-I", candump, "-O", place("peer.asc"), "can0", "can1", "can2", "can3"});
-    bench.compare(
-        "a million frames .candump to .asc", "s", toAsc, {{canUtils, log2asc}}, 5, toAsc > 0);
+    bench.compare("a million frames .candump to .asc", "s", toAsc, log2asc, 0, 5);
     const double toCandump = best(ours(place("a.asc"), place("b.candump")));
     const double asc2log = best({"asc2log", "-I", place("a.asc"), "-O", place("peer.log")});
     const QString script = "import can, sys\nwith can.CanutilsLogWriter(sys.argv[2]) as writer:\n"
                            "    for frame in can.ASCReader(sys.argv[1]): writer(frame)";
     const double python =
         runOnce({"/usr/bin/python3", "-c", script, place("a.asc"), place("p.log")}).processorTime;
-    bench.compare(
-        "a million frames .asc to candump", "s", toCandump, {{canUtils, asc2log}}, 5,
-        toCandump > 0);
+    bench.compare("a million frames .asc to candump", "s", toCandump, asc2log, 0, 5);
     bench.atLeast("  against python3-can", python / toCandump, 20, "times");
 
     const QString log = writeLog(place("a.log"), records);
