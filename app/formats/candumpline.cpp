@@ -77,7 +77,7 @@ void composeCandumpLine(
 void composeTraceLine(std::string& line, const TraceFrame& frame)
 {
     constexpr int errorMark = 0x20000000;
-    line.resize(MaxFixedLength + MaxSecondsLength + 2 * TraceFrame::MostBytes);
+    line.resize(MaxFixedLength + MaxSecondsLength + std::size_t{2} * TraceFrame::MostBytes);
     const int id = static_cast<int>(frame.id) | (frame.isError ? errorMark : 0);
     const bool isLong = frame.isExtended || frame.isError;
     std::array<char, 2> mark{'#', "0123456789abcdef"[frame.flags & 0x0f]};
