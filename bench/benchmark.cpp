@@ -69,6 +69,7 @@ void Benchmark::compare(
             ratio = std::min(ratio, unit.endsWith(QLatin1String("/s")) ? ours / peer : peer / ours);
         }
     }
+    const auto cell = [](double peer) { return peer > 0 ? rounded(peer) : QString(); };
     const QString bound = QStringLiteral("at least %1").arg(times);
     const QString verdict = judge(ratio >= times);
     figure(name, ours, unit);
@@ -77,8 +78,8 @@ void Benchmark::compare(
     figure(
         QStringLiteral("  times as good"), ratio, QStringLiteral("(%1: %2)").arg(bound, verdict));
     appendRow(
-        "compared.md", {name, unit, rounded(ours), rounded(canUtils), rounded(pythonCan),
-                        rounded(ratio), bound, verdict});
+        "compared.md", {name, unit, rounded(ours), cell(canUtils), cell(pythonCan), rounded(ratio),
+                        bound, verdict});
 }
 
 void Benchmark::goal(
