@@ -93,8 +93,8 @@ void DataLoggerApp::restoreWindow()
 {
     resize(settings.value(QStringLiteral("ui/size"), QSize(400, 400)).toSize());
     move(settings.value(QStringLiteral("ui/pos"), QPoint(200, 200)).toPoint());
-    // A comparison, not toBool(): of the texts that a store may hold only "true" counts.
-    if (settings.value(QStringLiteral("ui/isMaximized"), false) == QVariant(true)) {
+    // Not toBool(): of the texts that a store may hold only "true" counts.
+    if (settings.value(QStringLiteral("ui/isMaximized")).toString() == QLatin1String("true")) {
         showMaximized();
     }
     settings.value(QStringLiteral("ui/advanced"), false).toBool(); // has no effect

@@ -151,7 +151,8 @@ private:
     {
         const int x = 200 + 10 * qAbs(step % 60 - 30);
         const auto held = kind == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
-        QMouseEvent event(kind, QPointF(x, 100), button, held, Qt::NoModifier);
+        const QPoint place(x, 100);
+        QMouseEvent event(kind, place, plot->mapToGlobal(place), button, held, Qt::NoModifier);
         QApplication::sendEvent(plot, &event);
     }
 

@@ -17,7 +17,6 @@
 #include <QMenu>
 #include <QTableWidget>
 #include <QTest>
-#include <QtCharts/QValueAxis>
 #include <cmath>
 
 namespace {
@@ -55,7 +54,7 @@ void measurePlots(Benchmark& bench)
     }
     QTest::mouseClick(&viewer, Qt::RightButton);
     auto* view = viewer.findChild<ChartView*>();
-    auto* axisX = qobject_cast<QtCharts::QValueAxis*>(view->chart()->axes(Qt::Horizontal).first());
+    auto* axisX = qobject_cast<QValueAxis*>(view->chart()->axes(Qt::Horizontal).first());
     QTest::mouseClick(view->viewport(), Qt::LeftButton); // from now on the chart is animated
     for (const int hours : {1, 8}) {
         axisX->setRange(0, 1);

@@ -9,7 +9,7 @@ function(xcu_test name)
     cmake_parse_arguments(ARG "PORT" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-    target_link_libraries(${name} PRIVATE ${ARG_LINKS} test_support Qt5::Test xcu_warnings)
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} test_support Qt::Test xcu_warnings)
     target_compile_definitions(
         ${name} PRIVATE XCU_BIN_DIR="${CMAKE_BINARY_DIR}/bin"
                         XCU_TEST_DATA_DIR="${PROJECT_SOURCE_DIR}/tests/data")

@@ -32,11 +32,20 @@ bool isGone(const QSerialPort& port)
     return port.error() == QSerialPort::ResourceError && port.errorString() == qt_error_string(EIO);
 }
 
+bool isBusy([[maybe_unused]] const QSerialPortInfo& port)
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    return port.isBusy();
+#else
+    return false; // Qt 6 does not tell
+#endif
+}
+
 template <typename Lookup>
 void waitFor(Lookup lookup, QString& serial)
 {
     QSerialPortInfo port = lookup(serial);
-    while (port.isNull() && !port.isBusy()) {
+    while (port.isNull() && !isBusy(port)) {
         QThread::msleep(lookupInterval);
         port = lookup(serial);
     }

@@ -9,17 +9,17 @@ constexpr qreal scrollStep = 10; // pixels
 
 } // namespace
 
-ChartView::ChartView(QtCharts::QChart* chart, QWidget* parent)
-    : QtCharts::QChartView(chart, parent)
+ChartView::ChartView(QChart* chart, QWidget* parent)
+    : QChartView(chart, parent)
 {
-    setRubberBand(QtCharts::QChartView::RectangleRubberBand);
+    setRubberBand(QChartView::RectangleRubberBand);
 }
 
 bool ChartView::viewportEvent(QEvent* event)
 {
     if (event->type() == QEvent::TouchBegin) {
         touching = true;
-        chart()->setAnimationOptions(QtCharts::QChart::NoAnimation);
+        chart()->setAnimationOptions(QChart::NoAnimation);
     }
     return QGraphicsView::viewportEvent(event);
 }
@@ -27,14 +27,14 @@ bool ChartView::viewportEvent(QEvent* event)
 void ChartView::mousePressEvent(QMouseEvent* event)
 {
     if (!touching) {
-        QtCharts::QChartView::mousePressEvent(event);
+        QChartView::mousePressEvent(event);
     }
 }
 
 void ChartView::mouseMoveEvent(QMouseEvent* event)
 {
     if (!touching) {
-        QtCharts::QChartView::mouseMoveEvent(event);
+        QChartView::mouseMoveEvent(event);
     }
 }
 
@@ -42,8 +42,8 @@ void ChartView::mouseReleaseEvent(QMouseEvent* event)
 {
     touching = false;
     // On purpose at every release: from the first click on, zooming is animated.
-    chart()->setAnimationOptions(QtCharts::QChart::SeriesAnimations);
-    QtCharts::QChartView::mouseReleaseEvent(event);
+    chart()->setAnimationOptions(QChart::SeriesAnimations);
+    QChartView::mouseReleaseEvent(event);
 }
 
 void ChartView::keyPressEvent(QKeyEvent* event)

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QtCharts/QChartView>
+#include "workbench/charts.h"
 
 // A chart that zooms by rubber band and keys and scrolls by the arrow keys.
-class ChartView : public QtCharts::QChartView
+class ChartView : public QChartView
 {
     Q_OBJECT
 
 public:
-    explicit ChartView(QtCharts::QChart* chart, QWidget* parent = nullptr);
+    explicit ChartView(QChart* chart, QWidget* parent = nullptr);
 
 protected:
     bool viewportEvent(QEvent* event) override;

@@ -27,6 +27,14 @@ public:
     }
 };
 
+// Spreadsheets have a minus sign and spaces of their own, which QString::toInt of Qt 6 does not
+// take.
+int numberIn(const QTableWidgetItem& item, bool* isNumber = nullptr)
+{
+    const QString text = item.text().replace(QChar(0x2212), QLatin1Char('-'));
+    return text.trimmed().toInt(isNumber);
+}
+
 using Slot = void (MapTuning::*)();
 
 void addShortcut(const char* keys, QWidget* table, MapTuning* editor, Slot slot)
@@ -103,7 +111,7 @@ void MapTuning::on_mapValues_cellChanged(int row, int column)
     if (!item) {
         return;
     }
-    const int value = item->text().toInt();
+    const int value = numberIn(*item);
     const auto xId = static_cast<unsigned int>(column - 1);
     const auto yId = static_cast<unsigned int>(row - 1);
     // Row 0 comes first: the corner counts as the X label before the first, 4,294,967,295.
@@ -160,7 +168,7 @@ void MapTuning::stepValues(unsigned int step)
         for (int column = cells.left(); column <= cells.right(); ++column) {
             QTableWidgetItem* item = ui->mapValues->item(row, column);
             bool isNumber = false;
-            const int value = item ? item->text().toInt(&isNumber) : 0;
+            const int value = item ? numberIn(*item, &isNumber) : 0;
             if (isNumber) {
                 const auto sum = static_cast<int>(static_cast<unsigned int>(value) + step);
                 item->setText(QString::number(sum));

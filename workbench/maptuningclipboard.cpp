@@ -46,7 +46,7 @@ void MapTuning::mapValues_copy()
             const QString cell = item ? item->text() : QString();
             // A text always can be converted: this asks for the type, so that every cell is marked
             // as a number.
-            const bool isNumber = QVariant(cell).canConvert(QVariant::Double);
+            const bool isNumber = QVariant(cell).canConvert<double>();
             html += QLatin1String(isNumber ? "  <td x:num>" : "  <td>");
             html += cell + QLatin1String("</td>\n");
             text += cell + QLatin1Char('\t');

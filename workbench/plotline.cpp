@@ -15,7 +15,7 @@ constexpr double beyond = std::numeric_limits<double>::infinity();
 
 } // namespace
 
-PlotLine::PlotLine(QtCharts::QLineSeries& lineSeries, QtCharts::QValueAxis& horizontalAxis)
+PlotLine::PlotLine(QLineSeries& lineSeries, QValueAxis& horizontalAxis)
     : series(lineSeries)
     , axisX(horizontalAxis)
 {}
@@ -92,10 +92,10 @@ bool PlotLine::show(int index)
 // and the chart would draw the line in from the left.
 void PlotLine::fillSeries()
 {
-    QtCharts::QChart* chart = series.chart();
-    const QtCharts::QChart::AnimationOptions options = chart->animationOptions();
-    if (options != QtCharts::QChart::NoAnimation) {
-        chart->setAnimationOptions(QtCharts::QChart::NoAnimation);
+    QChart* chart = series.chart();
+    const QChart::AnimationOptions options = chart->animationOptions();
+    if (options != QChart::NoAnimation) {
+        chart->setAnimationOptions(QChart::NoAnimation);
         QTimer::singleShot(0, chart, [chart, options] { chart->setAnimationOptions(options); });
     }
     series.replace(shown);

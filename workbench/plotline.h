@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "workbench/charts.h"
+
 #include <QPointF>
 #include <QVector>
-#include <QtCharts/QChart>
-#include <QtCharts/QLineSeries>
-#include <QtCharts/QValueAxis>
 #include <vector>
 
 namespace workbench {
@@ -18,7 +17,7 @@ class PlotLine
 {
 public:
     // The series is empty, in the chart, and attached to the axis.
-    PlotLine(QtCharts::QLineSeries& series, QtCharts::QValueAxis& axisX);
+    PlotLine(QLineSeries& series, QValueAxis& axisX);
 
     // X need not ascend: a controller that restarts begins its time anew.
     void append(float x, int y);
@@ -39,8 +38,8 @@ private:
     bool show(int index);
     void fillSeries();
 
-    QtCharts::QLineSeries& series;
-    QtCharts::QValueAxis& axisX;
+    QLineSeries& series;
+    QValueAxis& axisX;
     std::vector<Point> history;
     QVector<QPointF> shown; // what the series holds of a long line
     // The columns of pixels that shown was made for, and the one that the newest point is in:

@@ -28,9 +28,9 @@ float recordTime(unsigned int sampleNumber, unsigned int timestamp)
 PlotViewer::PlotViewer(QWidget* parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::PlotViewer>())
-    , chart(new QtCharts::QChart)
-    , axisX(new QtCharts::QValueAxis)
-    , axisY(new QtCharts::QValueAxis)
+    , chart(new QChart)
+    , axisX(new QValueAxis)
+    , axisY(new QValueAxis)
     , panelLayout(new QFormLayout)
     , panel(new QWidget)
 {
@@ -50,8 +50,8 @@ PlotViewer::PlotViewer(QWidget* parent)
             line->changeView();
         }
     };
-    connect(axisX, &QtCharts::QValueAxis::rangeChanged, this, changeView);
-    connect(chart, &QtCharts::QChart::plotAreaChanged, this, changeView);
+    connect(axisX, &QValueAxis::rangeChanged, this, changeView);
+    connect(chart, &QChart::plotAreaChanged, this, changeView);
     // These count from 0 and the rows that come with the data from 1, on purpose: "data 4" is
     // followed by "data 6".
     for (int row = 0; row < firstRows; ++row) {
@@ -108,7 +108,7 @@ void PlotViewer::mousePressEvent(QMouseEvent* event)
 
 void PlotViewer::addLine(int channel)
 {
-    auto* line = new QtCharts::QLineSeries;
+    auto* line = new QLineSeries;
     line->setName(QStringLiteral("data %1").arg(channel)); // whatever its row is called
     chart->addSeries(line);
     series[channel] = line;
@@ -119,7 +119,7 @@ void PlotViewer::addLine(int channel)
 
 void PlotViewer::removeLine(int channel)
 {
-    QtCharts::QLineSeries* line = series.take(channel);
+    QLineSeries* line = series.take(channel);
     lines.remove(channel);
     chart->removeSeries(line);
     delete line;

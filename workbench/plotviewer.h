@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "workbench/charts.h"
 #include "workbench/idatapresenter.h"
 
 #include <QMap>
 #include <QWidget>
-#include <QtCharts/QChart>
-#include <QtCharts/QLineSeries>
-#include <QtCharts/QValueAxis>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,10 +48,10 @@ private:
     void removeLine(int channel);
 
     std::unique_ptr<Ui::PlotViewer> ui;
-    QMap<int, QtCharts::QLineSeries*> series; // by channel; in the chart, which owns them
-    QtCharts::QChart* chart;
-    QtCharts::QValueAxis* axisX; // s
-    QtCharts::QValueAxis* axisY; // raw value
+    QMap<int, QLineSeries*> series; // by channel; in the chart, which owns them
+    QChart* chart;
+    QValueAxis* axisX; // s
+    QValueAxis* axisY; // raw value
     std::vector<QLabel*> channelLabels;
     std::vector<QCheckBox*> channelChecks;
     QFormLayout* panelLayout;

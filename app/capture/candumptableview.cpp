@@ -25,7 +25,9 @@ public:
         }
         const int frame = option.widget->style()->pixelMetric(
             QStyle::PM_FocusFrameHMargin, &option, option.widget);
-        const QRect place = option.rect.adjusted(frame + 1, 0, -frame - 1, 0);
+        // Half a pixel in the middle of a row is up to the version of Qt: the odd one goes below.
+        const int odd = (option.rect.height() - option.fontMetrics.height()) & 1;
+        const QRect place = option.rect.adjusted(frame + 1, 0, -frame - 1, -odd);
         if (option.fontMetrics.horizontalAdvance(text) > place.width()) {
             QStyledItemDelegate::paint(painter, option, index); // knows how to wrap and to cut
             return;

@@ -73,7 +73,7 @@ QVariant CandumpViewModel::headerData(int section, Qt::Orientation orientation, 
         return columnHeaders[section];
     }
     const int canId = framesById[static_cast<std::size_t>(section)].canId;
-    return QStringLiteral("0x%1").arg(canId, 3, 16, QLatin1Char('0'));
+    return QStringLiteral("0x%1").arg(static_cast<quint64>(canId), 3, 16, QLatin1Char('0'));
 }
 
 Qt::ItemFlags CandumpViewModel::flags(const QModelIndex&) const

@@ -411,7 +411,13 @@ bool LiveChart::holdsMove(const QMouseEvent& move)
     if (isMoving || move.buttons() == Qt::NoButton) {
         return false;
     }
-    lastMove = std::make_unique<QMouseEvent>(move);
+    struct Copy : QMouseEvent // which may copy events in Qt 6, too
+    {
+        explicit Copy(const QMouseEvent& event)
+            : QMouseEvent(event)
+        {}
+    };
+    lastMove = std::make_unique<Copy>(move);
     moves.request();
     return true;
 }

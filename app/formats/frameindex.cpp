@@ -14,7 +14,8 @@ QStringList FrameIndex::identifierTexts() const
 {
     QStringList texts;
     for (auto entry = positionsOf.keyBegin(); entry != positionsOf.keyEnd(); ++entry) {
-        texts.append(QStringLiteral("0x%1").arg(*entry, 3, 16, QLatin1Char('0')));
+        texts.append(
+            QStringLiteral("0x%1").arg(static_cast<quint64>(*entry), 3, 16, QLatin1Char('0')));
     }
     return texts;
 }

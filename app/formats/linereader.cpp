@@ -3,8 +3,6 @@
 
 #include "formats/textfield.h"
 
-#include <QTextCodec>
-
 namespace formats {
 
 namespace {
@@ -24,7 +22,9 @@ LineReader::LineReader(QIODevice& source, Content content, char lineSeparator)
     const QByteArray head = device.peek(4);
     if (head.startsWith("\xef\xbb\xbf")) {
         device.skip(3);
-    } else if (QTextCodec::codecForUtfText(head, nullptr) != nullptr) {
+    } else if (
+        head.startsWith("\xff\xfe") || head.startsWith("\xfe\xff") || // UTF-32LE is among them
+        head == QByteArray("\0\0\xfe\xff", 4)) {
         decoder = std::make_unique<QTextStream>(&device);
     }
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/signalcells.h"
 
+#include "formats/textfield.h"
+
 namespace formats {
 
 namespace {
@@ -34,7 +36,7 @@ template <typename Value>
 CellEdit storeInteger(Value& stored, const QString& text, int base)
 {
     bool isNumber = false;
-    const Value typed = text.toInt(&isNumber, base);
+    const Value typed = wholeNumber(text, base, &isNumber);
     return store(stored, typed, isNumber);
 }
 
@@ -56,7 +58,7 @@ QString loadedSignalCellText(const CanSignalData& signal, int column)
 {
     switch (column) {
     case FrameIdColumn:
-        return QStringLiteral("0x%1").arg(signal.frameId, 0, 16);
+        return QLatin1String("0x") + QString::number(static_cast<quint64>(signal.frameId), 16);
     case MultiplierColumn:
         return realText(signal.multiplier);
     case AddendColumn:

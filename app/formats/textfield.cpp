@@ -75,6 +75,12 @@ QString textOf(std::string_view bytes)
     return marked ? QChar(QChar::ByteOrderMark) + text : text;
 }
 
+int wholeNumber(QString text, int base, bool* isNumber)
+{
+    text.replace(QChar(0x2212), QLatin1Char('-')).replace(QChar(QChar::Null), QLatin1Char('?'));
+    return text.trimmed().toInt(isNumber, base);
+}
+
 std::string_view trimmed(std::string_view text, QByteArray& scratch)
 {
     text = withoutAsciiSpace(text);
@@ -95,13 +101,13 @@ std::string_view replaced(std::string_view text, char from, char to, std::string
 int decimalInt(std::string_view text)
 {
     const auto value = plainNumber<int>(text, 10);
-    return value ? *value : textOf(text).toInt();
+    return value ? *value : wholeNumber(textOf(text));
 }
 
 int hexInt(std::string_view text)
 {
     const auto value = plainNumber<int>(text, 16);
-    return value ? *value : textOf(text).toInt(nullptr, 16);
+    return value ? *value : wholeNumber(textOf(text), 16);
 }
 
 double realNumber(std::string_view text)

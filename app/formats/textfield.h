@@ -17,6 +17,10 @@ namespace formats {
 // The text of some bytes. Unlike QString::fromUtf8 a byte order mark is a character.
 QString textOf(std::string_view bytes);
 
+// QString::toInt with what Qt 5 accepts and Qt 6 does not: white space of Unicode at either end and
+// the minus sign U+2212. A zero character is an error in both, and not the end of the number.
+int wholeNumber(QString text, int base = 10, bool* isNumber = nullptr);
+
 // Without white space at either end, Unicode's included. `scratch` may hold the result.
 std::string_view trimmed(std::string_view text, QByteArray& scratch);
 

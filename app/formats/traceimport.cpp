@@ -30,9 +30,9 @@ TraceImport::~TraceImport()
 
 void TraceImport::reserveFor(QIODevice& trace)
 {
-    constexpr int shortestLine = 20; // bytes of a frame in any of the formats
+    constexpr qint64 shortestLine = 20; // bytes of a frame in any of the formats
     const QByteArray sample = trace.isOpen() ? trace.peek(BlockSize) : QByteArray();
-    const int lineCount = std::max(sample.count('\n'), sample.count('\r'));
+    const qint64 lineCount = std::max(sample.count('\n'), sample.count('\r'));
     if (lineCount == 0) {
         return;
     }

@@ -16,9 +16,10 @@ from bench import Bench, same, until
 
 # What Qt says on standard error in any run, and that a record came while no file was open.
 USUAL = re.compile(
-    "QStandardPaths:|QObject::connect: No such slot QAbstractTableModel|QMetaObject::connectSlotsBy"
+    r"(qt\.core\.[.\w]+: )?" # of Qt 6
+    "(QStandardPaths:|QObject::connect: No such slot QAbstractTableModel|QMetaObject::connectSlotsBy"
     "|This plugin|QString::arg: Argument missing|QIODevice::write .QFile|QFile::setFileName"
-    r"|drive:|[\w:]+\.\w+: ")
+    r"|drive:|[\w:]+\.\w+: )")
 FOLDER = "Corvane Motion Systems/XCU0001/extLoggerLogs"
 
 

@@ -28,7 +28,7 @@ QString describe(const CanFrames& frame)
     return QString("%1 can%2 %3 [%4] %5")
         .arg(frame.frameTime, 0, 'g', 12)
         .arg(frame.busNumber)
-        .arg(frame.frameId, 0, 16)
+        .arg(quint64(frame.frameId), 0, 16)
         .arg(frame.length)
         .arg(QString(payload.toHex()));
 }
@@ -239,9 +239,10 @@ private slots:
     // Whatever is not plain goes through Qt; this finds out whether what is plain is so for Qt.
     void numbers()
     {
+        QCOMPARE(decimalInt({"1\0", 2}), 0); // for Qt 6 the number would end there
         std::mt19937 random(1);
         const QString alphabet =
-            QStringLiteral("0123456789012345678901234567899aFxX..-+eE \t,inN\u00a0");
+            QStringLiteral("0123456789012345678901234567899aFxX..-+eE \t,inN\u00a0\u2212");
         const QStringList spellings = {"inf",    "-inf",  "infinity", "nan",
                                        "nan(1)", "1e400", "1e-400"};
         for (int i = 0; i < 40000; ++i) {
@@ -253,8 +254,11 @@ private slots:
                 text = spellings[i];
             }
             const std::string bytes = text.toStdString();
-            QCOMPARE(decimalInt(bytes), text.toInt());
-            QCOMPARE(hexInt(bytes), text.toInt(nullptr, 16));
+            // Qt 6 does not take these in whole numbers.
+            const QString plain =
+                QString(text).replace(QChar(0xa0), ' ').replace(QChar(0x2212), '-');
+            QCOMPARE(decimalInt(bytes), plain.toInt());
+            QCOMPARE(hexInt(bytes), plain.toInt(nullptr, 16));
             QCOMPARE(
                 QString::number(realNumber(bytes), 'g', 17),
                 QString::number(text.toDouble(), 'g', 17));

@@ -116,6 +116,8 @@ void TestMapEditor::edits_data()
     row("value", value, {"=2147483647", "=2147483647"}, "v1,0=2147483647"); // once
     row("no number is sent as 0", value, {"=abc", "=abc", "=2147483648"}, "v1,0=0 v1,0=0");
     row("corner is label -1", {{0, 0}}, {"=9"}, "X4294967295=9");
+    row("minus sign and space of a spreadsheet", value, {QStringLiteral("v\u22125\u00a0")},
+        "v1,0=-5");
     row("step labels, skip the corner", {{0, 0}, {1, 2}}, {"p"}, "X0=11 Y0=8 v0,0=1 Y1=9 v0,1=4");
     row("step no text", block, {"=x", "p"}, "v1,0=0 v0,0=1 v0,1=4 v1,1=5");
     row("step down wraps", {{3, 1}, {3, 2}}, {"l"}, "v2,0=2147483647 v2,1=4");

@@ -10,12 +10,10 @@
 #include <QScopeGuard>
 #include <QSettings>
 #include <QTest>
-#include <QtCharts/QChart>
 #include <cmath>
 
 namespace {
 
-using namespace QtCharts;
 using Points = QVector<QPointF>;
 using Lines = QMap<QString, Points>;
 
@@ -71,12 +69,12 @@ struct Plot
     {
         Lines lines;
         for (int index = 0; index < chart->series().size(); ++index) {
-            lines[series(index)->name()] = series(index)->pointsVector();
+            lines[series(index)->name()] = series(index)->points().toVector();
         }
         return lines;
     }
 
-    Points held() { return series(0)->pointsVector(); }
+    Points held() { return series(0)->points().toVector(); }
     QMap<int, QPair<double, double>> extremes(const Points& points) const;
 
     QRectF range() const // of both axes
@@ -274,7 +272,9 @@ void TestViewers::mouseOnTheChart()
     };
     const QRect band = plot.chart->plotArea().toRect().adjusted(9, 9, -9, -9);
     QTest::mousePress(viewport, Qt::LeftButton, {}, band.topLeft());
-    QMouseEvent drag(QEvent::MouseMove, band.center(), Qt::NoButton, Qt::LeftButton, {});
+    QMouseEvent drag(
+        QEvent::MouseMove, band.center(), viewport->mapToGlobal(band.center()), Qt::NoButton,
+        Qt::LeftButton, {});
     QCoreApplication::sendEvent(viewport, &drag);
     QTest::mouseRelease(viewport, Qt::LeftButton, {}, band.bottomRight());
     QVERIFY(plot.range().left() > 0 && plot.range().bottom() < 1024); // zoomed into the rectangle

@@ -82,10 +82,7 @@ DriveResult key(const Words& words)
         return {true, QStringLiteral("no such key"), 0};
     }
     activate(widget); // a menu that was entered leaves no window active
-    const int combined = sequence[0];
-    QTest::keyClick(
-        widget, Qt::Key(combined & ~Qt::KeyboardModifierMask),
-        Qt::KeyboardModifiers(combined & int(Qt::KeyboardModifierMask)));
+    QTest::keySequence(widget, sequence);
     return {};
 }
 
