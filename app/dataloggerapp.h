@@ -11,7 +11,7 @@
 #include "comm/responseinterfaces.h"
 #include "formats/canframes.h"
 #include "formats/cansignaldata.h"
-#include "formats/channelcount.h"
+#include "formats/channels.h"
 #include "formats/frameindex.h"
 
 #include <QDir>

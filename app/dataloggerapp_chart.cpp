@@ -2,7 +2,7 @@
 #include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
-#include "formats/channelcolour.h"
+#include "formats/channels.h"
 #include "ui_dataloggerapp.h"
 
 #include <qcustomplot.h>

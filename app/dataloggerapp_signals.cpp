@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
-#include "formats/channelcolour.h"
-#include "formats/signalcells.h"
+#include "formats/channels.h"
 #include "formats/signaldecoder.h"
 #include "formats/signalset.h"
 #include "ui_dataloggerapp.h"
@@ -56,14 +55,15 @@ void DataLoggerApp::on_canTraceFrames_itemChanged(QTableWidgetItem* item)
 
 void DataLoggerApp::rebuildSignalGraph(int row)
 {
-    const auto curve = formats::signalCurve(canSignals[row], canTraceFrameList, frameIndex);
-    if (!curve) {
+    const CanSignalData& signal = canSignals[row];
+    if (!formats::isDrawable(signal)) {
         return; // no place for such a signal in a frame: the old curve stays, without a word
     }
-    canSignalGraphs[row]->clearPoints();
-    for (std::size_t i = 0; i < curve->size(); ++i) {
-        canSignalGraphs[row]->addPoint((*curve)[i].key, (*curve)[i].value);
-    }
+    chart::Graph* graph = canSignalGraphs[row];
+    graph->clearPoints();
+    formats::drawSignal(signal, canTraceFrameList, frameIndex, [graph](double time, double value) {
+        graph->addPoint(time, value);
+    });
     requestReplot();
 }
 

@@ -4,7 +4,7 @@
 // is processor time, what is waited for is real time.
 #include "bench/benchmark.h"
 #include "chart/livechart.h"
-#include "formats/channelcolour.h"
+#include "formats/channels.h"
 
 #include <QApplication>
 #include <cmath>

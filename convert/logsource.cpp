@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/logsource.h"
 
-#include "formats/channelcount.h"
+#include "formats/channels.h"
 #include "formats/linereader.h"
 #include "formats/logline.h"
 #include "formats/numbertext.h"

@@ -22,8 +22,7 @@ class SignalTarget : public FrameTarget
 public:
     explicit SignalTarget(const SignalSet& signalSet)
         : set(signalSet)
-        , decoders(signalSet.signalList.begin(), signalSet.signalList.end())
-        , values(decoders.size())
+        , values(static_cast<std::size_t>(signalSet.signalList.size()))
     {}
 
     void addFrame(const formats::TraceFrame& frame) override
@@ -35,7 +34,7 @@ public:
         const CanFrames drawn = formats::chartFrame(frame);
         bool carriesOne = false;
         for (const std::size_t i : carried->second) {
-            values[i] = decoders[i].valueIn(drawn);
+            values[i] = formats::signalValue(set.signalList[static_cast<int>(i)], drawn);
             carriesOne = carriesOne || values[i];
         }
         if (carriesOne) {
@@ -51,7 +50,6 @@ protected:
     virtual void addValues(double time, const std::vector<std::size_t>& places) = 0;
 
     const SignalSet& set;
-    std::vector<formats::SignalDecoder> decoders;
     std::vector<std::optional<double>> values;
 };
 

@@ -2,7 +2,7 @@
 
 // A black-box record: every value is one of a channel that the record names.
 #include "formats/blackboxreader.h"
-#include "formats/channelcount.h"
+#include "formats/channels.h"
 #include "formats/traceimport.h"
 
 #include <QBuffer>

@@ -2,7 +2,7 @@
 
 // One configuration block: only channels of the logger are named.
 #include "formats/configurationblock.h"
-#include "formats/channelcount.h"
+#include "formats/channels.h"
 
 #include <cstdlib>
 #include <google/protobuf/stubs/logging.h>

@@ -28,7 +28,9 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         frame.length = signal.requiredLength == -1 ? 64 : signal.requiredLength;
         std::memcpy(frame.payload, data, qMin(size, sizeof frame.payload));
         formats::FrameIndex index;
-        formats::signalCurve(signal, {frame, frame}, index);
+        if (formats::isDrawable(signal)) {
+            formats::drawSignal(signal, {frame, frame}, index, [](double, double) {});
+        }
     }
     return 0;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/blackboxreader.h"
 
-#include "formats/channelcount.h"
+#include "formats/channels.h"
 #include "formats/tracereaders.h"
 #include "schema/blackbox.pb.h"
 

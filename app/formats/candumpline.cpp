@@ -8,7 +8,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 
 namespace formats {
 
@@ -25,20 +24,6 @@ char* putId(char* out, int canId, int width, char fill)
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr;
     out = std::fill_n(out, std::max<std::ptrdiff_t>(0, width - (end - digits.data())), fill);
     return std::copy(digits.data(), end, out);
-}
-
-// With 6 decimals, of which milliseconds fill three.
-char* putSeconds(char* out, int milliseconds)
-{
-    const std::int64_t magnitude = std::abs(std::int64_t{milliseconds});
-    if (milliseconds < 0) {
-        *out++ = '-';
-    }
-    out = putDecimal(out, static_cast<int>(magnitude / 1000));
-    char* const point = out;
-    out = putDecimal(out, static_cast<int>(1000 + magnitude % 1000)); // the 1 keeps zeros behind it
-    *point = '.';
-    return putText(out, "000");
 }
 
 // Everything behind the time.
@@ -69,7 +54,7 @@ void composeCandumpLine(
 {
     line.resize(MaxFixedLength + MaxSecondsLength + 2 * payload.size());
     const std::string_view fdMarker = !isFd ? "" : isBitrateSwitch ? "#1" : "#0";
-    char* out = putSeconds(putText(line.data(), "("), timestampMs);
+    char* out = putMicroseconds(putText(line.data(), "("), timestampMs / 1000.0);
     out = putFrame(out, busNumber, canId, isExtended ? 8 : 3, '0', fdMarker, payload);
     line.resize(static_cast<std::size_t>(out - line.data()));
 }
@@ -105,7 +90,8 @@ char* putMicroseconds(char* out, double seconds)
     }
     out = std::to_chars(out, out + MaxSecondsLength, rest / million).ptr;
     char* const point = out;
-    out = putDecimal(out, static_cast<int>(million + rest % million)); // as in putSeconds()
+    out =
+        putDecimal(out, static_cast<int>(million + rest % million)); // the 1 keeps zeros behind it
     *point = '.';
     return out;
 }
@@ -122,12 +108,9 @@ void composeImportedFrameLine(
 
 QString candumpStatusText(int canId, int busNumber)
 {
-    std::array<char, MaxFixedLength> text;
-    char* out = putText(text.data(), "Received can");
-    out = putDecimal(out, busNumber);
-    out = putText(out, " frame #");
-    out = putId(out, canId, 3, ' ');
-    return QString::fromLatin1(text.data(), static_cast<int>(out - text.data()));
+    return QStringLiteral("Received can%2 frame #%1")
+        .arg(static_cast<quint64>(canId), 3, 16)
+        .arg(busNumber);
 }
 
 } // namespace formats

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/configurationblock.h"
 
-#include "formats/channelcount.h"
+#include "formats/channels.h"
 #include "schema/configuration.pb.h"
 
 #include <QtEndian>

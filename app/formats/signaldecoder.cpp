@@ -1,88 +1,129 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/signaldecoder.h"
 
-#include "formats/fieldreader.h"
+#include <cstring>
 
 namespace formats {
 
-SignalDecoder::SignalDecoder(const CanSignalData& definition)
-    : signal(definition)
-    , isSigned(definition.showMode == SignedLeastFirst || definition.showMode == SignedMostFirst)
-    , isSingle(
-          (definition.showMode == SinglePrecision || definition.showMode == SinglePrecisionToo) &&
-          definition.bitLength == 32)
+namespace {
+
+constexpr int WordBits = 32;
+constexpr int BitCount = 8 * sizeof CanFrames::payload;
+
+// The bits of one frame; behind the frame's end they read as 0.
+//
+// Two bit orders. Least significant first: position p is bit p % 8 of byte p / 8, and a field
+// begins with its lowest bit. Most significant first: position p is bit 7 - p % 8 of byte p / 8,
+// and a field begins with its highest bit. With the bytes 0x12, 0x34, offset 4 and length 8 the
+// first order gives 0x41, the second 0x23.
+class FieldReader
 {
+public:
+    FieldReader(const CanFrames& source, int showMode)
+        : frame(source)
+        , size(payloadSize(source))
+        , isLeastFirst(showMode == UnsignedLeastFirst || showMode == SignedLeastFirst)
+        , isMostFirst(showMode == UnsignedMostFirst || showMode == SignedMostFirst)
+    {}
+
+    // A field of `length` bits from position `offset`; bits outside the frame read as 0, and so
+    // does a field of no or negative length. The result has 32 bits, sign-extended to 64: bits 32
+    // apart are ORed, so an unsigned 32-bit field with its top bit set comes out near 2^64. Curves
+    // and signal sets in use depend on that.
+    quint64 field(int offset, int length) const
+    {
+        if (!isLeastFirst && !isMostFirst) {
+            return 0;
+        }
+        quint32 word = 0;
+        const qint64 end = qint64{offset} + length;
+        for (qint64 p = qMax(offset, 0); p < qMin<qint64>(end, BitCount); ++p) {
+            const quint32 bit = byteAt(p) >> (isLeastFirst ? p % 8 : 7 - p % 8) & 1U;
+            word |= bit << (isLeastFirst ? p - offset : end - 1 - p) % WordBits;
+        }
+        return static_cast<quint64>(static_cast<qint64>(static_cast<qint32>(word)));
+    }
+
+    // The bits of the field keep their place within their byte, so the four bytes lie on top of one
+    // another and only denormals up to 255 * 2^-149 come out. That is on purpose: it is what these
+    // modes have always shown.
+    double singlePrecision(int offset) const
+    {
+        quint32 word = 0;
+        for (int p = offset; p < offset + WordBits; ++p) {
+            word |= byteAt(p) & 1U << p % 8;
+        }
+        float value = 0.0F;
+        std::memcpy(&value, &word, sizeof value);
+        return value;
+    }
+
+private:
+    quint32 byteAt(qint64 position) const // 0 to BitCount - 1
+    {
+        return position < 8 * size ? frame.payload[position / 8] : 0;
+    }
+
+    const CanFrames& frame;
+    const int size; // bytes of the payload that count
+    const bool isLeastFirst;
+    const bool isMostFirst;
+};
+
+double rawValue(const CanSignalData& signal, const FieldReader& reader)
+{
+    const int mode = signal.showMode;
+    if ((mode == SinglePrecision || mode == SinglePrecisionToo) && signal.bitLength == WordBits) {
+        return reader.singlePrecision(signal.bitOffset);
+    }
     // A length of 64 wraps to a bound of 1 and thus to no sign bit: such a signal is never
     // negative, on purpose.
     const quint64 bound = quint64{1} << (signal.bitLength % 64);
-    signBit = bound >> 1;
-    upperMask = ~(bound - 1);
-}
-
-quint64 SignalDecoder::field(const FieldReader& reader, int offset, int length) const
-{
-    switch (signal.showMode) {
-    case UnsignedLeastFirst:
-    case SignedLeastFirst:
-        return reader.leastSignificantFirst(offset, length);
-    case UnsignedMostFirst:
-    case SignedMostFirst:
-        return reader.mostSignificantFirst(offset, length);
-    default:
-        return 0;
-    }
-}
-
-double SignalDecoder::rawValue(const FieldReader& reader) const
-{
-    if (isSingle) {
-        return reader.singlePrecision(signal.bitOffset);
-    }
-    const quint64 bits = field(reader, signal.bitOffset, signal.bitLength);
-    if (isSigned && (bits & signBit) != 0) {
-        return static_cast<double>(static_cast<qint64>(bits | upperMask));
+    const quint64 bits = reader.field(signal.bitOffset, signal.bitLength);
+    if ((mode == SignedLeastFirst || mode == SignedMostFirst) && (bits & bound >> 1) != 0) {
+        return static_cast<double>(static_cast<qint64>(bits | ~(bound - 1)));
     }
     return static_cast<double>(bits);
 }
 
-std::optional<double> SignalDecoder::valueIn(const CanFrames& frame) const
-{
-    const FieldReader reader(frame);
-    const bool hasLength = signal.requiredLength == -1 || frame.length == signal.requiredLength;
-    if (!hasLength || (signal.muxLength != 0 && field(reader, signal.muxOffset, signal.muxLength) !=
-                                                    static_cast<quint64>(signal.muxValue))) {
-        return std::nullopt;
-    }
-    return rawValue(reader) * signal.multiplier + signal.addend;
-}
+} // namespace
 
 bool isDrawable(const CanSignalData& signal)
 {
     return signal.bitLength >= 1 && signal.bitOffset >= 0 &&
-           qint64{signal.bitOffset} + signal.bitLength <= FieldReader::BitCount;
+           qint64{signal.bitOffset} + signal.bitLength <= BitCount;
 }
 
-std::optional<Staircase> signalCurve(
-    const CanSignalData& signal, const QVector<CanFrames>& frames, FrameIndex& index)
+std::optional<double> signalValue(const CanSignalData& signal, const CanFrames& frame)
 {
-    if (!isDrawable(signal)) {
+    const FieldReader reader(frame, signal.showMode);
+    const bool hasLength = signal.requiredLength == -1 || frame.length == signal.requiredLength;
+    if (!hasLength || (signal.muxLength != 0 && reader.field(signal.muxOffset, signal.muxLength) !=
+                                                    static_cast<quint64>(signal.muxValue))) {
         return std::nullopt;
     }
-    Staircase curve;
+    return rawValue(signal, reader) * signal.multiplier + signal.addend;
+}
+
+void drawSignal(
+    const CanSignalData& signal, const QVector<CanFrames>& frames, FrameIndex& index,
+    const std::function<void(double time, double value)>& addPoint)
+{
     if (!signal.plotted) {
-        return curve;
+        return;
     }
     index.extend(frames);
-    const SignalDecoder decoder(signal);
-    const QVector<int> positions = index.positions(signal.frameId);
-    curve.reserve(static_cast<std::size_t>(positions.size()));
-    for (const int position : positions) {
+    std::optional<double> held;
+    for (const int position : index.positions(signal.frameId)) {
         const CanFrames& frame = frames.at(position);
-        if (const auto value = decoder.valueIn(frame)) {
-            curve.append({frame.frameTime, *value});
+        if (const auto value = signalValue(signal, frame)) {
+            if (held) {
+                addPoint(frame.frameTime, *held);
+            }
+            addPoint(frame.frameTime, *value);
+            held = value;
         }
     }
-    return curve;
 }
 
 } // namespace formats

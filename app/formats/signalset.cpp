@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/signalset.h"
 
-#include "formats/signalcells.h"
+#include "formats/textfield.h"
 
 #include <QIODevice>
 #include <QStringList>
@@ -9,6 +9,43 @@
 namespace formats {
 
 namespace {
+
+// What the columns of plain integers show; null for the others.
+constexpr int CanSignalData::*Integers[SignalColumnCount] = {
+    nullptr,
+    &CanSignalData::bitOffset,
+    &CanSignalData::bitLength,
+    nullptr,
+    nullptr,
+    &CanSignalData::showMode,
+    &CanSignalData::muxOffset,
+    &CanSignalData::muxLength,
+    nullptr,
+    &CanSignalData::requiredLength,
+    nullptr,
+};
+
+template <typename Value>
+CellEdit store(Value& stored, const QString& text, int base = 10)
+{
+    bool isNumber = false;
+    Value typed = 0;
+    if constexpr (std::is_integral_v<Value>) {
+        typed = wholeNumber(text, base, &isNumber);
+    } else {
+        typed = text.toDouble(&isNumber);
+    }
+    if (!isNumber || typed == stored) {
+        return CellEdit::Unchanged;
+    }
+    stored = typed;
+    return CellEdit::Changed;
+}
+
+QString realText(double value)
+{
+    return QStringLiteral("%1").arg(value, 0, 'g', -1);
+}
 
 CanSignalData parseSignal(const QString& line)
 {
@@ -30,6 +67,54 @@ QString nextLine(QIODevice& device)
 }
 
 } // namespace
+
+QString loadedSignalCellText(const CanSignalData& signal, int column)
+{
+    switch (column) {
+    case FrameIdColumn:
+        return QLatin1String("0x") + QString::number(static_cast<quint64>(signal.frameId), 16);
+    case MultiplierColumn:
+        return realText(signal.multiplier);
+    case AddendColumn:
+        return realText(signal.addend);
+    case MuxValueColumn:
+        return QString::number(static_cast<quint64>(signal.muxValue), 16);
+    case NameColumn:
+        return signal.signalName;
+    default:
+        return QString::number(signal.*Integers[column]);
+    }
+}
+
+QString signalCellText(const CanSignalData& signal, int column)
+{
+    const QString text = loadedSignalCellText(signal, column);
+    return column == MuxValueColumn ? QLatin1String("0x") + text : text;
+}
+
+CellEdit applySignalCell(CanSignalData& signal, int column, const QString& text)
+{
+    switch (column) {
+    case FrameIdColumn:
+        return store(signal.frameId, text, 16);
+    case MultiplierColumn:
+        return store(signal.multiplier, text);
+    case AddendColumn:
+        return store(signal.addend, text);
+    case MuxValueColumn:
+        return store(signal.muxValue, text, 16);
+    case NameColumn:
+        signal.signalName = text;
+        return CellEdit::Renamed;
+    default:
+        break;
+    }
+    const CellEdit edit = store(signal.*Integers[column], text);
+    if (column == ShowModeColumn && edit == CellEdit::Changed) {
+        signal.plotted = signal.showMode != 0;
+    }
+    return edit;
+}
 
 QByteArray signalSet(const QVector<CanSignalData>& signalList)
 {

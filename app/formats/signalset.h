@@ -9,11 +9,47 @@ class QIODevice;
 
 namespace formats {
 
-// Signal set files: UTF-8, one signal a line, the fields of CanSignalData in the order of the
+// The texts of signals, in the cells of the signal table and in signal set files. A column is one
+// of the table, 0 to SignalColumnCount - 1.
+
+enum SignalColumn {
+    FrameIdColumn,
+    BitOffsetColumn,
+    BitLengthColumn,
+    MultiplierColumn,
+    AddendColumn,
+    ShowModeColumn,
+    MuxOffsetColumn,
+    MuxLengthColumn,
+    MuxValueColumn,
+    RequiredLengthColumn,
+    NameColumn,
+    SignalColumnCount,
+};
+
+// The text that the table puts back into a cell. Identifier and multiplexer value in base 16 behind
+// "0x", without padding; multiplier and addend with six significant digits, so that the text may
+// say less than the value.
+QString signalCellText(const CanSignalData& signal, int column);
+
+// The text of a cell of a row that was loaded from a file. Unlike signalCellText the multiplexer
+// value has no "0x".
+QString loadedSignalCellText(const CanSignalData& signal, int column);
+
+enum class CellEdit {
+    Changed,   // the signal took the value; the cell keeps the text as typed
+    Unchanged, // no number, or the value that the signal has: signalCellText goes into the cell
+    Renamed,   // the signal took the name, which has no effect on its curve
+};
+
+// Gives the text that the user typed to the signal.
+CellEdit applySignalCell(CanSignalData& signal, int column, const QString& text);
+
+// A signal set file: UTF-8, one signal a line, the fields of CanSignalData in the order of the
 // signal table, separated by ";", lines ended by carriage return and line feed. There are no quotes
 // and no escapes: a name that holds ";" or a line break spoils its line. Whether a signal is
 // plotted is not kept.
-
+//
 // Each line ends in a twelfth field, the characters "%12", as all files in use have it.
 QByteArray signalSet(const QVector<CanSignalData>& signalList);
 

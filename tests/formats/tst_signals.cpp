@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/signalcells.h"
 #include "formats/signaldecoder.h"
 #include "formats/signalset.h"
 
@@ -40,10 +39,11 @@ CanSignalData signalOf(int offset, int length, int mode)
 QString curveOf(const CanSignalData& signal, const QVector<CanFrames>& frames)
 {
     FrameIndex index;
-    const auto curve = signalCurve(signal, frames, index);
-    QString points = curve ? "" : "stays";
-    for (std::size_t i = 0; curve && i < curve->size(); ++i) {
-        points += QString("(%1,%2)").arg((*curve)[i].key).arg((*curve)[i].value, 0, 'g', 17);
+    QString points = isDrawable(signal) ? "" : "stays";
+    if (isDrawable(signal)) {
+        drawSignal(signal, frames, index, [&points](double time, double value) {
+            points += QString("(%1,%2)").arg(time).arg(value, 0, 'g', 17);
+        });
     }
     return points;
 }

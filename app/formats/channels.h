@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QColor>
+
 namespace formats {
 
 // Channels that the controller's logger has, numbered from 0.
@@ -12,5 +14,9 @@ constexpr int channelCountOfChoice(int index)
 {
     return index >= 0 && index <= 3 ? 32 * (index + 1) : 64;
 }
+
+// Colour of a channel, and of the CAN signal of the same index: three sines of different pace, so
+// that neighbours differ. Each component lies between 0 and 200.
+QColor channelColour(int index);
 
 } // namespace formats
