@@ -7,6 +7,7 @@
 #include "formats/filestamp.h"
 #include "formats/logreader.h"
 #include "formats/traceimport.h"
+#include "formats/tracereaders.h"
 #include "ui_dataloggerapp.h"
 
 #include <QFileDialog>

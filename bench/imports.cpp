@@ -11,6 +11,7 @@
 #include "formats/linereader.h"
 #include "formats/logreader.h"
 #include "formats/traceimport.h"
+#include "formats/tracereaders.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

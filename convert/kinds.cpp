@@ -98,7 +98,7 @@ std::optional<formats::TraceKind> traceKind(Kind kind)
     case Kind::Asc:
         return formats::TraceKind::Asc;
     case Kind::Trace:
-        return formats::TraceKind::Trace;
+        return formats::TraceKind::DotTrace;
     default:
         return std::nullopt;
     }

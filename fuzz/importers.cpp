@@ -5,6 +5,7 @@
 #include "formats/logreader.h"
 #include "formats/traceframes.h"
 #include "formats/traceimport.h"
+#include "formats/tracereaders.h"
 
 #include <QBuffer>
 #include <cstdlib>
@@ -53,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     using formats::TraceKind;
     for (const TraceKind kind :
          {TraceKind::Txt, TraceKind::Candump, TraceKind::Trc, TraceKind::Csv, TraceKind::Asc,
-          TraceKind::Trace}) {
+          TraceKind::DotTrace}) {
         device.seek(0);
         FrameCount frames;
         formats::readFrames(device, kind, frames);

@@ -2,7 +2,7 @@
 #include "formats/blackboxreader.h"
 
 #include "formats/channels.h"
-#include "formats/tracereaders.h"
+#include "formats/traceimport.h"
 #include "schema/blackbox.pb.h"
 
 #include <QIODevice>
@@ -17,7 +17,6 @@ namespace formats {
 namespace {
 
 constexpr std::size_t ClassicSize = 8; // bytes that are kept of a frame
-constexpr int FramesBetweenPauses = 256;
 
 using Values = google::protobuf::RepeatedField<int>;
 
@@ -79,41 +78,27 @@ private:
 
 } // namespace
 
-struct BlackboxRecord::Content
-{
-    std::vector<std::string> logLines;
-    std::vector<std::string> candumpLines;
-};
-
 BlackboxRecord::BlackboxRecord(std::istream& stream, std::function<void()> pauseFunction)
-    : content(std::make_unique<Content>())
-    , pause(std::move(pauseFunction))
+    : pause(std::move(pauseFunction))
 {
     google::protobuf::io::IstreamInputStream input(&stream);
     readElements(input, [this](int field, const std::string& bytes) {
         const bool isLog = field == xcu::BlackboxFileL::kLogLinesFieldNumber;
-        (isLog ? content->logLines : content->candumpLines).push_back(bytes);
+        (isLog ? logLines : candumpLines).push_back(bytes);
     });
     xcu::BlackboxFileLine first;
     if (hasLog()) {
-        first.ParseFromString(content->logLines.front());
+        first.ParseFromString(logLines.front());
     }
     status = QStringLiteral("Read log file. %4 log points (%1 IN/%2 OUT), %3 canbus frames, %5")
                  .arg(first.inputs_size())
                  .arg(first.outputs_size())
-                 .arg(content->candumpLines.size())
-                 .arg(content->logLines.size())
+                 .arg(candumpLines.size())
+                 .arg(logLines.size())
                  .arg(stream.eof() ? 1 : 0);
     firstTime = first.timestamp();
     inputCount = std::min(first.inputs_size(), ChannelTotal);
     outputCount = std::min(first.outputs_size(), ChannelTotal - inputCount);
-}
-
-BlackboxRecord::~BlackboxRecord() = default;
-
-bool BlackboxRecord::hasLog() const
-{
-    return !content->logLines.empty();
 }
 
 QStringList BlackboxRecord::channelTexts() const
@@ -128,14 +113,11 @@ QStringList BlackboxRecord::channelTexts() const
     return texts;
 }
 
-void BlackboxRecord::readFrames(TraceSink& sink) const
+void BlackboxRecord::readFrames(TraceImport& import) const
 {
     xcu::BlackboxCandumpFileLine record;
-    int count = 0;
-    for (const std::string& bytes : content->candumpLines) {
-        if (++count % FramesBetweenPauses == 0) {
-            pause();
-        }
+    for (const std::string& bytes : candumpLines) {
+        pause();
         if (!record.ParseFromString(bytes)) {
             continue;
         }
@@ -146,8 +128,8 @@ void BlackboxRecord::readFrames(TraceSink& sink) const
         const std::size_t size = std::min(record.framedata().size(), ClassicSize);
         frame.length = static_cast<int>(size);
         std::memcpy(frame.payload, record.framedata().data(), size);
-        sink.addFrame(frame);
-        sink.convert(frame.frameTime / 1000.0, frame);
+        import.addFrame(frame);
+        import.convert(frame.frameTime / 1000.0, frame);
     }
 }
 
@@ -155,7 +137,7 @@ void BlackboxRecord::readRecords(const RecordFunction& take) const
 {
     xcu::BlackboxFileLine record;
     std::vector<int> values;
-    for (const std::string& bytes : content->logLines) {
+    for (const std::string& bytes : logLines) {
         pause();
         record.ParseFromString(bytes); // a damaged record keeps what came before the damage
         values.clear();

@@ -7,27 +7,24 @@
 #include <QStringList>
 #include <functional>
 #include <iosfwd>
-#include <memory>
+#include <string>
 #include <vector>
 
 class QIODevice;
 
 namespace formats {
 
-class TraceSink;
+class TraceImport;
 
 // The controller's black-box record. The numbers of inputs and outputs of the whole file are those
 // of its first log record. What cannot be parsed leaves what was read up to there.
 class BlackboxRecord
 {
 public:
-    // Reads the stream. The pause function is called every now and then while frames and records
-    // are given out.
+    // Reads the stream. The pause function is called ahead of each frame and record that is given
+    // out.
     explicit BlackboxRecord(
         std::istream& stream, std::function<void()> pauseFunction = [] {});
-    ~BlackboxRecord();
-    BlackboxRecord(const BlackboxRecord&) = delete;
-    BlackboxRecord& operator=(const BlackboxRecord&) = delete;
 
     // Counts, and whether the stream came to its end.
     const QString& statusText() const { return status; }
@@ -36,14 +33,14 @@ public:
     int firstTimestamp() const { return firstTime; }
 
     // Without log records there is nothing to draw.
-    bool hasLog() const;
+    bool hasLog() const { return !logLines.empty(); }
 
     // Inputs, behind them outputs, as far as the chart has channels.
     QStringList channelTexts() const;
 
     // Gives out the CAN frames, of each at most 8 bytes; frameTime is controller time in s. Each is
     // also converted, its time divided by 1000 once more, on purpose: that is how these files are.
-    void readFrames(TraceSink& sink) const;
+    void readFrames(TraceImport& import) const;
 
     // Gives out the log records: controller time in ms, and values from a channel on. A record that
     // lacks inputs comes in two parts.
@@ -52,9 +49,8 @@ public:
     void readRecords(const RecordFunction& take) const;
 
 private:
-    struct Content;
-
-    std::unique_ptr<Content> content;
+    std::vector<std::string> logLines; // serialized, as they stand in the file
+    std::vector<std::string> candumpLines;
     std::function<void()> pause;
     QString status;
     int firstTime = 0;

@@ -74,6 +74,9 @@ bool splitCandump(std::string_view line, TraceFields& fields)
 
 bool splitTrc(std::string_view line, TraceFields& fields)
 {
+    if (!line.empty() && line.back() == '\r') {
+        line.remove_suffix(1);
+    }
     fields.time = takeWord(line, '\t');
     if (takeWord(line, '\t').empty()) {
         return false;
@@ -98,8 +101,8 @@ bool splitCsv(std::string_view line, TraceFields& fields)
     return true;
 }
 
-// Comments stand behind ";".
-bool splitTrace(std::string_view line, TraceFields& fields)
+// A .trace file. Comments stand behind ";".
+bool splitDotTrace(std::string_view line, TraceFields& fields)
 {
     if (line.front() == ';') {
         return false;

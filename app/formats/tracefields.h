@@ -25,7 +25,7 @@ bool splitTxt(std::string_view line, TraceFields& fields);
 bool splitCandump(std::string_view line, TraceFields& fields);
 bool splitTrc(std::string_view line, TraceFields& fields);
 bool splitCsv(std::string_view line, TraceFields& fields);
-bool splitTrace(std::string_view line, TraceFields& fields);
+bool splitDotTrace(std::string_view line, TraceFields& fields);
 
 // `bus` is the word that tells the kind: a channel, "CANFD", or anything. `data` is what follows.
 bool splitAsc(std::string_view line, TraceFields& fields);

@@ -71,7 +71,7 @@ private:
     Outcome parseCsv(std::string_view line);
     Outcome parseAsc(std::string_view line);
     Outcome parseAscHeader(std::string_view line);
-    Outcome parseTrace(std::string_view line);
+    Outcome parseDotTrace(std::string_view line);
 
     bool setId(std::string_view text, int base, std::size_t standardDigits);
     bool setHex(std::string_view text);
@@ -276,10 +276,10 @@ FrameReader::Outcome FrameReader::parseAsc(std::string_view line)
     return setWords(fields.data, frame.isFd ? length : std::min(length, 8), ' ') ? Frame : Nonsense;
 }
 
-FrameReader::Outcome FrameReader::parseTrace(std::string_view line)
+FrameReader::Outcome FrameReader::parseDotTrace(std::string_view line)
 {
     TraceFields fields;
-    if (!splitTrace(line, fields)) {
+    if (!splitDotTrace(line, fields)) {
         return NoFrame;
     }
     const auto length = integer<int>(fields.length, 10);
@@ -305,8 +305,8 @@ FrameReader::Outcome FrameReader::parse(std::string_view line)
         return parseCsv(line);
     case TraceKind::Asc:
         return parseAsc(line);
-    case TraceKind::Trace:
-        return parseTrace(line);
+    case TraceKind::DotTrace:
+        return parseDotTrace(line);
     }
     return Nonsense;
 }

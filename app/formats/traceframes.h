@@ -45,7 +45,7 @@ public:
     virtual void addOddity(const char* what, std::int64_t line) = 0;
 };
 
-enum class TraceKind { Txt, Candump, Trc, Csv, Asc, Trace };
+enum class TraceKind { Txt, Candump, Trc, Csv, Asc, DotTrace };
 
 // Reads all frames of a trace, beyond empty lines as well. A line that makes no sense is an oddity
 // and gives no frame. Bus numbers of .asc files are one less than their channels, as the Linux CAN

@@ -15,12 +15,10 @@ constexpr int BlockSize = 1 << 16;
 
 } // namespace
 
-TraceImport::TraceImport(
-    QVector<CanFrames>& frameList, QIODevice* candumpFile,
-    std::function<void(std::string_view)> diagnosisFunction)
-    : frames(frameList)
+TraceImport::TraceImport(QVector<CanFrames>& frameList, QIODevice* candumpFile, Diagnosis diagnosis)
+    : diagnose(std::move(diagnosis))
+    , frames(frameList)
     , file(candumpFile != nullptr && candumpFile->isOpen() ? candumpFile : nullptr)
-    , diagnosis(std::move(diagnosisFunction))
 {}
 
 TraceImport::~TraceImport()
@@ -78,13 +76,6 @@ void TraceImport::convert(double seconds, const CanFrames& frame)
     block += line;
     if (block.size() >= BlockSize) {
         writeConversion();
-    }
-}
-
-void TraceImport::diagnose(std::string_view text)
-{
-    if (diagnosis) {
-        diagnosis(text);
     }
 }
 

@@ -1,23 +1,29 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/tracereaders.h"
+#include "formats/canframes.h"
 
 #include <functional>
 #include <string>
+#include <string_view>
+
+class QIODevice;
 
 namespace formats {
 
-// Puts the frames of a trace into a list and, where its reader converts them, as lines into a
-// .candump file.
-class TraceImport : public TraceSink
+// Takes what the reader of a trace finds, in file order: puts frames into a list and, where the
+// reader converts them, as lines into a .candump file.
+class TraceImport
 {
 public:
+    // Takes a line for the diagnostic channel, without line end.
+    using Diagnosis = std::function<void(std::string_view line)>;
+
     // Frames are appended. No file, or one that is not open, loses the conversion.
     explicit TraceImport(
         QVector<CanFrames>& frameList, QIODevice* candumpFile = nullptr,
-        std::function<void(std::string_view)> diagnosis = {});
-    ~TraceImport() override;
+        Diagnosis diagnosis = [](std::string_view) {});
+    ~TraceImport();
     TraceImport(const TraceImport&) = delete;
     TraceImport& operator=(const TraceImport&) = delete;
 
@@ -26,10 +32,12 @@ public:
     void reserveFor(QIODevice& trace);
 
     // Loses the frame, with a diagnosis for the first one, if list or memory can take no more.
-    void addFrame(const CanFrames& frame) override;
+    void addFrame(const CanFrames& frame);
 
-    void convert(double seconds, const CanFrames& frame) override;
-    void diagnose(std::string_view line) override;
+    // A frame for the .candump file.
+    void convert(double seconds, const CanFrames& frame);
+
+    const Diagnosis diagnose;
 
 private:
     void writeConversion();
@@ -37,7 +45,6 @@ private:
     QVector<CanFrames>& frames;
     bool isFull = false;
     QIODevice* const file;
-    std::function<void(std::string_view)> diagnosis;
     std::string line;  // reused from frame to frame
     std::string block; // lines that wait to be written
 };

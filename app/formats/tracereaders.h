@@ -1,30 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/canframes.h"
-
 #include <QString>
-#include <string_view>
 #include <vector>
 
 class QIODevice;
 
 namespace formats {
 
-// Takes what the reader of a trace finds, in file order.
-class TraceSink
-{
-public:
-    virtual ~TraceSink() = default;
-
-    virtual void addFrame(const CanFrames& frame) = 0;
-
-    // A frame that also belongs into the .candump file that some imports write beside.
-    virtual void convert(double /*seconds*/, const CanFrames& /*frame*/) {}
-
-    // A line for the diagnostic channel, without line end.
-    virtual void diagnose(std::string_view /*line*/) {}
-};
+struct TraceReading;
+class TraceImport;
 
 // One kind of CAN trace in text form, known by the end of the file's name.
 struct TraceFormat
@@ -32,11 +17,12 @@ struct TraceFormat
     const char* nameEnd;       // with its dot, case-sensitive
     const char* statusName;    // in the status text; not always the kind's own
     const char* convertedName; // pattern for the conversion's file name, or null for none
+    int (*readAll)(TraceReading& reading);
 
     // Reads the frames of a device, one a line, and returns how many; a device that is not open
     // reads as empty. There is next to no checking: a field that a line does not have is empty, a
     // bad number is 0, and the payload is cut at 64 bytes.
-    int (*read)(QIODevice& device, TraceSink& sink);
+    int read(QIODevice& device, TraceImport& import) const;
 
     // What the operator is told about so many frames.
     QString statusText(int frameCount) const;

@@ -3,6 +3,7 @@
 #include "formats/logreader.h"
 #include "formats/textfield.h"
 #include "formats/traceimport.h"
+#include "formats/tracereaders.h"
 #include "schema/blackbox.pb.h"
 #include "support/testhome.h"
 
