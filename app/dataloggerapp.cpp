@@ -26,16 +26,16 @@ struct SignalColumn
 };
 
 constexpr SignalColumn SignalColumns[] = {
-    {"Frame", "Identifier in hexadecimal; the bus is not looked at."},
+    {"Frame", "Identifier in hexadecimal; frames of all buses count."},
     {"Offset", "First bit, counted in the bit order of Show."},
     {"Length", "Number of bits; offset and length together make at most 512."},
-    {"Multiplier", "Factor for the raw value; 0 in a new row, which draws a flat line."},
+    {"Multiplier", "Factor for the raw value; 0 in a new row, so its curve is flat."},
     {"Add", "Added after the multiplication."},
     {"Show", "0 off; 1, 3 least significant bit first; 2, 4 most significant first; 3, 4 signed."},
     {"Mux offset", "First bit of the multiplexer, counted in the bit order of Show."},
     {"Mux length", "Number of bits of the multiplexer; 0 is no multiplexer."},
     {"Mux value", "Only frames whose multiplexer has this hexadecimal value count."},
-    {"FrameLength", "Only frames of so many bytes count; -1 takes all."},
+    {"FrameLength", "Only frames with this number of bytes count; -1 takes all."},
 };
 
 } // namespace
