@@ -150,40 +150,40 @@ struct Command
 };
 
 constexpr Command commands[] = {
-    {"plug", "", "Put the cable in.", with<0, onPort<&MockedPort::plug>>},
-    {"unplug", "", "Pull the cable. The controller stays powered by the vehicle.",
+    {"plug", "", "Plug the cable in.", with<0, onPort<&MockedPort::plug>>},
+    {"unplug", "", "Pull the cable. The controller stays powered.",
      with<0, onPort<&MockedPort::unplug>>},
-    {"reset", "", "Leave the bus, restart and come back.", with<0, reset>},
-    {"bootloader", "", "Restart as bootloader.", with<0, restartAs<Guise::Bootloader>>},
-    {"device", "", "Restart as device.", with<0, restartAs<Guise::Device>>},
-    {"record", "[N]", "Send N records of the last session, unasked.", oneRecordOrMore},
+    {"reset", "", "Restart.", with<0, reset>},
+    {"bootloader", "", "Restart in the bootloader.", with<0, restartAs<Guise::Bootloader>>},
+    {"device", "", "Restart as a device.", with<0, restartAs<Guise::Device>>},
+    {"record", "[N]", "Send N records of the last session without a request.", oneRecordOrMore},
     {"frame", "[BUS ID DATA [extended] [fd] [brs]]",
      "Send a CAN frame with DATA in hexadecimal, or the next one of the CAN traffic.", pushFrame},
-    {"fault add", "TYPE MODE CATEGORY ID COMPONENT", "Enter a fault, or a warning with TYPE 1.",
+    {"fault add", "TYPE MODE CATEGORY ID COMPONENT", "Add a fault; a TYPE of 1 is a warning.",
      with<5, addFault>},
     {"fault clear", "", "Empty the fault list.", with<0, clearFaults>},
-    {"rate records", "RATE", "How fast records are pushed.",
+    {"rate records", "RATE", "Rate of records in a passive session.",
      setRate<&VirtualController::setRecordRate>},
-    {"rate frames", "RATE", "How fast frames are pushed.",
+    {"rate frames", "RATE", "Rate of frames in a capture.",
      setRate<&VirtualController::setFrameRate>},
-    {"trouble delay", "MS", "Hold responses back; 0 ends this trouble and those below.",
+    {"trouble delay", "MS", "Delay responses; 0 ends this trouble and those below.",
      with<1, setTrouble<&Trouble::delayMs>>},
     {"trouble drop", "N", "Lose every nth response.", with<1, setTrouble<&Trouble::dropEvery>>},
     {"trouble double", "N", "Send every nth response twice.",
      with<1, setTrouble<&Trouble::doubleEvery>>},
-    {"trouble garbage", "N", "Send a senseless frame ahead of every nth response.",
+    {"trouble garbage", "N", "Send a frame without meaning before every nth response.",
      with<1, setTrouble<&Trouble::garbageEvery>>},
-    {"trouble split", "N", "Unless N is 0, send frames in pieces.",
+    {"trouble split", "N", "Send frames in pieces, unless N is 0.",
      with<1, setTrouble<&Trouble::split>>},
     {"trouble none", "", "End all trouble.", with<0, endTrouble>},
 };
 
 // Those that are not about one unit; they are carried out elsewhere.
 constexpr Command generalCommands[] = {
-    {"wait", "MS", "Go on with the next line so much later.", nullptr},
+    {"wait", "MS", "Wait before the next line.", nullptr},
     {"stats", "", "Print the counts and write the file for them.", nullptr},
-    {"help", "", "Print this.", nullptr},
-    {"quit", "", "End the program, and virtual-xcu.", nullptr},
+    {"help", "", "Print these commands.", nullptr},
+    {"quit", "", "End the program and virtual-xcu.", nullptr},
 };
 
 void describe(QString& text, const Command& command)
@@ -249,7 +249,7 @@ void CommandInput::work()
 QString simulator::commandsHelp()
 {
     QString text = QStringLiteral(
-        "\nLine commands. A number in front means that controller alone, counted from 1.\n");
+        "\nLine commands. With a number in front, for that controller only, counted from 1.\n");
     for (const Command& command : commands) {
         describe(text, command);
     }

@@ -16,17 +16,17 @@ using namespace simulator;
 namespace {
 
 constexpr const char* description = R"(
-Attaches virtual controllers to a mocked USB bus and starts PROGRAM with them. The
-program sees them as serial ports, through the ordinary system interfaces, and
-nothing else of its environment changes. When it ends, virtual-xcu ends with its
-exit code, or with 128 + n if signal n ended it. SIGINT and SIGTERM are passed on.
+Starts PROGRAM with virtual controllers on a mocked USB bus. The program sees them
+as serial ports through the ordinary system interfaces; no other program sees them.
+When it ends, virtual-xcu ends with its exit code, or with 128 + n if signal n ended
+it. SIGINT and SIGTERM are passed on.
 
-Without a PROGRAM it prints the environment variables that let a program see
-the controllers, and runs until it is told to quit.
+Without a PROGRAM it prints the environment variables that let a program see the
+controllers, and runs until the command quit or a signal.
 
-Rates are in items a second, or the word "flood": as fast as the line takes them.
-Of trouble, every nth response is hit. The same options give the same controller;
-what looks random comes from the seed.)";
+Rates are in items per second, or the word "flood": as fast as the serial line takes
+them. The same options always give the same controller; random values depend only on
+the seed.)";
 
 constexpr int anyNumber = std::numeric_limits<int>::max();
 constexpr int mostControllers = 16;
@@ -127,12 +127,13 @@ std::vector<Option> Reader::options()
     const Target size = {[this](const QString& text) { return readMapSize(text); }};
     const Target serials = {[](const QString&) { return true; }}; // read together
     return {
-        {"controllers", "How many controllers.", "n", whole(controllers, 1, mostControllers)},
+        {"controllers", "Number of controllers, 1 to 16.", "n",
+         whole(controllers, 1, mostControllers)},
         {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
          serials},
         {"bootloader", "The controllers start as bootloaders.", nullptr, on(isBootloader)},
-        {"seed", "Seed for everything that looks random; the second controller takes the next.",
-         "n", whole(common.seed, 0, anyNumber)},
+        {"seed", "Seed of all random values; the second controller takes the next number.", "n",
+         whole(common.seed, 0, anyNumber)},
         {"channels", "Log channels of a controller, 0 to 128.", "n",
          whole(common.channels, 0, logChannelCount)},
         {"named-channels", "Log channels with an entry in the configuration.", "n",
@@ -143,33 +144,33 @@ std::vector<Option> Reader::options()
          rate(common.recordsPerSecond)},
         {"frames-per-second", "CAN frames while the capture runs.", "rate",
          rate(common.framesPerSecond)},
-        {"identifiers", "CAN identifiers among them, 1 to 1000.", "n",
+        {"identifiers", "Number of different CAN identifiers, 1 to 1000.", "n",
          whole(common.identifiers, 1, CanTraffic::mostIdentifiers)},
         {"maps", "Number of calibration maps.", "n", whole(maps, 0, mostMaps)},
         {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR", size},
         {"faults", "Entries in the fault list.", "n", whole(faults, 0, mostFaults)},
         {"calibration-time", "Duration of a driver calibration.", "ms",
          whole(common.calibrationMs, 0, anyNumber)},
-        {"delay", "Trouble: responses are held back.", "ms", whole(trouble.delayMs, 0, anyNumber)},
+        {"delay", "Trouble: responses are delayed.", "ms", whole(trouble.delayMs, 0, anyNumber)},
         {"drop", "Trouble: every nth response is lost.", "n",
          whole(trouble.dropEvery, 0, anyNumber)},
         {"double", "Trouble: every nth response comes twice.", "n",
          whole(trouble.doubleEvery, 0, anyNumber)},
-        {"garbage", "Trouble: a meaningless frame is sent before every nth response.", "n",
+        {"garbage", "Trouble: a frame without meaning is sent before every nth response.", "n",
          whole(trouble.garbageEvery, 0, anyNumber)},
-        {"split", "Trouble: frames are sent in pieces, cut anywhere.", nullptr, on(isSplit)},
+        {"split", "Trouble: frames are sent in pieces.", nullptr, on(isSplit)},
         {"unplug-after", "The cable is pulled this long after it was plugged in; 0 for never.",
          "ms", whole(all.unplugAfterMs, 0, anyNumber)},
-        {"replug-after", "The cable is plugged in again this long after that, and so on in turn.",
+        {"replug-after", "The cable is plugged in again this long after it was pulled, and so on.",
          "ms", whole(all.replugAfterMs, 0, anyNumber)},
         {"bootloader-after", "A reset into the bootloader this long after the start; 0 for never.",
          "ms", whole(all.bootloaderAfterMs, 0, anyNumber)},
-        {"interactive", "Line commands come on standard input.", nullptr, on(all.interactive)},
-        {"commands", "Line commands come from a file or named pipe.", "path",
+        {"interactive", "Read line commands from standard input.", nullptr, on(all.interactive)},
+        {"commands", "Read line commands from a file or named pipe.", "path",
          path(all.commandsPath)},
-        {"stats", "File for counts, written at the end and by the command stats.", "path",
-         path(all.statsPath)},
-        {"trace", "File for all bytes that go over the lines, in hexadecimal.", "path",
+        {"stats", "Write counts of messages to this file, at the end and at the command stats.",
+         "path", path(all.statsPath)},
+        {"trace", "Write all bytes on the serial lines to this file, in hexadecimal.", "path",
          path(all.tracePath)},
     };
 }
@@ -187,7 +188,8 @@ void Reader::read(const QStringList& arguments)
         }
         parser.addOption(option);
     }
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, "Print this.");
+    const QCommandLineOption help(
+        {QStringLiteral("h"), QStringLiteral("help")}, "Print this text.");
     parser.addOption(help);
     const QCommandLineOption version = parser.addVersionOption();
     parser.addPositionalArgument(
