@@ -2,7 +2,7 @@
 #include "convert/framewriters.h"
 
 #include "formats/candumpline.h"
-#include "formats/numbertext.h"
+#include "formats/textfield.h"
 
 #include <algorithm>
 #include <array>

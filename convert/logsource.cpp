@@ -4,7 +4,6 @@
 #include "formats/channels.h"
 #include "formats/linereader.h"
 #include "formats/logline.h"
-#include "formats/numbertext.h"
 #include "formats/textfield.h"
 
 #include <algorithm>

@@ -104,11 +104,10 @@ BlackboxRecord::BlackboxRecord(std::istream& stream, std::function<void()> pause
 QStringList BlackboxRecord::channelTexts() const
 {
     QStringList texts;
-    for (int i = 0; i < inputCount; ++i) {
-        texts.append(QStringLiteral("In%1").arg(i));
-    }
-    for (int i = 0; i < outputCount; ++i) {
-        texts.append(QStringLiteral("Out%1").arg(i));
+    for (int i = 0; i < inputCount + outputCount; ++i) {
+        texts.append(
+            i < inputCount ? QStringLiteral("In%1").arg(i)
+                           : QStringLiteral("Out%1").arg(i - inputCount));
     }
     return texts;
 }

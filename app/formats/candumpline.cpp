@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/candumpline.h"
 
-#include "formats/numbertext.h"
+#include "formats/textfield.h"
 
 #include <QByteArray>
 #include <algorithm>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/logline.h"
 
-#include "formats/numbertext.h"
+#include "formats/textfield.h"
 
 namespace formats {
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -28,39 +27,29 @@ bool isAscii(char c)
     return static_cast<unsigned char>(c) < 0x80;
 }
 
-// 0 for no text; no value unless the standard library takes the whole text for a number.
+// 0 for no text.
 template <typename Number, typename... Base>
-std::optional<Number> plainNumber(std::string_view text, Base... base)
+std::optional<Number> spacedNumber(std::string_view text, Base... base)
 {
     const std::string_view number = withoutAsciiSpace(text);
-    if (number.empty()) {
-        return 0;
-    }
-    const char* const end = number.data() + number.size();
-    Number value = 0;
-    const auto [stop, error] = std::from_chars(number.data(), end, value, base...);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+    return number.empty() ? Number() : plainNumber<Number>(number, base...);
 }
 
-constexpr int NoDigit = -1;
+constexpr int NoDigit = -1; // as 8 bits 0xff
 
-constexpr std::array<signed char, 256> hexDigits()
-{
+constexpr std::array<signed char, 256> HexDigits = [] {
     std::array<signed char, 256> values{};
-    for (auto& value : values) {
-        value = NoDigit;
-    }
-    for (signed char i = 0; i < 16; ++i) {
-        values[static_cast<unsigned char>("0123456789abcdef"[i])] = i;
-        values[static_cast<unsigned char>("0123456789ABCDEF"[i])] = i;
+    for (unsigned c = 0; c < values.size(); ++c) {
+        const unsigned letter = (c | 0x20) - 'a';
+        const unsigned digit = c - '0' < 10 ? c - '0' : letter < 6 ? letter + 10 : 0xff;
+        values[c] = static_cast<signed char>(digit);
     }
     return values;
-}
+}();
 
 int hexDigit(char c)
 {
-    static constexpr std::array<signed char, 256> values = hexDigits();
-    return values[static_cast<unsigned char>(c)];
+    return HexDigits[static_cast<unsigned char>(c)];
 }
 
 } // namespace
@@ -100,20 +89,20 @@ std::string_view replaced(std::string_view text, char from, char to, std::string
 
 int decimalInt(std::string_view text)
 {
-    const auto value = plainNumber<int>(text, 10);
+    const auto value = spacedNumber<int>(text, 10);
     return value ? *value : wholeNumber(textOf(text));
 }
 
 int hexInt(std::string_view text)
 {
-    const auto value = plainNumber<int>(text, 16);
+    const auto value = spacedNumber<int>(text, 16);
     return value ? *value : wholeNumber(textOf(text), 16);
 }
 
 double realNumber(std::string_view text)
 {
     // Of infinity and NaN Qt knows fewer spellings.
-    const auto value = plainNumber<double>(text);
+    const auto value = spacedNumber<double>(text);
     return value && std::isfinite(*value) ? *value : textOf(text).toDouble();
 }
 

@@ -4,6 +4,9 @@
 #include <QByteArray>
 #include <QString>
 #include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -55,6 +58,16 @@ inline void skipWords(std::string_view& rest, char separator, int count)
 // `text` with every `from` replaced by `to`. `scratch` may hold the result.
 std::string_view replaced(std::string_view text, char from, char to, std::string& scratch);
 
+// What the standard library takes for a number as a whole; of whole numbers also with a base.
+template <typename Number, typename... Base>
+std::optional<Number> plainNumber(std::string_view text, Base... base)
+{
+    Number value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, base...);
+    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
+}
+
 // 0 for what is not a number or does not fit.
 int decimalInt(std::string_view text);
 int hexInt(std::string_view text); // takes "0x" in front; 0 above 0x7fffffff
@@ -63,5 +76,24 @@ double realNumber(std::string_view text);
 // Decodes hexadecimal digits, passing over all other characters; an odd first digit is a byte of
 // its own. Stores at most `capacity` bytes and returns how many there are.
 int decodeHex(std::string_view text, unsigned char* bytes, int capacity);
+
+// Writers for text lines that are composed many thousand times a second. Each writes at `out` and
+// returns the place behind what it wrote; the caller provides the room.
+
+// Characters of the longest 32-bit number in decimal, sign included.
+constexpr std::size_t MaxDecimalLength = std::numeric_limits<int>::digits10 + 2;
+
+template <typename Integer>
+inline char* putDecimal(char* out, Integer value)
+{
+    static_assert(sizeof(Integer) <= sizeof(int));
+    return std::to_chars(out, out + MaxDecimalLength, value).ptr;
+}
+
+inline char* putText(char* out, std::string_view text)
+{
+    std::memcpy(out, text.data(), text.size());
+    return out + text.size();
+}
 
 } // namespace formats

@@ -124,11 +124,11 @@ bool splitAsc(std::string_view line, TraceFields& fields)
     return true;
 }
 
-void splitAscData(const AscLayout& layout, TraceFields& fields)
+void splitAscData(bool isFd, int nameWords, TraceFields& fields)
 {
-    skipWords(fields.data, ' ', layout.wordsBeforeId);
+    skipWords(fields.data, ' ', isFd ? 2 : 0); // channel and direction
     fields.id = takeWord(fields.data, ' ');
-    skipWords(fields.data, ' ', layout.wordsBeforeLength);
+    skipWords(fields.data, ' ', nameWords + (isFd ? 3 : 2));
     fields.length = takeWord(fields.data, ' ');
 }
 

@@ -30,16 +30,9 @@ bool splitDotTrace(std::string_view line, TraceFields& fields);
 // `bus` is the word that tells the kind: a channel, "CANFD", or anything. `data` is what follows.
 bool splitAsc(std::string_view line, TraceFields& fields);
 
-// Takes identifier, length and bytes off the data of a line of that kind, which has so many words
-// ahead of the identifier and between it and the length.
-struct AscLayout
-{
-    int wordsBeforeId;
-    int wordsBeforeLength;
-};
-constexpr AscLayout AscFd{2, 3};
-constexpr AscLayout AscClassic{0, 2};
-void splitAscData(const AscLayout& layout, TraceFields& fields);
+// Takes identifier and length off the data of a frame, and leaves the bytes. Messages of FD frames
+// may have a name of so many words.
+void splitAscData(bool isFd, int nameWords, TraceFields& fields);
 
 // The time of a .txt line, "HH:mm:ss.zzz"; invalid for anything else.
 QTime timeOfDay(std::string_view text);

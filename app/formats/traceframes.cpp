@@ -6,7 +6,6 @@
 #include "formats/tracefields.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <optional>
@@ -24,23 +23,6 @@ std::string_view withoutEnds(std::string_view text, std::size_t front, std::size
     return text.size() < front + back ? text : text.substr(front, text.size() - front - back);
 }
 
-template <typename Integer>
-std::optional<Integer> integer(std::string_view text, int base)
-{
-    Integer value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
-}
-
-bool readReal(std::string_view text, double& value)
-{
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    constexpr double most = 1e12; // in microseconds it still fits
-    return error == std::errc() && stop == end && std::abs(value) < most;
-}
-
 // The number at the end of an interface's name, such as can1.
 int busOf(std::string_view name)
 {
@@ -48,14 +30,14 @@ int busOf(std::string_view name)
     while (digits < name.size() && digits < 4 && std::isdigit(name[name.size() - 1 - digits])) {
         ++digits;
     }
-    return integer<int>(name.substr(name.size() - digits), 10).value_or(-1);
+    return plainNumber<int>(name.substr(name.size() - digits)).value_or(-1);
 }
 
 class FrameReader
 {
 public:
-    FrameReader(TraceKind traceKind, FrameSink& frameSink)
-        : kind(traceKind)
+    FrameReader(TraceKind kind, FrameSink& frameSink)
+        : parse(parsers[static_cast<std::size_t>(kind)])
         , sink(frameSink)
     {}
 
@@ -64,21 +46,26 @@ public:
 private:
     enum Outcome { Frame, NoFrame, Nonsense };
 
-    Outcome parse(std::string_view line);
+    using Parse = Outcome (FrameReader::*)(std::string_view line);
+
     Outcome parseTxt(std::string_view line);
     Outcome parseCandump(std::string_view line);
     Outcome parseTrc(std::string_view line);
     Outcome parseCsv(std::string_view line);
     Outcome parseAsc(std::string_view line);
-    Outcome parseAscHeader(std::string_view line);
+    void readAscHeader(std::string_view line);
     Outcome parseDotTrace(std::string_view line);
+
+    static constexpr Parse parsers[] = { // by TraceKind
+        &FrameReader::parseTxt, &FrameReader::parseCandump, &FrameReader::parseTrc,
+        &FrameReader::parseCsv, &FrameReader::parseAsc,     &FrameReader::parseDotTrace};
 
     bool setId(std::string_view text, int base, std::size_t standardDigits);
     bool setHex(std::string_view text);
     bool setWords(std::string_view words, int length, char separator);
     bool setTime(std::string_view text, char from = '\0', char to = '\0');
 
-    const TraceKind kind;
+    const Parse parse;
     FrameSink& sink;
     TraceFrame frame;
     std::int64_t lineNumber = 0;
@@ -93,7 +80,7 @@ private:
 // More digits than a standard identifier has mean an extended one.
 bool FrameReader::setId(std::string_view text, int idBase, std::size_t standardDigits)
 {
-    const auto id = integer<std::uint32_t>(text, idBase);
+    const auto id = plainNumber<std::uint32_t>(text, idBase);
     frame.id = id.value_or(0) & IdMask;
     frame.isError = (id.value_or(0) & ErrorMark) != 0;
     frame.isExtended = text.size() > standardDigits || frame.id > LargestStandardId;
@@ -113,7 +100,7 @@ bool FrameReader::setWords(std::string_view words, int length, char separator)
         return false;
     }
     while (frame.length < length) {
-        const auto byte = integer<unsigned char>(takeWord(words, separator), base);
+        const auto byte = plainNumber<unsigned char>(takeWord(words, separator), base);
         if (!byte) {
             return false;
         }
@@ -124,7 +111,10 @@ bool FrameReader::setWords(std::string_view words, int length, char separator)
 
 bool FrameReader::setTime(std::string_view text, char from, char to)
 {
-    return readReal(from == '\0' ? text : replaced(text, from, to, scratch), frame.time);
+    constexpr double most = 1e12; // in microseconds it still fits
+    const auto time = plainNumber<double>(replaced(text, from, to, scratch));
+    frame.time = time.value_or(0);
+    return time && std::abs(*time) < most;
 }
 
 FrameReader::Outcome FrameReader::parseTxt(std::string_view line)
@@ -158,7 +148,7 @@ FrameReader::Outcome FrameReader::parseCandump(std::string_view line)
     frame.lead = fields.isFd ? 1 : 0;
     if (!frame.isFd && !fields.data.empty() && (fields.data[0] | 0x20) == 'r') {
         frame.isRemote = true;
-        frame.length = integer<int>(fields.data.substr(1), 16).value_or(0);
+        frame.length = plainNumber<int>(fields.data.substr(1), 16).value_or(0);
         return frame.length <= 15 ? Frame : Nonsense;
     }
     const std::size_t digits = fields.data.size();
@@ -180,7 +170,7 @@ FrameReader::Outcome FrameReader::parseTrc(std::string_view line)
     if (!setTime(fields.time, ',', '.') || !setId(fields.id, 16, 4) || !setHex(fields.data)) {
         return Nonsense;
     }
-    if (integer<int>(fields.length, 10) != frame.length) {
+    if (plainNumber<int>(fields.length) != frame.length) {
         sink.addOddity("length that is not the number of bytes; the bytes count", lineNumber);
     }
     return Frame;
@@ -198,7 +188,7 @@ FrameReader::Outcome FrameReader::parseCsv(std::string_view line)
     }
     for (int i = 0; i < 8; ++i) {
         const std::string_view text = takeField(fields.data, ',');
-        const auto byte = integer<unsigned char>(text, 16);
+        const auto byte = plainNumber<unsigned char>(text, 16);
         if (byte) {
             frame.bytes[frame.length++] = *byte;
         } else if (!text.empty()) {
@@ -208,14 +198,13 @@ FrameReader::Outcome FrameReader::parseCsv(std::string_view line)
     return Frame;
 }
 
-FrameReader::Outcome FrameReader::parseAscHeader(std::string_view line)
+void FrameReader::readAscHeader(std::string_view line)
 {
     if (takeWord(line, ' ') == "base") {
         base = takeWord(line, ' ') == "dec" ? 10 : 16;
         takeWord(line, ' ');
         hasRelativeTimes = takeWord(line, ' ') == "relative";
     }
-    return NoFrame;
 }
 
 // Events of other kinds than frames, which begin with a time as well, are passed over.
@@ -224,7 +213,8 @@ FrameReader::Outcome FrameReader::parseAsc(std::string_view line)
     TraceFields fields;
     splitAsc(line, fields);
     if (!setTime(fields.time)) {
-        return parseAscHeader(line);
+        readAscHeader(line);
+        return NoFrame;
     }
     lastTime = hasRelativeTimes ? lastTime + frame.time : frame.time;
     frame.time = lastTime;
@@ -234,7 +224,7 @@ FrameReader::Outcome FrameReader::parseAsc(std::string_view line)
         fields.bus = takeWord(words, ' ');
         takeWord(words, ' '); // the direction
     }
-    const auto channel = integer<int>(fields.bus, 10);
+    const auto channel = plainNumber<int>(fields.bus);
     std::string_view id = takeWord(words, ' ');
     if (!channel) {
         return NoFrame;
@@ -248,11 +238,10 @@ FrameReader::Outcome FrameReader::parseAsc(std::string_view line)
     const bool isExtended = !id.empty() && (id.back() | 0x20) == 'x';
     id = withoutEnds(id, 0, isExtended ? 1 : 0);
     std::string_view next = takeWord(words, ' ');
-    AscLayout layout = AscClassic;
+    int nameWords = 0;
     if (frame.isFd) {
-        layout = AscFd;
         if (next != "0" && next != "1") { // the message's name
-            ++layout.wordsBeforeLength;
+            nameWords = 1;
             next = takeWord(words, ' ');
         }
         frame.flags = next == "1" ? TraceFrame::BitRateSwitch : 0U;
@@ -262,8 +251,8 @@ FrameReader::Outcome FrameReader::parseAsc(std::string_view line)
     } else {
         frame.isRemote = takeWord(words, ' ') == "r";
     }
-    splitAscData(layout, fields);
-    const int length = integer<int>(fields.length, frame.isFd ? 10 : 16).value_or(0);
+    splitAscData(frame.isFd, nameWords, fields);
+    const int length = plainNumber<int>(fields.length, frame.isFd ? 10 : 16).value_or(0);
     if (!setId(id, base, id.size())) {
         return Nonsense;
     }
@@ -282,7 +271,7 @@ FrameReader::Outcome FrameReader::parseDotTrace(std::string_view line)
     if (!splitDotTrace(line, fields)) {
         return NoFrame;
     }
-    const auto length = integer<int>(fields.length, 10);
+    const auto length = plainNumber<int>(fields.length);
     if (!length || !setTime(fields.time) || !setId(fields.id, 16, 4) ||
         !setWords(fields.data, *length, ' ')) {
         return Nonsense;
@@ -290,25 +279,6 @@ FrameReader::Outcome FrameReader::parseDotTrace(std::string_view line)
     frame.time /= 1000.0;
     frame.bus = 1; // as on the console's charts
     return Frame;
-}
-
-FrameReader::Outcome FrameReader::parse(std::string_view line)
-{
-    switch (kind) {
-    case TraceKind::Txt:
-        return parseTxt(line);
-    case TraceKind::Candump:
-        return parseCandump(line);
-    case TraceKind::Trc:
-        return parseTrc(line);
-    case TraceKind::Csv:
-        return parseCsv(line);
-    case TraceKind::Asc:
-        return parseAsc(line);
-    case TraceKind::DotTrace:
-        return parseDotTrace(line);
-    }
-    return Nonsense;
 }
 
 void FrameReader::readLine(std::string_view line)
@@ -321,7 +291,7 @@ void FrameReader::readLine(std::string_view line)
     frame.isExtended = frame.isFd = frame.isRemote = frame.isError = false;
     frame.flags = 0;
     frame.length = frame.lead = 0;
-    const Outcome outcome = parse(line);
+    const Outcome outcome = (this->*parse)(line);
     if (outcome == Nonsense) {
         sink.addOddity("not a frame, left out", lineNumber);
     } else if (outcome == Frame) {

@@ -164,7 +164,7 @@ int readAsc(TraceReading& reading)
         reading.setTime(realNumber(fields.time));
         const bool isFd = fields.bus == "CANFD";
         if (isFd || fields.bus == "2") {
-            splitAscData(isFd ? AscFd : AscClassic, fields);
+            splitAscData(isFd, 0, fields);
             frame.busNumber = isFd ? 1 : 2;
             frame.frameId = hexInt(fields.id);
             frame.length = decimalInt(fields.length);
