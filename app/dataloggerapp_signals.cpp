@@ -20,6 +20,7 @@ void DataLoggerApp::on_addCanTrace_clicked()
 void DataLoggerApp::addSignal(const CanSignalData& signal)
 {
     chart::Graph* graph = liveChart->addGraph();
+    graph->setName(QStringLiteral("Graph %1").arg(plot->graphCount())); // the library's own name
     graph->setPen(QPen(formats::channelColour(canSignalGraphs.size())));
     canSignalGraphs.append(graph);
     canSignals.append(signal);

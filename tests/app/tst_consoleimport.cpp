@@ -193,6 +193,7 @@ private slots:
         open(sample("drive.candump"));
         console->click("addCanTrace");
         QCOMPARE(console->plot()->graph(128)->pen().color(), QColor(100, 164, 156));
+        QCOMPARE(console->plot()->graph(128)->name(), "Graph 129");
         const QStringList texts = {"123", "0", "8", "0.123456789", "0.0", "1"};
         for (int column = 0; column < texts.size(); ++column) {
             type(column, texts[column]);
