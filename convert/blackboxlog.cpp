@@ -4,6 +4,7 @@
 #include "formats/blackboxreader.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace convert {
 
@@ -14,41 +15,17 @@ using Values = std::vector<int>;
 class RecordSink : public formats::BlackboxSink
 {
 public:
-    void addFrame(const formats::TraceFrame& /*frame*/) override {}
-    void addOddity(const char* /*what*/, std::int64_t /*line*/) override {}
-};
+    using Function = std::function<void(quint32 time, const Values& in, const Values& out)>;
 
-class ShapeSink : public RecordSink
-{
-public:
-    BlackboxShape shape;
-
-    void addRecord(quint32 /*timestamp*/, const Values& inputs, const Values& outputs) override
-    {
-        shape.mostInputs = std::max(shape.mostInputs, inputs.size());
-        shape.leastInputs = std::min(shape.leastInputs, inputs.size());
-        shape.mostOutputs = std::max(shape.mostOutputs, outputs.size());
-        shape.leastOutputs = std::min(shape.leastOutputs, outputs.size());
-    }
-};
-
-class LogAdapter : public RecordSink
-{
-public:
-    LogAdapter(const BlackboxShape& fileShape, LogTarget& logTarget, Report* fileReport)
-        : shape(fileShape)
-        , target(logTarget)
-        , report(fileReport)
+    explicit RecordSink(Function takeRecord)
+        : take(std::move(takeRecord))
     {}
 
-    void addRecord(quint32 timestamp, const Values& inputs, const Values& outputs) override
+    void addRecord(quint32 time, const Values& inputs, const Values& outputs) override
     {
-        text.clear();
-        append(inputs, shape.mostInputs);
-        append(outputs, shape.mostOutputs);
-        target.addRecord({number++, timestamp, text, shape.mostInputs + shape.mostOutputs, 0});
+        take(time, inputs, outputs);
     }
-
+    void addFrame(const formats::TraceFrame&) override {}
     void addOddity(const char* what, std::int64_t line) override
     {
         if (report != nullptr) {
@@ -56,54 +33,67 @@ public:
         }
     }
 
-private:
-    void append(const Values& values, std::size_t count)
-    {
-        for (const int value : values) {
-            text += std::to_string(value) + ';';
-        }
-        text.append(count - values.size(), ';');
-    }
+    Report* report = nullptr;
 
-    const BlackboxShape& shape;
-    LogTarget& target;
-    Report* const report;
-    std::string text;
-    std::uint32_t number = 0;
+private:
+    const Function take;
 };
 
-void appendNames(std::vector<std::string>& names, const char* word, std::size_t count)
+struct Range
 {
-    for (std::size_t i = 0; i < count; ++i) {
-        names.push_back(word + std::to_string(i));
+    std::size_t least = SIZE_MAX;
+    std::size_t most = 0;
+
+    void take(std::size_t size)
+    {
+        least = std::min(least, size);
+        most = std::max(most, size);
     }
+};
+
+void appendValues(std::string& text, const Values& values, std::size_t count)
+{
+    for (const int value : values) {
+        text += std::to_string(value) + ';';
+    }
+    text.append(count - values.size(), ';');
 }
 
 } // namespace
 
-std::size_t BlackboxShape::wholeChannels() const
+void surveyBlackbox(InputFile& file, LogSurvey& survey, Report& report)
 {
-    if (leastInputs < mostInputs) {
-        return leastInputs;
-    }
-    return mostInputs + std::min(leastOutputs, mostOutputs);
-}
-
-BlackboxShape blackboxShape(InputFile& file)
-{
-    ShapeSink sink;
+    Range inputs;
+    Range outputs;
+    RecordSink sink([&](quint32 time, const Values& in, const Values& out) {
+        inputs.take(in.size());
+        outputs.take(out.size());
+        survey.addRecord({static_cast<std::uint32_t>(survey.records), time, {}, 0, 0});
+    });
+    sink.report = &report;
     formats::readBlackbox(file, sink);
-    return sink.shape;
+    file.check();
+    survey.inputs = inputs.most;
+    survey.widest = inputs.most + outputs.most;
+    survey.narrowest = inputs.least < inputs.most ? inputs.least : inputs.most + outputs.least;
+    for (std::size_t i = 0; i < survey.widest; ++i) {
+        const bool isInput = i < inputs.most;
+        survey.labels.push_back(
+            isInput ? "In" + std::to_string(i) : "Out" + std::to_string(i - inputs.most));
+    }
 }
 
-void readBlackboxLog(InputFile& file, const BlackboxShape& shape, LogTarget& target, Report* report)
+void readBlackboxLog(InputFile& file, const LogSurvey& survey, LogTarget& target)
 {
-    std::vector<std::string> names;
-    appendNames(names, "In", shape.mostInputs);
-    appendNames(names, "Out", shape.mostOutputs);
-    target.addHeader(names);
-    LogAdapter adapter(shape, target, report);
-    formats::readBlackbox(file, adapter);
+    std::string text;
+    std::uint32_t number = 0;
+    RecordSink sink([&](quint32 time, const Values& in, const Values& out) {
+        text.clear();
+        appendValues(text, in, survey.inputs);
+        appendValues(text, out, survey.widest - survey.inputs);
+        target.addRecord({number++, time, text, survey.widest, 0});
+    });
+    formats::readBlackbox(file, sink);
     file.check();
 }
 

@@ -19,8 +19,15 @@ using formats::TraceFrame;
 // Room for the longest line, an FD frame of an .asc file.
 constexpr std::size_t MaxLineLength = 512;
 
+constexpr std::uint32_t ErrorMark = 0x20000000; // in identifiers, as in candump logs
+
 constexpr char upperDigits[] = "0123456789ABCDEF";
 constexpr char lowerDigits[] = "0123456789abcdef";
+
+bool hasFlag(const TraceFrame& frame, unsigned flag)
+{
+    return (frame.flags & flag) != 0;
+}
 
 char* putByte(char* out, unsigned char byte, const char* digits)
 {
@@ -31,13 +38,11 @@ char* putByte(char* out, unsigned char byte, const char* digits)
 
 char* putId(char* out, std::uint32_t id, int width, const char* digits)
 {
-    int size = 1;
-    while (size < 8 && id >> 4 * size != 0) {
-        ++size;
+    while (width < 8 && id >> 4 * width != 0) {
+        ++width;
     }
-    out = std::fill_n(out, std::max(0, width - size), '0');
-    for (int place = size - 1; place >= 0; --place) {
-        *out++ = digits[id >> 4 * place & 0x0f];
+    while (width > 0) {
+        *out++ = digits[id >> 4 * --width & 0x0f];
     }
     return out;
 }
@@ -45,160 +50,161 @@ char* putId(char* out, std::uint32_t id, int width, const char* digits)
 // Blanks up to so many characters from `begin`.
 char* padTo(char* begin, char* end, std::ptrdiff_t width)
 {
-    return std::fill_n(end, std::max<std::ptrdiff_t>(0, width - (end - begin)), ' ');
+    return std::fill_n(end, width - (end - begin), ' '); // none if there are more
 }
 
-class CandumpWriter : public FrameTarget
+char* putAscId(char* out, const TraceFrame& frame, int width)
+{
+    char* const end = putId(out, frame.id, 1, upperDigits);
+    return padTo(out, putText(end, frame.isExtended ? "x" : ""), width);
+}
+
+char* putAscData(char* out, const TraceFrame& frame)
+{
+    for (int i = 0; i < frame.length; ++i) {
+        *out++ = ' ';
+        out = putByte(out, frame.payload()[i], upperDigits);
+    }
+    return out;
+}
+
+char* putAscClassic(char* out, const TraceFrame& frame, int channel)
+{
+    out = putText(putDecimal(out, channel), "  ");
+    out = putAscId(out, frame, 15);
+    out = putText(out, frame.isRemote ? " Rx   r " : " Rx   d ");
+    *out++ = lowerDigits[frame.length & 0x0f];
+    return frame.isRemote ? out : putAscData(out, frame);
+}
+
+char* putAscFd(char* out, const TraceFrame& frame, int channel)
+{
+    static constexpr std::array sizes{0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 20, 24, 32, 48, 64};
+    const auto code = std::lower_bound(sizes.begin(), sizes.end(), frame.length);
+    const bool hasSwitch = hasFlag(frame, TraceFrame::BitRateSwitch);
+    const bool hasError = hasFlag(frame, TraceFrame::ErrorState);
+    out = putText(out, "CANFD ");
+    out = padTo(out, putDecimal(out, channel), 3);
+    out = putAscId(putText(out, " Rx   "), frame, 9);
+    out = std::fill_n(out, 33, ' '); // no name
+    out = putText(out, hasSwitch ? "1 " : "0 ");
+    out = putText(out, hasError ? "1 " : "0 ");
+    *out++ = lowerDigits[code - sizes.begin()];
+    out = putText(out, frame.length < 10 ? "  " : " "); // asc2log wants two places
+    out = putAscData(putDecimal(out, frame.length), frame);
+    // Duration, length, flags, check sum and bit timing, which no trace tells.
+    const unsigned flags = 0x1000 | (hasSwitch ? 0x2000U : 0U) | (hasError ? 0x4000U : 0U);
+    out = putId(putText(out, " 0 0 "), flags, 1, upperDigits);
+    return putText(out, " 0 0 0 0 0");
+}
+
+void writeAsc(TextOutput& output, const TraceFrame& frame)
+{
+    char time[24];
+    const std::ptrdiff_t size = putMicroseconds(time, frame.time) - time;
+    char* out = output.room(MaxLineLength);
+    out = std::fill_n(out, 11 - size, ' ');
+    out = std::copy_n(time, size, out);
+    *out++ = ' ';
+    const int channel = std::max(frame.bus, 0) + 1;
+    if (frame.isError) {
+        out = putText(putDecimal(out, channel), "  ErrorFrame");
+    } else {
+        out = frame.isFd ? putAscFd(out, frame, channel) : putAscClassic(out, frame, channel);
+    }
+    *out++ = '\n';
+    output.advanceTo(out);
+}
+
+void writeCandump(TextOutput& output, const TraceFrame& frame)
+{
+    thread_local std::string line; // for its capacity
+    formats::composeTraceLine(line, frame);
+    output.put(line);
+}
+
+void writeCsv(TextOutput& output, const TraceFrame& frame)
+{
+    const bool isLong = frame.isExtended || frame.isError;
+    char* out = putMicroseconds(output.room(MaxLineLength), frame.time);
+    *out++ = ',';
+    out = frame.bus < 0 ? out : putDecimal(out, frame.bus);
+    *out++ = ',';
+    out = putId(out, frame.id | (frame.isError ? ErrorMark : 0), isLong ? 8 : 3, lowerDigits);
+    for (const bool is :
+         {frame.isExtended, frame.isFd, hasFlag(frame, TraceFrame::BitRateSwitch),
+          frame.isRemote}) {
+        out = putText(out, is ? ",1" : ",0");
+    }
+    *out++ = ',';
+    out = putDecimal(out, frame.length);
+    *out++ = ',';
+    for (int i = 0; i < (frame.isRemote ? 0 : frame.length); ++i) {
+        out = putByte(out, frame.payload()[i], lowerDigits);
+    }
+    output.advanceTo(putText(out, "\r\n"));
+}
+
+class FrameWriter : public FrameTarget
 {
 public:
-    explicit CandumpWriter(TextOutput& output)
-        : out(output)
-    {}
-
-    void addFrame(const TraceFrame& frame) override
+    FrameWriter(Kind outputKind, TextOutput& textOutput, Report& fileReport)
+        : FrameTarget(fileReport)
+        , kind(outputKind)
+        , output(textOutput)
     {
-        formats::composeTraceLine(line, frame);
-        out.put(line);
+        if (kind == Kind::Asc) {
+            output.put("date Thu Jan 1 00:00:00 1970\nbase hex  timestamps absolute\n"
+                       "no internal events logged\n");
+        } else if (kind == Kind::Csv) {
+            output.put("time_s,bus,id,extended,fd,brs,remote,length,data\r\n");
+        }
     }
 
 private:
-    TextOutput& out;
-    std::string line;
-};
-
-class AscWriter : public FrameTarget
-{
-public:
-    explicit AscWriter(TextOutput& output)
-        : out(output)
+    void put(const TraceFrame& frame) override
     {
-        out.put("date Thu Jan 1 00:00:00 1970\nbase hex  timestamps absolute\n"
-                "no internal events logged\n");
-    }
-
-    void addFrame(const TraceFrame& frame) override
-    {
-        char* const begin = out.room(MaxLineLength);
-        char time[24];
-        const std::ptrdiff_t size = putMicroseconds(time, frame.time) - time;
-        char* end = std::fill_n(begin, std::max<std::ptrdiff_t>(0, 11 - size), ' ');
-        end = std::copy_n(time, size, end);
-        *end++ = ' ';
-        const int channel = std::max(frame.bus, 0) + 1;
-        if (frame.isError) {
-            end = putDecimal(end, channel);
-            end = putText(end, "  ErrorFrame");
-        } else if (frame.isFd) {
-            end = putFd(end, frame, channel);
-        } else {
-            end = putClassic(end, frame, channel);
+        if (kind == Kind::Csv) {
+            writeCsv(output, frame);
+            if (hasFlag(frame, TraceFrame::ErrorState)) {
+                report.odd("error state of a CAN FD frame, which .csv cannot say");
+            }
+            return;
         }
-        *end++ = '\n';
-        out.advanceTo(end);
-    }
-
-private:
-    static char* putWordId(char* out, const TraceFrame& frame)
-    {
-        out = putId(out, frame.id, 1, upperDigits);
-        return frame.isExtended ? putText(out, "x") : out;
-    }
-
-    static char* putData(char* out, const TraceFrame& frame)
-    {
-        for (int i = 0; i < frame.length; ++i) {
-            *out++ = ' ';
-            out = putByte(out, frame.payload()[i], upperDigits);
+        if (frame.bus < 0) {
+            report.odd("a frame without a bus, written as of the first one");
         }
-        return out;
-    }
-
-    static char* putClassic(char* out, const TraceFrame& frame, int channel)
-    {
-        out = putDecimal(out, channel);
-        out = putText(out, "  ");
-        char* const id = out;
-        out = padTo(id, putWordId(out, frame), 15);
-        out = putText(out, frame.isRemote ? " Rx   r " : " Rx   d ");
-        *out++ = lowerDigits[frame.length & 0x0f];
-        return frame.isRemote ? out : putData(out, frame);
-    }
-
-    static char* putFd(char* out, const TraceFrame& frame, int channel)
-    {
-        static constexpr std::array<int, 16> sizes{0, 1,  2,  3,  4,  5,  6,  7,
-                                                   8, 12, 16, 20, 24, 32, 48, 64};
-        const auto code = std::lower_bound(sizes.begin(), sizes.end(), frame.length);
-        const bool hasSwitch = (frame.flags & TraceFrame::BitRateSwitch) != 0;
-        const bool hasError = (frame.flags & TraceFrame::ErrorState) != 0;
-        out = putText(out, "CANFD ");
-        char* const number = out;
-        out = padTo(number, putDecimal(out, channel), 3);
-        out = putText(out, " Rx   ");
-        char* const id = out;
-        out = padTo(id, putWordId(out, frame), 9);
-        out = std::fill_n(out, 33, ' '); // no name
-        out = putText(out, hasSwitch ? "1 " : "0 ");
-        out = putText(out, hasError ? "1 " : "0 ");
-        *out++ = lowerDigits[code - sizes.begin()];
-        out = putText(out, frame.length < 10 ? "  " : " "); // asc2log wants two places
-        out = putDecimal(out, frame.length);
-        out = putData(out, frame);
-        // Duration, length, flags, check sum and bit timing, which no trace tells.
-        const unsigned flags = 0x1000 | (hasSwitch ? 0x2000U : 0U) | (hasError ? 0x4000U : 0U);
-        out = putText(out, " 0 0 ");
-        out = putId(out, flags, 1, upperDigits);
-        return putText(out, " 0 0 0 0 0");
-    }
-
-    TextOutput& out;
-};
-
-class CsvWriter : public FrameTarget
-{
-public:
-    explicit CsvWriter(TextOutput& output)
-        : out(output)
-    {
-        out.put("time_s,bus,id,extended,fd,brs,remote,length,data\r\n");
-    }
-
-    void addFrame(const TraceFrame& frame) override
-    {
-        char* end = putMicroseconds(out.room(MaxLineLength), frame.time);
-        *end++ = ',';
-        end = frame.bus < 0 ? end : putDecimal(end, frame.bus);
-        *end++ = ',';
-        end = putId(end, frame.id, frame.isExtended ? 8 : 3, lowerDigits);
-        for (const bool is :
-             {frame.isExtended, frame.isFd, (frame.flags & TraceFrame::BitRateSwitch) != 0,
-              frame.isRemote}) {
-            end = putText(end, is ? ",1" : ",0");
+        if (kind == Kind::Candump) {
+            writeCandump(output, frame);
+            return;
         }
-        *end++ = ',';
-        end = putDecimal(end, frame.length);
-        *end++ = ',';
-        for (int i = 0; i < (frame.isRemote ? 0 : frame.length); ++i) {
-            end = putByte(end, frame.payload()[i], lowerDigits);
+        writeAsc(output, frame);
+        if (frame.isError && frame.id != 0) {
+            report.odd("class of an error frame, which .asc cannot say");
         }
-        out.advanceTo(putText(end, "\r\n"));
     }
 
-private:
-    TextOutput& out;
+    const Kind kind;
+    TextOutput& output;
 };
 
 } // namespace
 
-std::unique_ptr<FrameTarget> frameWriter(Kind kind, TextOutput& output)
+void FrameTarget::addFrame(const TraceFrame& frame)
 {
-    if (kind == Kind::Candump) {
-        return std::make_unique<CandumpWriter>(output);
+    ++count;
+    if (timeFactor == 1.0) {
+        put(frame);
+        return;
     }
-    if (kind == Kind::Asc) {
-        return std::make_unique<AscWriter>(output);
-    }
-    return std::make_unique<CsvWriter>(output);
+    TraceFrame copy = frame;
+    copy.time *= timeFactor;
+    put(copy);
+}
+
+std::unique_ptr<FrameTarget> frameWriter(Kind kind, TextOutput& output, Report& report)
+{
+    return std::make_unique<FrameWriter>(kind, output, report);
 }
 
 } // namespace convert

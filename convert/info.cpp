@@ -1,112 +1,104 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/job.h"
-#include "formats/candumpline.h"
+#include "convert/logsource.h"
 #include "formats/configurationblock.h"
 
 #include <algorithm>
+#include <iomanip>
 #include <map>
+#include <sstream>
 
 namespace convert {
 
 namespace {
-
-std::string secondsText(double seconds)
-{
-    char text[32];
-    return {text, formats::putMicroseconds(text, seconds) - 3};
-}
-
-std::string spanText(double first, double last)
-{
-    return secondsText(first) + " s to " + secondsText(last) + " s, " + secondsText(last - first) +
-           " s";
-}
 
 std::string counted(std::int64_t count, const std::string& what)
 {
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
-std::string logInfo(InputFile& file, Kind from, Report& report)
+void tellSpan(std::ostream& out, double first, double last)
 {
-    const LogSurvey survey = surveyOf(file, from);
-    if (from == Kind::Log) { // for what is odd in it
-        LogSurvey again;
-        readLog(file, again, &report);
-        file.rewind();
-    }
-    std::string text = "  records   " + std::to_string(survey.records);
+    out << "  time      " << first << " s to " << last << " s, " << last - first << " s\n";
+}
+
+void tellLog(std::ostream& out, const LogSurvey& survey)
+{
+    out << "  records   " << survey.records;
     if (survey.records > 0) {
-        text += ", numbers " + std::to_string(survey.firstNumber) + " to " +
-                std::to_string(survey.lastNumber) + ", " + std::to_string(survey.missing) +
-                " missing in " + counted(survey.gaps, "gap") + "\n  time      " +
-                spanText(survey.firstTime / 1000.0, survey.lastTime / 1000.0);
+        out << ", numbers " << survey.firstNumber << " to " << survey.lastNumber << ", "
+            << survey.missing << " missing in " << counted(survey.gaps, "gap");
     }
-    text += "\n  channels  " + std::to_string(survey.widest) + '\n';
+    out << '\n';
+    if (survey.records > 0) {
+        tellSpan(out, survey.firstTime / 1000.0, survey.lastTime / 1000.0);
+    }
+    out << "  channels  " << survey.widest << '\n';
     std::size_t channel = 0;
     for (const std::string& name : survey.columns()) {
-        text += "    " + std::to_string(channel++) + "  " + name + '\n';
+        out << "    " << channel++ << "  " << name << '\n';
     }
-    text += "  tags      " + std::to_string(survey.tags) + '\n';
+    out << "  tags      " << survey.tags << '\n';
     for (const std::string& tag : survey.firstTags) {
-        text += "    " + tag + '\n';
+        out << "    " << tag << '\n';
     }
-    const auto shown = static_cast<std::int64_t>(survey.firstTags.size());
-    return survey.tags > shown ? text + "    ...\n" : text;
+    if (survey.tags > static_cast<std::int64_t>(survey.firstTags.size())) {
+        out << "    ...\n";
+    }
 }
 
 class FrameCount : public FrameTarget
 {
 public:
-    void addFrame(const formats::TraceFrame& frame) override
-    {
-        first = total == 0 ? frame.time : first;
-        last = frame.time;
-        ++total;
-        Row& row = rows[{frame.bus, frame.isExtended, frame.id}];
-        row.first = row.count == 0 ? frame.time : row.first;
-        row.last = frame.time;
-        ++row.count;
-        row.longest = std::max(row.longest, frame.length);
-        row.isFd = row.isFd || frame.isFd;
-    }
+    using FrameTarget::FrameTarget;
 
-    std::string text() const
+    void tell(std::ostream& out) const
     {
-        std::string text = "  frames    " + std::to_string(total) + "\n  time      " +
-                           spanText(first, last) + '\n';
+        out << "  frames    " << count << '\n';
+        if (count > 0) {
+            tellSpan(out, first, last);
+        }
         for (const auto& [key, row] : rows) {
             const auto& [bus, isExtended, id] = key;
-            char digits[16];
-            std::snprintf(digits, sizeof digits, isExtended ? "%08x" : "%03x", id);
-            text += "    " + (bus < 0 ? "no bus" : "can" + std::to_string(bus)) + "  " + digits +
-                    "  " + counted(row.count, "frame") + ", up to " + counted(row.longest, "byte");
+            out << "    " << (bus < 0 ? "no bus" : "can" + std::to_string(bus)) << "  " << std::hex
+                << std::setfill('0') << std::setw(isExtended ? 8 : 3) << id << std::dec << "  "
+                << counted(row.count, "frame") << ", up to " << counted(row.longest, "byte");
             if (row.count > 1) {
-                const double gap = (row.last - row.first) / static_cast<double>(row.count - 1);
-                text += ", every " + secondsText(gap) + " s";
+                const auto gaps = static_cast<double>(row.count - 1);
+                out << ", every " << (row.last - row.first) / gaps << " s";
             }
-            text += row.isFd ? ", FD\n" : "\n";
+            out << (row.isFd ? ", FD\n" : "\n");
         }
-        return text;
     }
 
 private:
     struct Row
     {
-        std::int64_t count = 0;
-        double first = 0;
+        double first; // s
         double last = 0;
+        std::int64_t count = 0;
         int longest = 0;
         bool isFd = false;
     };
 
+    void put(const formats::TraceFrame& frame) override
+    {
+        first = count == 1 ? frame.time : first;
+        last = frame.time;
+        Row& row =
+            rows.try_emplace({frame.bus, frame.isExtended, frame.id}, Row{last}).first->second;
+        ++row.count;
+        row.last = frame.time;
+        row.longest = std::max(row.longest, frame.length);
+        row.isFd = row.isFd || frame.isFd;
+    }
+
     std::map<std::tuple<int, bool, std::uint32_t>, Row> rows; // by bus and identifier
-    std::int64_t total = 0;
     double first = 0;
     double last = 0;
 };
 
-std::string backupInfo(InputFile& file)
+void tellBackup(std::ostream& out, InputFile& file)
 {
     const std::string block = file.readAll().toStdString();
     file.check();
@@ -114,11 +106,26 @@ std::string backupInfo(InputFile& file)
         throw Trouble(file.name() + ": has no configuration");
     }
     const auto labels = formats::readChannelLabels(block);
-    std::string text = "  channels  " + std::to_string(labels.size()) + " with a name\n";
+    out << "  channels  " << labels.size() << " with a name\n";
     for (const auto& label : labels) {
-        text += "    " + std::to_string(label.channel) + "  " + label.text.toStdString() + '\n';
+        out << "    " << label.channel << "  " << label.text.toStdString() << '\n';
     }
-    return text;
+}
+
+void tellBlackbox(std::ostream& out, InputFile& file, Report& report)
+{
+    const LogSurvey survey = surveyOf(file, Kind::Blackbox, report);
+    tellLog(out, survey);
+    Report known(file.name()); // what the survey has reported
+    FrameCount frames(known);
+    try {
+        readFramesOf(file, Kind::Blackbox, frames, known);
+    } catch (const Trouble&) {
+        if (survey.isEmpty()) {
+            throw;
+        }
+    }
+    frames.tell(out);
 }
 
 } // namespace
@@ -126,27 +133,24 @@ std::string backupInfo(InputFile& file)
 std::string info(const std::string& input, Kind from, Report& report)
 {
     const auto file = openAs(input, from);
-    const std::string head = shownName(input) + ": ";
+    std::ostringstream out;
+    out << std::fixed << std::setprecision(3) << file->name() << ": ";
     if (from == Kind::Backup) {
-        return head + "configuration backup\n" + backupInfo(*file);
-    }
-    if (from == Kind::Log) {
-        return head + "log\n" + logInfo(*file, from, report);
-    }
-    std::string text = head + (from == Kind::Blackbox ? "black-box record\n" : "CAN trace\n");
-    if (from == Kind::Blackbox) {
-        text += logInfo(*file, from, report);
-    }
-    FrameCount frames;
-    try {
+        out << "configuration backup\n";
+        tellBackup(out, *file);
+    } else if (from == Kind::Log) {
+        out << "log\n";
+        tellLog(out, surveyOf(*file, from, report));
+    } else if (from == Kind::Blackbox) {
+        out << "black-box record\n";
+        tellBlackbox(out, *file, report);
+    } else {
+        out << "CAN trace\n";
+        FrameCount frames(report);
         readFramesOf(*file, from, frames, report);
-    } catch (const Trouble&) {
-        if (from != Kind::Blackbox) {
-            throw;
-        }
-        return text + "  frames    0\n";
+        frames.tell(out);
     }
-    return text + frames.text();
+    return out.str();
 }
 
 } // namespace convert

@@ -66,7 +66,7 @@ void InputFile::rewind()
 
 void InputFile::check() const
 {
-    if (hasFailed) {
+    if (error() == QFileDevice::ReadError) {
         throw Trouble(path + ": cannot read: " + errorString().toStdString());
     }
 }
@@ -74,11 +74,7 @@ void InputFile::check() const
 qint64 InputFile::readData(char* data, qint64 size)
 {
     const qint64 count = QFile::readData(data, size);
-    if (count < 0) {
-        hasFailed = true;
-    } else {
-        bytesRead += count;
-    }
+    bytesRead += std::max<qint64>(count, 0);
     return count;
 }
 

@@ -31,7 +31,6 @@ protected:
 
 private:
     const std::string path;
-    bool hasFailed = false;
 };
 
 // The name for messages.

@@ -1,133 +1,62 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/job.h"
 
-#include "convert/blackboxlog.h"
 #include "convert/logwriters.h"
-#include "formats/blackboxreader.h"
 
 #include <QProcess>
-#include <cerrno>
-#include <unistd.h>
+#include <filesystem>
 
 namespace convert {
 
 namespace {
 
-// Files that the console made of black-box records count time in thousands of seconds.
-bool hasThousands(const std::string& name, Kind kind)
+bool hasRecords(Kind kind)
 {
-    const std::size_t slash = name.rfind('/');
-    const std::string last = slash == std::string::npos ? name : name.substr(slash + 1);
-    return kind == Kind::Candump && last.rfind("canbb-", 0) == 0;
+    return kind == Kind::Log || kind == Kind::Blackbox;
 }
 
-class FrameRelay : public formats::BlackboxSink
+bool hasFrames(Kind kind)
 {
-public:
-    FrameRelay(FrameTarget& frameTarget, Report& fileReport, bool timesThousand)
-        : target(frameTarget)
-        , report(fileReport)
-        , factor(timesThousand ? 1000.0 : 1.0)
-    {}
+    return kind == Kind::Blackbox || traceKind(kind).has_value();
+}
 
-    std::int64_t count = 0;
+bool takesRecords(const Job& job)
+{
+    const bool isTable = job.to == Kind::Csv || job.to == Kind::Hdf5;
+    return hasRecords(job.from) && isTable && !job.wantsFrames && job.signalSet == nullptr;
+}
 
-    void addFrame(const formats::TraceFrame& frame) override
-    {
-        ++count;
-        if (factor == 1.0) {
-            target.addFrame(frame);
-        } else {
-            formats::TraceFrame copy = frame;
-            copy.time *= factor;
-            target.addFrame(copy);
-        }
+template <typename Target, typename Output>
+void convertRecords(const Job& job, InputFile& file, Output& output, Report& report)
+{
+    const LogSurvey survey = surveyOf(file, job.from, report);
+    if (survey.isEmpty()) {
+        throw Trouble(file.name() + ": has no records; for its CAN frames see --frames");
     }
+    Target target(output, survey, report);
+    readRecordsOf(file, job.from, survey, target);
+}
 
-    void addRecord(
-        quint32 /*timestamp*/, const std::vector<int>& /*inputs*/,
-        const std::vector<int>& /*outputs*/) override
-    {}
-
-    void addOddity(const char* what, std::int64_t line) override { report.odd(what, line); }
-
-private:
-    FrameTarget& target;
-    Report& report;
-    const double factor;
-};
-
-// Tells what the format written cannot say.
-class LossWatch : public FrameTarget
+void writeHdf5(const Job& job, InputFile& file, Report& report)
 {
-public:
-    LossWatch(FrameTarget& frameTarget, Report& fileReport)
-        : target(frameTarget)
-        , report(fileReport)
-    {}
-
-    void addFrame(const formats::TraceFrame& frame) override
-    {
-        if (frame.bus < 0) {
-            report.odd("a frame without a bus, written as of the first one");
-        }
-        target.addFrame(frame);
-    }
-
-private:
-    FrameTarget& target;
-    Report& report;
-};
-
-void readLogOf(InputFile& file, Kind kind, LogTarget& target, Report* report)
-{
-    if (kind == Kind::Log) {
-        readLog(file, target, report);
+    Hdf5File output(job.output, job.replaces);
+    if (takesRecords(job)) {
+        convertRecords<Hdf5Log>(job, file, output, report);
     } else {
-        const BlackboxShape shape = blackboxShape(file);
-        file.rewind();
-        readBlackboxLog(file, shape, target, report);
+        readFramesOf(file, job.from, *signalWriter(*job.signalSet, output, report), report);
     }
-    target.finish();
+    output.commit();
 }
 
-void convertLog(const Job& job, InputFile& file, Report& report)
+void writeText(const Job& job, InputFile& file, Report& report)
 {
-    const LogSurvey survey = surveyOf(file, job.from);
-    if (job.to == Kind::Hdf5) {
-        Hdf5File output(job.output, job.replaces);
-        {
-            Hdf5Log target(output, survey, report);
-            readLogOf(file, job.from, target, &report);
-        }
-        output.commit();
-    } else {
-        TextOutput output(job.output, job.replaces);
-        CsvLog target(output, survey, report);
-        readLogOf(file, job.from, target, &report);
-        output.commit();
-    }
-}
-
-void convertFrames(const Job& job, InputFile& file, Report& report)
-{
-    if (job.to == Kind::Hdf5) {
-        Hdf5File output(job.output, job.replaces);
-        {
-            const auto target = signalWriter(*job.signalSet, output);
-            readFramesOf(file, job.from, *target, report);
-        }
-        output.commit();
-        return;
-    }
     TextOutput output(job.output, job.replaces);
-    const auto target = job.signalSet != nullptr ? signalWriter(*job.signalSet, output)
-                                                 : frameWriter(job.to, output);
-    if (job.to == Kind::Csv) {
-        readFramesOf(file, job.from, *target, report);
+    if (takesRecords(job)) {
+        convertRecords<CsvLog>(job, file, output, report);
     } else {
-        LossWatch watch(*target, report);
-        readFramesOf(file, job.from, watch, report);
+        const auto target = job.signalSet != nullptr ? signalWriter(*job.signalSet, output, report)
+                                                     : frameWriter(job.to, output, report);
+        readFramesOf(file, job.from, *target, report);
     }
     output.commit();
 }
@@ -149,39 +78,26 @@ void convertDatabase(const Job& job)
     }
 }
 
-bool hasRecords(Kind kind)
-{
-    return kind == Kind::Log || kind == Kind::Blackbox;
-}
-
-bool hasFrames(Kind kind)
-{
-    return kind == Kind::Blackbox || traceKind(kind).has_value();
-}
-
 } // namespace
 
-std::string impossible(Kind from, Kind to, bool hasSignals)
+std::string impossible(const Job& job)
 {
-    if (from == Kind::Backup) {
+    if (job.from == Kind::Backup) {
         return "a configuration backup is shown by --info and not converted";
     }
-    if (from == Kind::Database) {
-        return to == Kind::Csv ? "" : "a signal database becomes a signal set, .csv";
+    if (job.from == Kind::Database) {
+        return job.to == Kind::Csv ? "" : "a signal database becomes a signal set, .csv";
     }
-    if (hasSignals) {
-        if (!hasFrames(from)) {
-            return "a log has no CAN frames, so no signals";
-        }
-        return to == Kind::Csv || to == Kind::Hdf5 ? "" : "signals become .csv or .h5";
-    }
-    if (to == Kind::Hdf5) {
-        return hasRecords(from) ? "" : "frames become .h5 only as signals, see --signals";
-    }
-    if (to == Kind::Csv) {
+    if (takesRecords(job)) {
         return "";
     }
-    return hasFrames(from) ? "" : "a log has no CAN frames";
+    if (!hasFrames(job.from)) {
+        return "a log has no CAN frames";
+    }
+    if (job.signalSet != nullptr) {
+        return job.to == Kind::Csv || job.to == Kind::Hdf5 ? "" : "signals become .csv or .h5";
+    }
+    return job.to == Kind::Hdf5 ? "frames become .h5 only as signals, see --signals" : "";
 }
 
 std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind)
@@ -194,49 +110,30 @@ std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind)
     // A log that a power cut has torn may have zero bytes, but not ahead of its header.
     const bool isText = kind == Kind::Log ? sample.startsWith("#;") : isWide;
     if (kind != Kind::Blackbox && kind != Kind::Backup && sample.contains('\0') && !isText) {
-        throw Trouble(shownName(path) + ": is binary, not a " + nameEnd(kind) + " file");
+        throw Trouble(file->name() + ": is binary, not a " + nameEnd(kind) + " file");
     }
     if (kind == Kind::Log && sample.startsWith('(')) {
-        throw Trouble(shownName(path) + ": looks like a CAN trace; try --from candump");
+        throw Trouble(file->name() + ": looks like a CAN trace; try --from candump");
     }
     return file;
 }
 
-LogSurvey surveyOf(InputFile& file, Kind kind)
-{
-    file.makeRepeatable();
-    LogSurvey survey;
-    if (kind == Kind::Blackbox) {
-        const BlackboxShape shape = blackboxShape(file);
-        file.rewind();
-        readBlackboxLog(file, shape, survey, nullptr);
-        survey.narrowest = shape.wholeChannels();
-    } else {
-        readLog(file, survey, nullptr);
-    }
-    file.rewind();
-    if (survey.records == 0 && survey.tags == 0 &&
-        (kind == Kind::Blackbox || survey.labels.empty())) {
-        throw Trouble(file.name() + ": has no record of a log");
-    }
-    return survey;
-}
-
 void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& report)
 {
-    const bool timesThousand = hasThousands(report.inputName(), kind);
-    FrameRelay relay(target, report, timesThousand);
-    if (timesThousand) {
+    // Files that the console made of black-box records.
+    const std::string name = std::filesystem::path(file.name()).filename();
+    if (kind == Kind::Candump && name.rfind("canbb-", 0) == 0) {
         report.odd("made of a black-box record: its times are thousands of seconds, put right");
+        target.timeFactor = 1000.0;
     }
     if (kind == Kind::Blackbox) {
-        formats::readBlackbox(file, relay);
+        formats::readBlackbox(file, target);
     } else {
-        formats::readFrames(file, *traceKind(kind), relay);
+        formats::readFrames(file, *traceKind(kind), target);
     }
     file.check();
     target.finish();
-    if (relay.count == 0) {
+    if (target.count == 0) {
         throw Trouble(
             file.name() + ": has no CAN frame that a " + nameEnd(kind) + " file can have");
     }
@@ -244,17 +141,22 @@ void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& repor
 
 void convertFile(const Job& job, Report& report)
 {
+    if (!job.rival.empty()) {
+        throw Trouble(job.input + ": " + job.output + " is made of " + job.rival + " already");
+    }
     if (job.from == Kind::Database) {
         convertDatabase(job);
         return;
     }
     const auto file = openAs(job.input, job.from);
-    const bool wantsRecords = hasRecords(job.from) && job.signalSet == nullptr &&
-                              (job.to == Kind::Csv || job.to == Kind::Hdf5);
-    if (wantsRecords) {
-        convertLog(job, *file, report);
-    } else {
-        convertFrames(job, *file, report);
+    if (job.to != Kind::Hdf5) {
+        writeText(job, *file, report);
+        return;
+    }
+    try {
+        writeHdf5(job, *file, report);
+    } catch (const Hdf5Failure&) {
+        throw Trouble(job.output + ": cannot write; is the disk full?");
     }
 }
 

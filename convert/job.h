@@ -3,7 +3,6 @@
 
 #include "convert/inputfile.h"
 #include "convert/kinds.h"
-#include "convert/logsource.h"
 #include "convert/report.h"
 #include "convert/signaltable.h"
 
@@ -13,15 +12,17 @@ namespace convert {
 struct Job
 {
     std::string input; // "-" is standard input
+    Kind from = Kind::Log;
+    Kind to = Kind::Csv;
     std::string output;
-    Kind from;
-    Kind to;
+    std::string rival; // another input that has this output already, if there is one
     bool replaces = false;
+    bool wantsFrames = false;             // of a black-box record, not its records
     const SignalSet* signalSet = nullptr; // physical values of these instead of frames
 };
 
-// Why a file of one kind does not become one of the other; empty if it does.
-std::string impossible(Kind from, Kind to, bool hasSignals);
+// Why a file of this kind does not become one of the other; empty if it does.
+std::string impossible(const Job& job);
 
 // Throws Trouble; then there is no output.
 void convertFile(const Job& job, Report& report);
@@ -34,9 +35,5 @@ std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind);
 
 // Gives the frames of a trace or a black-box record. Throws Trouble if there is none.
 void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& report);
-
-// Looks through a log, or the records of a black-box record, ahead of reading it. Leaves the file
-// at its beginning.
-LogSurvey surveyOf(InputFile& file, Kind kind);
 
 } // namespace convert

@@ -1,107 +1,99 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/kinds.h"
 
+#include <QByteArray>
 #include <algorithm>
 #include <array>
-#include <cctype>
+#include <filesystem>
 
 namespace convert {
 
 namespace {
 
+using formats::TraceKind;
+
+enum Use { In = 1, Out = 2, Both = In | Out };
+
 struct Row
 {
-    const char* nameEnd;
+    const char* word;
     Kind kind;
-    bool isInput;
-    bool isOutput;
+    Use use;
+    std::optional<TraceKind> trace;
 };
 
-// The word of a kind is the end of its name without the dot; the first row of a kind names its
-// files.
+// The first row of a kind names its files.
 constexpr std::array rows{
-    Row{".log", Kind::Log, true, false},        Row{".rbx", Kind::Blackbox, true, false},
-    Row{".txt", Kind::Txt, true, false},        Row{".candump", Kind::Candump, true, true},
-    Row{".trc", Kind::Trc, true, false},        Row{".csv", Kind::Csv, true, true},
-    Row{".asc", Kind::Asc, true, true},         Row{".trace", Kind::Trace, true, false},
-    Row{".h5", Kind::Hdf5, false, true},        Row{".hdf5", Kind::Hdf5, false, true},
-    Row{".xcu", Kind::Backup, true, false},     Row{".dbc", Kind::Database, true, false},
-    Row{".arxml", Kind::Database, true, false}, Row{".kcd", Kind::Database, true, false},
-    Row{".xlsx", Kind::Database, true, false},
+    Row{"log", Kind::Log, In, {}},
+    Row{"rbx", Kind::Blackbox, In, {}},
+    Row{"txt", Kind::Txt, In, TraceKind::Txt},
+    Row{"candump", Kind::Candump, Both, TraceKind::Candump},
+    Row{"trc", Kind::Trc, In, TraceKind::Trc},
+    Row{"csv", Kind::Csv, Both, TraceKind::Csv},
+    Row{"asc", Kind::Asc, Both, TraceKind::Asc},
+    Row{"trace", Kind::Trace, In, TraceKind::DotTrace},
+    Row{"h5", Kind::Hdf5, Out, {}},
+    Row{"hdf5", Kind::Hdf5, Out, {}},
+    Row{"xcu", Kind::Backup, In, {}},
+    Row{"dbc", Kind::Database, In, {}},
+    Row{"arxml", Kind::Database, In, {}},
+    Row{"kcd", Kind::Database, In, {}},
+    Row{"xlsx", Kind::Database, In, {}},
 };
 
-bool endsWith(const std::string& text, const std::string& end)
+const Row& rowOf(Kind kind)
 {
-    const auto isAlike = [](unsigned char a, unsigned char b) { return std::tolower(a) == b; };
-    return text.size() > end.size() &&
-           std::equal(end.rbegin(), end.rend(), text.rbegin(), [&](char b, char a) {
-               return isAlike(static_cast<unsigned char>(a), static_cast<unsigned char>(b));
-           });
+    return *std::find_if(
+        rows.begin(), rows.end(), [kind](const Row& row) { return row.kind == kind; });
 }
 
-std::vector<std::string> words(bool Row::*isWanted)
+std::vector<std::string> wordsOf(Use use)
 {
-    std::vector<std::string> result;
+    std::vector<std::string> words;
     for (const Row& row : rows) {
-        if (row.*isWanted) {
-            result.emplace_back(row.nameEnd + 1);
+        if ((row.use & use) != 0) {
+            words.emplace_back(row.word);
         }
     }
-    return result;
+    return words;
 }
 
 } // namespace
 
 std::optional<Kind> kindOfName(const std::string& path)
 {
+    const std::string end = std::filesystem::path(path).extension();
+    return kindOfWord(QByteArray::fromStdString(end).mid(1).toLower().toStdString());
+}
+
+std::optional<Kind> kindOfWord(const std::string& word)
+{
     for (const Row& row : rows) {
-        if (endsWith(path, row.nameEnd)) {
+        if (row.word == word) {
             return row.kind;
         }
     }
     return std::nullopt;
 }
 
-std::optional<Kind> kindOfWord(const std::string& word)
-{
-    return kindOfName("x." + word);
-}
-
 std::vector<std::string> inputWords()
 {
-    return words(&Row::isInput);
+    return wordsOf(In);
 }
 
 std::vector<std::string> outputWords()
 {
-    return words(&Row::isOutput);
+    return wordsOf(Out);
 }
 
 std::string nameEnd(Kind kind)
 {
-    return std::find_if(
-               rows.begin(), rows.end(), [kind](const Row& row) { return row.kind == kind; })
-        ->nameEnd;
+    return std::string(".") + rowOf(kind).word;
 }
 
-std::optional<formats::TraceKind> traceKind(Kind kind)
+std::optional<TraceKind> traceKind(Kind kind)
 {
-    switch (kind) {
-    case Kind::Txt:
-        return formats::TraceKind::Txt;
-    case Kind::Candump:
-        return formats::TraceKind::Candump;
-    case Kind::Trc:
-        return formats::TraceKind::Trc;
-    case Kind::Csv:
-        return formats::TraceKind::Csv;
-    case Kind::Asc:
-        return formats::TraceKind::Asc;
-    case Kind::Trace:
-        return formats::TraceKind::DotTrace;
-    default:
-        return std::nullopt;
-    }
+    return rowOf(kind).trace;
 }
 
 } // namespace convert

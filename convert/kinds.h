@@ -15,13 +15,12 @@ enum class Kind { Log, Blackbox, Txt, Candump, Trc, Csv, Asc, Trace, Hdf5, Backu
 // By the end of the name, whatever its case; none if that tells nothing.
 std::optional<Kind> kindOfName(const std::string& path);
 
-// By the word that --from and --to take.
+// By the word that --from and --to take: the usual end of a name without its dot.
 std::optional<Kind> kindOfWord(const std::string& word);
-
 std::vector<std::string> inputWords();
 std::vector<std::string> outputWords();
 
-// The end of the names of such files, with its dot.
+// The usual end of the names of such files, with its dot.
 std::string nameEnd(Kind kind);
 
 // The reader of a CAN trace in text form; none for other kinds.

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/logsource.h"
 
+#include "convert/blackboxlog.h"
 #include "formats/channels.h"
 #include "formats/linereader.h"
 #include "formats/logline.h"
 #include "formats/textfield.h"
 
 #include <algorithm>
-#include <charconv>
 #include <set>
 
 namespace convert {
@@ -15,14 +15,6 @@ namespace convert {
 namespace {
 
 using formats::LogFields;
-
-std::optional<std::uint32_t> unsignedNumber(std::string_view text)
-{
-    std::uint32_t value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
-}
 
 // Tags have the time of the latest record, printed with a sign: -1 if there was none, unless the
 // clock really stood there.
@@ -32,10 +24,10 @@ std::optional<std::uint32_t> tagTime(std::string_view text, std::optional<std::u
         return std::nullopt;
     }
     if (text.substr(0, 1) == "-") {
-        const auto value = unsignedNumber(text.substr(1));
+        const auto value = formats::plainNumber<std::uint32_t>(text.substr(1));
         return value ? std::optional(-*value) : std::nullopt;
     }
-    return unsignedNumber(text);
+    return formats::plainNumber<std::uint32_t>(text);
 }
 
 std::vector<std::string> labelsIn(std::string_view text)
@@ -64,87 +56,112 @@ std::size_t countOf(char wanted, std::string_view text)
     return count;
 }
 
-// Tells what is odd about records that follow one another.
-class Watch
+class LogReader
 {
 public:
-    explicit Watch(Report* fileReport)
-        : report(fileReport)
+    LogReader(LogTarget& logTarget, Report* fileReport)
+        : target(logTarget)
+        , report(fileReport)
     {}
 
-    void say(const char* what, std::int64_t line)
+    void read(InputFile& file)
     {
-        if (report != nullptr) {
-            report->odd(what, line);
+        formats::LineReader lines(file, formats::LineReader::Bytes);
+        for (auto line = lines.next(); !line.empty(); line = lines.next()) {
+            ++number;
+            readLine(line);
         }
+        file.check();
     }
-
-    void look(std::uint32_t milliseconds, std::size_t width, std::int64_t line)
-    {
-        constexpr std::uint32_t halfRound = 1U << 31;
-        if (latest && milliseconds < *latest) {
-            say(milliseconds - *latest < halfRound
-                    ? "the clock has wrapped round at 2^32 ms; times start anew"
-                    : "the clock goes back; times are those of the file",
-                line);
-        }
-        if (latest && width != latestWidth) {
-            say("another number of values than in the record before", line);
-        }
-        latest = milliseconds;
-        latestWidth = width;
-    }
-
-    std::optional<std::uint32_t> latestTime() const { return latest; }
 
 private:
+    void readLine(std::string_view line)
+    {
+        const bool isWhole = line.back() == '\n';
+        line = line.substr(0, line.find_last_not_of("\r\n") + 1);
+        const LogFields fields = formats::splitLogLine(line);
+        if (fields.kind == LogFields::Tag && fields.hasRest) {
+            if (!isWhole) {
+                odd("torn line");
+            }
+            target.addTag(tagTime(fields.time, latest), fields.rest);
+        } else if (!isWhole) {
+            odd("torn line, left out");
+        } else if (fields.kind == LogFields::Header && fields.hasRest) {
+            if (number > 1) {
+                odd("another header; the last one names the columns");
+            }
+            target.addHeader(labelsIn(fields.rest));
+        } else if (!line.empty()) {
+            readRecord(line, fields);
+        }
+    }
+
+    void readRecord(std::string_view line, const LogFields& fields)
+    {
+        const auto sample = formats::plainNumber<std::uint32_t>(fields.number);
+        const auto time = formats::plainNumber<std::uint32_t>(fields.time);
+        // A zero byte ends the fields.
+        const bool isCut = line.back() != ';' || line.find('\0') != std::string_view::npos;
+        if (fields.kind != LogFields::Record || !sample || !time || isCut) {
+            odd("not a record, left out");
+            return;
+        }
+        const std::size_t width = countOf(';', fields.rest);
+        constexpr std::uint32_t halfRound = 1U << 31;
+        if (latest && *time < *latest) {
+            odd(*time - *latest < halfRound
+                    ? "the clock has wrapped round at 2^32 ms; times start anew"
+                    : "the clock goes back; times are those of the file");
+        }
+        if (latest && width != latestWidth) {
+            odd("another number of values than in the record before");
+        }
+        latest = time;
+        latestWidth = width;
+        target.addRecord({*sample, *time, fields.rest, width, number});
+    }
+
+    void odd(const char* what)
+    {
+        if (report != nullptr) {
+            report->odd(what, number);
+        }
+    }
+
+    LogTarget& target;
     Report* const report;
-    std::optional<std::uint32_t> latest;
+    std::int64_t number = 0;             // of the line
+    std::optional<std::uint32_t> latest; // time of a record
     std::size_t latestWidth = 0;
 };
 
 } // namespace
 
-void readLog(InputFile& file, LogTarget& target, Report* report)
+LogSurvey surveyOf(InputFile& file, Kind kind, Report& report)
 {
-    formats::LineReader lines(file, formats::LineReader::Bytes);
-    Watch watch(report);
-    std::int64_t number = 0;
-    for (auto line = lines.next(); !line.empty(); line = lines.next()) {
-        ++number;
-        const bool isWhole = line.back() == '\n';
-        while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) {
-            line.remove_suffix(1);
-        }
-        const LogFields fields = formats::splitLogLine(line);
-        const bool isTag = fields.kind == LogFields::Tag && fields.hasRest;
-        if (!isWhole) {
-            watch.say(isTag ? "torn line" : "torn line, left out", number);
-        }
-        if (isTag) {
-            target.addTag(tagTime(fields.time, watch.latestTime()), fields.rest);
-        } else if (isWhole && fields.kind == LogFields::Header && fields.hasRest) {
-            if (number > 1) {
-                watch.say("another header; the last one names the columns", number);
-            }
-            target.addHeader(labelsIn(fields.rest));
-        } else if (isWhole && !line.empty()) {
-            const auto sample = unsignedNumber(fields.number);
-            const auto time = unsignedNumber(fields.time);
-            // Cut by a zero byte, it would lack what stands behind.
-            const bool isEndLost = fields.rest.empty() ? line.back() != ';'
-                                                       : fields.rest.back() != ';' ||
-                                                             &fields.rest.back() != &line.back();
-            if (fields.kind != LogFields::Record || !sample || !time || isEndLost) {
-                watch.say("not a record, left out", number);
-                continue;
-            }
-            const std::size_t width = countOf(';', fields.rest);
-            watch.look(*time, width, number);
-            target.addRecord({*sample, *time, fields.rest, width, number});
+    file.makeRepeatable();
+    LogSurvey survey;
+    if (kind == Kind::Blackbox) {
+        surveyBlackbox(file, survey, report);
+    } else {
+        LogReader(survey, &report).read(file);
+        if (survey.isEmpty()) {
+            throw Trouble(file.name() + ": has no record of a log");
         }
     }
-    file.check();
+    file.rewind();
+    return survey;
+}
+
+void readRecordsOf(InputFile& file, Kind kind, const LogSurvey& survey, LogTarget& target)
+{
+    if (kind == Kind::Blackbox) {
+        readBlackboxLog(file, survey, target);
+    } else {
+        LogReader(target, nullptr).read(file);
+    }
+    target.finish();
 }
 
 void LogSurvey::addRecord(const LogRecord& record)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "convert/inputfile.h"
+#include "convert/kinds.h"
 #include "convert/report.h"
 
 #include <optional>
@@ -40,9 +41,10 @@ public:
 // What has to be known of a log ahead of the first row of a table, and what --info tells.
 struct LogSurvey : LogTarget
 {
-    std::vector<std::string> labels; // of the last header; "x" is no name
-    std::size_t widest = 0;          // values of a record
-    std::size_t narrowest = SIZE_MAX;
+    std::vector<std::string> labels;  // of the last header; "x" is no name
+    std::size_t widest = 0;           // values of a record
+    std::size_t narrowest = SIZE_MAX; // values that no record lacks
+    std::size_t inputs = 0;           // how many of `widest`, in a black-box record
     std::int64_t records = 0;
     std::int64_t missing = 0; // records that running numbers leave out, in so many gaps
     std::int64_t gaps = 0;
@@ -53,6 +55,9 @@ struct LogSurvey : LogTarget
     std::int64_t tags = 0;
     std::vector<std::string> firstTags; // "<s> s <text>"
 
+    // No log at all: a file that has only a header is one.
+    bool isEmpty() const { return labels.empty() && records == 0 && tags == 0; }
+
     // One for each channel that was logged: its label, or "channel <number from 0>"; what comes
     // again has " (channel <number>)" behind it.
     std::vector<std::string> columns() const;
@@ -62,9 +67,14 @@ struct LogSurvey : LogTarget
     void addTag(std::optional<std::uint32_t> milliseconds, std::string_view text) override;
 };
 
-// Reads a session's log. Lines that are no records, torn ones and jumps of the clock are reported
-// if there is a report.
-void readLog(InputFile& file, LogTarget& target, Report* report);
+// Looks through the records of a session's log or of a black-box record, whose channels are In0 and
+// on, behind them Out0 and on. What is odd is reported: lines that are no records, torn ones, jumps
+// of the clock. Leaves the file at its beginning. Throws Trouble for a text that is no log.
+LogSurvey surveyOf(InputFile& file, Kind kind, Report& report);
+
+// Reads the records, without a report. Those of a black-box record that lack channels have empty
+// values.
+void readRecordsOf(InputFile& file, Kind kind, const LogSurvey& survey, LogTarget& target);
 
 // Seconds with three decimals, as ms are written out.
 char* putSeconds(char* out, std::uint32_t milliseconds);

@@ -5,25 +5,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <limits>
+#include <cmath>
 
 namespace convert {
-
-namespace {
-
-constexpr const char* NoNumber = "a value that is no number, left empty";
-constexpr const char* NoNumberIsZero = "a value that is no number, taken as 0";
-
-std::optional<int> wholeNumber(std::string_view text)
-{
-    int value = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    return error == std::errc() && stop == end ? std::optional(value) : std::nullopt;
-}
-
-} // namespace
 
 std::string unitOf(std::string_view label)
 {
@@ -92,11 +76,11 @@ char* CsvLog::putValues(char* place, std::string_view values, std::int64_t line)
     }
     while (!values.empty()) {
         const std::string_view field = formats::takeField(values, ';');
-        const bool isNumber = wholeNumber(field).has_value();
+        const bool isNumber = formats::plainNumber<int>(field).has_value();
         if (isNumber) {
             place = std::copy(field.begin(), field.end(), place);
         } else if (!field.empty()) {
-            report.odd(NoNumber, line);
+            report.odd("a value that is no number, left empty", line);
         }
         *place++ = ',';
     }
@@ -108,7 +92,7 @@ void CsvLog::addRecord(const LogRecord& record)
     endRow();
     for (const Tag& tag : waiting) {
         if (tag.time == record.milliseconds) {
-            openTag += (openTag.empty() ? "" : "; ") + tag.text;
+            appendToTag(tag.text);
         } else {
             putTagRow(tag);
         }
@@ -121,6 +105,11 @@ void CsvLog::addRecord(const LogRecord& record)
     place = std::fill_n(place, columnCount - std::min(record.width, columnCount), ',');
     out.advanceTo(place);
     openRow = record.milliseconds;
+}
+
+void CsvLog::appendToTag(const std::string& text)
+{
+    openTag += (openTag.empty() ? "" : "; ") + text;
 }
 
 void CsvLog::putTagRow(const Tag& tag)
@@ -144,7 +133,7 @@ void CsvLog::endRow()
 void CsvLog::addTag(std::optional<std::uint32_t> milliseconds, std::string_view text)
 {
     if (openRow && openRow == milliseconds) {
-        openTag += openTag.empty() ? std::string(text) : "; " + std::string(text);
+        appendToTag(std::string(text));
     } else {
         waiting.push_back({milliseconds, std::string(text)});
     }
@@ -160,42 +149,45 @@ void CsvLog::finish()
 
 Hdf5Log::Hdf5Log(Hdf5File& output, const LogSurvey& survey, Report& fileReport)
     : report(fileReport)
-    , times(output.addColumn("/", "time_s", Hdf5Column::Real, "s"))
+    , wholeCount(survey.narrowest)
+    , times(output.addColumn("", "time_s", Hdf5Column::Real, "s"))
     , tags(output.addTags())
 {
-    const std::vector<std::string> names = survey.columns();
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const auto type = i < survey.narrowest ? Hdf5Column::Whole : Hdf5Column::Real;
-        channels.push_back(output.addColumn("/channels", names[i], type, unitOf(names[i])));
+    for (const std::string& name : survey.columns()) {
+        const auto type = channels.size() < wholeCount ? Hdf5Column::Whole : Hdf5Column::Real;
+        channels.push_back(output.addColumn("/channels", name, type, unitOf(name)));
     }
 }
 
 void Hdf5Log::addRecord(const LogRecord& record)
 {
-    times->append(record.milliseconds / 1000.0);
+    times.append(record.milliseconds / 1000.0);
     std::string_view values = record.values;
-    for (const auto& channel : channels) {
+    for (std::size_t i = 0; i < channels.size(); ++i) {
         const std::string_view field = formats::takeField(values, ';');
-        const auto value = wholeNumber(field);
-        if (!value && !field.empty()) {
-            report.odd(
-                channel->type() == Hdf5Column::Real ? NoNumber : NoNumberIsZero, record.line);
+        if (const auto value = formats::plainNumber<int>(field)) {
+            channels[i].append(*value);
+            continue;
         }
-        channel->append(value ? *value : channel->missing());
+        if (i < wholeCount) {
+            report.odd("a value that is no number, taken as 0", record.line);
+        } else if (!field.empty()) {
+            report.odd("a value that is no number, left empty", record.line);
+        }
+        channels[i].appendMissing();
     }
 }
 
 void Hdf5Log::addTag(std::optional<std::uint32_t> milliseconds, std::string_view text)
 {
-    tags->append(
-        milliseconds ? *milliseconds / 1000.0 : std::numeric_limits<double>::quiet_NaN(), text);
+    Hdf5File::appendTag(tags, milliseconds ? *milliseconds / 1000.0 : std::nan(""), text);
 }
 
 void Hdf5Log::finish()
 {
-    times->flush();
-    for (const auto& channel : channels) {
-        channel->flush();
+    times.flush();
+    for (Hdf5Column& channel : channels) {
+        channel.flush();
     }
 }
 

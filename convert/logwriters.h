@@ -26,6 +26,7 @@ private:
         std::string text;
     };
 
+    void appendToTag(const std::string& text);
     char* putValues(char* place, std::string_view values, std::int64_t line);
     void putTagRow(const Tag& tag);
     void endRow();
@@ -52,9 +53,10 @@ public:
 
 private:
     Report& report;
-    std::unique_ptr<Hdf5Column> times;
-    std::vector<std::unique_ptr<Hdf5Column>> channels;
-    std::unique_ptr<Hdf5Tags> tags;
+    const std::size_t wholeCount; // channels that no record lacks
+    Hdf5Column times;
+    std::vector<Hdf5Column> channels;
+    Hdf5Handle tags;
 };
 
 // The unit that a channel's label ends with, ahead of what stands in round brackets: in square

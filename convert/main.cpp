@@ -2,10 +2,10 @@
 #include "convert/job.h"
 
 #include <CLI/CLI.hpp>
-#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <future>
 #include <map>
 #include <mutex>
 #include <pthread.h>
@@ -30,24 +30,97 @@ struct Options
     std::string from;
     std::string to;
     std::string signalSet;
+    bool wantsFrames = false;
     bool info = false;
     bool replaces = false;
     unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
 };
 
-[[noreturn]] void refuse(const std::string& why)
+void declare(Options& options, CLI::App& app)
 {
-    std::fprintf(stderr, "xcu-convert: %s\nTry 'xcu-convert --help'.\n", why.c_str());
-    std::exit(WrongUse);
+    app.add_option("FILE", options.inputs, "files to convert; - is standard input")->required();
+    auto* const output =
+        app.add_option("-o,--output", options.output, "file to write; - is standard output");
+    auto* const outDir =
+        app.add_option("--out-dir", options.outDir, "folder for the outputs of several files")
+            ->check(CLI::ExistingDirectory)
+            ->excludes(output);
+    app.add_option("--from", options.from, "what the files are, if not by their names")
+        ->check(CLI::IsMember(convert::inputWords()));
+    auto* const to =
+        app.add_option("--to", options.to, "what to write, if not by the name of the output")
+            ->check(CLI::IsMember(convert::outputWords()));
+    outDir->needs(to);
+    auto* const signalSet =
+        app.add_option("--signals", options.signalSet, "signal set: write values of these signals");
+    app.add_flag("--frames", options.wantsFrames, "CAN frames of black-box records as .csv")
+        ->excludes(signalSet);
+    app.add_flag("--info", options.info, "tell what is in the files, write nothing");
+    app.add_flag("--force", options.replaces, "replace files that are there");
+    app.add_option("-j,--jobs", options.jobs, "files at a time")->check(CLI::Range(1, 256));
+    app.set_version_flag("--version", "xcu-convert " XCU_VERSION);
+}
+
+Kind kindOf(const std::string& path, const std::string& word, const char* option)
+{
+    const auto kind = word.empty() ? convert::kindOfName(path) : convert::kindOfWord(word);
+    if (!kind) {
+        throw CLI::ValidationError(
+            convert::shownName(path),
+            std::string("the name does not tell what it is; say ") + option);
+    }
+    return *kind;
+}
+
+std::string outputIn(const std::string& folder, const std::string& input, Kind to)
+{
+    const std::filesystem::path name =
+        input == "-" ? "standard-input" : std::filesystem::path(input).filename();
+    const std::string stem = convert::kindOfName(name) ? name.stem() : name;
+    return std::filesystem::path(folder) / (stem + convert::nameEnd(to));
+}
+
+// Throws CLI::ValidationError for what cannot be done.
+std::vector<Job> plan(const Options& options, const convert::SignalSet* signalSet)
+{
+    if (!options.info && options.output.empty() && options.outDir.empty()) {
+        throw CLI::ValidationError("where to", "either -o or --out-dir");
+    }
+    if (!options.output.empty() && options.inputs.size() > 1) {
+        throw CLI::ValidationError("several files", "go to a folder: --out-dir");
+    }
+    std::vector<Job> jobs;
+    std::map<std::string, std::string> makers; // of outputs
+    for (const std::string& input : options.inputs) {
+        Job job;
+        job.input = input;
+        job.from = kindOf(input, options.from, "--from");
+        if (options.info) {
+            jobs.push_back(job);
+            continue;
+        }
+        job.to = kindOf(options.output, options.to, "--to");
+        job.output =
+            options.outDir.empty() ? options.output : outputIn(options.outDir, input, job.to);
+        const auto [maker, isFirst] = makers.emplace(job.output, input);
+        job.rival = isFirst ? "" : maker->second;
+        job.replaces = options.replaces;
+        job.wantsFrames = options.wantsFrames;
+        job.signalSet = signalSet;
+        const std::string why = convert::impossible(job);
+        if (!why.empty()) {
+            throw CLI::ValidationError(convert::shownName(input), why);
+        }
+        jobs.push_back(job);
+    }
+    return jobs;
 }
 
 std::string inLines(const std::string& text)
 {
     std::string result;
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = std::min(text.find('\n', begin), text.size());
-        result += "xcu-convert: " + text.substr(begin, end - begin) + '\n';
-        begin = end + 1;
+    for (const std::string& line : CLI::detail::split(text, '\n')) {
+        result += line.empty() ? "" : "xcu-convert: " + line + '\n';
     }
     return result;
 }
@@ -75,242 +148,113 @@ void watchSignals()
 class Console
 {
 public:
-    explicit Console(qint64 totalBytes)
-        : total(totalBytes)
-        , hasBar(isatty(STDERR_FILENO) != 0)
+    explicit Console(std::uintmax_t bytes)
+        : total(isatty(STDERR_FILENO) != 0 ? bytes : 0)
     {}
 
     void say(const std::string& text)
     {
         const std::lock_guard lock(mutex);
-        erase();
-        std::fputs(text.c_str(), stderr);
+        std::fputs((std::exchange(erasing, "") + text).c_str(), stderr);
     }
 
     void showProgress()
     {
-        constexpr int width = 40;
-        const std::lock_guard lock(mutex);
-        if (!hasBar || total <= 0) {
+        if (total == 0) {
             return;
         }
-        const qint64 done = std::min<qint64>(convert::InputFile::bytesRead, total);
-        const auto filled = static_cast<std::size_t>(done * width / total);
-        std::fprintf(
-            stderr, "\r[%s%s] %3d %%", std::string(filled, '#').c_str(),
-            std::string(width - filled, ' ').c_str(), static_cast<int>(done * 100 / total));
-        isShown = true;
-    }
-
-    void erase()
-    {
-        if (isShown) {
-            std::fputs("\r\033[K", stderr);
-            isShown = false;
-        }
+        constexpr std::size_t width = 40;
+        const std::lock_guard lock(mutex);
+        const std::uintmax_t done = std::min<std::uintmax_t>(convert::InputFile::bytesRead, total);
+        std::string bar(width, ' ');
+        bar.replace(0, done * width / total, done * width / total, '#');
+        std::fprintf(stderr, "\r[%s] %3d %%", bar.c_str(), static_cast<int>(done * 100 / total));
+        erasing = "\r\033[K";
     }
 
 private:
     std::mutex mutex;
-    const qint64 total;
-    const bool hasBar;
-    bool isShown = false;
+    const std::uintmax_t total; // 0: no bar
+    std::string erasing;        // what erases the bar that is there
 };
 
-Kind kindOf(const std::string& path, const std::string& word, const char* option)
+std::uintmax_t bytesToRead(const std::vector<Job>& jobs)
 {
-    const auto kind = word.empty() ? convert::kindOfName(path) : convert::kindOfWord(word);
-    if (!kind) {
-        refuse(convert::shownName(path) + ": the name does not tell what it is; say " + option);
-    }
-    return *kind;
-}
-
-std::string outputIn(const std::string& folder, const std::string& input, Kind to)
-{
-    const std::filesystem::path name =
-        input == "-" ? "standard-input" : std::filesystem::path(input).filename();
-    const std::string stem =
-        convert::kindOfName(name.string()) ? name.stem().string() : name.string();
-    return (std::filesystem::path(folder) / (stem + convert::nameEnd(to))).string();
-}
-
-std::vector<Job> plan(const Options& options)
-{
-    std::vector<Job> jobs;
-    for (const std::string& input : options.inputs) {
-        Job job;
-        job.input = input;
-        job.from = kindOf(input, options.from, "--from");
-        job.to = kindOf(options.output, options.to, "--to");
-        job.output =
-            options.outDir.empty() ? options.output : outputIn(options.outDir, input, job.to);
-        job.replaces = options.replaces;
-        const std::string why = convert::impossible(job.from, job.to, !options.signalSet.empty());
-        if (!why.empty()) {
-            refuse(convert::shownName(input) + ": " + why);
-        }
-        jobs.push_back(job);
-    }
-    return jobs;
-}
-
-qint64 bytesToRead(const std::vector<Job>& jobs)
-{
-    qint64 bytes = 0;
+    std::uintmax_t bytes = 0;
     for (const Job& job : jobs) {
         std::error_code error;
         const auto size = std::filesystem::file_size(job.input, error);
         const bool isReadTwice = job.from == Kind::Log;
-        bytes += error ? 0 : static_cast<qint64>(size) * (isReadTwice ? 2 : 1);
+        bytes += error ? 0 : size * (isReadTwice ? 2 : 1);
     }
     return bytes;
 }
 
-// Whether all went well.
-bool convertAll(const std::vector<Job>& jobs, unsigned threadCount)
+void tell(const Job& job, Report& report)
 {
-    Console console(bytesToRead(jobs));
+    const std::string text = convert::info(job.input, job.from, report);
+    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
+        throw Trouble("standard output", "cannot write", errno);
+    }
+}
+
+// Does the work on some files at a time. Whether all went well.
+bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(const Job&, Report&))
+{
+    Console console(work == tell ? 0 : bytesToRead(jobs));
     std::atomic<std::size_t> next = 0;
     std::atomic<bool> isFine = true;
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::size_t finished = 0;
-    std::map<std::string, std::string> makers; // of outputs
-
-    const auto convertOne = [&](const Job& job) {
-        Report report(convert::shownName(job.input));
-        std::string trouble;
-        try {
-            convert::convertFile(job, report);
-        } catch (const std::exception& failure) {
-            trouble = failure.what();
-            isFine = false;
-        }
-        console.say(inLines(report.text() + trouble));
-    };
-    const auto work = [&] {
+    const auto workOff = [&] {
         for (std::size_t i = next++; i < jobs.size(); i = next++) {
-            const Job& job = jobs[i];
-            std::unique_lock lock(mutex);
-            const auto [maker, isFirst] = makers.emplace(job.output, job.input);
-            lock.unlock();
-            if (isFirst) {
-                convertOne(job);
-            } else {
+            Report report(convert::shownName(jobs[i].input));
+            std::string trouble;
+            try {
+                work(jobs[i], report);
+            } catch (const std::exception& failure) {
+                trouble = failure.what();
                 isFine = false;
-                console.say(inLines(
-                    job.input + ": " + job.output + " is made of " + maker->second + " already"));
             }
+            console.say(inLines(report.text() + trouble));
         }
-        const std::lock_guard lock(mutex);
-        ++finished;
-        changed.notify_one();
     };
-
-    const std::size_t count = std::min<std::size_t>(std::max(1U, threadCount), jobs.size());
-    std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < count; ++i) {
-        threads.emplace_back(work);
+    std::vector<std::future<void>> workers;
+    for (std::size_t i = 0; i < std::min<std::size_t>(threadCount, jobs.size()); ++i) {
+        workers.push_back(std::async(std::launch::async, workOff));
     }
-    std::unique_lock lock(mutex);
-    while (!changed.wait_for(
-        lock, std::chrono::milliseconds(200), [&] { return finished == count; })) {
-        console.showProgress();
-    }
-    lock.unlock();
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    console.erase();
-    return isFine;
-}
-
-bool showInfo(const Options& options)
-{
-    bool isFine = true;
-    for (const std::string& input : options.inputs) {
-        const Kind from = kindOf(input, options.from, "--from");
-        if (from == Kind::Database) {
-            refuse(input + ": signal databases are converted, see xcu-signals");
-        }
-        Report report(convert::shownName(input));
-        try {
-            const std::string text = convert::info(input, from, report);
-            std::fputs(inLines(report.text()).c_str(), stderr);
-            if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
-                throw Trouble("standard output", "cannot write", errno);
-            }
-        } catch (const std::exception& failure) {
-            std::fputs(inLines(report.text() + failure.what()).c_str(), stderr);
-            isFine = false;
+    for (const auto& worker : workers) {
+        while (worker.wait_for(std::chrono::milliseconds(200)) == std::future_status::timeout) {
+            console.showProgress();
         }
     }
+    console.say("");
     return isFine;
-}
-
-Options parsed(int argc, char** argv)
-{
-    Options options;
-    CLI::App app("Converts logs, black-box records and CAN traces of the XCU console.");
-    app.add_option("FILE", options.inputs, "files to convert; - is standard input")->required();
-    app.add_option("-o,--output", options.output, "file to write; - is standard output");
-    app.add_option("--out-dir", options.outDir, "folder for the outputs of several files")
-        ->check(CLI::ExistingDirectory);
-    app.add_option("--from", options.from, "what the files are, if not by their names")
-        ->check(CLI::IsMember(convert::inputWords()));
-    app.add_option("--to", options.to, "what to write, if not by the name of the output")
-        ->check(CLI::IsMember(convert::outputWords()));
-    app.add_option("--signals", options.signalSet, "signal set: write physical values of these");
-    app.add_flag("--info", options.info, "tell what is in the files, write nothing");
-    app.add_flag("--force", options.replaces, "replace files that are there");
-    app.add_option("-j,--jobs", options.jobs, "files at a time")->check(CLI::Range(1, 256));
-    app.set_version_flag("--version", "xcu-convert " XCU_VERSION);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        const bool isWrong = app.exit(error) != 0;
-        std::exit(isWrong ? WrongUse : 0);
-    }
-    if (options.info) {
-        return options;
-    }
-    if (options.output.empty() == options.outDir.empty()) {
-        refuse("say where to: either -o or --out-dir");
-    }
-    if (!options.output.empty() && options.inputs.size() > 1) {
-        refuse("several files go to a folder: --out-dir");
-    }
-    if (!options.outDir.empty() && options.to.empty()) {
-        refuse("say what to write: --to");
-    }
-    return options;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const Options options = parsed(argc, argv);
-    if (options.info) {
-        std::signal(SIGPIPE, SIG_IGN);
-        return showInfo(options) ? 0 : SomeTrouble;
-    }
-    std::vector<Job> jobs = plan(options);
-    watchSignals();
+    Options options;
+    CLI::App app("Converts logs, black-box records and CAN traces of the XCU console.");
+    declare(options, app);
     std::unique_ptr<convert::SignalSet> signalSet;
-    if (!options.signalSet.empty()) {
-        Report report(convert::shownName(options.signalSet));
-        try {
+    std::vector<Job> jobs;
+    try {
+        app.parse(argc, argv);
+        if (!options.signalSet.empty()) {
+            Report report(convert::shownName(options.signalSet));
             signalSet = std::make_unique<convert::SignalSet>(options.signalSet, report);
-        } catch (const Trouble& trouble) {
-            std::fputs(inLines(trouble.what()).c_str(), stderr);
-            return SomeTrouble;
+            std::fputs(inLines(report.text()).c_str(), stderr);
         }
-        std::fputs(inLines(report.text()).c_str(), stderr);
-        for (Job& job : jobs) {
-            job.signalSet = signalSet.get();
-        }
+        jobs = plan(options, signalSet.get());
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : WrongUse;
+    } catch (const Trouble& trouble) {
+        std::fputs(inLines(trouble.what()).c_str(), stderr);
+        return SomeTrouble;
     }
-    return convertAll(jobs, options.jobs) ? 0 : SomeTrouble;
+    watchSignals();
+    const bool isFine =
+        options.info ? forEach(jobs, 1, tell) : forEach(jobs, options.jobs, convert::convertFile);
+    return isFine ? 0 : SomeTrouble;
 }

@@ -8,10 +8,12 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <mutex>
+#include <random>
 #include <set>
-#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace convert {
 
@@ -21,17 +23,6 @@ constexpr std::size_t BlockSize = 1 << 16;
 
 std::mutex partsMutex;
 std::set<std::string> parts;
-
-// What the files of this user may be read and written by.
-mode_t fileMode()
-{
-    static const mode_t mask = [] {
-        const mode_t current = umask(0);
-        umask(current);
-        return current;
-    }();
-    return 0666 & ~mask;
-}
 
 } // namespace
 
@@ -44,27 +35,24 @@ PartFile::PartFile(std::string targetPath, bool replaces)
         fd = STDOUT_FILENO;
         return;
     }
-    struct stat status = {};
-    const bool exists = stat(target.c_str(), &status) == 0;
-    if (exists && !S_ISREG(status.st_mode)) {
-        fd = open(target.c_str(), O_WRONLY | O_CLOEXEC);
-        if (fd < 0) {
-            throw Trouble(target, "cannot write", errno);
-        }
-        return;
-    }
-    if (exists && !mayReplace) {
+    std::error_code error;
+    const auto status = std::filesystem::status(target, error);
+    if (is_regular_file(status) && !mayReplace) {
         throw Trouble(target + ": is there already; --force replaces it");
     }
-    const std::lock_guard lock(partsMutex);
-    partPath += ".XXXXXX.part";
-    fd = mkostemps(partPath.data(), static_cast<int>(std::strlen(".part")), O_CLOEXEC);
-    if (fd < 0) {
-        throw Trouble(target, "cannot write", errno);
+    if (exists(status) && !is_regular_file(status)) {
+        fd = open(target.c_str(), O_WRONLY | O_CLOEXEC);
+    } else {
+        constexpr mode_t all = 0666; // less what the user's mask forbids
+        const std::lock_guard lock(partsMutex);
+        partPath += '.' + std::to_string(std::random_device{}()) + ".part";
+        fd = open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, all);
+        isPart = fd >= 0;
+        parts.insert(partPath);
     }
-    fchmod(fd, fileMode());
-    parts.insert(partPath);
-    isPart = true;
+    if (fd < 0) {
+        fail();
+    }
 }
 
 PartFile::~PartFile()
@@ -73,8 +61,15 @@ PartFile::~PartFile()
         close(fd);
     }
     if (isPart) {
-        remove();
+        const std::lock_guard lock(partsMutex);
+        unlink(partPath.c_str());
+        parts.erase(partPath);
     }
+}
+
+void PartFile::fail() const
+{
+    throw Trouble(target == "-" ? "standard output" : target, "cannot write", errno);
 }
 
 void PartFile::commit()
@@ -83,10 +78,8 @@ void PartFile::commit()
         return;
     }
     // A full network drive tells only here.
-    const int closed = close(fd);
-    fd = -1;
-    if (closed != 0) {
-        throw Trouble(target, "cannot write", errno);
+    if (close(std::exchange(fd, -1)) != 0) {
+        fail();
     }
     if (!isPart) {
         return;
@@ -101,18 +94,11 @@ void PartFile::commit()
         renamed = std::rename(from, target.c_str());
     }
     if (renamed != 0) {
-        throw Trouble(target, "cannot write", errno);
+        fail();
     }
     const std::lock_guard lock(partsMutex);
     parts.erase(partPath);
     isPart = false;
-}
-
-void PartFile::remove()
-{
-    const std::lock_guard lock(partsMutex);
-    unlink(partPath.c_str());
-    parts.erase(partPath);
 }
 
 void PartFile::removeAll()
@@ -152,8 +138,7 @@ void TextOutput::writeBlock()
     for (std::size_t done = 0; done < used;) {
         const ssize_t written = write(file.descriptor(), buffer.data() + done, used - done);
         if (written < 0 && errno != EINTR) {
-            const bool isOut = file.path() == "-";
-            throw Trouble(isOut ? "standard output" : file.path(), "cannot write", errno);
+            file.fail();
         }
         done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
     }

@@ -19,19 +19,17 @@ public:
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
+    // Where to write; a library that wants a path may open the file again.
     int descriptor() const { return fd; }
-    // Where to write. A library that wants a path may open the file again.
     const std::string& writtenPath() const { return partPath; }
-    const std::string& path() const { return target; }
 
+    [[noreturn]] void fail() const; // by errno
     void commit();
 
     // Removes the part files of all threads, for a program that is told to quit.
     static void removeAll();
 
 private:
-    void remove();
-
     const std::string target;
     std::string partPath;
     const bool mayReplace;

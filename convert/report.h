@@ -31,8 +31,6 @@ public:
     // Lines "<file>:<line>: <what>", with " (<count> in all)" where it came again.
     std::string text() const;
 
-    const std::string& inputName() const { return name; }
-
 private:
     struct Oddity
     {

@@ -6,6 +6,7 @@
 #include "formats/candumpline.h"
 #include "formats/signaldecoder.h"
 #include "formats/signalset.h"
+#include "formats/textfield.h"
 
 #include <algorithm>
 #include <charconv>
@@ -20,44 +21,42 @@ constexpr std::size_t MaxRealLength = 32;
 class SignalTarget : public FrameTarget
 {
 public:
-    explicit SignalTarget(const SignalSet& signalSet)
-        : set(signalSet)
-        , values(static_cast<std::size_t>(signalSet.signalList.size()))
+    SignalTarget(const SignalSet& signalSet, Report& fileReport)
+        : FrameTarget(fileReport)
+        , set(signalSet)
     {}
 
-    void addFrame(const formats::TraceFrame& frame) override
+    void put(const formats::TraceFrame& frame) final
     {
         const auto carried = set.byId.find(static_cast<int>(frame.id));
         if (carried == set.byId.end() || frame.isRemote || frame.isError) {
             return;
         }
         const CanFrames drawn = formats::chartFrame(frame);
-        bool carriesOne = false;
-        for (const std::size_t i : carried->second) {
-            values[i] = formats::signalValue(set.signalList[static_cast<int>(i)], drawn);
-            carriesOne = carriesOne || values[i];
+        values.clear();
+        for (const std::size_t place : carried->second) {
+            const CanSignalData& signal = set.signalList[static_cast<int>(place)];
+            if (const auto value = formats::signalValue(signal, drawn)) {
+                values.emplace_back(place, *value);
+            }
         }
-        if (carriesOne) {
-            addValues(frame.time, carried->second);
-        }
-        for (const std::size_t i : carried->second) {
-            values[i].reset();
+        if (!values.empty()) {
+            addValues(frame.time);
         }
     }
 
 protected:
-    // `values` has those of the frame, which can be at the given places only.
-    virtual void addValues(double time, const std::vector<std::size_t>& places) = 0;
+    virtual void addValues(double time) = 0;
 
     const SignalSet& set;
-    std::vector<std::optional<double>> values;
+    std::vector<std::pair<std::size_t, double>> values; // of a frame, by their places in the set
 };
 
 class SignalCsv : public SignalTarget
 {
 public:
-    SignalCsv(const SignalSet& signalSet, TextOutput& output)
-        : SignalTarget(signalSet)
+    SignalCsv(const SignalSet& signalSet, TextOutput& output, Report& fileReport)
+        : SignalTarget(signalSet, fileReport)
         , out(output)
     {
         out.put("time_s");
@@ -68,17 +67,18 @@ public:
     }
 
 private:
-    void addValues(double time, const std::vector<std::size_t>& /*places*/) override
+    void addValues(double time) override
     {
-        char* end = out.room((1 + values.size()) * (MaxRealLength + 1) + 2);
+        char* end = out.room((1 + set.names.size()) * (MaxRealLength + 1) + 2);
         end = formats::putMicroseconds(end, time);
-        for (const auto& value : values) {
-            *end++ = ',';
-            end = value ? std::to_chars(end, end + MaxRealLength, *value).ptr : end;
+        std::size_t column = 0;
+        for (const auto& [place, value] : values) {
+            end = std::fill_n(end, place + 1 - column, ',');
+            end = std::to_chars(end, end + MaxRealLength, value).ptr;
+            column = place + 1;
         }
-        *end++ = '\r';
-        *end++ = '\n';
-        out.advanceTo(end);
+        end = std::fill_n(end, set.names.size() - column, ',');
+        out.advanceTo(formats::putText(end, "\r\n"));
     }
 
     TextOutput& out;
@@ -87,38 +87,36 @@ private:
 class SignalHdf5 : public SignalTarget
 {
 public:
-    SignalHdf5(const SignalSet& signalSet, Hdf5File& output)
-        : SignalTarget(signalSet)
+    SignalHdf5(const SignalSet& signalSet, Hdf5File& output, Report& fileReport)
+        : SignalTarget(signalSet, fileReport)
     {
         for (std::string name : set.names) {
             std::replace(name.begin(), name.end(), '/', '|');
             const std::string group = "/signals/" + name;
-            columns.push_back(
-                {output.addColumn(group, "time_s", Hdf5Column::Real, "s"),
-                 output.addColumn(group, "value", Hdf5Column::Real, unitOf(name))});
+            columns.emplace_back(
+                output.addColumn(group, "time_s", Hdf5Column::Real, "s"),
+                output.addColumn(group, "value", Hdf5Column::Real, unitOf(name)));
         }
     }
 
     void finish() override
     {
-        for (const auto& [times, physical] : columns) {
-            times->flush();
-            physical->flush();
+        for (auto& [times, physical] : columns) {
+            times.flush();
+            physical.flush();
         }
     }
 
 private:
-    void addValues(double time, const std::vector<std::size_t>& places) override
+    void addValues(double time) override
     {
-        for (const std::size_t i : places) {
-            if (values[i]) {
-                columns[i].first->append(time);
-                columns[i].second->append(*values[i]);
-            }
+        for (const auto& [place, value] : values) {
+            columns[place].first.append(time);
+            columns[place].second.append(value);
         }
     }
 
-    std::vector<std::pair<std::unique_ptr<Hdf5Column>, std::unique_ptr<Hdf5Column>>> columns;
+    std::vector<std::pair<Hdf5Column, Hdf5Column>> columns;
 };
 
 } // namespace
@@ -150,14 +148,14 @@ SignalSet::SignalSet(const std::string& path, Report& report)
     names = toldApart(given, {"time_s"}, "signal");
 }
 
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output)
+std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output, Report& report)
 {
-    return std::make_unique<SignalCsv>(set, output);
+    return std::make_unique<SignalCsv>(set, output, report);
 }
 
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, Hdf5File& output)
+std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, Hdf5File& output, Report& report)
 {
-    return std::make_unique<SignalHdf5>(set, output);
+    return std::make_unique<SignalHdf5>(set, output, report);
 }
 
 } // namespace convert

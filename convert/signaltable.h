@@ -23,9 +23,9 @@ struct SignalSet
 };
 
 // Physical values as CSV: time_s and a column a signal; a row a frame that carries one of them.
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output);
+std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output, Report& report);
 
 // Physical values as HDF5: for each signal a group below "signals" with time_s and value.
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, Hdf5File& output);
+std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, Hdf5File& output, Report& report);
 
 } // namespace convert
