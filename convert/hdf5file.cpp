@@ -91,13 +91,19 @@ void Hdf5Column::flush()
     }
 }
 
+std::string pathPart(std::string name)
+{
+    std::replace(name.begin(), name.end(), '/', '|');
+    return name;
+}
+
 Hdf5File::Hdf5File(const std::string& path, bool replaces)
     : part(path, replaces)
     , file(createFile(part.writtenPath()))
 {}
 
 // Empty and growing. Whole chunks go past the cache, which would cost a MiB a dataset.
-Hdf5Handle Hdf5File::addDataset(const std::string& place, hid_t type)
+Hdf5Handle Hdf5File::addDataset(const std::string& path, hid_t type)
 {
     const hsize_t none = 0;
     const hsize_t unlimited = H5S_UNLIMITED;
@@ -111,17 +117,15 @@ Hdf5Handle Hdf5File::addDataset(const std::string& place, hid_t type)
     const Hdf5Handle links = H5Pcreate(H5P_LINK_CREATE);
     check(H5Pset_char_encoding(links, H5T_CSET_UTF8));
     check(H5Pset_create_intermediate_group(links, 1));
-    return H5Dcreate2(file, place.c_str(), type, space, links, creation, access);
+    return H5Dcreate2(file, path.c_str(), type, space, links, creation, access);
 }
 
 Hdf5Column Hdf5File::addColumn(
-    const std::string& group, const std::string& name, Hdf5Column::Type type,
+    const std::string& path, Hdf5Column::Type type, const std::string& name,
     const std::string& unit)
 {
-    std::string last = name;
-    std::replace(last.begin(), last.end(), '/', '|');
-    const hid_t valueType = type == Hdf5Column::Whole ? H5T_STD_I32LE : H5T_IEEE_F64LE;
-    Hdf5Handle dataset = addDataset(group + '/' + last, valueType);
+    Hdf5Handle dataset =
+        addDataset(path, type == Hdf5Column::Whole ? H5T_STD_I32LE : H5T_IEEE_F64LE);
     setAttribute(dataset, "name", name);
     if (!unit.empty()) {
         setAttribute(dataset, "unit", unit);

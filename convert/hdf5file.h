@@ -73,16 +73,18 @@ private:
     std::vector<double> waiting;
 };
 
+// A name as a part of a path, where "/", which would be a group, becomes "|".
+std::string pathPart(std::string name);
+
 class Hdf5File
 {
 public:
     Hdf5File(const std::string& path, bool replaces);
 
-    // A dataset below a group, which is made at need; "" is the root. Its attributes are "name"
-    // and, if there is one, "unit". A "/" in the name, which would be a group, becomes "|" in the
-    // dataset's.
+    // A dataset with the attributes "name" and, if there is one, "unit". Groups on its path are
+    // made at need.
     Hdf5Column addColumn(
-        const std::string& group, const std::string& name, Hdf5Column::Type type,
+        const std::string& path, Hdf5Column::Type type, const std::string& name,
         const std::string& unit);
 
     // The dataset "tags", a table of time_s and text.
@@ -93,7 +95,7 @@ public:
     void commit();
 
 private:
-    Hdf5Handle addDataset(const std::string& place, hid_t type);
+    Hdf5Handle addDataset(const std::string& path, hid_t type);
 
     PartFile part;
     Hdf5Handle file;

@@ -64,17 +64,21 @@ void writeText(const Job& job, InputFile& file, Report& report)
 // The program that reads databases is Python's; it writes beside and renames as well.
 void convertDatabase(const Job& job)
 {
-    QStringList arguments{
-        QString::fromStdString(job.input), "-o", QString::fromStdString(job.output)};
+    QStringList arguments;
+    for (const std::string& word :
+         {job.input, std::string("--from"), wordOf(job.from), std::string("-o"), job.output}) {
+        arguments.append(QString::fromStdString(word));
+    }
     if (job.replaces) {
         arguments.append("--force");
     }
     const int code = QProcess::execute("xcu-signals", arguments);
     if (code == -2) {
-        throw Trouble(job.input + ": xcu-signals, which reads databases, cannot be started");
+        throw Trouble(
+            shownName(job.input) + ": xcu-signals, which reads databases, cannot be started");
     }
     if (code != 0) {
-        throw Trouble(job.input + ": not converted by xcu-signals");
+        throw Trouble(shownName(job.input) + ": not converted by xcu-signals");
     }
 }
 
@@ -85,7 +89,7 @@ std::string impossible(const Job& job)
     if (job.from == Kind::Backup) {
         return "a configuration backup is shown by --info and not converted";
     }
-    if (job.from == Kind::Database) {
+    if (isDatabase(job.from)) {
         return job.to == Kind::Csv ? "" : "a signal database becomes a signal set, .csv";
     }
     if (takesRecords(job)) {
@@ -110,7 +114,7 @@ std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind)
     // A log that a power cut has torn may have zero bytes, but not ahead of its header.
     const bool isText = kind == Kind::Log ? sample.startsWith("#;") : isWide;
     if (kind != Kind::Blackbox && kind != Kind::Backup && sample.contains('\0') && !isText) {
-        throw Trouble(file->name() + ": is binary, not a " + nameEnd(kind) + " file");
+        throw Trouble(file->name() + ": is binary, not a ." + wordOf(kind) + " file");
     }
     if (kind == Kind::Log && sample.startsWith('(')) {
         throw Trouble(file->name() + ": looks like a CAN trace; try --from candump");
@@ -135,7 +139,7 @@ void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& repor
     target.finish();
     if (target.count == 0) {
         throw Trouble(
-            file.name() + ": has no CAN frame that a " + nameEnd(kind) + " file can have");
+            file.name() + ": has no CAN frame that a ." + wordOf(kind) + " file can have");
     }
 }
 
@@ -144,7 +148,7 @@ void convertFile(const Job& job, Report& report)
     if (!job.rival.empty()) {
         throw Trouble(job.input + ": " + job.output + " is made of " + job.rival + " already");
     }
-    if (job.from == Kind::Database) {
+    if (isDatabase(job.from)) {
         convertDatabase(job);
         return;
     }

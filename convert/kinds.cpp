@@ -22,7 +22,7 @@ struct Row
     std::optional<TraceKind> trace;
 };
 
-// The first row of a kind names its files.
+// The first row of a kind has the usual word.
 constexpr std::array rows{
     Row{"log", Kind::Log, In, {}},
     Row{"rbx", Kind::Blackbox, In, {}},
@@ -35,10 +35,10 @@ constexpr std::array rows{
     Row{"h5", Kind::Hdf5, Out, {}},
     Row{"hdf5", Kind::Hdf5, Out, {}},
     Row{"xcu", Kind::Backup, In, {}},
-    Row{"dbc", Kind::Database, In, {}},
-    Row{"arxml", Kind::Database, In, {}},
-    Row{"kcd", Kind::Database, In, {}},
-    Row{"xlsx", Kind::Database, In, {}},
+    Row{"dbc", Kind::Dbc, In, {}},
+    Row{"arxml", Kind::Arxml, In, {}},
+    Row{"kcd", Kind::Kcd, In, {}},
+    Row{"xlsx", Kind::Xlsx, In, {}},
 };
 
 const Row& rowOf(Kind kind)
@@ -86,9 +86,14 @@ std::vector<std::string> outputWords()
     return wordsOf(Out);
 }
 
-std::string nameEnd(Kind kind)
+std::string wordOf(Kind kind)
 {
-    return std::string(".") + rowOf(kind).word;
+    return rowOf(kind).word;
+}
+
+bool isDatabase(Kind kind)
+{
+    return kind == Kind::Dbc || kind == Kind::Arxml || kind == Kind::Kcd || kind == Kind::Xlsx;
 }
 
 std::optional<TraceKind> traceKind(Kind kind)

@@ -10,7 +10,22 @@
 namespace convert {
 
 // What a file is, by its name or by --from and --to.
-enum class Kind { Log, Blackbox, Txt, Candump, Trc, Csv, Asc, Trace, Hdf5, Backup, Database };
+enum class Kind {
+    Log,
+    Blackbox,
+    Txt,
+    Candump,
+    Trc,
+    Csv,
+    Asc,
+    Trace,
+    Hdf5,
+    Backup,
+    Dbc,
+    Arxml,
+    Kcd,
+    Xlsx
+};
 
 // By the end of the name, whatever its case; none if that tells nothing.
 std::optional<Kind> kindOfName(const std::string& path);
@@ -20,8 +35,9 @@ std::optional<Kind> kindOfWord(const std::string& word);
 std::vector<std::string> inputWords();
 std::vector<std::string> outputWords();
 
-// The usual end of the names of such files, with its dot.
-std::string nameEnd(Kind kind);
+std::string wordOf(Kind kind);
+
+bool isDatabase(Kind kind);
 
 // The reader of a CAN trace in text form; none for other kinds.
 std::optional<formats::TraceKind> traceKind(Kind kind);

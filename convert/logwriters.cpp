@@ -150,12 +150,13 @@ void CsvLog::finish()
 Hdf5Log::Hdf5Log(Hdf5File& output, const LogSurvey& survey, Report& fileReport)
     : report(fileReport)
     , wholeCount(survey.narrowest)
-    , times(output.addColumn("", "time_s", Hdf5Column::Real, "s"))
+    , times(output.addColumn("/time_s", Hdf5Column::Real, "time_s", "s"))
     , tags(output.addTags())
 {
     for (const std::string& name : survey.columns()) {
         const auto type = channels.size() < wholeCount ? Hdf5Column::Whole : Hdf5Column::Real;
-        channels.push_back(output.addColumn("/channels", name, type, unitOf(name)));
+        channels.push_back(
+            output.addColumn("/channels/" + pathPart(name), type, name, unitOf(name)));
     }
 }
 

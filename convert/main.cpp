@@ -77,7 +77,7 @@ std::string outputIn(const std::string& folder, const std::string& input, Kind t
     const std::filesystem::path name =
         input == "-" ? "standard-input" : std::filesystem::path(input).filename();
     const std::string stem = convert::kindOfName(name) ? name.stem() : name;
-    return std::filesystem::path(folder) / (stem + convert::nameEnd(to));
+    return std::filesystem::path(folder) / (stem + '.' + convert::wordOf(to));
 }
 
 // Throws CLI::ValidationError for what cannot be done.

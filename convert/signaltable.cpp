@@ -90,12 +90,11 @@ public:
     SignalHdf5(const SignalSet& signalSet, Hdf5File& output, Report& fileReport)
         : SignalTarget(signalSet, fileReport)
     {
-        for (std::string name : set.names) {
-            std::replace(name.begin(), name.end(), '/', '|');
-            const std::string group = "/signals/" + name;
+        for (const std::string& name : set.names) {
+            const std::string group = "/signals/" + pathPart(name);
             columns.emplace_back(
-                output.addColumn(group, "time_s", Hdf5Column::Real, "s"),
-                output.addColumn(group, "value", Hdf5Column::Real, unitOf(name)));
+                output.addColumn(group + "/time_s", Hdf5Column::Real, "time_s", "s"),
+                output.addColumn(group + "/value", Hdf5Column::Real, name, unitOf(name)));
         }
     }
 
