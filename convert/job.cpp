@@ -65,19 +65,22 @@ void writeText(const Job& job, InputFile& file, Report& report)
 void convertDatabase(const Job& job)
 {
     QStringList arguments;
-    for (const std::string& word :
-         {job.input, std::string("--from"), wordOf(job.from), std::string("-o"), job.output}) {
+    for (const std::string& word : {job.input, job.output, "--from=" + wordOf(job.from)}) {
         arguments.append(QString::fromStdString(word));
     }
+    arguments.insert(1, "-o");
     if (job.replaces) {
         arguments.append("--force");
     }
-    const int code = QProcess::execute("xcu-signals", arguments);
-    if (code == -2) {
-        throw Trouble(
-            shownName(job.input) + ": xcu-signals, which reads databases, cannot be started");
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    process.setInputChannelMode(QProcess::ForwardedInputChannel);
+    process.start("xcu-signals", arguments);
+    if (!process.waitForStarted()) {
+        throw Trouble("xcu-signals, which reads databases, cannot be started");
     }
-    if (code != 0) {
+    process.waitForFinished(-1);
+    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
         throw Trouble(shownName(job.input) + ": not converted by xcu-signals");
     }
 }
