@@ -109,160 +109,133 @@ void CommandsResponseReceiver::decodeResponse(const std::string& data)
     }
     switch (response.resp_case()) {
     case Response::kBootloaderValue:
-        call(bootloaderResponse, &Bootloader::bootloaderValue, response.bootloader_value());
-        return;
+        return call(bootloaderResponse, &Bootloader::bootloaderValue, response.bootloader_value());
     case Response::kPong:
-        call(bootloaderResponse, &Bootloader::pongReceived, response.pong().value());
-        return;
+        return call(bootloaderResponse, &Bootloader::pongReceived, response.pong().value());
     case Response::kPrompt:
-        call(bootloaderResponse, &Bootloader::promptReceived);
-        return;
+        return call(bootloaderResponse, &Bootloader::promptReceived);
     case Response::kCandumpStarted:
-        call(candumpResponse, &Candump::candumpStart);
-        return;
+        return call(candumpResponse, &Candump::candumpStart);
     case Response::kCandumpStopped:
-        call(candumpResponse, &Candump::candumpStop);
-        return;
+        return call(candumpResponse, &Candump::candumpStop);
     case Response::kCandumpFrame: {
         const auto& fields = response.candump_frame();
-        call(
+        return call(
             candumpResponse, &Candump::candump, fields.bus(), fields.timestamp(), fields.id(),
             fields.extended(), fields.fd(), fields.brs(), fields.data());
-        return;
     }
     case Response::kLoggerStarted:
         traceLine("kLoggerStarted"); // whether or not anyone listens
-        call(dataLoggerResponse, &Logger::loggerStarted);
-        return;
+        return call(dataLoggerResponse, &Logger::loggerStarted);
     case Response::kLoggerStopped:
         traceLine("kLoggerStopped");
-        call(dataLoggerResponse, &Logger::loggerStopped);
-        return;
+        return call(dataLoggerResponse, &Logger::loggerStopped);
     case Response::kLoggerData: {
         const auto& fields = response.logger_data();
         traceLine("kLoggerData");
-        call(
+        return call(
             dataLoggerResponse, &Logger::loggerDataReceived, fields.sample_number(),
             fields.timestamp(), toVector(fields.values()));
-        return;
     }
     case Response::kPidTunerStarted:
-        call(pidTunerResponse, &Pid::pidTunerStart, response.pid_tuner_started().value());
-        return;
+        return call(pidTunerResponse, &Pid::pidTunerStart, response.pid_tuner_started().value());
     case Response::kPidTunerSet:
-        call(pidTunerResponse, &Pid::pidTunerSetPid, response.pid_tuner_set().value());
-        return;
+        return call(pidTunerResponse, &Pid::pidTunerSetPid, response.pid_tuner_set().value());
     case Response::kPidTunerPid: {
         const auto& fields = response.pid_tuner_pid();
-        call(
+        return call(
             pidTunerResponse, &Pid::pidTunerGetPid, fields.pid_id(), fields.param_1(),
             fields.param_2(), fields.param_3(), fields.param_4(), fields.param_5());
-        return;
     }
     case Response::kPidTunerResetDone:
-        call(pidTunerResponse, &Pid::pidTunerReset, response.pid_tuner_reset_done().value());
-        return;
+        return call(pidTunerResponse, &Pid::pidTunerReset, response.pid_tuner_reset_done().value());
     case Response::kMapTunerStarted:
-        call(mapTuningResponse, &Maps::mapTuningStart, response.map_tuner_started().map_count());
-        return;
+        return call(
+            mapTuningResponse, &Maps::mapTuningStart, response.map_tuner_started().map_count());
     case Response::kMapDetails: {
         const auto& fields = response.map_details();
-        call(
+        return call(
             mapTuningResponse, &Maps::mapTuningMapDetails, fields.map_id(), fields.x_size(),
             fields.y_size());
-        return;
     }
     case Response::kMapLabelSet: {
         const auto& fields = response.map_label_set();
-        call(
+        return call(
             mapTuningResponse, &Maps::mapTuningSetMapLabel, fields.map_id(), toAxis(fields.axis()),
             fields.label_id(), toResult(fields.result()));
-        return;
     }
     case Response::kMapLabel: {
         const auto& fields = response.map_label();
-        call(
+        return call(
             mapTuningResponse, &Maps::mapTuningGetMapLabel, fields.map_id(), toAxis(fields.axis()),
             fields.label_id(), fields.value(), toResult(fields.result()));
-        return;
     }
     case Response::kMapValueSet: {
         const auto& fields = response.map_value_set();
-        call(
+        return call(
             mapTuningResponse, &Maps::mapTuningSetMapValue, fields.map_id(), fields.x_id(),
             fields.y_id(), toResult(fields.result()));
-        return;
     }
     case Response::kMapValue: {
         const auto& fields = response.map_value();
-        call(
+        return call(
             mapTuningResponse, &Maps::mapTuningGetMapValue, fields.map_id(), fields.x_id(),
             fields.y_id(), fields.value(), toResult(fields.result()));
-        return;
     }
     case Response::kMapData: {
         const auto& fields = response.map_data();
-        call(
+        return call(
             mapTuningResponse, &Maps::mapTuningMap, fields.map_id(), toVector(fields.x_labels()),
             toVector(fields.y_labels()), toVector(fields.values()));
-        return;
     }
     case Response::kMapLastGetValue: {
         const auto& fields = response.map_last_get_value();
-        call(
+        return call(
             mapTuningResponse, &Maps::mapTuningGetLastGetValue, fields.map_id(), fields.x_id(),
             fields.y_id(), fields.value());
-        return;
     }
     case Response::kConfigurationWritten: {
         const auto& fields = response.configuration_written();
-        call(configResponse, &Config::writeConfiguration, fields.result(), fields.config_id());
-        return;
+        return call(
+            configResponse, &Config::writeConfiguration, fields.result(), fields.config_id());
     }
     case Response::kConfiguration: {
         const auto& fields = response.configuration();
-        call(
+        return call(
             configResponse, &Config::readConfiguration, fields.result(), fields.config_id(),
             fields.data());
-        return;
     }
     case Response::kConfigurationErased: {
         const auto& fields = response.configuration_erased();
-        call(configResponse, &Config::eraseConfiguration, fields.result(), fields.config_id());
-        return;
+        return call(
+            configResponse, &Config::eraseConfiguration, fields.result(), fields.config_id());
     }
     case Response::kCalibrationWritten: {
         const auto& fields = response.calibration_written();
-        call(configResponse, &Config::writeCalibration, fields.result(), fields.config_id());
-        return;
+        return call(configResponse, &Config::writeCalibration, fields.result(), fields.config_id());
     }
     case Response::kDriverCalibrationStarted:
-        call(adaptationResponse, &Adaptation::adaptationStart);
-        return;
+        return call(adaptationResponse, &Adaptation::adaptationStart);
     case Response::kDriverCalibrationStatus:
-        call(
+        return call(
             adaptationResponse, &Adaptation::adaptationStatus,
             toStatus(response.driver_calibration_status().status()));
-        return;
     case Response::kFaultCount: {
         const auto& fields = response.fault_count();
-        call(
+        return call(
             faultServiceResponse, &Faults::faultGetFaultCountResp, fields.first_count(),
             fields.second_count());
-        return;
     }
     case Response::kFaultList:
-        call(faultServiceResponse, &Faults::faultGetFaultsResp, toFaults(response.fault_list()));
-        return;
+        return call(
+            faultServiceResponse, &Faults::faultGetFaultsResp, toFaults(response.fault_list()));
     case Response::kFaultsCleaned:
-        call(faultServiceResponse, &Faults::faultCleanFaultsResp);
-        return;
+        return call(faultServiceResponse, &Faults::faultCleanFaultsResp);
     case Response::kScopeSamples: {
         const auto& fields = response.scope_samples();
-        call(
+        return call(
             scopeResponse, &Scope::scopeDataReceived, fields.first_value(), fields.second_value(),
             fields.third_value(), toVector(fields.samples()));
-        return;
     }
     default:
         return;

@@ -13,17 +13,10 @@ namespace {
 
 constexpr unsigned int protocolVersion = 1;
 
-template <typename Message>
-void setAxis(Message& message, CommandsSender::MapAxis axis)
+// An axis that is neither goes out as X.
+xcu::MapAxis toWire(CommandsSender::MapAxis axis)
 {
-    switch (axis) {
-    case CommandsSender::MapAxis::X:
-        message.set_axis(xcu::MAP_AXIS_X);
-        break;
-    case CommandsSender::MapAxis::Y:
-        message.set_axis(xcu::MAP_AXIS_Y);
-        break;
-    }
+    return axis == CommandsSender::MapAxis::Y ? xcu::MAP_AXIS_Y : xcu::MAP_AXIS_X;
 }
 
 } // namespace
@@ -171,7 +164,7 @@ void CommandsSender::sendMapTunerSetMapLabel(
     send([&](Command& command) {
         auto& request = *command.mutable_map_tuner_set_map_label();
         request.set_map_id(mapId);
-        setAxis(request, axis);
+        request.set_axis(toWire(axis));
         request.set_label_id(labelId);
         request.set_value(value);
     });
@@ -182,7 +175,7 @@ void CommandsSender::sendMapTunerGetMapLabel(unsigned int mapId, MapAxis axis, u
     send([&](Command& command) {
         auto& request = *command.mutable_map_tuner_get_map_label();
         request.set_map_id(mapId);
-        setAxis(request, axis);
+        request.set_axis(toWire(axis));
         request.set_label_id(labelId);
     });
 }

@@ -90,8 +90,8 @@ bool ComPort::isOpen() const
     return serialPort && serialPort->isOpen();
 }
 
-// Closes the port and destroys it, but not while its own readyRead is on the stack. deleteLater
-// alone would not do: a handler's event loop would delete the port there.
+// Closes the port and destroys it, unless its readyRead is on the stack: then it has to live until
+// that returns. deleteLater alone would not do, as a handler may run an event loop.
 void ComPort::retire(std::unique_ptr<QSerialPort> port)
 {
     if (!port) {
@@ -104,14 +104,6 @@ void ComPort::retire(std::unique_ptr<QSerialPort> port)
     }
 }
 
-void ComPort::releaseRetiredPorts()
-{
-    for (std::unique_ptr<QSerialPort>& port : retiredPorts) {
-        port.release()->deleteLater();
-    }
-    retiredPorts.clear();
-}
-
 void ComPort::dataAvaliable()
 {
     // An event loop in a handler lets the timer in again; the loop below finds the bytes it is
@@ -122,7 +114,9 @@ void ComPort::dataAvaliable()
     receiving = true;
     const auto leave = qScopeGuard([this] {
         receiving = false;
-        releaseRetiredPorts();
+        for (std::unique_ptr<QSerialPort>& port : std::exchange(retiredPorts, {})) {
+            port.release()->deleteLater(); // its readyRead may have called
+        }
     });
     do {
         traceLine("dataAvaliable ", serialPort->bytesAvailable());
@@ -185,7 +179,7 @@ void ComPort::reconnect()
 
 void ComPort::reconnectDevice()
 {
-    reconnect(); // either guise will do here too
+    reconnect(); // a bootloader will do here too
 }
 
 // One attempt. The old port object goes when open replaces it. The signal is emitted while the

@@ -43,8 +43,8 @@ public:
     std::string error() const; // the port's error text, UTF-8; empty without a port object
     QSerialPortInfo getOpenedPort() const;
 
-    // Look for the unit with the serial number of the last open, in either guise, every 100 ms
-    // until one is found and opened. The first attempt is made before the call returns.
+    // Look for the unit with the serial number of the last open, device or bootloader, every 100
+    // ms until it is found and opened. The first attempt is made before the call returns.
     void reconnect();
     void reconnectDevice();
 
@@ -66,7 +66,6 @@ public slots:
 
 private:
     void retire(std::unique_ptr<QSerialPort> port);
-    void releaseRetiredPorts();
     bool reopen();
 
     // The order is that of construction: on destruction the port goes last, after the timers that
@@ -85,6 +84,6 @@ private:
     quint32 frameLength = 0; // of the frame that readState is in, bytes
     QTimer pollTimer;        // backstop for bytes that no readyRead told of
     QTimer reconnectTimer;
-    bool receiving = false; // inside dataAvaliable
-    std::vector<std::unique_ptr<QSerialPort>> retiredPorts;
+    bool receiving = false;                                 // inside dataAvaliable
+    std::vector<std::unique_ptr<QSerialPort>> retiredPorts; // closed, with readyRead on the stack
 };

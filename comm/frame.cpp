@@ -7,30 +7,12 @@
 #include <exception>
 #include <limits>
 
-namespace {
-
-constexpr qint64 headerSize = sizeof(quint32);
-
-// Reads exactly size bytes, or leaves them all in the device.
-bool readWhole(QIODevice& device, char* target, qint64 size)
-{
-    device.startTransaction();
-    if (device.read(target, size) != size) {
-        device.rollbackTransaction();
-        return false;
-    }
-    device.commitTransaction();
-    return true;
-}
-
-} // namespace
-
 std::string comm::makeFrame(std::string payload)
 {
     if (payload.size() > std::numeric_limits<quint32>::max()) {
         std::terminate();
     }
-    std::array<char, headerSize> header{};
+    std::array<char, sizeof(quint32)> header{};
     qToLittleEndian(static_cast<quint32>(payload.size()), header.data());
     payload.insert(0, header.data(), header.size());
     return payload;
@@ -38,11 +20,8 @@ std::string comm::makeFrame(std::string payload)
 
 std::optional<quint32> comm::takeLength(QIODevice& device)
 {
-    std::array<char, headerSize> header{};
-    if (device.bytesAvailable() < headerSize || !readWhole(device, header.data(), headerSize)) {
-        return std::nullopt;
-    }
-    return qFromLittleEndian<quint32>(header.data());
+    const std::optional<std::string> header = takePayload(device, sizeof(quint32));
+    return header ? std::optional(qFromLittleEndian<quint32>(header->data())) : std::nullopt;
 }
 
 std::optional<std::string> comm::takePayload(QIODevice& device, quint32 length)
@@ -51,8 +30,11 @@ std::optional<std::string> comm::takePayload(QIODevice& device, quint32 length)
         return std::nullopt;
     }
     std::string payload(length, '\0');
-    if (!readWhole(device, payload.data(), length)) {
+    device.startTransaction();
+    if (device.read(payload.data(), length) != static_cast<qint64>(length)) {
+        device.rollbackTransaction();
         return std::nullopt;
     }
+    device.commitTransaction();
     return payload;
 }

@@ -8,36 +8,22 @@
 #include <cstdio>
 #include <string>
 
-namespace {
-
-constexpr std::size_t bytesPerLine = 16;
-
-bool isPrintable(unsigned char byte)
-{
-    return byte >= 0x20 && byte < 0x7f; // whatever the locale calls printable
-}
-
-std::string dumpLine(std::size_t offset, const unsigned char* bytes, std::size_t count)
-{
-    std::array<char, 24> field{};
-    std::snprintf(field.data(), field.size(), "%08zx ", offset);
-    std::string hex = field.data();
-    std::string characters;
-    for (std::size_t i = 0; i < count; ++i) {
-        std::snprintf(field.data(), field.size(), " %02x", bytes[i]);
-        hex += field.data();
-        characters += isPrintable(bytes[i]) ? static_cast<char>(bytes[i]) : '.';
-    }
-    hex.append(3 * (bytesPerLine - count), ' ');
-    return hex + "  |" + characters + '|';
-}
-
-} // namespace
-
 void hexdump(const void* data, std::size_t size)
 {
+    constexpr std::size_t bytesPerLine = 16;
     const auto* bytes = static_cast<const unsigned char*>(data);
+    std::array<char, 24> field{};
     for (std::size_t offset = 0; offset < size; offset += bytesPerLine) {
-        comm::traceLine(dumpLine(offset, bytes + offset, std::min(bytesPerLine, size - offset)));
+        std::snprintf(field.data(), field.size(), "%08zx ", offset);
+        std::string line = field.data();
+        std::string characters;
+        for (std::size_t i = offset; i < std::min(offset + bytesPerLine, size); ++i) {
+            std::snprintf(field.data(), field.size(), " %02x", bytes[i]);
+            line += field.data();
+            const bool isPrintable = bytes[i] >= 0x20 && bytes[i] < 0x7f; // in no locale more
+            characters += isPrintable ? static_cast<char>(bytes[i]) : '.';
+        }
+        line.append(3 * (bytesPerLine - characters.size()), ' ');
+        comm::traceLine(line, "  |", characters, "|");
     }
 }

@@ -7,10 +7,10 @@ namespace UsbId = comm::UsbId;
 
 namespace {
 
-QSerialPortInfo findController(const QString& serial, std::initializer_list<quint16> guises)
+QSerialPortInfo findController(const QString& serial, std::initializer_list<quint16> products)
 {
     for (const QSerialPortInfo& port : QSerialPortInfo::availablePorts()) {
-        if (comm::isControllerPort(port, guises) && port.serialNumber() == serial) {
+        if (comm::isControllerPort(port, products) && port.serialNumber() == serial) {
             return port;
         }
     }
@@ -19,11 +19,11 @@ QSerialPortInfo findController(const QString& serial, std::initializer_list<quin
 
 } // namespace
 
-bool comm::isControllerPort(const QSerialPortInfo& port, std::initializer_list<quint16> guises)
+bool comm::isControllerPort(const QSerialPortInfo& port, std::initializer_list<quint16> products)
 {
     return port.hasProductIdentifier() && port.hasVendorIdentifier() &&
            port.vendorIdentifier() == UsbId::vendor &&
-           std::find(guises.begin(), guises.end(), port.productIdentifier()) != guises.end();
+           std::find(products.begin(), products.end(), port.productIdentifier()) != products.end();
 }
 
 QList<QSerialPortInfo> comm::controllerPorts(QList<QSerialPortInfo> ports)

@@ -31,18 +31,13 @@ QStringList ttyEntries()
     return entries;
 }
 
-std::function<qint64()> stopwatch()
-{
-    QElapsedTimer timer;
-    timer.start();
-    return [timer] { return timer.elapsed(); };
-}
-
 } // namespace
 
 PortList::Source PortList::systemSource()
 {
-    return Source{ttyEntries, &QSerialPortInfo::availablePorts, stopwatch()};
+    QElapsedTimer clock;
+    clock.start();
+    return {ttyEntries, &QSerialPortInfo::availablePorts, [clock] { return clock.elapsed(); }};
 }
 
 PortList::PortList(Source facts)

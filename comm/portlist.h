@@ -12,7 +12,7 @@ namespace comm {
 //
 // QSerialPortInfo::availablePorts() takes about 0.1 ms for each tty of the machine. This looks at
 // the tty class directory first and enumerates when an entry there has come, gone or been made anew
-// since the last call: a unit may be back in its other guise under the same name. It also
+// since the last call: a unit may be back as its bootloader under the same name. It also
 // enumerates for two seconds after such a change, while the system still fills in the properties of
 // a new port, and once a second in any case. Where the entries cannot be had, every call
 // enumerates.

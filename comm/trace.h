@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace comm {
 
@@ -16,25 +17,20 @@ inline void traceText(std::string_view text)
     std::fflush(stdout);
 }
 
-inline void appendTracePart(std::string& line, std::string_view text)
-{
-    line += text;
-}
-
-template <typename Number>
-auto appendTracePart(std::string& line, Number value) -> decltype(std::to_string(value), void())
-{
-    line += std::to_string(value);
-}
-
 // One line of the given texts and decimal numbers, with nothing between them.
 template <typename... Parts>
 void traceLine(const Parts&... parts)
 {
     std::string line;
-    (appendTracePart(line, parts), ...);
-    line += '\n';
-    traceText(line);
+    const auto append = [&line](const auto& part) {
+        if constexpr (std::is_arithmetic_v<std::decay_t<decltype(part)>>) {
+            line += std::to_string(part);
+        } else {
+            line += part;
+        }
+    };
+    (append(parts), ...);
+    traceText(line += '\n');
 }
 
 } // namespace comm
