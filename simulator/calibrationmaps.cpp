@@ -16,7 +16,7 @@ std::vector<int> breakpoints(unsigned int count, int first, int step)
     return labels;
 }
 
-// A surface that rises towards high X and Y, rough enough to be told from its neighbours.
+// A surface that rises towards high X and Y, with noise, so that neighbouring cells differ.
 CalibrationMaps::Map makeMap(const MapSize& size, std::mt19937& random)
 {
     CalibrationMaps::Map map;

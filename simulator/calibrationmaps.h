@@ -2,11 +2,17 @@
 #pragma once
 
 #include "schema/link.pb.h"
-#include "simulator/controlleroptions.h"
 
+#include <QtGlobal>
 #include <vector>
 
 namespace simulator {
+
+struct MapSize
+{
+    unsigned int columns = 8;
+    unsigned int rows = 8;
+};
 
 // The controller's calibration maps: tables of integers with integer breakpoints on both axes. Maps
 // are numbered from 0; in the values of a map the X index runs fastest.

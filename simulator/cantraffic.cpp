@@ -45,7 +45,7 @@ xcu::CandumpFrame CanTraffic::next(quint32 timeMs)
     Sender& sender = senders[position];
     position = (position + 1) % senders.size();
     sender.frame.set_timestamp(static_cast<int>(timeMs));
-    // Byte 0 counts, byte 1 creeps, byte 2 toggles now and then; the others stand still.
+    // Byte 0 counts, byte 1 counts slowly, byte 2 toggles; the others stay as they are.
     std::string& data = *sender.frame.mutable_data();
     const quint32 changing[] = {sender.sent, sender.sent / 16, sender.sent / 64 % 2};
     for (std::size_t i = 0; i < std::min(data.size(), std::size(changing)); ++i) {

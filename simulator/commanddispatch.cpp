@@ -35,18 +35,18 @@ void loopBack(const xcu::CanSendMessageReq& request, quint32 timeMs, xcu::Candum
 bool VirtualController::answer(const xcu::Command& command, xcu::Response& response)
 {
     using Command = xcu::Command;
-    switch (command.req_case()) { // in either guise
+    switch (command.req_case()) { // as device and as bootloader
     case Command::kPing:
         response.mutable_pong()->set_value(command.ping().value());
         return true;
     case Command::kReset:
-        emit leavingBus(Guise::Device);
+        emit leavingBus(Mode::Device);
         return false;
     case Command::kResetToBootloader:
-        emit leavingBus(Guise::Bootloader);
+        emit leavingBus(Mode::Bootloader);
         return false;
     default:
-        return currentGuise == Guise::Device && answerAsDevice(command, response);
+        return currentMode == Mode::Device && answerAsDevice(command, response);
     }
 }
 
@@ -100,7 +100,7 @@ bool VirtualController::answerAsDevice(const xcu::Command& command, xcu::Respons
         if (settings.calibrationMs > 0) {
             // The answer to this is to be seen for a moment before the first status follows.
             const int silenceMs = qMin(250, settings.calibrationMs / 2);
-            QTimer::singleShot(silenceMs, this, &VirtualController::tellCalibrationStatus);
+            QTimer::singleShot(silenceMs, this, &VirtualController::reportCalibration);
             calibration.start(settings.calibrationMs);
         }
         response.mutable_driver_calibration_started();

@@ -1,14 +1,30 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "schema/configuration.pb.h"
 #include "schema/link.pb.h"
-#include "simulator/channels.h"
 
 #include <QtGlobal>
 #include <array>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace simulator {
+
+constexpr int logChannelCount = 128;
+
+// The inputs that the PC sets instead of a sensor. The log shows input i in channel
+// firstVirtualInput + i.
+constexpr int virtualInputCount = 12;
+constexpr int firstVirtualInput = 20;
+
+// The bytes of a configuration block: a 32-bit little-endian length and so many bytes of a
+// serialized ConfigData. The length 0xFFFFFFFF marks an empty block.
+std::string configurationBlock(const xcu::ConfigData& configuration);
+
+// Blocks 0 and 6 with entries for the first so many log channels, 0 to 128.
+std::map<unsigned int, std::string> configurationBlocks(int namedChannels);
 
 // The controller's data logger: which channels a session asked for, what they show, and the
 // records. What a channel shows is a pure function of seed, channel and controller time, so that a
@@ -32,7 +48,7 @@ public:
     // The next record of the session: the requested channels in the requested order, as far as they
     // exist. Sample numbers run from power-up on, over all sessions.
     void nextRecord(quint32 timeMs, xcu::DataloggerDataResp& record);
-    // Of a channel, 0 to 127, within the range of its LogChannel.
+    // Of a channel, 0 to 127, a raw value.
     int value(unsigned int channel, quint32 timeMs) const;
 
 private:

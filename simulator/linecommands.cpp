@@ -5,12 +5,11 @@
 #include "simulator/simulationoptions.h"
 
 #include <QFile>
-#include <algorithm>
 #include <array>
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 using namespace simulator;
 
@@ -18,6 +17,9 @@ namespace {
 
 using Words = QStringList;
 using Numbers = std::vector<quint32>;
+
+// Carries out a command on one controller; false if the words behind its name are wrong.
+using Action = std::function<bool(ControllerUnit& unit, const Words& words)>;
 
 // Whole numbers, decimal or with 0x in front; nothing if one of the words is none.
 Numbers toNumbers(const Words& words)
@@ -33,33 +35,39 @@ Numbers toNumbers(const Words& words)
     return numbers;
 }
 
-// Carries out a command that has so many numbers behind its name; false if they are not there.
-template <std::size_t count, void (*operation)(ControllerUnit&, const Numbers&)>
-bool with(ControllerUnit& unit, const Words& words)
+// An action that takes so many numbers.
+template <typename Work>
+Action with(int count, Work work)
 {
-    const Numbers numbers = toNumbers(words);
-    if (numbers.size() != count || std::size_t(words.size()) != count) {
-        return false;
-    }
-    operation(unit, numbers);
-    return true;
+    return [=](ControllerUnit& unit, const Words& words) {
+        const Numbers numbers = toNumbers(words);
+        if (words.size() != count || numbers.size() != std::size_t(count)) {
+            return false;
+        }
+        work(unit, numbers);
+        return true;
+    };
 }
 
-template <void (MockedPort::*operation)()>
-void onPort(ControllerUnit& unit, const Numbers&)
+Action setLinkFault(int LinkFaults::*fault)
 {
-    (unit.port.*operation)();
+    return with(1, [=](ControllerUnit& unit, const Numbers& numbers) {
+        LinkFaults faults = unit.controller.linkFaults();
+        faults.*fault = static_cast<int>(numbers[0]);
+        unit.controller.setLinkFaults(faults);
+    });
 }
 
-template <Guise guise>
-void restartAs(ControllerUnit& unit, const Numbers&)
+Action setRate(void (VirtualController::*operation)(double))
 {
-    unit.port.changeGuise(guise);
-}
-
-void reset(ControllerUnit& unit, const Numbers&)
-{
-    unit.port.changeGuise(unit.controller.guise());
+    return [=](ControllerUnit& unit, const Words& words) {
+        const double rate = parseRate(words.value(0));
+        if (words.size() != 1 || rate < 0) {
+            return false;
+        }
+        (unit.controller.*operation)(rate);
+        return true;
+    };
 }
 
 void addFault(ControllerUnit& unit, const Numbers& numbers)
@@ -73,34 +81,13 @@ void addFault(ControllerUnit& unit, const Numbers& numbers)
     unit.controller.faults().push_back(fault);
 }
 
-void clearFaults(ControllerUnit& unit, const Numbers&)
+bool pushRecords(ControllerUnit& unit, const Words& words)
 {
-    unit.controller.faults().clear();
-}
-
-template <int Trouble::*member>
-void setTrouble(ControllerUnit& unit, const Numbers& numbers)
-{
-    Trouble trouble = unit.controller.trouble();
-    trouble.*member = static_cast<int>(numbers[0]);
-    unit.controller.setTrouble(trouble);
-}
-
-void endTrouble(ControllerUnit& unit, const Numbers&)
-{
-    unit.controller.setTrouble({});
-}
-
-void pushRecords(ControllerUnit& unit, const Numbers& numbers)
-{
-    for (quint32 i = 0; i < numbers[0]; ++i) {
+    const Numbers count = words.isEmpty() ? Numbers{1} : toNumbers(words);
+    for (quint32 i = 0; count.size() == 1 && i < count[0]; ++i) {
         unit.controller.pushRecord();
     }
-}
-
-bool oneRecordOrMore(ControllerUnit& unit, const Words& words)
-{
-    return with<1, pushRecords>(unit, words.isEmpty() ? Words{"1"} : words);
+    return count.size() == 1;
 }
 
 bool pushFrame(ControllerUnit& unit, const Words& words)
@@ -129,75 +116,62 @@ bool pushFrame(ControllerUnit& unit, const Words& words)
     return true;
 }
 
-template <void (VirtualController::*operation)(double)>
-bool setRate(ControllerUnit& unit, const Words& words)
-{
-    const double rate = parseRate(words.value(0));
-    if (words.size() != 1 || rate < 0) {
-        return false;
-    }
-    (unit.controller.*operation)(rate);
-    return true;
-}
-
-// A command gets the words behind its name, and gives false if they are wrong.
 struct Command
 {
-    const char* name;      // one word or two
+    QString name;          // one word or two
     const char* arguments; // for the help; those in brackets may be left out
     const char* description;
-    bool (*run)(ControllerUnit& unit, const Words& words);
+    Action run = nullptr; // null for what is not about one controller and carried out elsewhere
 };
 
-constexpr Command commands[] = {
-    {"plug", "", "Plug the cable in.", with<0, onPort<&MockedPort::plug>>},
-    {"unplug", "", "Pull the cable. The controller stays powered.",
-     with<0, onPort<&MockedPort::unplug>>},
-    {"reset", "", "Restart.", with<0, reset>},
-    {"bootloader", "", "Restart in the bootloader.", with<0, restartAs<Guise::Bootloader>>},
-    {"device", "", "Restart as a device.", with<0, restartAs<Guise::Device>>},
-    {"record", "[N]", "Send N records of the last session without a request.", oneRecordOrMore},
-    {"frame", "[BUS ID DATA [extended] [fd] [brs]]",
-     "Send a CAN frame with DATA in hexadecimal, or the next one of the CAN traffic.", pushFrame},
-    {"fault add", "TYPE MODE CATEGORY ID COMPONENT", "Add a fault; a TYPE of 1 is a warning.",
-     with<5, addFault>},
-    {"fault clear", "", "Empty the fault list.", with<0, clearFaults>},
-    {"rate records", "RATE", "Rate of records in a passive session.",
-     setRate<&VirtualController::setRecordRate>},
-    {"rate frames", "RATE", "Rate of frames in a capture.",
-     setRate<&VirtualController::setFrameRate>},
-    {"trouble delay", "MS", "Delay responses; 0 ends this trouble and those below.",
-     with<1, setTrouble<&Trouble::delayMs>>},
-    {"trouble drop", "N", "Lose every nth response.", with<1, setTrouble<&Trouble::dropEvery>>},
-    {"trouble double", "N", "Send every nth response twice.",
-     with<1, setTrouble<&Trouble::doubleEvery>>},
-    {"trouble garbage", "N", "Send a frame without meaning before every nth response.",
-     with<1, setTrouble<&Trouble::garbageEvery>>},
-    {"trouble split", "N", "Send frames in pieces, unless N is 0.",
-     with<1, setTrouble<&Trouble::split>>},
-    {"trouble none", "", "End all trouble.", with<0, endTrouble>},
-};
-
-// Those that are not about one unit; they are carried out elsewhere.
-constexpr Command generalCommands[] = {
-    {"wait", "MS", "Wait before the next line.", nullptr},
-    {"stats", "", "Print the counts and write the file for them.", nullptr},
-    {"help", "", "Print these commands.", nullptr},
-    {"quit", "", "End the program and virtual-xcu.", nullptr},
-};
-
-void describe(QString& text, const Command& command)
+const std::vector<Command>& commands()
 {
-    constexpr int column = 44;
-    const QString usage = QStringLiteral("  %1 %2").arg(command.name, command.arguments);
-    text += usage.leftJustified(column) + QString::fromLatin1(command.description) + '\n';
+    static const std::vector<Command> table = {
+        {"plug", "", "Plug the controller in.",
+         with(0, [](auto& unit, auto&) { unit.port.plug(); })},
+        {"unplug", "", "Unplug it. It stays powered.",
+         with(0, [](auto& unit, auto&) { unit.port.unplug(); })},
+        {"reset", "", "Restart.",
+         with(0, [](auto& unit, auto&) { unit.port.restartIn(unit.controller.mode()); })},
+        {"bootloader", "", "Restart in the bootloader.",
+         with(0, [](auto& unit, auto&) { unit.port.restartIn(Mode::Bootloader); })},
+        {"device", "", "Restart as a device.",
+         with(0, [](auto& unit, auto&) { unit.port.restartIn(Mode::Device); })},
+        {"record", "[N]", "Send N records of the last session without a request.", pushRecords},
+        {"frame", "[BUS ID DATA [extended] [fd] [brs]]",
+         "Send a CAN frame with DATA in hexadecimal, or the next one of the CAN traffic.",
+         pushFrame},
+        {"fault add", "TYPE MODE CATEGORY ID COMPONENT", "Add a fault; a TYPE of 1 is a warning.",
+         with(5, addFault)},
+        {"fault clear", "", "Empty the fault list.",
+         with(0, [](auto& unit, auto&) { unit.controller.faults().clear(); })},
+        {"rate records", "RATE", "Rate of records in a passive session.",
+         setRate(&VirtualController::setRecordRate)},
+        {"rate frames", "RATE", "Rate of frames in a capture.",
+         setRate(&VirtualController::setFrameRate)},
+        {"trouble delay", "MS", "Delay responses; 0 ends this fault and those below.",
+         setLinkFault(&LinkFaults::delayMs)},
+        {"trouble drop", "N", "Lose every nth response.", setLinkFault(&LinkFaults::dropEvery)},
+        {"trouble double", "N", "Send every nth response twice.",
+         setLinkFault(&LinkFaults::doubleEvery)},
+        {"trouble garbage", "N", "Send a frame without meaning before every nth response.",
+         setLinkFault(&LinkFaults::garbageEvery)},
+        {"trouble split", "N", "Send frames in pieces, unless N is 0.",
+         setLinkFault(&LinkFaults::split)},
+        {"trouble none", "", "End all fault injection.",
+         with(0, [](auto& unit, auto&) { unit.controller.setLinkFaults({}); })},
+        {"wait", "MS", "Wait before the next line."},
+        {"stats", "", "Print the counts and write the file for them."},
+        {"help", "", "Print these commands."},
+        {"quit", "", "End the program and virtual-xcu."},
+    };
+    return table;
 }
 
 } // namespace
 
-CommandInput::CommandInput(int descriptor, QObject* parent)
-    : QObject(parent)
-    , input(descriptor)
+CommandInput::CommandInput(int descriptor)
+    : input(descriptor)
     , notifier(descriptor, QSocketNotifier::Read)
 {
     pause.setSingleShot(true);
@@ -248,31 +222,28 @@ void CommandInput::work()
 
 QString simulator::commandsHelp()
 {
+    constexpr int column = 44;
     QString text = QStringLiteral(
         "\nLine commands. With a number in front, for that controller only, counted from 1.\n");
-    for (const Command& command : commands) {
-        describe(text, command);
-    }
-    for (const Command& command : generalCommands) {
-        describe(text, command);
+    for (const Command& command : commands()) {
+        const QString usage = QStringLiteral("  %1 %2").arg(command.name, command.arguments);
+        text += usage.leftJustified(column) + QString::fromLatin1(command.description) + '\n';
     }
     return text;
 }
 
-QString simulator::executeCommand(const std::vector<ControllerUnit*>& units, const QString& line)
+QString simulator::executeCommand(const ControllerUnits& units, const QString& line)
 {
     Words words = line.simplified().split(' ', Qt::SkipEmptyParts);
     if (words.isEmpty() || words[0].startsWith('#')) {
         return {};
     }
-    std::vector<ControllerUnit*> meant = units;
     bool hasNumber = false;
     const unsigned int number = words[0].toUInt(&hasNumber);
     if (hasNumber) {
         if (number < 1 || number > units.size()) {
             return QStringLiteral("no such controller: ") + line;
         }
-        meant.assign(1, units[number - 1]);
         words.removeFirst();
     }
     const QString name = words.value(0);
@@ -280,18 +251,17 @@ QString simulator::executeCommand(const std::vector<ControllerUnit*>& units, con
         return commandsHelp();
     }
     const QString firstTwo = words.mid(0, 2).join(' ');
-    const auto isMeant = [&](const Command& candidate) {
-        return name == QLatin1String(candidate.name) || firstTwo == QLatin1String(candidate.name);
-    };
-    const auto* command = std::find_if(std::begin(commands), std::end(commands), isMeant);
-    if (command == std::end(commands)) {
-        return QStringLiteral("unknown command, try help: ") + line;
-    }
-    words = words.mid(name == QLatin1String(command->name) ? 1 : 2);
-    for (ControllerUnit* unit : meant) {
-        if (!command->run(*unit, words)) {
-            return QStringLiteral("wrong arguments, try help: ") + line;
+    for (const Command& command : commands()) {
+        if (!command.run || (command.name != name && command.name != firstTwo)) {
+            continue;
         }
+        words = words.mid(command.name.count(' ') + 1);
+        for (std::size_t i = 0; i < units.size(); ++i) {
+            if ((!hasNumber || i == number - 1) && !command.run(*units[i], words)) {
+                return QStringLiteral("wrong arguments, try help: ") + line;
+            }
+        }
+        return {};
     }
-    return {};
+    return QStringLiteral("unknown command, try help: ") + line;
 }

@@ -6,11 +6,13 @@
 #include <QSocketNotifier>
 #include <QString>
 #include <QTimer>
+#include <memory>
 #include <vector>
 
 namespace simulator {
 
 struct ControllerUnit;
+using ControllerUnits = std::vector<std::unique_ptr<ControllerUnit>>;
 
 // Lines from standard input, a file or a named pipe, one after the other. A line "wait MS" holds
 // back those behind it.
@@ -20,7 +22,7 @@ class CommandInput : public QObject
 
 public:
     // Takes over the descriptor.
-    explicit CommandInput(int descriptor, QObject* parent = nullptr);
+    explicit CommandInput(int descriptor);
     ~CommandInput() override;
 
     // For CommandInput's constructor; negative if the path cannot be read. A named pipe is held
@@ -44,7 +46,7 @@ private:
 // number means that controller alone, counted from 1; other lines mean all of them. The result is
 // for the operator: what is wrong with the line, or what it asked to see; mostly empty. The
 // commands stats and quit are up to the caller.
-QString executeCommand(const std::vector<ControllerUnit*>& units, const QString& line);
+QString executeCommand(const ControllerUnits& units, const QString& line);
 
 // All commands, for an operator.
 QString commandsHelp();

@@ -11,8 +11,10 @@ using namespace simulator;
 
 namespace {
 
+constexpr int absenceMs = 400; // of a unit that restarts
+
 // Bytes that wait for the terminal. Above the first mark the controller pushes nothing any more
-// until the queue is below the second one.
+// until the backlog is below the second one.
 constexpr int fullMark = 256 * 1024;
 constexpr int easyMark = 64 * 1024;
 
@@ -24,17 +26,15 @@ QString makePortName()
 
 } // namespace
 
-MockedPort::MockedPort(Testbed& bed, VirtualController& unit, QObject* parent)
-    : QObject(parent)
-    , testbed(bed)
+MockedPort::MockedPort(Testbed& bed, VirtualController& unit)
+    : testbed(bed)
     , controller(unit)
     , portName(makePortName())
 {
     returnTimer.setSingleShot(true);
-    returnTimer.setInterval(absenceMs);
     connect(&returnTimer, &QTimer::timeout, this, &MockedPort::plug);
     connect(&unit, &VirtualController::transmit, this, &MockedPort::transmit);
-    connect(&unit, &VirtualController::leavingBus, this, &MockedPort::changeGuise);
+    connect(&unit, &VirtualController::leavingBus, this, &MockedPort::restartIn);
     controller.setLineReady(false);
 }
 
@@ -50,11 +50,14 @@ void MockedPort::plug()
         return;
     }
     terminal = std::make_unique<PseudoTerminal>();
-    connect(terminal.get(), &PseudoTerminal::readable, this, &MockedPort::readLine);
-    connect(terminal.get(), &PseudoTerminal::writable, this, &MockedPort::writeLine);
-    connect(terminal.get(), &PseudoTerminal::useChanged, this, &MockedPort::followUse);
+    connect(terminal.get(), &PseudoTerminal::readable, this, [this] {
+        updateUse();
+        readAll();
+    });
+    connect(terminal.get(), &PseudoTerminal::writable, this, &MockedPort::write);
+    connect(terminal.get(), &PseudoTerminal::useChanged, this, &MockedPort::updateUse);
     testbed.addPort(
-        portName, terminal->path(), controller.options().serialNumber, controller.guise());
+        portName, terminal->path(), controller.options().serialNumber, controller.mode());
     emit plugged();
 }
 
@@ -73,33 +76,30 @@ void MockedPort::unplug()
     emit unplugged();
 }
 
-void MockedPort::changeGuise(Guise guise)
+void MockedPort::restartIn(Mode mode)
 {
     unplug();
-    controller.restart(guise);
-    returnTimer.start();
+    controller.restart(mode);
+    returnTimer.start(absenceMs);
 }
 
 void MockedPort::transmit(const QByteArray& bytes)
 {
-    if (!isPlugged()) {
-        return;
-    }
-    if (!inUse) {
-        followUse();
+    if (isPlugged() && !inUse) {
+        updateUse();
     }
     if (!inUse) {
         return; // nobody listens, and whoever opens the port next shall not get half of it
     }
     output += bytes;
     if (backlog() == bytes.size()) {
-        writeLine();
+        write();
     } else {
-        tellLine();
+        updateReadiness();
     }
 }
 
-void MockedPort::writeLine()
+void MockedPort::write()
 {
     const int taken = terminal->write(output.constData() + outputStart, backlog());
     outputStart += taken;
@@ -111,24 +111,18 @@ void MockedPort::writeLine()
         outputStart = 0;
     }
     terminal->setWriteNotification(backlog() > 0);
-    tellLine();
+    updateReadiness();
 }
 
-void MockedPort::tellLine()
+void MockedPort::updateReadiness()
 {
-    lineFull = backlog() > (lineFull ? easyMark : fullMark);
-    controller.setLineReady(inUse && !lineFull);
+    isFull = backlog() > (isFull ? easyMark : fullMark);
+    controller.setLineReady(inUse && !isFull);
 }
 
-void MockedPort::readLine()
+void MockedPort::readAll()
 {
-    followUse();
-    receiveAll();
-}
-
-void MockedPort::receiveAll()
-{
-    // Not without an end: the way out wants its turn too.
+    // Bounded, so that output gets its turn as well.
     for (int turn = 0; turn < 64 && isPlugged(); ++turn) {
         const QByteArray bytes = terminal->read();
         if (bytes.isEmpty()) {
@@ -140,7 +134,7 @@ void MockedPort::receiveAll()
     }
 }
 
-void MockedPort::followUse()
+void MockedPort::updateUse()
 {
     switch (terminal->takeUse()) {
     case PseudoTerminal::Use::Unchanged:
@@ -154,7 +148,7 @@ void MockedPort::followUse()
         setInUse(true);
         break;
     case PseudoTerminal::Use::Closed:
-        receiveAll(); // its last words
+        readAll(); // what it sent last
         dropOutput();
         setInUse(false);
         break;
@@ -167,7 +161,7 @@ void MockedPort::setInUse(bool used)
         return;
     }
     inUse = used;
-    tellLine();
+    updateReadiness();
     if (inUse) {
         emit opened();
     } else {
@@ -175,7 +169,7 @@ void MockedPort::setInUse(bool used)
     }
 }
 
-// Nobody shall find half a frame of somebody else's.
+// The next program must not find half a frame of the one before.
 void MockedPort::dropOutput()
 {
     output.clear();

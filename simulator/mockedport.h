@@ -25,10 +25,7 @@ class MockedPort : public QObject
     Q_OBJECT
 
 public:
-    // A unit that changes its guise stays away for so long, so that nobody takes one for the other.
-    static constexpr int absenceMs = 400;
-
-    MockedPort(Testbed& bed, VirtualController& unit, QObject* parent = nullptr);
+    MockedPort(Testbed& bed, VirtualController& unit);
     ~MockedPort() override;
 
     // "ttyACM<process id>x<n>": a program that opens a port locks its name for the whole machine.
@@ -36,13 +33,12 @@ public:
     bool isPlugged() const { return terminal != nullptr; }
     bool isInUse() const { return inUse; } // a program has the port open
 
-    // The cable. Plugging in again what is plugged does nothing, nor does unplugging twice. A port
-    // that is in use fails for its program when the cable is pulled.
+    // Neither does anything the second time. A port in use fails for its program when unplugged.
     void plug();
     void unplug();
-    // Takes the unit from the bus, restarts it in the given guise, and brings it back after
-    // absenceMs.
-    void changeGuise(Guise guise);
+    // Takes the unit from the bus, restarts it in the given mode, and brings it back after 400 ms:
+    // long enough that nobody takes it for a port that has never gone.
+    void restartIn(Mode mode);
 
 signals:
     void plugged();
@@ -54,14 +50,13 @@ signals:
 
 private:
     void transmit(const QByteArray& bytes);
-    void readLine();
-    void receiveAll();
-    void writeLine();
-    void followUse();
+    void readAll();
+    void write();
+    void updateUse();
     void setInUse(bool used);
     void dropOutput();
     int backlog() const { return output.size() - outputStart; }
-    void tellLine();
+    void updateReadiness();
 
     Testbed& testbed;
     VirtualController& controller;
@@ -70,8 +65,8 @@ private:
     QByteArray output; // what the terminal has not taken yet
     int outputStart = 0;
     bool inUse = false;
-    bool lineFull = false;
-    QTimer returnTimer; // runs while the unit is away to change its guise
+    bool isFull = false;
+    QTimer returnTimer; // runs while the unit is away to restart
 };
 
 // A controller with its port.

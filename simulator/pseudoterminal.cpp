@@ -19,8 +19,7 @@ constexpr int openFlags = O_NOCTTY | O_CLOEXEC; // a child must not hold a port 
 
 } // namespace
 
-PseudoTerminal::PseudoTerminal(QObject* parent)
-    : QObject(parent)
+PseudoTerminal::PseudoTerminal()
 {
     nearEnd = ::posix_openpt(O_RDWR | openFlags);
     std::array<char, 64> name = {};

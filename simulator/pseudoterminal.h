@@ -18,7 +18,7 @@ class PseudoTerminal : public QObject
     Q_OBJECT
 
 public:
-    explicit PseudoTerminal(QObject* parent = nullptr);
+    PseudoTerminal();
     ~PseudoTerminal() override;
 
     // The far end, such as "/dev/pts/7"; empty if there is no terminal to be had.

@@ -18,7 +18,7 @@ namespace {
 struct Signal
 {
     int number;
-    bool fromTerminal; // which tells the whole process group, other senders this process only
+    bool fromTerminal; // which signals the whole process group, others this process only
 };
 
 std::array<int, 2> signalPipe;
@@ -31,7 +31,7 @@ void handleSignal(int number, siginfo_t* info, void*)
 }
 
 // Standard output belongs to the program that runs.
-void tell(const QString& text)
+void report(const QString& text)
 {
     QTextStream(stderr) << "virtual-xcu: " << text << '\n';
 }
@@ -62,9 +62,8 @@ QString statisticsOf(const VirtualController& controller)
 
 } // namespace
 
-Simulation::Simulation(SimulationOptions wanted, QObject* parent)
-    : QObject(parent)
-    , options(std::move(wanted))
+Simulation::Simulation(SimulationOptions wanted)
+    : options(std::move(wanted))
     , trace(options.tracePath)
 {
     if (!options.tracePath.isEmpty()) {
@@ -81,51 +80,44 @@ void Simulation::addController(const ControllerOptions& controller)
     units.push_back(std::make_unique<ControllerUnit>(testbed, controller));
     MockedPort& port = units.back()->port;
     const QString who = controller.serialNumber + " on " + port.name();
-    connect(&port, &MockedPort::plugged, this, [=] { tell(who + " is plugged in"); });
-    connect(&port, &MockedPort::unplugged, this, [=] { tell(who + " is gone"); });
+    connect(&port, &MockedPort::plugged, this, [=] { report(who + " is plugged in"); });
+    connect(&port, &MockedPort::unplugged, this, [=] { report(who + " is gone"); });
     if (trace.isOpen()) {
-        traceUnit(*units.back());
+        tracePort(port, controller.serialNumber);
     }
-    scheduleCable(port);
+    const auto follow = [&](auto signal, int delayMs, auto undoing, auto action) {
+        if (delayMs > 0) {
+            auto* timer = new QTimer(&port);
+            timer->setSingleShot(true);
+            connect(&port, signal, timer, [=] { timer->start(delayMs); });
+            connect(&port, undoing, timer, &QTimer::stop);
+            connect(timer, &QTimer::timeout, &port, action);
+        }
+    };
+    const auto plugged = &MockedPort::plugged;
+    const auto unplugged = &MockedPort::unplugged;
+    follow(plugged, options.unplugAfterMs, unplugged, &MockedPort::unplug);
+    follow(unplugged, options.replugAfterMs, plugged, &MockedPort::plug);
     if (options.bootloaderAfterMs > 0) {
         QTimer::singleShot(
-            options.bootloaderAfterMs, &port, [&port] { port.changeGuise(Guise::Bootloader); });
+            options.bootloaderAfterMs, &port, [&port] { port.restartIn(Mode::Bootloader); });
     }
     port.plug();
 }
 
-void Simulation::scheduleCable(MockedPort& port)
+void Simulation::tracePort(const MockedPort& port, const QString& who)
 {
-    const auto addTimer = [&](int intervalMs, auto starter, auto stopper, auto action) {
-        if (intervalMs > 0) {
-            auto* timer = new QTimer(&port);
-            timer->setSingleShot(true);
-            timer->setInterval(intervalMs);
-            connect(&port, starter, timer, QOverload<>::of(&QTimer::start));
-            connect(&port, stopper, timer, &QTimer::stop);
-            connect(timer, &QTimer::timeout, &port, action);
-        }
+    const auto follow = [&](auto signal, const char* what) {
+        connect(&port, signal, this, [=](const auto&... bytes) {
+            writeTrace(who, what, bytes.toHex()...);
+        });
     };
-    addTimer(
-        options.unplugAfterMs, &MockedPort::plugged, &MockedPort::unplugged, &MockedPort::unplug);
-    addTimer(
-        options.replugAfterMs, &MockedPort::unplugged, &MockedPort::plugged, &MockedPort::plug);
-}
-
-void Simulation::traceUnit(ControllerUnit& unit)
-{
-    const MockedPort* port = &unit.port;
-    const QString who = unit.controller.options().serialNumber;
-    connect(port, &MockedPort::plugged, this, [=] { writeTrace(who, "plugged"); });
-    connect(port, &MockedPort::unplugged, this, [=] { writeTrace(who, "gone"); });
-    connect(port, &MockedPort::opened, this, [=] { writeTrace(who, "opened"); });
-    connect(port, &MockedPort::closed, this, [=] { writeTrace(who, "closed"); });
-    connect(port, &MockedPort::received, this, [=](const QByteArray& bytes) {
-        writeTrace(who, "in", bytes.toHex());
-    });
-    connect(port, &MockedPort::sent, this, [=](const QByteArray& bytes) {
-        writeTrace(who, "out", bytes.toHex());
-    });
+    follow(&MockedPort::plugged, "plugged");
+    follow(&MockedPort::unplugged, "gone");
+    follow(&MockedPort::opened, "opened");
+    follow(&MockedPort::closed, "closed");
+    follow(&MockedPort::received, "in");
+    follow(&MockedPort::sent, "out");
 }
 
 void Simulation::writeTrace(const QString& who, const char* what, const QByteArray& details)
@@ -152,7 +144,7 @@ void Simulation::start()
         unusable = "no commands can be read from " + options.commandsPath;
     }
     if (!unusable.isEmpty()) {
-        tell(unusable);
+        report(unusable);
         QCoreApplication::exit(wrongUsage);
         return;
     }
@@ -178,20 +170,16 @@ bool Simulation::listenTo(int descriptor)
 
 void Simulation::carryOut(const QString& line)
 {
-    writeTrace(QStringLiteral("-"), "told", line.toUtf8());
+    writeTrace(QStringLiteral("-"), "command", line.toUtf8());
     if (line == QLatin1String("quit")) {
         stop(0, SIGTERM);
     } else if (line == QLatin1String("stats")) {
         QTextStream(stderr) << statistics();
         writeStatistics();
     } else {
-        std::vector<ControllerUnit*> controllers;
-        for (const auto& unit : units) {
-            controllers.push_back(unit.get());
-        }
-        const QString result = executeCommand(controllers, line);
+        const QString result = executeCommand(units, line);
         if (!result.isEmpty()) {
-            tell(result);
+            report(result);
         }
     }
 }
@@ -215,7 +203,7 @@ void Simulation::startProgram()
     });
     connect(&program, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart) {
-            tell(program.program() + ": " + program.errorString());
+            report(program.program() + ": " + program.errorString());
             QCoreApplication::exit(cannotRun);
         }
     });
@@ -239,7 +227,7 @@ void Simulation::catchSignals()
     connect(signalNotifier.get(), &QSocketNotifier::activated, this, [this] {
         Signal caught = {};
         while (::read(signalPipe[0], &caught, sizeof caught) == sizeof caught) {
-            // The terminal has told the program already; twice may mean more than once.
+            // A terminal has signalled the program as well, and twice may mean more than once.
             if (!caught.fromTerminal || program.state() == QProcess::NotRunning) {
                 stop(signalBase + caught.number, caught.number);
             }
@@ -278,6 +266,6 @@ void Simulation::writeStatistics() const
     }
     QFile file(options.statsPath);
     if (!file.open(QIODevice::WriteOnly) || file.write(statistics().toUtf8()) < 0) {
-        tell("the counts cannot be written to " + options.statsPath);
+        report("the counts cannot be written to " + options.statsPath);
     }
 }

@@ -15,8 +15,8 @@
 
 namespace simulator {
 
-// What virtual-xcu is: controllers on a bus, perhaps a program that uses them, and somebody who
-// gives commands. A process has one such object at the most, as it catches the process's signals.
+// All of virtual-xcu: controllers on a bus, the program that uses them, if any, and line commands.
+// A process has one such object at the most, as it catches the process's signals.
 //
 // With a trace it writes down all that happens on the serial lines, as it happens, a line of text
 // each:
@@ -25,18 +25,17 @@ namespace simulator {
 //
 // Milliseconds since 1970, the controller's serial number, and what it was: "in" and "out" with the
 // bytes from and to the program, cut anywhere; "plugged", "gone", "opened", "closed". Half a frame
-// ahead of one of these is never completed. Commands from an operator stand as "- told <line>".
+// ahead of one of these is never completed. Line commands stand as "- command <line>".
 class Simulation : public QObject
 {
     Q_OBJECT
 
 public:
     // Exit codes, as a shell gives them.
-    static constexpr int wrongUsage = 2;
     static constexpr int cannotRun = 127;
     static constexpr int signalBase = 128; // plus the number of the signal that ended the program
 
-    explicit Simulation(SimulationOptions wanted, QObject* parent = nullptr);
+    explicit Simulation(SimulationOptions wanted);
 
     // Ends the application by its exit code when all is over.
     void start();
@@ -44,8 +43,7 @@ public:
 
 private:
     void addController(const ControllerOptions& options);
-    void scheduleCable(MockedPort& port);
-    void traceUnit(ControllerUnit& unit);
+    void tracePort(const MockedPort& port, const QString& who);
     void writeTrace(const QString& who, const char* what, const QByteArray& details = {});
     bool listenTo(int descriptor);
     void carryOut(const QString& line);
@@ -58,7 +56,7 @@ private:
     SimulationOptions options;
     QFile trace;
     Testbed testbed;
-    std::vector<std::unique_ptr<ControllerUnit>> units;
+    ControllerUnits units;
     std::vector<std::unique_ptr<CommandInput>> inputs;
     QProcess program;
     std::unique_ptr<QSocketNotifier> signalNotifier;

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "simulator/simulationoptions.h"
 
-#include "simulator/cantraffic.h"
-#include "simulator/channels.h"
 #include "simulator/linecommands.h"
 
 #include <QCommandLineParser>
+#include <QTextStream>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <limits>
 #include <random>
@@ -28,165 +29,180 @@ Rates are in items per second, or the word "flood": as fast as the serial line t
 them. The same options always give the same controller; random values depend only on
 the seed.)";
 
-constexpr int anyNumber = std::numeric_limits<int>::max();
-constexpr int mostControllers = 16;
-constexpr int mostFaults = 10000;
-constexpr int mostMaps = 65536;
-constexpr unsigned int longestMapAxis = 1024;
+constexpr qint64 anyNumber = std::numeric_limits<int>::max();
+constexpr qint64 anyTime = std::numeric_limits<quint32>::max();
+
+// What is said of all controllers together.
+struct Common
+{
+    ControllerOptions options;
+    int controllers = 1;
+    QStringList serialNumbers;
+    int maps = static_cast<int>(options.maps.size());
+    MapSize mapSize = {0, 0}; // of all maps; 0 for the usual ones
+    int faults = 3;
+};
+
+struct Option
+{
+    QString name;
+    QString description;
+    QString value;                           // what the value is; empty for a switch
+    std::function<bool(const QString&)> set; // false if the text of the value makes no sense
+};
+
+template <typename Number>
+Option number(
+    const char* name, const char* text, const char* value, Number& target, qint64 least,
+    qint64 most = anyNumber)
+{
+    const auto set = [=, &target](const QString& word) {
+        bool isNumber = false;
+        const qint64 read = word.toLongLong(&isNumber);
+        const bool isValid = isNumber && read >= least && read <= most;
+        target = isValid ? static_cast<Number>(read) : target;
+        return isValid;
+    };
+    return {name, QStringLiteral("%1 [%2]").arg(text).arg(target), value, set};
+}
+
+Option rate(const char* name, const char* text, double& target)
+{
+    const auto set = [&](const QString& word) { return (target = parseRate(word)) >= 0; };
+    return {name, QStringLiteral("%1 [%2]").arg(text).arg(target), "rate", set};
+}
+
+Option path(const char* name, const char* text, QString& target)
+{
+    return {name, text, "path", [&](const QString& word) { return target = word, true; }};
+}
+
+bool readMapSize(const QString& text, MapSize& size)
+{
+    constexpr unsigned int longestAxis = 1024;
+    size = {text.section('x', 0, 0).toUInt(), text.section('x', 1).toUInt()};
+    return qMin(size.columns, size.rows) > 0 && qMax(size.columns, size.rows) <= longestAxis;
+}
+
+// The targets hold the defaults until the command line is read.
+std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
+{
+    ControllerOptions& unit = common.options;
+    LinkFaults& faults = unit.linkFaults;
+    const auto addSerial = [&](const QString& text) {
+        common.serialNumbers += text;
+        return true;
+    };
+    const auto startAsBootloader = [&](const QString&) {
+        unit.mode = Mode::Bootloader;
+        return true;
+    };
+    const auto setMapSize = [&](const QString& text) { return readMapSize(text, common.mapSize); };
+    const auto split = [&](const QString&) { return faults.split = 1; };
+    const auto makeInteractive = [&](const QString&) { return all.interactive = true; };
+    return {
+        number("controllers", "Number of controllers, 1 to 16.", "n", common.controllers, 1, 16),
+        {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
+         addSerial},
+        {"bootloader", "The controllers start as bootloaders.", {}, startAsBootloader},
+        number(
+            "seed", "Seed of all random values; the second controller takes the next number.", "n",
+            unit.seed, 0),
+        number(
+            "channels", "Log channels of a controller, 0 to 128.", "n", unit.channels, 0,
+            logChannelCount),
+        number(
+            "named-channels", "Log channels with an entry in the configuration.", "n",
+            unit.namedChannels, 0, logChannelCount),
+        number(
+            "start-time", "The controller's clock at power-up.", "ms", unit.startTimeMs, 0,
+            anyTime),
+        rate("records-per-second", "Records pushed in a passive session.", unit.recordsPerSecond),
+        rate("frames-per-second", "CAN frames while the capture runs.", unit.framesPerSecond),
+        number(
+            "identifiers", "Number of different CAN identifiers, 1 to 1000.", "n", unit.identifiers,
+            1, CanTraffic::mostIdentifiers),
+        number("maps", "Number of calibration maps.", "n", common.maps, 0, 65536),
+        {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR", setMapSize},
+        number("faults", "Entries in the fault list.", "n", common.faults, 0, 10000),
+        number(
+            "calibration-time", "Duration of a driver calibration.", "ms", unit.calibrationMs, 0),
+        number("delay", "Fault injection: responses are delayed.", "ms", faults.delayMs, 0),
+        number("drop", "Fault injection: every nth response is lost.", "n", faults.dropEvery, 0),
+        number(
+            "double", "Fault injection: every nth response comes twice.", "n", faults.doubleEvery,
+            0),
+        number(
+            "garbage", "Fault injection: a frame without meaning comes before every nth response.",
+            "n", faults.garbageEvery, 0),
+        {"split", "Fault injection: frames are sent in pieces.", {}, split},
+        number(
+            "unplug-after", "Unplug this long after plugging in; 0 for never.", "ms",
+            all.unplugAfterMs, 0),
+        number(
+            "replug-after", "Plug in again this long after unplugging, and so on; 0 for never.",
+            "ms", all.replugAfterMs, 0),
+        number(
+            "bootloader-after", "Reset into the bootloader this long after the start; 0 for never.",
+            "ms", all.bootloaderAfterMs, 0),
+        {"interactive", "Read line commands from standard input.", {}, makeInteractive},
+        path("commands", "Read line commands from a file or named pipe.", all.commandsPath),
+        path(
+            "stats", "Write counts of messages to this file, at the end and at the command stats.",
+            all.statsPath),
+        path(
+            "trace", "Write all bytes on the serial lines to this file, in hexadecimal.",
+            all.tracePath),
+    };
+}
 
 // So many plausible faults, repeatable from the seed.
 std::vector<xcu::FaultItem> plausibleFaults(int count, quint32 seed)
 {
     std::mt19937 random(seed);
-    std::vector<xcu::FaultItem> faults;
-    for (int i = 0; i < count; ++i) {
-        xcu::FaultItem fault;
+    std::vector<xcu::FaultItem> faults(static_cast<std::size_t>(count));
+    for (xcu::FaultItem& fault : faults) {
         fault.set_type(random() % 3 == 0 ? 1 : 0); // 1 is a warning
         fault.set_mode(1 + random() % 4);
         fault.set_category(1 + random() % 8);
         fault.set_fault_id(1 + random() % 40);
         fault.set_component_id(random() % 20);
-        faults.push_back(fault);
     }
     return faults;
 }
 
-// Where the value of an option goes.
-struct Target
+std::vector<ControllerOptions> controllersOf(Common common)
 {
-    std::function<bool(const QString& text)> take; // false if the text makes no sense
-    QString defaultValue = {};
-};
-
-template <typename Number>
-Target whole(Number& target, qint64 least, qint64 most)
-{
-    const auto take = [=, &target](const QString& text) {
-        bool isNumber = false;
-        const qint64 value = text.toLongLong(&isNumber);
-        target = static_cast<Number>(value);
-        return isNumber && value >= least && value <= most;
-    };
-    return {take, QString::number(target)};
+    ControllerOptions& unit = common.options;
+    const std::vector<MapSize> usual = unit.maps;
+    unit.maps.assign(static_cast<std::size_t>(common.maps), common.mapSize);
+    for (std::size_t i = 0; common.mapSize.rows == 0 && i < unit.maps.size(); ++i) {
+        unit.maps[i] = usual[i % usual.size()];
+    }
+    unit.faults = plausibleFaults(common.faults, unit.seed);
+    unit.keepReceived = 0; // nobody would ask for them, and a drive is long
+    std::vector<ControllerOptions> controllers;
+    for (int i = 0; i < qMax(common.controllers, common.serialNumbers.size()); ++i, ++unit.seed) {
+        const QString usualName = QStringLiteral("XCU%1").arg(i + 1, 4, 10, QLatin1Char('0'));
+        unit.serialNumber = common.serialNumbers.value(i, usualName);
+        controllers.push_back(unit);
+    }
+    return controllers;
 }
 
-Target rate(double& target)
+} // namespace
+
+SimulationOptions simulator::parseCommandLine(const QStringList& arguments)
 {
-    const auto take = [&](const QString& text) { return (target = parseRate(text)) >= 0; };
-    return {take, QString::number(target)};
-}
+    SimulationOptions result;
+    Common common;
+    const std::vector<Option> known = knownOptions(result, common);
 
-Target path(QString& target)
-{
-    return {[&](const QString& text) { return target = text, true; }};
-}
-
-Target on(bool& target)
-{
-    return {[&](const QString&) { return target = true; }};
-}
-
-struct Option
-{
-    const char* name;
-    const char* description;
-    const char* value; // what the value is; null for a switch
-    Target target;
-};
-
-// The members hold the defaults until the command line is read.
-class Reader
-{
-public:
-    explicit Reader(ParsedCommandLine& result)
-        : out(result)
-    {}
-
-    void read(const QStringList& arguments);
-
-private:
-    std::vector<Option> options();
-    bool readMapSize(const QString& text);
-    void makeControllers(const QStringList& serialNumbers);
-
-    ParsedCommandLine& out;
-    ControllerOptions common;
-    int controllers = 1;
-    int maps = static_cast<int>(common.maps.size());
-    int faults = 3;
-    MapSize mapSize = {0, 0}; // of all maps; of none if nothing is said
-    bool isBootloader = false;
-    bool isSplit = false;
-};
-
-std::vector<Option> Reader::options()
-{
-    constexpr qint64 latestTime = std::numeric_limits<quint32>::max();
-    SimulationOptions& all = out.options;
-    Trouble& trouble = common.trouble;
-    const Target size = {[this](const QString& text) { return readMapSize(text); }};
-    const Target serials = {[](const QString&) { return true; }}; // read together
-    return {
-        {"controllers", "Number of controllers, 1 to 16.", "n",
-         whole(controllers, 1, mostControllers)},
-        {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
-         serials},
-        {"bootloader", "The controllers start as bootloaders.", nullptr, on(isBootloader)},
-        {"seed", "Seed of all random values; the second controller takes the next number.", "n",
-         whole(common.seed, 0, anyNumber)},
-        {"channels", "Log channels of a controller, 0 to 128.", "n",
-         whole(common.channels, 0, logChannelCount)},
-        {"named-channels", "Log channels with an entry in the configuration.", "n",
-         whole(common.namedChannels, 0, logChannelCount)},
-        {"start-time", "The controller's clock at power-up.", "ms",
-         whole(common.startTimeMs, 0, latestTime)},
-        {"records-per-second", "Records pushed in a passive session.", "rate",
-         rate(common.recordsPerSecond)},
-        {"frames-per-second", "CAN frames while the capture runs.", "rate",
-         rate(common.framesPerSecond)},
-        {"identifiers", "Number of different CAN identifiers, 1 to 1000.", "n",
-         whole(common.identifiers, 1, CanTraffic::mostIdentifiers)},
-        {"maps", "Number of calibration maps.", "n", whole(maps, 0, mostMaps)},
-        {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR", size},
-        {"faults", "Entries in the fault list.", "n", whole(faults, 0, mostFaults)},
-        {"calibration-time", "Duration of a driver calibration.", "ms",
-         whole(common.calibrationMs, 0, anyNumber)},
-        {"delay", "Trouble: responses are delayed.", "ms", whole(trouble.delayMs, 0, anyNumber)},
-        {"drop", "Trouble: every nth response is lost.", "n",
-         whole(trouble.dropEvery, 0, anyNumber)},
-        {"double", "Trouble: every nth response comes twice.", "n",
-         whole(trouble.doubleEvery, 0, anyNumber)},
-        {"garbage", "Trouble: a frame without meaning is sent before every nth response.", "n",
-         whole(trouble.garbageEvery, 0, anyNumber)},
-        {"split", "Trouble: frames are sent in pieces.", nullptr, on(isSplit)},
-        {"unplug-after", "The cable is pulled this long after it was plugged in; 0 for never.",
-         "ms", whole(all.unplugAfterMs, 0, anyNumber)},
-        {"replug-after", "The cable is plugged in again this long after it was pulled, and so on.",
-         "ms", whole(all.replugAfterMs, 0, anyNumber)},
-        {"bootloader-after", "A reset into the bootloader this long after the start; 0 for never.",
-         "ms", whole(all.bootloaderAfterMs, 0, anyNumber)},
-        {"interactive", "Read line commands from standard input.", nullptr, on(all.interactive)},
-        {"commands", "Read line commands from a file or named pipe.", "path",
-         path(all.commandsPath)},
-        {"stats", "Write counts of messages to this file, at the end and at the command stats.",
-         "path", path(all.statsPath)},
-        {"trace", "Write all bytes on the serial lines to this file, in hexadecimal.", "path",
-         path(all.tracePath)},
-    };
-}
-
-void Reader::read(const QStringList& arguments)
-{
     QCommandLineParser parser;
     parser.setApplicationDescription(QString::fromLatin1(description));
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
-    const std::vector<Option> known = options();
-    for (const auto& [name, text, value, target] : known) {
-        QCommandLineOption option(QString::fromLatin1(name), text, value);
-        if (!target.defaultValue.isEmpty()) {
-            option.setDescription(option.description() + " [" + target.defaultValue + ']');
-        }
-        parser.addOption(option);
+    for (const Option& option : known) {
+        parser.addOption({option.name, option.description, option.value});
     }
     const QCommandLineOption help(
         {QStringLiteral("h"), QStringLiteral("help")}, "Print this text.");
@@ -195,62 +211,33 @@ void Reader::read(const QStringList& arguments)
     parser.addPositionalArgument(
         QStringLiteral("PROGRAM"), QStringLiteral("The program to start, with its arguments."),
         QStringLiteral("[--] [PROGRAM [ARGUMENT...]]"));
+
+    const auto end = [](std::FILE* stream, const QString& text, int exitCode) {
+        QTextStream(stream) << text;
+        std::exit(exitCode);
+    };
+    const QString complaint = QStringLiteral("virtual-xcu: %1; try --help\n");
     if (!parser.parse(arguments)) {
-        out.error = parser.errorText();
-        return;
+        end(stderr, complaint.arg(parser.errorText()), wrongUsage);
     }
     if (parser.isSet(help)) {
-        out.help = parser.helpText() + commandsHelp();
-        return;
+        end(stdout, parser.helpText() + commandsHelp(), 0);
     }
     if (parser.isSet(version)) {
-        out.help = QStringLiteral("%1 %2\n").arg(
-            QCoreApplication::applicationName(), QCoreApplication::applicationVersion());
-        return;
+        parser.showVersion();
     }
-    for (const auto& [name, text, value, target] : known) {
-        if (parser.isSet(name) && !target.take(parser.value(name))) {
-            out.error = QStringLiteral("--%1 does not take \"%2\"").arg(name, parser.value(name));
-            return;
+    for (const Option& option : known) {
+        const QStringList texts =
+            option.value.isEmpty() ? QStringList{QString()} : parser.values(option.name);
+        for (const QString& text : parser.isSet(option.name) ? texts : QStringList()) {
+            if (!option.set(text)) {
+                const QString what = QStringLiteral("--%1 does not take \"%2\"");
+                end(stderr, complaint.arg(what.arg(option.name, text)), wrongUsage);
+            }
         }
     }
-    makeControllers(parser.values(QStringLiteral("serial")));
-    out.options.program = parser.positionalArguments();
-}
-
-bool Reader::readMapSize(const QString& text)
-{
-    mapSize = {text.section('x', 0, 0).toUInt(), text.section('x', 1).toUInt()};
-    return qMin(mapSize.columns, mapSize.rows) > 0 &&
-           qMax(mapSize.columns, mapSize.rows) <= longestMapAxis;
-}
-
-void Reader::makeControllers(const QStringList& serialNumbers)
-{
-    const std::vector<MapSize> usual = common.maps;
-    common.maps.assign(static_cast<std::size_t>(maps), mapSize);
-    for (std::size_t i = 0; mapSize.rows == 0 && i < common.maps.size(); ++i) {
-        common.maps[i] = usual[i % usual.size()];
-    }
-    common.guise = isBootloader ? Guise::Bootloader : Guise::Device;
-    common.faults = plausibleFaults(faults, common.seed);
-    common.trouble.split = isSplit ? 1 : 0;
-    common.keepReceived = 0; // nobody would ask for them, and a drive is long
-    const int count = qMax(controllers, serialNumbers.size());
-    for (int i = 0; i < count; ++i) {
-        const QString usualName = QStringLiteral("XCU%1").arg(i + 1, 4, 10, QLatin1Char('0'));
-        out.options.controllers.push_back(common);
-        out.options.controllers.back().serialNumber = serialNumbers.value(i, usualName);
-        out.options.controllers.back().seed += static_cast<quint32>(i);
-    }
-}
-
-} // namespace
-
-ParsedCommandLine simulator::parseCommandLine(const QStringList& arguments)
-{
-    ParsedCommandLine result;
-    Reader(result).read(arguments);
+    result.controllers = controllersOf(common);
+    result.program = parser.positionalArguments();
     return result;
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/controlleroptions.h"
+#include "simulator/virtualcontroller.h"
 
 #include <QString>
 #include <QStringList>
@@ -13,8 +13,8 @@ namespace simulator {
 struct SimulationOptions
 {
     std::vector<ControllerOptions> controllers;
-    int unplugAfterMs = 0;     // the cable is pulled so long after it was plugged in; 0 for never
-    int replugAfterMs = 0;     // and put back so long after that; 0 for never
+    int unplugAfterMs = 0;     // after it was plugged in; 0 for never
+    int replugAfterMs = 0;     // after it was unplugged; 0 for never
     int bootloaderAfterMs = 0; // reset into the bootloader so long after the start; 0 for never
     bool interactive = false;
     QString commandsPath;
@@ -23,14 +23,10 @@ struct SimulationOptions
     QStringList program; // and its arguments; may be empty
 };
 
-struct ParsedCommandLine
-{
-    SimulationOptions options;
-    QString help;  // not empty if help or the version was asked for
-    QString error; // not empty if the command line is wrong
-};
+constexpr int wrongUsage = 2; // exit code of a wrong command line
 
-ParsedCommandLine parseCommandLine(const QStringList& arguments);
+// Ends the process where the command line is wrong or asks for help or the version.
+SimulationOptions parseCommandLine(const QStringList& arguments);
 
 // A rate in items a second, or the word "flood"; negative if it is neither.
 double parseRate(const QString& text);

@@ -110,10 +110,10 @@ QProcessEnvironment Testbed::addTo(QProcessEnvironment environment) const
 }
 
 void Testbed::addPort(
-    const QString& name, const QString& terminal, const QString& serialNumber, Guise guise)
+    const QString& name, const QString& terminal, const QString& serialNumber, Mode mode)
 {
-    const bool isDevice = guise == Guise::Device;
-    // Qt tells ports apart by the model, not by the identifiers: each guise needs its own.
+    const bool isDevice = mode == Mode::Device;
+    // Qt tells ports apart by the model, not by the identifiers: each mode needs its own.
     const QString model = isDevice ? QStringLiteral("XCU") : QStringLiteral("XCU_Bootloader");
     const QString product = isDevice ? QStringLiteral("eef0") : QStringLiteral("eeef");
     const QString path = usbPath(name);

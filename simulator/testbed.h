@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "simulator/controlleroptions.h"
+#include "simulator/link.h"
 
 #include <QProcessEnvironment>
 #include <QString>
@@ -28,7 +28,7 @@ public:
     // Puts a controller on the USB bus, or takes it away. The name is that of the port, such as
     // "ttyACM0"; the terminal is what its node in /dev stands for, such as "/dev/pts/7".
     void addPort(
-        const QString& name, const QString& terminal, const QString& serialNumber, Guise guise);
+        const QString& name, const QString& terminal, const QString& serialNumber, Mode mode);
     void removePort(const QString& name);
 
 private:

@@ -11,7 +11,7 @@ using namespace simulator;
 namespace {
 
 // One seed for each thing that looks random, so that they do not move in step.
-enum SeedOf : quint32 { Logger, Maps, Traffic, Line };
+enum SeedOf : quint32 { Logger, Maps, Traffic, Link };
 
 quint32 derive(quint32 seed, SeedOf what)
 {
@@ -58,11 +58,10 @@ int Pacer::take(int most)
     return static_cast<int>(due);
 }
 
-VirtualController::VirtualController(ControllerOptions options, QObject* parent)
-    : QObject(parent)
-    , settings(std::move(options))
-    , currentGuise(settings.guise)
-    , line(derive(settings.seed, Line))
+VirtualController::VirtualController(ControllerOptions options)
+    : settings(std::move(options))
+    , currentMode(settings.mode)
+    , writer(derive(settings.seed, Link))
     , datalogger(settings.channels, derive(settings.seed, Logger))
     , configurationMemory(configurationBlocks(settings.namedChannels))
     , calibrationMaps(settings.maps, derive(settings.seed, Maps))
@@ -74,12 +73,12 @@ VirtualController::VirtualController(ControllerOptions options, QObject* parent)
     steadyClock.start();
     clock = [this] { return steadyClock.elapsed(); };
     recordResponse.set_protocol_version(1);
-    line.setTrouble(settings.trouble);
+    writer.setFaults(settings.linkFaults);
     pushTimer.setTimerType(Qt::PreciseTimer);
     connect(&pushTimer, &QTimer::timeout, this, &VirtualController::push);
-    connect(&line, &TroubledLine::bytes, this, &VirtualController::transmit);
+    connect(&writer, &FrameWriter::bytes, this, &VirtualController::transmit);
     calibration.setSingleShot(true);
-    connect(&calibration, &QTimer::timeout, this, &VirtualController::tellCalibrationStatus);
+    connect(&calibration, &QTimer::timeout, this, &VirtualController::reportCalibration);
 }
 
 void VirtualController::receive(const QByteArray& bytes)
@@ -101,7 +100,7 @@ void VirtualController::receive(const QByteArray& bytes)
             put(response);
         }
     }
-    line.flush();
+    writer.flush();
 }
 
 int VirtualController::count(xcu::Command::ReqCase member) const
@@ -118,14 +117,14 @@ void VirtualController::clearReceived()
 
 void VirtualController::put(const xcu::Response& response)
 {
-    countSent(response, line.put(response));
+    countSent(response, writer.put(response));
 }
 
 void VirtualController::send(const xcu::Response& response)
 {
     countSent(response, 1);
-    line.putStraight(response);
-    line.flush();
+    writer.putUnharmed(response);
+    writer.flush();
 }
 
 void VirtualController::countSent(const xcu::Response& response, int copies)
@@ -144,23 +143,18 @@ const xcu::Response& VirtualController::nextRecord()
     return recordResponse;
 }
 
-void VirtualController::pushFrame()
-{
-    pushFrame(traffic.next(timeMs()));
-}
-
 void VirtualController::pushFrame(const xcu::CandumpFrame& frame)
 {
     send(responseOf(frame));
 }
 
-void VirtualController::tellCalibrationStatus()
+void VirtualController::reportCalibration()
 {
     xcu::Response response = emptyResponse();
     response.mutable_driver_calibration_status()->set_status(
         calibration.isActive() ? xcu::ADAPTATION_BUSY : xcu::ADAPTATION_IDLE);
     put(response);
-    line.flush();
+    writer.flush();
 }
 
 void VirtualController::setRecordRate(double perSecond)
@@ -175,19 +169,9 @@ void VirtualController::setFrameRate(double perSecond)
     schedulePushing();
 }
 
-quint32 VirtualController::timeMs() const
+void VirtualController::restart(Mode mode)
 {
-    return settings.startTimeMs + static_cast<quint32>(clock());
-}
-
-void VirtualController::setClock(std::function<qint64()> millisecondsSincePowerUp)
-{
-    clock = std::move(millisecondsSincePowerUp);
-}
-
-void VirtualController::restart(Guise guise)
-{
-    currentGuise = guise;
+    currentMode = mode;
     steadyClock.restart();
     datalogger.powerUp();
     capturing = false;
@@ -210,7 +194,7 @@ void VirtualController::setLineReady(bool ready)
 void VirtualController::dropLink()
 {
     reader.clear();
-    line.clear();
+    writer.clear();
 }
 
 void VirtualController::schedulePushing()
@@ -230,7 +214,7 @@ void VirtualController::schedulePushing()
 void VirtualController::push()
 {
     constexpr int burst = 128; // of each kind; then the event loop has its turn
-    if (line.isFull()) {
+    if (writer.isFull()) {
         return;
     }
     if (datalogger.isPassive()) {
@@ -243,5 +227,5 @@ void VirtualController::push()
             put(responseOf(traffic.next(timeMs())));
         }
     }
-    line.flush();
+    writer.flush();
 }

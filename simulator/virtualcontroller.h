@@ -4,23 +4,51 @@
 #include "schema/link.pb.h"
 #include "simulator/calibrationmaps.h"
 #include "simulator/cantraffic.h"
-#include "simulator/controlleroptions.h"
 #include "simulator/datalogger.h"
-#include "simulator/linkframing.h"
-#include "simulator/troubledline.h"
+#include "simulator/link.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
 #include <functional>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace simulator {
 
-// Tells how many items of a steady stream are due by now.
+// A rate, in items a second, that only the line limits.
+constexpr double asFastAsTheLineTakes = std::numeric_limits<double>::infinity();
+
+// What a virtual controller is made of. The same options give the same controller: all that looks
+// random comes from the seed.
+struct ControllerOptions
+{
+    QString serialNumber = QStringLiteral("XCU0001");
+    Mode mode = Mode::Device; // after power-up
+    quint32 seed = 1;
+
+    int channels = 128;           // log channels that exist, 0 to 128; requests for more get less
+    int namedChannels = 40;       // the first so many have an entry in a configuration block
+    quint32 startTimeMs = 0;      // the controller's clock at power-up
+    double recordsPerSecond = 50; // pushed by itself in a passive session
+
+    double framesPerSecond = 100; // CAN frames while the capture runs
+    int identifiers = 24;         // different CAN identifiers among them
+
+    std::vector<MapSize> maps = {{8, 8}, {16, 12}, {1, 16}, {24, 16}};
+    std::vector<xcu::FaultItem> faults;
+    int calibrationMs = 3000; // an adaptation run; it reports busy and idle by itself, 0 never does
+
+    LinkFaults linkFaults;
+
+    // The first so many commands are kept for VirtualController::received().
+    std::size_t keepReceived = 20000;
+};
+
+// Counts out how many items of a steady stream are due by now.
 class Pacer
 {
 public:
@@ -41,10 +69,8 @@ private:
 };
 
 // A controller without any port: line bytes in, line bytes out. It answers all commands that the
-// console and the workbench send, and few others, counts what it is told, and misbehaves as its
-// options say.
-//
-// In the bootloader's guise it knows ping and the resets alone and leaves the rest unanswered.
+// console and the workbench send, and few others, counts what it receives, and misbehaves as its
+// options say. As a bootloader it knows ping and the resets alone and leaves the rest unanswered.
 //
 // All operations belong to the thread that owns the object.
 class VirtualController : public QObject
@@ -52,10 +78,10 @@ class VirtualController : public QObject
     Q_OBJECT
 
 public:
-    explicit VirtualController(ControllerOptions options = {}, QObject* parent = nullptr);
+    explicit VirtualController(ControllerOptions options = {});
 
     const ControllerOptions& options() const { return settings; }
-    Guise guise() const { return currentGuise; }
+    Mode mode() const { return currentMode; }
 
     // Line bytes from the PC, cut anywhere.
     void receive(const QByteArray& bytes);
@@ -67,7 +93,7 @@ public:
     quint64 brokenPayloads() const { return brokenTotal; } // whole frames that were no Command
     void clearReceived();
 
-    // What went out to the line; a doubled response counts twice, a dropped one not at all.
+    // What was sent; a doubled response counts twice, a dropped one not at all.
     quint64 recordsSent() const { return recordTotal; }
     quint64 framesSent() const { return frameTotal; }
     quint64 responsesSent() const { return responseTotal; }
@@ -79,60 +105,60 @@ public:
     CalibrationMaps& maps() { return calibrationMaps; }
     Datalogger& logger() { return datalogger; }
 
-    // Unasked: these go out at once and are spared drop, double, delay and garbage.
+    // Unasked: these are sent at once and are spared drop, double, delay and garbage.
     void send(const xcu::Response& response);
     // The next record, also without a session: it then has the channels of the last one.
     void pushRecord() { send(nextRecord()); }
-    void pushFrame(); // the next of the traffic
+    void pushFrame() { pushFrame(traffic.next(timeMs())); } // the next of the traffic
     void pushFrame(const xcu::CandumpFrame& frame);
 
-    void setTrouble(const Trouble& trouble) { line.setTrouble(trouble); }
-    const Trouble& trouble() const { return line.trouble(); }
+    void setLinkFaults(const LinkFaults& faults) { writer.setFaults(faults); }
+    const LinkFaults& linkFaults() const { return writer.faults(); }
     // In items a second; 0 pushes nothing.
     void setRecordRate(double perSecond);
     void setFrameRate(double perSecond);
 
     // The controller's time in milliseconds, start value included. It wraps at 32 bits.
-    quint32 timeMs() const;
+    quint32 timeMs() const { return settings.startTimeMs + static_cast<quint32>(clock()); }
     // Replaces the clock by one that a test turns: milliseconds since power-up.
-    void setClock(std::function<qint64()> millisecondsSincePowerUp);
+    void setClock(std::function<qint64()> sincePowerUp) { clock = std::move(sincePowerUp); }
 
     // Power off and on again: sessions end, clock and sample numbers start anew, virtual inputs are
     // 0; configuration, maps and faults stay.
-    void restart(Guise guise);
+    void restart(Mode mode);
 
     // The line's side. While the line is not ready nothing is pushed, and no record is skipped in
     // the numbers; answers are given all the same.
     void setLineReady(bool ready);
-    // The cable was pulled or the program at the other end is gone: half a frame is forgotten in
-    // both directions. Sessions go on, for the vehicle feeds the controller.
+    // The unit was unplugged, or the program at the other end is gone: half a frame is forgotten in
+    // both directions. Sessions go on, as the vehicle powers the controller.
     void dropLink();
 
 signals:
     void transmit(const QByteArray& bytes);
-    // The controller wants to leave the bus and come back in this guise (a reset). Whoever owns the
+    // The controller wants to leave the bus and come back in this mode (a reset). Whoever owns the
     // port takes it away and calls restart; without a port nothing happens.
-    void leavingBus(Guise guise);
+    void leavingBus(Mode mode);
 
 private:
     // Do what the command says and fill in the answer; false if it has none.
     bool answer(const xcu::Command& command, xcu::Response& response);
     bool answerAsDevice(const xcu::Command& command, xcu::Response& response);
-    void tellCalibrationStatus();
+    void reportCalibration();
 
-    void put(const xcu::Response& response); // with trouble
+    void put(const xcu::Response& response); // with the injected faults
     const xcu::Response& nextRecord();
     void countSent(const xcu::Response& response, int copies);
     void schedulePushing();
     void push();
 
     ControllerOptions settings;
-    Guise currentGuise;
+    Mode currentMode;
     QElapsedTimer steadyClock;
     std::function<qint64()> clock;
 
     FrameReader reader;
-    TroubledLine line;
+    FrameWriter writer;
     bool lineReady = true;
 
     Datalogger datalogger;

@@ -108,7 +108,7 @@ private slots:
     {
         ConsoleHome home;
         simulator::ControllerOptions options = unit("XCU0009");
-        options.guise = simulator::Guise::Bootloader;
+        options.mode = simulator::Mode::Bootloader;
         PortRig rig(options);
         rig.plug();
         ConsoleRig console;
@@ -116,8 +116,8 @@ private slots:
         QTRY_COMPARE(list->currentText(), "XCU0009");
         console.click("pushButton_2");
         QCOMPARE(console.status(), "Connected");
-        // A unit that changes its guise is gone, and what comes back is not connected by itself.
-        rig.changeGuise(simulator::Guise::Device);
+        // A unit that restarts is gone, and what comes back is not connected by itself.
+        rig.restartIn(simulator::Mode::Device);
         QTRY_COMPARE(console.text("pushButton_2"), "Connect");
         QTRY_COMPARE(list->currentText(), "XCU0009 XCU");
         QCOMPARE(console.status(), "Disconnected");

@@ -14,13 +14,12 @@
 class MockedTty
 {
 public:
-    explicit MockedTty(
-        const QString& serialNumber, simulator::Guise guise = simulator::Guise::Device)
+    explicit MockedTty(const QString& serialNumber, simulator::Mode mode = simulator::Mode::Device)
     {
         static int count = 0;
         terminal.setReadNotification(false); // the test asks when it likes
         name = QStringLiteral("ttyACM%1x%2").arg(QCoreApplication::applicationPid()).arg(count++);
-        add = [=] { testbed().addPort(name, terminal.path(), serialNumber, guise); };
+        add = [=] { testbed().addPort(name, terminal.path(), serialNumber, mode); };
         add();
     }
     ~MockedTty() { testbed().removePort(name); }
@@ -37,7 +36,7 @@ public:
     QSerialPortInfo info() const { return QSerialPortInfo(name); }
 
     // Another text instead of one that the system tells of the device, such as "ID_MODEL_ID=eef0".
-    void disguise(const QByteArray& property, const QByteArray& replacement)
+    void replaceProperty(const QByteArray& property, const QByteArray& replacement)
     {
         QFile file(testbed().root() + "/sys/class/tty/" + name + "/uevent");
         if (!file.open(QIODevice::ReadWrite)) {

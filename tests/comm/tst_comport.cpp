@@ -7,6 +7,7 @@
 
 #include <QDeadlineTimer>
 #include <QEventLoop>
+#include <QPointer>
 #include <QTest>
 #include <functional>
 #include <sys/resource.h>
@@ -40,6 +41,22 @@ struct Link
     ComPort port;
     Payloads delivered;
     std::function<void()> handler; // of the next frame
+};
+
+// Knows the port object whose bytes are being announced.
+struct PortWatch : QObject
+{
+    PortWatch() { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject* notifier, QEvent* event) override
+    {
+        if (event->type() == QEvent::SockAct && qobject_cast<QSerialPort*>(notifier->parent())) {
+            port = notifier->parent();
+        }
+        return false;
+    }
+
+    QPointer<QObject> port;
 };
 
 } // namespace
@@ -94,7 +111,7 @@ private slots:
     void failedOpenReportsThePortThatWasTried()
     {
         ComPort port;
-        const QSerialPortInfo gone = MockedTty("XCU1", simulator::Guise::Bootloader).info();
+        const QSerialPortInfo gone = MockedTty("XCU1", simulator::Mode::Bootloader).info();
         QVERIFY(!port.open(gone));
         QVERIFY(!port.isOpen());
         QVERIFY(port.getOpenedPort() == gone);
@@ -149,10 +166,11 @@ private slots:
         };
         const auto openInEventLoop = [&](ComPort& port) {
             QEventLoop loop;
-            QTimer::singleShot(0, &port, [&] { port.open(otherPort); });
-            QTimer::singleShot(0, &loop, &QEventLoop::quit);
+            QTimer::singleShot(0, &port, [&] {
+                port.open(otherPort);
+                QTimer::singleShot(0, &loop, &QEventLoop::quit); // after deletions that are due
+            });
             loop.exec();
-            QCoreApplication::processEvents(); // where a deleted port would still be in use
         };
         struct
         {
@@ -166,10 +184,16 @@ private slots:
         };
         for (const auto& row : rows) {
             Link link;
+            PortWatch watch;
             QVERIFY(link.open());
-            link.handler = [&] { row.action(link.port); };
+            bool survived = false; // the port object, as long as its readyRead is on the stack
+            link.handler = [&] {
+                row.action(link.port);
+                survived = !watch.port.isNull();
+            };
             link.tty.write(frame("a") + frame("b"));
             QTRY_COMPARE(link.delivered, row.payloads);
+            QVERIFY(survived);
             QVERIFY(link.open());
             link.tty.write(frame("z"));
             QTRY_COMPARE(link.delivered, row.payloads + Payloads{"z"});

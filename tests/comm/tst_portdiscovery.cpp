@@ -24,7 +24,7 @@ class TestPortDiscovery : public QObject
     Q_OBJECT
 
 private slots:
-    void findsUnitsBySerialNumberAndGuise()
+    void findsUnitsBySerialNumberAndState()
     {
         const std::pair<QByteArray, QByteArray> strangers[] = {
             {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1"},
@@ -33,12 +33,12 @@ private slots:
             {"ID_MODEL_ID=eef0\n", ""}};
         for (const auto& [property, replacement] : strangers) {
             MockedTty stranger("XCU7");
-            stranger.disguise(property, replacement);
+            stranger.replaceProperty(property, replacement);
             QCOMPARE(QSerialPortInfo::availablePorts().size(), 1);
             QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), QString());
         }
         const MockedTty device("XCU7");
-        const MockedTty other("xcu7", simulator::Guise::Bootloader);
+        const MockedTty other("xcu7", simulator::Mode::Bootloader);
         QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), device.name);
         QCOMPARE(nameOf(getDevicePortBySerialNumber, "XCU7"), device.name);
         QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "XCU7"), QString());
@@ -52,18 +52,18 @@ private slots:
         const auto isEqualAs = [&](const QByteArray& property, const QByteArray& replacement) {
             MockedTty one("XCU1");
             const QList<QSerialPortInfo> before{one.info(), two.info()};
-            one.disguise(property, replacement);
+            one.replaceProperty(property, replacement);
             return before == QList<QSerialPortInfo>{one.info(), two.info()};
         };
         QVERIFY(!isEqualAs("ID_SERIAL_SHORT=XCU1", "ID_SERIAL_SHORT=XCU2"));
-        QVERIFY(!isEqualAs("ID_MODEL=XCU", "ID_MODEL=Loader")); // how a change of guise is seen
+        QVERIFY(!isEqualAs("ID_MODEL=XCU", "ID_MODEL=Loader")); // how a bootloader is seen
         QVERIFY(!isEqualAs("ID_BUS=usb", "ID_BUS=usb\nID_VENDOR=Another"));
         QVERIFY(isEqualAs("ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef")); // not by the identifiers
     }
 
     void eitherServiceTakesABootloader()
     {
-        auto tty = std::make_unique<MockedTty>("XCU1", simulator::Guise::Bootloader);
+        auto tty = std::make_unique<MockedTty>("XCU1", simulator::Mode::Bootloader);
         ComPort port;
         QSignalSpy asDevice(&port, &ComPort::deviceReconnected);
         QSignalSpy asBootloader(&port, &ComPort::bootloaderReconnected);
@@ -73,7 +73,7 @@ private slots:
         QCOMPARE(asBootloader.count(), 1);
         tty.reset();
         port.reconnect();
-        tty = std::make_unique<MockedTty>("XCU1", simulator::Guise::Bootloader);
+        tty = std::make_unique<MockedTty>("XCU1", simulator::Mode::Bootloader);
         port.reconnectDeviceService();
         QCOMPARE(asBootloader.count(), 2);
         QVERIFY(!asBootloader.wait(300)); // and no further attempt is made
@@ -104,7 +104,7 @@ private slots:
         QCOMPARE(port.getOpenedPort().portName(), tty->name);
     }
 
-    void waitsForTheGuiseThatWasAskedFor()
+    void waitsForTheStateThatWasAskedFor()
     {
         auto tty = std::make_unique<MockedTty>("XCU1");
         ComPort port;
@@ -116,7 +116,7 @@ private slots:
             found = true;
         });
         const bool tooEarly = QTest::qWaitFor([&] { return found.load(); }, 300);
-        const MockedTty bootloader("XCU1", simulator::Guise::Bootloader);
+        const MockedTty bootloader("XCU1", simulator::Mode::Bootloader);
         waiting.join();
         QVERIFY(found && !tooEarly);
     }

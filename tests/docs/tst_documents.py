@@ -26,8 +26,9 @@ FACTS = [
     (FORMS, r'name="toolTip">\s*<string>(.*?)</string>', ANYWHERE, ["| {} |"]),
     (WINDOWS, r'setToolTip\(\s*QStringLiteral\(\s*"(.*?)"', ANYWHERE, ["| {1} |"]),
     (["app/dataloggerapp.cpp"], r'^    \{"[\w ]+", "(.*?)"\},', ANYWHERE, ["| {} |"]),
-    (["simulator/simulationoptions.cpp"], r'^ +\{"(\S+)", ', MANUAL, ["Fl -{} ", "Fl -{}\n"]),
-    (["simulator/linecommands.cpp"], r'^    \{"(\S+)", ', MANUAL, ["Cm {}"]),
+    (["simulator/simulationoptions.cpp"],
+     r'(?:\b(?:number|rate|path)\(|^ +\{)\s*"([a-z-]+)",', MANUAL, ["Fl -{} ", "Fl -{}\n"]),
+    (["simulator/linecommands.cpp"], r'^ +\{"(\S+)", ', MANUAL, ["Cm {}"]),
 ]
 
 

@@ -49,9 +49,9 @@ public:
     {
         inRigThread([=] { port(index).unplug(); });
     }
-    void changeGuise(simulator::Guise guise)
+    void restartIn(simulator::Mode mode)
     {
-        inRigThread([=] { port().changeGuise(guise); });
+        inRigThread([=] { port().restartIn(mode); });
     }
     QString portName(int index = 0) { return port(index).name(); }
     QString serialNumber() { return controller().options().serialNumber; }

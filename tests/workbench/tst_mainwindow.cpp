@@ -102,10 +102,10 @@ void TestMainWindow::controllersComeAndGo()
     QAction stranger;
     bench.window->portConnect(&stranger);
     QCOMPARE(bench.status(), QString("Failed to connect"));
-    bench.rig.changeGuise(simulator::Guise::Bootloader);
+    bench.rig.restartIn(simulator::Mode::Bootloader);
     const QStringList one(bench.rig.serialNumber());
     QTRY_COMPARE(bench.entries("menuConnection"), one);
-    bench.rig.changeGuise(simulator::Guise::Device);
+    bench.rig.restartIn(simulator::Mode::Device);
     QTRY_COMPARE(bench.entries("menuConnection"), one);
     bench.controller().clearReceived();
     bench.choose("menuConnection", bench.rig.serialNumber());

@@ -93,7 +93,7 @@ class Trace:
     def of(self, who):
         for line in self.tail.lines():
             time, name, what, *data = line.decode().split(" ", 3)
-            if what == "told":
+            if what == "command":
                 self.told += 1
             else:
                 known = self.lines.setdefault(name, Line())
