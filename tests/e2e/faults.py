@@ -7,11 +7,11 @@ import pathlib
 import re
 import resource
 import signal
+import struct
 import sys
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "drive"))
 
-import expected
 from bench import Bench, same, until
 
 # What Qt says on standard error in any run, and that a record came while no file was open.
@@ -21,6 +21,52 @@ USUAL = re.compile(
     "|This plugin|QString::arg: Argument missing|QIODevice::write .QFile|QFile::setFileName"
     r"|drive:|[\w:]+\.\w+: )")
 FOLDER = "Corvane Motion Systems/XCU0001/extLoggerLogs"
+
+
+def expected_logs(line):
+    """The records of each session. A file is closed when its connection ends."""
+    found, connection = [], None
+    for response in line.responses:
+        member, message = response.answer
+        if member == "logger_started":
+            found.append("")
+            connection = response.connection
+        elif member == "logger_data" and response.connection == connection:
+            numbers = [message.sample_number, message.timestamp, *message.values]
+            found[-1] += "".join(f"{number};" for number in numbers) + "\n"
+    return found
+
+
+def written_log(path):
+    """The records that a file holds."""
+    header, _, records = path.read_text().partition("\n")
+    assert header.startswith("#;timestamp;"), header
+    return records
+
+
+def expected_capture(line):
+    text = ""
+    for frame in line.answers("candump_frame"):
+        identifier = f"{frame.id:0{8 if frame.extended else 3}x}"
+        marker = f"#{int(frame.brs)}" if frame.fd else ""
+        text += f"({frame.timestamp / 1000:.6f}) can{frame.bus} {identifier}#{marker}"
+        text += frame.data.hex() + "\n"
+    return text
+
+
+def expected_curve(log, channel):
+    """Of a log that is opened: time in single precision, from the first record on."""
+    def single(number):
+        return struct.unpack("f", struct.pack("f", number))[0]
+    records = [[int(number) for number in line.split(";")[:-1]] for line in log.splitlines()]
+    return [(single(single(record[1] - records[0][1]) / 1000), record[2 + channel])
+            for record in records]
+
+
+def curve(console, channel):
+    (answer,) = console.ask(f"points DataLoggerApp:QCustomPlot:0 {channel}")
+    points = (point.split() for point in answer.split(";") if point)
+    return [(float(key), float(value)) for key, value in points]
 
 
 def connect(bench, *lines, setup=None):
@@ -47,7 +93,7 @@ def leave(bench, console):
     bench.hush(1, console)
     console.close("DataLoggerApp")
     same([text for text in console.said if not USUAL.match(text)], [], "standard error")
-    return expected.logs(bench.line())[-1]
+    return expected_logs(bench.line())[-1]
 
 
 def killed(build):
@@ -60,13 +106,12 @@ def killed(build):
         read = bench.line().responses[: len(console.sizes_read())]
         records = sum(response.answer[0] == "logger_data" for response in read)
         (path,) = bench.files("*.log")
-        whole = path.read_text().rpartition("\n")[0] + "\n"
+        whole = written_log(path).rpartition("\n")[0] + "\n"
         assert whole.count("\n") >= records, f"{records} records, {whole.count(chr(10))} lines"
-        same(whole, expected.logs(bench.line())[0][: len(whole)], "log")
+        same(whole, expected_logs(bench.line())[0][: len(whole)], "log")
         console = connect(bench)
         console.play("trigger actionOpen_with_Timestamp", f'file "{path}"')
-        (answer,) = console.ask("points DataLoggerApp:QCustomPlot:0 5")
-        same(expected.points_of(answer), expected.opened_curve(whole, 5), "opened curve")
+        same(curve(console, 5), expected_curve(whole, 5), "opened curve")
         console.close("DataLoggerApp")
 
 
@@ -86,7 +131,7 @@ def full_disk(build):
         see(bench, 100)
         console.play("click pushButton_2")
         console.close("DataLoggerApp")
-        written, whole = path.read_text(), expected.logs(bench.line())[-1]
+        written, whole = written_log(path), expected_logs(bench.line())[-1]
         before = os.path.commonprefix([written, whole]).rpartition("\n")[0]
         assert len(before) > limit + 10000, f"lost from {len(before)} on of {limit}"
         after = written[len(before) :]
@@ -106,21 +151,20 @@ def bad_folders(build):
         log(bench, console := connect(bench))
         log_text = leave(bench, console)
         (path,) = (bench.home / FOLDER).glob("*.log")
-        same(path.read_text(), log_text, "log in the working directory")
+        same(written_log(path), log_text, "log in the working directory")
     with Bench(build) as bench:
         (bench.documents / FOLDER).mkdir(parents=True)
         (bench.documents / FOLDER).chmod(0o555)
         log(bench, console := connect(bench, setup=forget_root))
         bench.hush(1, console)
-        (answer,) = console.ask("points DataLoggerApp:QCustomPlot:0 5")
-        same(len(expected.points_of(answer)), len(bench.line().answers("logger_data")), "points")
+        same(len(curve(console, 5)), len(bench.line().answers("logger_data")), "points")
         leave(bench, console)
         same(bench.files("*.log"), [], "logs in a folder for reading only")
     with Bench(build) as bench:
         (bench.home / ".config").mkdir(mode=0o555)
         log(bench, console := connect(bench, setup=forget_root))
         log_text = leave(bench, console)
-        same(bench.files("*.log")[0].read_text(), log_text, "log without a settings store")
+        same(written_log(bench.files("*.log")[0]), log_text, "log without a settings store")
         same(list((bench.home / ".config").iterdir()), [], "settings")
 
 
@@ -135,9 +179,9 @@ def flood(build):
         console.play("click stopLogging")
         bench.tell("rate frames 0", "rate records 0")
         log_text = leave(bench, console)
-        same(bench.files("*.log")[0].read_text(), log_text, "log")
-        frames = "".join(map(expected.candump_line, bench.line().answers("candump_frame")))
-        same(bench.files("*.candump")[0].read_text(), frames, "capture")
+        same(written_log(bench.files("*.log")[0]), log_text, "log")
+        capture = bench.files("*.candump")[0].read_text()
+        same(capture, expected_capture(bench.line()), "capture")
 
 
 def sent_by(program):
@@ -155,7 +199,7 @@ def stall(build):
         console.play("click virtualInputsShow")
         bench.controllers.send_signal(signal.SIGCONT)
         see(bench, 700)
-        same(leave(bench, console), bench.files("*.log")[0].read_text(), "log")
+        same(leave(bench, console), written_log(bench.files("*.log")[0]), "log")
 
 
 def damage(build):
@@ -163,7 +207,7 @@ def damage(build):
     with Bench(build, "--garbage", "3", "--double", "7", "--split") as bench:
         console = connect(bench, "set channelCount currentIndex 3")
         log(bench, console)
-        same(leave(bench, console), bench.files("*.log")[0].read_text(), "log")
+        same(leave(bench, console), written_log(bench.files("*.log")[0]), "log")
 
 
 def departure(build):

@@ -46,7 +46,7 @@ class Program:
         stem = bench.home / f"{name}{len(bench.programs)}"
         os.mkfifo(f"{stem}.pipe")
         self.pipe = os.open(f"{stem}.pipe", os.O_RDWR)
-        self.output = pathlib.Path(f"{stem}.out" if bench.trace else os.devnull)
+        self.output = pathlib.Path(f"{stem}.out")
         self.said = []
         self.sent = self.done = 0
         self.process = subprocess.Popen(
@@ -76,8 +76,7 @@ class Program:
         """The answer, line by line."""
         before = len(self.said)
         self.play(question)
-        topic = f"{question.split()[1]}." if " " in question else "drive."
-        said = [text for text in self.said[before:] if text.startswith(topic)]
+        said = [text for text in self.said[before:] if text.startswith(question.split()[1] + ".")]
         return [text.split(": ", 1)[1] for text in said]
 
     def sizes_read(self):
@@ -110,10 +109,9 @@ class Program:
 
 
 class Bench:
-    """Virtual controllers with these options, for a with statement. Without a trace, for hours,
-    nobody knows what went over the lines, but for the counts."""
+    """Virtual controllers with these options, for a with statement."""
 
-    def __init__(self, build, *options, trace=True):
+    def __init__(self, build, *options):
         self.build = pathlib.Path(build).resolve()
         self.folder = tempfile.TemporaryDirectory(prefix="bench-")
         self.home = pathlib.Path(self.folder.name)
@@ -122,14 +120,14 @@ class Bench:
         self.programs = []
         os.mkfifo(self.home / "commands")
         self.commands = os.open(self.home / "commands", os.O_RDWR)
-        files = ["--commands", "commands", "--stats", "stats"] + ["--trace", "trace"] * trace
+        files = ["--commands", "commands", "--stats", "stats", "--trace", "trace"]
         self.controllers = subprocess.Popen(
             [self.build / "bin" / "virtual-xcu", *files, *options], cwd=self.home,
             stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
         )
         lines = [self.controllers.stdout.readline() for _ in range(2)]
         self.attached = dict(line.split()[1].split("=", 1) for line in lines)
-        self.trace = Trace(self.home / "trace") if trace else None
+        self.trace = Trace(self.home / "trace")
 
     def __enter__(self):
         return self
@@ -153,11 +151,11 @@ class Bench:
         return self.programs[-1]
 
     def tell(self, *lines):
-        """Line commands for the controllers. With a trace they have been carried out afterwards."""
+        """Line commands for the controllers, which have been carried out afterwards."""
         for line in lines:
-            before = self.trace and self.trace.told
+            before = self.trace.commands
             os.write(self.commands, f"{line}\n".encode())
-            until(lambda: not self.trace or self.line() and self.trace.told > before, line)
+            until(lambda: self.line() and self.trace.commands > before, line)
 
     def line(self, number=1):
         return self.trace.of(f"XCU{number:04}")

@@ -10,54 +10,14 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
+
 constexpr int kStepMs = 20;
 constexpr int kPatienceMs = 30000;
-} // namespace
 
-DriveScript::DriveScript(const QString& path)
-{
-    const QByteArray name = QFile::encodeName(path);
-    struct stat status = {};
-    isPipe = ::stat(name.constData(), &status) == 0 && S_ISFIFO(status.st_mode);
-    // Opened for writing as well, a pipe does not end when a writer leaves.
-    source = ::open(name.constData(), (isPipe ? O_RDWR | O_NONBLOCK : O_RDONLY) | O_CLOEXEC);
-    if (source < 0) {
-        fail({0, {path}}, QStringLiteral("the script cannot be read"));
-    }
-    readOn();
-    scheduleStep();
-    sinceStep.start();
-}
-
-void DriveScript::readOn()
-{
-    std::array<char, 4096> buffer;
-    for (ssize_t size = 0; (size = ::read(source, buffer.data(), buffer.size())) > 0;) {
-        unread.append(buffer.data(), static_cast<int>(size));
-    }
-    if (!isPipe && !unread.isEmpty()) {
-        unread.append('\n'); // the last line may lack its end
-    }
-    for (int end = 0; (end = unread.indexOf('\n')) >= 0;) {
-        const QStringList parts = words(QString::fromUtf8(unread.left(end)));
-        unread.remove(0, end + 1);
-        ++linesRead;
-        if (parts.isEmpty()) {
-            continue;
-        }
-        if (next == lines.size()) {
-            lines.clear(); // a pipe may bring lines for days
-            next = 0;
-            waiting.start(); // not before there is something to wait for
-        }
-        lines.push_back({linesRead, parts});
-    }
-}
-
-QStringList DriveScript::words(const QString& line)
+// The words of one line; none for a blank line or a comment.
+QStringList wordsOf(const QString& line)
 {
     QStringList result;
     QString word;
@@ -86,6 +46,47 @@ QStringList DriveScript::words(const QString& line)
     return result;
 }
 
+} // namespace
+
+DriveScript::DriveScript(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status = {};
+    isPipe = ::stat(name.constData(), &status) == 0 && S_ISFIFO(status.st_mode);
+    // Opened for writing as well, a pipe does not end when a writer leaves.
+    source = ::open(name.constData(), (isPipe ? O_RDWR | O_NONBLOCK : O_RDONLY) | O_CLOEXEC);
+    if (source < 0) {
+        fail({0, {path}}, QStringLiteral("the script cannot be read"));
+    }
+    readOn();
+    scheduleStep();
+}
+
+void DriveScript::readOn()
+{
+    std::array<char, 4096> buffer;
+    for (ssize_t size = 0; (size = ::read(source, buffer.data(), buffer.size())) > 0;) {
+        unread.append(buffer.data(), static_cast<int>(size));
+    }
+    if (!isPipe && !unread.isEmpty()) {
+        unread.append('\n'); // the last line may lack its end
+    }
+    for (int end = 0; (end = unread.indexOf('\n')) >= 0;) {
+        const QStringList parts = wordsOf(QString::fromUtf8(unread.left(end)));
+        unread.remove(0, end + 1);
+        ++linesRead;
+        if (parts.isEmpty()) {
+            continue;
+        }
+        if (next == lines.size()) {
+            lines.clear(); // a pipe may bring lines for days
+            next = 0;
+            waiting.start(); // not before there is something to wait for
+        }
+        lines.push_back({linesRead, parts});
+    }
+}
+
 // A timer anew for each step: a repeating one does not tick in the event loop of a modal dialog
 // that its own tick has opened.
 void DriveScript::scheduleStep()
@@ -95,7 +96,6 @@ void DriveScript::scheduleStep()
 
 void DriveScript::step()
 {
-    silenceMs = qMax(silenceMs, sinceStep.restart() - kStepMs);
     if (isPipe) {
         readOn();
     }
@@ -109,7 +109,7 @@ void DriveScript::step()
     // counts as done before it is carried out.
     const std::size_t current = next++;
     const Line line = lines[current];
-    const DriveResult result = carryOut(line.words);
+    const DriveResult result = runDriveCommand(line.words, waiting.elapsed());
     if (!result.error.isEmpty()) {
         fail(line, result.error);
     }
@@ -126,15 +126,6 @@ void DriveScript::step()
     if (waiting.elapsed() > kPatienceMs + result.extraPatienceMs) {
         fail(line, QStringLiteral("waited in vain"));
     }
-}
-
-DriveResult DriveScript::carryOut(const QStringList& words)
-{
-    if (words[0] != QLatin1String("silence")) {
-        return runDriveCommand(words, waiting.elapsed());
-    }
-    std::fprintf(stderr, "drive.silence: %lld\n", std::exchange(silenceMs, 0));
-    return {};
 }
 
 void DriveScript::fail(const Line& line, const QString& reason)

@@ -20,18 +20,12 @@
 //
 // If the script is a named pipe, lines may come at any time, and each one that has been carried out
 // is reported on standard error: "drive: line 7 is done".
-//
-// The command "silence" is answered with the longest time in ms, since the one before, for which
-// the event loop did not come round: for so long the program did not answer its operator.
 class DriveScript : public QObject
 {
     Q_OBJECT
 
 public:
     explicit DriveScript(const QString& path);
-
-    // Splits one line into its words; empty for a blank line or a comment.
-    static QStringList words(const QString& line);
 
 private:
     struct Line
@@ -43,7 +37,6 @@ private:
     void readOn();
     void scheduleStep();
     void step();
-    DriveResult carryOut(const QStringList& words);
     void fail(const Line& line, const QString& reason);
 
     int source;          // descriptor of the script
@@ -53,6 +46,4 @@ private:
     std::vector<Line> lines;
     std::size_t next = 0;
     QElapsedTimer waiting; // since the present line was first tried
-    QElapsedTimer sinceStep;
-    qint64 silenceMs = 0;
 };

@@ -9,19 +9,19 @@ import sys
 import tempfile
 
 
-def load_schema(*names):
-    """The generated module of each schema."""
+def load_schema():
+    """The module generated from the schema of the link."""
     folder = pathlib.Path(__file__).resolve().parents[2] / "schema"
     with tempfile.TemporaryDirectory() as made:
-        files = [f"{name}.proto" for name in names]
-        subprocess.run(["protoc", f"-I{folder}", f"--python_out={made}", *files], check=True)
+        command = ["protoc", f"-I{folder}", f"--python_out={made}", "link.proto"]
+        subprocess.run(command, check=True)
         sys.path.insert(0, made)
-        modules = [__import__(f"{name}_pb2") for name in names]
+        module = __import__("link_pb2")
         sys.path.remove(made)
-    return modules
+    return module
 
 
-link, configuration = load_schema("link", "configuration")
+link = load_schema()
 
 
 class Tail:
@@ -88,13 +88,13 @@ class Trace:
     def __init__(self, path):
         self.tail = Tail(path)
         self.lines = {}
-        self.told = 0  # line commands that have been carried out
+        self.commands = 0  # line commands that have been carried out
 
     def of(self, who):
         for line in self.tail.lines():
             time, name, what, *data = line.decode().split(" ", 3)
             if what == "command":
-                self.told += 1
+                self.commands += 1
             else:
                 known = self.lines.setdefault(name, Line())
                 known.add(int(time), what, bytes.fromhex("".join(data)))
