@@ -25,7 +25,7 @@ _xcu_convert() {
         ;;
     esac
     if [[ $cur == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "--output --out-dir --from --to --signals --info --force --jobs --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "--output --out-dir --from --to --signals --frames --info --force --jobs --help --version" -- "$cur")
     else
         _filedir
     fi
