@@ -3,6 +3,7 @@
 #include "convert/logsource.h"
 #include "formats/configurationblock.h"
 
+#include <QtEndian>
 #include <algorithm>
 #include <iomanip>
 #include <map>
@@ -98,12 +99,15 @@ private:
     double last = 0;
 };
 
-void tellBackup(std::ostream& out, InputFile& file)
+void tellBackup(std::ostream& out, InputFile& file, Report& report)
 {
     const std::string block = file.readAll().toStdString();
     file.check();
     if (formats::isEmptyConfigurationBlock(block)) {
         throw Trouble(file.name() + ": has no configuration");
+    }
+    if (qFromLittleEndian<quint32>(block.data()) > block.size() - sizeof(quint32)) {
+        report.odd("the file breaks off, or is no backup");
     }
     const auto labels = formats::readChannelLabels(block);
     out << "  channels  " << labels.size() << " with a name\n";
@@ -137,7 +141,7 @@ std::string info(const std::string& input, Kind from, Report& report)
     out << std::fixed << std::setprecision(3) << file->name() << ": ";
     if (from == Kind::Backup) {
         out << "configuration backup\n";
-        tellBackup(out, *file);
+        tellBackup(out, *file, report);
     } else if (from == Kind::Log) {
         out << "log\n";
         tellLog(out, surveyOf(*file, from, report));

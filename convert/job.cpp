@@ -80,8 +80,11 @@ void convertDatabase(const Job& job)
         throw Trouble("xcu-signals, which reads databases, cannot be started");
     }
     process.waitForFinished(-1);
-    if (process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
-        throw Trouble(shownName(job.input) + ": not converted by xcu-signals");
+    if (process.exitStatus() != QProcess::NormalExit) {
+        throw Trouble(shownName(job.input) + ": xcu-signals was ended");
+    }
+    if (process.exitCode() != 0) {
+        throw Trouble(""); // it has said why
     }
 }
 
@@ -89,6 +92,9 @@ void convertDatabase(const Job& job)
 
 std::string impossible(const Job& job)
 {
+    if (!isOutput(job.to)) {
+        return "cannot be made a ." + wordOf(job.to) + " file";
+    }
     if (job.from == Kind::Backup) {
         return "a configuration backup is shown by --info and not converted";
     }

@@ -91,6 +91,11 @@ std::string wordOf(Kind kind)
     return rowOf(kind).word;
 }
 
+bool isOutput(Kind kind)
+{
+    return (rowOf(kind).use & Out) != 0;
+}
+
 bool isDatabase(Kind kind)
 {
     return kind == Kind::Dbc || kind == Kind::Arxml || kind == Kind::Kcd || kind == Kind::Xlsx;

@@ -37,6 +37,7 @@ std::vector<std::string> outputWords();
 
 std::string wordOf(Kind kind);
 
+bool isOutput(Kind kind); // what can be written
 bool isDatabase(Kind kind);
 
 // The reader of a CAN trace in text form; none for other kinds.

@@ -96,6 +96,9 @@ std::vector<Job> plan(const Options& options, const convert::SignalSet* signalSe
         job.input = input;
         job.from = kindOf(input, options.from, "--from");
         if (options.info) {
+            if (convert::isDatabase(job.from)) {
+                throw CLI::ValidationError(input, "a signal database is converted, not shown");
+            }
             jobs.push_back(job);
             continue;
         }
@@ -235,7 +238,11 @@ bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(co
 int main(int argc, char** argv)
 {
     Options options;
-    CLI::App app("Converts logs, black-box records and CAN traces of the XCU console.");
+    CLI::App app(
+        "Converts logs, black-box records and CAN traces of the XCU console.", "xcu-convert");
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return inLines(error.what()) + "Try 'xcu-convert --help'.\n";
+    });
     declare(options, app);
     std::unique_ptr<convert::SignalSet> signalSet;
     std::vector<Job> jobs;
