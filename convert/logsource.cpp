@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/logsource.h"
 
-#include "convert/blackboxlog.h"
 #include "formats/channels.h"
 #include "formats/linereader.h"
 #include "formats/logline.h"
@@ -157,7 +156,7 @@ LogSurvey surveyOf(InputFile& file, Kind kind, Report& report)
 void readRecordsOf(InputFile& file, Kind kind, const LogSurvey& survey, LogTarget& target)
 {
     if (kind == Kind::Blackbox) {
-        readBlackboxLog(file, survey, target);
+        readBlackboxRecords(file, survey, target);
     } else {
         LogReader(target, nullptr).read(file);
     }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "convert/blackboxlog.h"
-
+#include "convert/logsource.h"
 #include "formats/blackboxreader.h"
 
 #include <algorithm>
@@ -83,7 +82,7 @@ void surveyBlackbox(InputFile& file, LogSurvey& survey, Report& report)
     }
 }
 
-void readBlackboxLog(InputFile& file, const LogSurvey& survey, LogTarget& target)
+void readBlackboxRecords(InputFile& file, const LogSurvey& survey, LogTarget& target)
 {
     std::string text;
     std::uint32_t number = 0;
