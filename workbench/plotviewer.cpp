@@ -4,7 +4,7 @@
 #include "ui_plotviewer.h"
 #include "workbench/channelnames.h"
 #include "workbench/chartview.h"
-#include "workbench/plotline.h"
+#include "workbench/plotcurve.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -45,13 +45,6 @@ PlotViewer::PlotViewer(QWidget* parent)
     panel->setLayout(panelLayout);
     panel->hide();
     ui->horizontalLayout->addWidget(panel);
-    const auto changeView = [this] {
-        for (const auto& line : qAsConst(lines)) {
-            line->changeView();
-        }
-    };
-    connect(axisX, &QValueAxis::rangeChanged, this, changeView);
-    connect(chart, &QChart::plotAreaChanged, this, changeView);
     // These count from 0 and the rows that come with the data from 1, on purpose: "data 4" is
     // followed by "data 6".
     for (int row = 0; row < firstRows; ++row) {
@@ -79,8 +72,8 @@ void PlotViewer::update(unsigned int sampleNumber, unsigned int timestamp, std::
         addRow(name);
     }
     const float time = recordTime(sampleNumber, timestamp);
-    for (auto line = lines.cbegin(); line != lines.cend() && line.key() < channels; ++line) {
-        line.value()->append(time, values[static_cast<std::size_t>(line.key())]);
+    for (auto curve = curves.cbegin(); curve != curves.cend() && curve.key() < channels; ++curve) {
+        curve.value()->append(time, values[static_cast<std::size_t>(curve.key())]);
     }
 }
 
@@ -98,29 +91,29 @@ void PlotViewer::mousePressEvent(QMouseEvent* event)
     for (int channel = 0; channel < static_cast<int>(channelChecks.size()); ++channel) {
         const bool chosen = channelChecks[channel]->checkState() == Qt::Checked;
         if (chosen && !series.contains(channel)) {
-            addLine(channel);
+            addCurve(channel);
         } else if (!chosen && series.contains(channel)) {
-            removeLine(channel);
+            removeCurve(channel);
         }
     }
     panel->hide();
 }
 
-void PlotViewer::addLine(int channel)
+void PlotViewer::addCurve(int channel)
 {
-    auto* line = new QLineSeries;
-    line->setName(QStringLiteral("data %1").arg(channel)); // whatever its row is called
-    chart->addSeries(line);
-    series[channel] = line;
-    line->attachAxis(axisX);
-    line->attachAxis(axisY);
-    lines[channel] = std::make_shared<workbench::PlotLine>(*line, *axisX);
+    auto* added = new QLineSeries;
+    added->setName(QStringLiteral("data %1").arg(channel)); // whatever its row is called
+    chart->addSeries(added);
+    series[channel] = added;
+    added->attachAxis(axisX);
+    added->attachAxis(axisY);
+    curves[channel] = new workbench::PlotCurve(*added, *axisX);
 }
 
-void PlotViewer::removeLine(int channel)
+void PlotViewer::removeCurve(int channel)
 {
-    QLineSeries* line = series.take(channel);
-    lines.remove(channel);
-    chart->removeSeries(line);
-    delete line;
+    delete curves.take(channel);
+    QLineSeries* removed = series.take(channel);
+    chart->removeSeries(removed);
+    delete removed;
 }

@@ -15,7 +15,7 @@ class QFormLayout;
 class QLabel;
 
 namespace workbench {
-class PlotLine;
+class PlotCurve;
 }
 
 namespace Ui {
@@ -44,8 +44,8 @@ protected:
 
 private:
     void addRow(const QString& name);
-    void addLine(int channel);
-    void removeLine(int channel);
+    void addCurve(int channel);
+    void removeCurve(int channel);
 
     std::unique_ptr<Ui::PlotViewer> ui;
     QMap<int, QLineSeries*> series; // by channel; in the chart, which owns them
@@ -56,6 +56,6 @@ private:
     std::vector<QCheckBox*> channelChecks;
     QFormLayout* panelLayout;
     QWidget* panel;
-    int panelOpen = 0;                                     // 1 while the panel is shown
-    QMap<int, std::shared_ptr<workbench::PlotLine>> lines; // of series
+    int panelOpen = 0;                       // 1 while the panel is shown
+    QMap<int, workbench::PlotCurve*> curves; // of series; in the chart, which owns them
 };

@@ -8,6 +8,18 @@
 #include <QIcon>
 #include <QLabel>
 #include <QMouseEvent>
+#include <limits>
+
+namespace {
+
+// Texts of labels that are not of a fixed size have all rows laid out anew.
+void setTextAndSize(QLabel* label, const QString& text)
+{
+    label->setText(text);
+    label->setFixedSize(label->sizeHint());
+}
+
+} // namespace
 
 ValueViewer::ValueViewer(QWidget* parent)
     : QWidget(parent)
@@ -24,8 +36,8 @@ ValueViewer::ValueViewer(QWidget* parent)
     gridLayout->setObjectName(QStringLiteral("gridLayout"));
     seqNo->setObjectName(QStringLiteral("seqNo"));
     timestamp->setObjectName(QStringLiteral("timestamp"));
-    gridLayout->addWidget(seqNo, 0, 0);
-    gridLayout->addWidget(timestamp, 0, 1);
+    gridLayout->addWidget(seqNo, 0, 0, Qt::AlignLeft | Qt::AlignVCenter);
+    gridLayout->addWidget(timestamp, 0, 1, Qt::AlignLeft | Qt::AlignVCenter);
 }
 
 void ValueViewer::update(
@@ -35,22 +47,31 @@ void ValueViewer::update(
     for (const QString& name : workbench::channelNames(rows, static_cast<int>(values.size()))) {
         addRow(name);
     }
-    seqNo->setText(QStringLiteral("SeqNo: %1").arg(sampleNumber));
-    timestamp->setText(QStringLiteral("Timestamp: %1").arg(timestampMs));
+    setTextAndSize(seqNo, QStringLiteral("SeqNo: %1").arg(sampleNumber));
+    setTextAndSize(timestamp, QStringLiteral("Timestamp: %1").arg(timestampMs));
+    QRect column;
     for (std::size_t channel = 0; channel < values.size(); ++channel) {
-        channelValues[channel]->setText(QString::number(values[channel]));
+        QLabel* value = channelValues[channel];
+        // One by one, a hundred labels take twice as long to be painted as the area around them.
+        value->setAttribute(Qt::WA_UpdatesDisabled, true);
+        value->setText(QString::number(values[channel]));
+        value->setAttribute(Qt::WA_UpdatesDisabled, false);
+        column |= value->geometry();
     }
+    update(column);
 }
 
 void ValueViewer::addRow(const QString& name)
 {
     auto* label = new QLabel(name);
-    auto* value = new QLabel(QStringLiteral("0"));
+    auto* value = new QLabel;
+    setTextAndSize(value, QString::number(std::numeric_limits<int>::min())); // the widest
+    value->setText(QStringLiteral("0"));
     auto* check = new QCheckBox;
     check->setCheckState(Qt::Checked);
     const int row = static_cast<int>(channelLabels.size()) + 1;
     gridLayout->addWidget(label, row, 0);
-    gridLayout->addWidget(value, row, 1);
+    gridLayout->addWidget(value, row, 1, Qt::AlignLeft | Qt::AlignVCenter);
     gridLayout->addWidget(check, row, 2);
     channelNames.push_back(name.toStdString());
     channelShown.push_back(true);

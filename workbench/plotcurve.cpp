@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "workbench/plotcurve.h"
+
+#include <QPainter>
+#include <QSignalBlocker>
+#include <QStyleOptionGraphicsItem>
+#include <QTimer>
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+using workbench::PlotCurve;
+
+namespace {
+
+constexpr std::size_t mostDrawnByChart = 50; // points
+constexpr std::size_t mostWhole = 2000;      // points up to which a series holds all of them
+constexpr double beyond = std::numeric_limits<double>::infinity();
+constexpr double ownColumn = std::numeric_limits<double>::quiet_NaN(); // not equal to any other
+
+} // namespace
+
+PlotCurve::PlotCurve(QLineSeries& lineSeries, QValueAxis& horizontalAxis)
+    : QGraphicsObject(lineSeries.chart())
+    , series(lineSeries)
+    , axisX(horizontalAxis)
+    , pen(lineSeries.pen())
+{
+    constexpr qreal overSeries = 100;
+    setZValue(overSeries);
+    setFlag(ItemUsesExtendedStyleOption); // tells paint what is exposed
+    connect(&axisX, &QValueAxis::rangeChanged, this, &PlotCurve::changeView);
+    connect(series.chart(), &QChart::plotAreaChanged, this, &PlotCurve::changeView);
+    changeView();
+}
+
+void PlotCurve::append(float x, int y)
+{
+    history.push_back({x, y});
+    const std::size_t points = history.size();
+    if (points <= mostDrawnByChart) {
+        series.append(qreal(x), qreal(y));
+    } else if (points == mostDrawnByChart + 1 || points == mostWhole + 1) {
+        changeView();
+    } else if (show(static_cast<int>(points) - 1)) {
+        fillSeries();
+        updateNewest();
+    }
+}
+
+void PlotCurve::changeView()
+{
+    prepareGeometryChange();
+    plotArea = series.chart()->plotArea();
+    if (history.size() <= mostDrawnByChart) {
+        return;
+    }
+    suspendAnimation();
+    QPen noPen = pen;
+    noPen.setStyle(Qt::NoPen); // the colour stays: the legend shows it
+    series.setPen(noPen);
+    left = axisX.min();
+    right = axisX.max();
+    width = (right - left) / plotArea.width();
+    column = ownColumn;
+    shown.clear();
+    for (int index = 0; index < static_cast<int>(history.size()); ++index) {
+        show(index);
+    }
+    fillSeries();
+    update();
+}
+
+// The chart would lay out its series sixty times a second, and nobody would see it.
+void PlotCurve::suspendAnimation()
+{
+    QChart* chart = series.chart();
+    const QChart::AnimationOptions options = chart->animationOptions();
+    if (options != QChart::NoAnimation) {
+        chart->setAnimationOptions(QChart::NoAnimation);
+        QTimer::singleShot(0, chart, [chart, options] { chart->setAnimationOptions(options); });
+    }
+}
+
+// All that lies on one side of the view is one column.
+double PlotCurve::columnOf(float x) const
+{
+    if (history.size() <= mostWhole) {
+        return ownColumn;
+    }
+    if (x < left) {
+        return -beyond;
+    }
+    return x > right ? beyond : std::floor(x / width);
+}
+
+// Takes the next point into what is shown; false if it makes no difference.
+bool PlotCurve::show(int index)
+{
+    const double next = columnOf(history[index].x);
+    if (next != column) {
+        if (std::isinf(column)) {
+            shown << at(index - 1); // where the curve comes back from
+        }
+        column = next;
+        start = shown.size();
+        low = high = index;
+        shown << at(index);
+        return true;
+    }
+    const int y = history[index].y;
+    if (std::isinf(column) || (y >= history[low].y && y <= history[high].y)) {
+        return false;
+    }
+    (y < history[low].y ? low : high) = index;
+    shown.resize(start);
+    shown << at(std::min(low, high)) << at(std::max(low, high));
+    return true;
+}
+
+void PlotCurve::fillSeries()
+{
+    const QSignalBlocker chartIsNotTold(series);
+    series.replace(shown);
+}
+
+// In the strip from the column before the newest one.
+void PlotCurve::updateNewest()
+{
+    const qreal from = position(shown[std::max(start - 1, 0)]).x();
+    const qreal to = position(shown.last()).x();
+    const QRectF strip(std::min(from, to), plotArea.top(), std::abs(to - from), plotArea.height());
+    const QRectF inView = strip.adjusted(-pen.widthF(), 0, pen.widthF(), 1) & boundingRect();
+    if (!inView.isEmpty()) {
+        update(inView); // an empty one would mean all
+    }
+}
+
+// With the row and the column of pixels behind, which a curve along an edge takes half of.
+QRectF PlotCurve::boundingRect() const
+{
+    return plotArea.adjusted(0, 0, 0.5, 0.5).toAlignedRect();
+}
+
+void PlotCurve::paint(
+    QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* /*widget*/)
+{
+    const QRectF exposed = option->exposedRect.translated(-plotArea.topLeft());
+    const double from = left + (exposed.left() - pen.widthF()) * width;
+    const double to = left + (exposed.right() + pen.widthF()) * width;
+    painter->setClipRect(boundingRect(), Qt::IntersectClip);
+    painter->setPen(pen);
+    for (int index = 1; index < shown.size(); ++index) {
+        const QPointF& begin = shown[index - 1];
+        const QPointF& end = shown[index];
+        if (std::max(begin.x(), end.x()) >= from && std::min(begin.x(), end.x()) <= to) {
+            painter->drawLine(position(begin), position(end)); // without joins, as the chart does
+        }
+    }
+}

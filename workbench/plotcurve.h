@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "workbench/charts.h"
+
+#include <QGraphicsObject>
+#include <QPen>
+#include <QVector>
+#include <vector>
+
+namespace workbench {
+
+// One curve of a plot. It keeps all points for as long as it lives, 8 bytes each.
+//
+// A chart lays out and paints a whole series anew for each point, and sixty times a second while it
+// is animated. That does for the first 50 points. From then on the series has no pen, the chart
+// is not told of new points, and this item paints the curve: a new point changes a narrow strip.
+//
+// The series holds all points up to 2,000. Beyond, it holds what can be seen: the lowest and the
+// highest point of each column of pixels, so that no peak is lost, and where the curve leaves the
+// view and comes back.
+class PlotCurve : public QGraphicsObject
+{
+    Q_OBJECT
+
+public:
+    // The series is empty, in the chart, and attached to both axes. The chart owns the curve, which
+    // has to go before its series.
+    PlotCurve(QLineSeries& lineSeries, QValueAxis& horizontalAxis);
+
+    // X need not ascend: a controller that restarts begins its time anew.
+    void append(float x, int y);
+
+    QRectF boundingRect() const override;
+    void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
+
+private:
+    struct Point
+    {
+        float x;
+        int y;
+    };
+
+    void changeView();
+    void suspendAnimation();
+    double columnOf(float x) const;
+    bool show(int index);
+    void fillSeries();
+    void updateNewest();
+    QPointF at(int index) const { return {history[index].x, qreal(history[index].y)}; }
+    QPointF position(const QPointF& value) const
+    {
+        return series.chart()->mapToPosition(value, &series);
+    }
+
+    QLineSeries& series;
+    QValueAxis& axisX;
+    QPen pen; // which the series had
+    QRectF plotArea;
+    std::vector<Point> history;
+    QVector<QPointF> shown; // what this paints and the series holds
+    // The columns of pixels that shown was made for, and the one that the newest point is in:
+    double left = 0;   // X values at the ends of the view
+    double right = 0;  // X values at the ends of the view
+    double width = 0;  // of a column, in X values
+    double column = 0; // counted from X = 0; infinite outside the view
+    int start = 0;     // in shown
+    int low = 0;       // in history
+    int high = 0;      // in history
+};
+
+} // namespace workbench
