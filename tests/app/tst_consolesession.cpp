@@ -33,12 +33,9 @@ private slots:
         QTRY_COMPARE(console.count(xcu::Command::kDataloggerStop), 1);
         console.record(2500); // still on its way, and the file is open
 
-        QString expected = "#;timestamp;";
-        for (int channel = 0; channel < 128; ++channel) {
-            const QString label = console.channelBox(channel)->text();
-            expected += label.startsWith("data ") ? "x;" : label + ";";
-        }
-        QVERIFY(expected.count("x;") < 100); // the configuration came first
+        const QString header = log(home).section('\n', 0, 0);
+        QCOMPARE(header.count(';'), 130);
+        QVERIFY(header.count(";x;") < 100); // the configuration came first
         const auto line = [&](int number, quint32 time, int input) {
             QString text = QString("%1;%2;").arg(number).arg(time);
             for (unsigned int i = 0; i < 32; ++i) {
@@ -47,8 +44,9 @@ private slots:
             }
             return text + '\n';
         };
-        expected += "\n$;-1;Hard shift\n" + line(0, 4294967295U, 0) + "$;-1;-1\n" +
-                    line(1, 1500, 0) + "$;1500;VI2=40\n" + line(2, 2500, 40);
+        const QString expected = header + "\n$;-1;Hard shift\n" + line(0, 4294967295U, 0) +
+                                 "$;-1;-1\n" + line(1, 1500, 0) + "$;1500;VI2=40\n" +
+                                 line(2, 2500, 40);
         QCOMPARE(log(home), expected);
 
         console.click("pushButton_2");
@@ -102,9 +100,7 @@ private slots:
         console.click("stopLogging");
         QCOMPARE(console.timers(), 3);
         // Of two sessions in one second the later one takes the file over.
-        for (const QString& file : home.files("*.log")) {
-            QCOMPARE(contents(file).count("#;timestamp;"), 1);
-        }
+        QCOMPARE(log(home).count("#;timestamp;"), 1);
     }
 
     // Records are asked for and written while a log is read, until the cable is pulled.
@@ -135,26 +131,6 @@ private slots:
         QCOMPARE(log(home).count("the end"), 1); // the log was closed before
         QCOMPARE(console.status(), "Disconnected");
         QTRY_VERIFY(!console.rig.port().isInUse());
-    }
-
-    void destroyedInTheMiddleOfASession()
-    {
-        ConsoleHome home;
-        PortRig rig(simulator::ControllerOptions(), PortRig::Lives::InOwnThread);
-        rig.plug();
-        {
-            ConsoleRig console;
-            QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
-            console.click("pushButton_2");
-            console.click("passiveDatalogger");
-            rig.run([](simulator::VirtualController& unit) { unit.setRecordRate(2000); });
-            console.click("startLogging");
-            QTRY_VERIFY(console.status().startsWith("Received logger data"));
-            console.window.addTag("end");
-        }
-        QVERIFY(log(home).contains(";end\n"));
-        QVERIFY(log(home).endsWith('\n'));
-        QCOMPARE(rig.count(xcu::Command::kDataloggerStop), 0);
     }
 };
 

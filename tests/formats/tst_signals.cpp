@@ -4,8 +4,8 @@
 
 #include <QBuffer>
 #include <QTest>
+#include <cmath>
 #include <cstring>
-#include <random>
 
 using namespace formats;
 
@@ -35,17 +35,9 @@ CanSignalData signalOf(int offset, int length, int mode)
     return signal;
 }
 
-// "(<time>,<value>)..."
-QString curveOf(const CanSignalData& signal, const QVector<CanFrames>& frames)
+QString textOf(std::optional<double> value)
 {
-    FrameIndex index;
-    QString points = isDrawable(signal) ? "" : "stays";
-    if (isDrawable(signal)) {
-        drawSignal(signal, frames, index, [&points](double time, double value) {
-            points += QString("(%1,%2)").arg(time).arg(value, 0, 'g', 17);
-        });
-    }
-    return points;
+    return value ? QString::number(*value, 'g', 17) : "none";
 }
 
 } // namespace
@@ -57,29 +49,30 @@ class TestSignals : public QObject
 private slots:
     void values()
     {
-        const QList<std::tuple<QByteArray, CanSignalData, QString>> rows = {
-            {"1234", signalOf(4, 8, UnsignedLeastFirst), "65"},
-            {"1234", signalOf(4, 8, UnsignedMostFirst), "35"},
-            {"0ff8", signalOf(4, 8, SignedLeastFirst), "-128"},
-            {"0ff8", signalOf(3, 9, SignedMostFirst), "255"},
-            {"ff", signalOf(4, 16, UnsignedLeastFirst), "15"}, // goes on behind the frame's end
-            {"", signalOf(504, 8, UnsignedLeastFirst), "0"},
+        const QList<std::tuple<QByteArray, CanSignalData, double>> rows = {
+            {"1234", signalOf(4, 8, UnsignedLeastFirst), 0x41},
+            {"1234", signalOf(4, 8, UnsignedMostFirst), 0x23},
+            {"0ff8", signalOf(4, 8, SignedLeastFirst), -128},
+            {"0ff8", signalOf(4, 9, SignedMostFirst), -1},
+            {"ff", signalOf(4, 16, UnsignedLeastFirst), 15}, // goes on behind the frame's end
             // The top bit of 32 fills the 32 above, bit 32 falls on bit 0, 64 have no sign.
-            {"00000080", signalOf(0, 32, UnsignedLeastFirst), "1.8446744071562068e+19"},
-            {"00000080", signalOf(0, 32, SignedLeastFirst), "-2147483648"},
-            {"0000000001", signalOf(0, 33, UnsignedLeastFirst), "1"},
-            {"ffffffffffffffff", signalOf(0, 64, SignedLeastFirst), "1.8446744073709552e+19"},
+            {"00000080", signalOf(0, 32, UnsignedLeastFirst), 0xffffffff80000000},
+            {"0000000001", signalOf(0, 33, UnsignedLeastFirst), 1},
+            {"ffffffffffffffff", signalOf(0, 64, SignedLeastFirst), std::ldexp(1, 64)},
             // The bytes of a single lie on top of one another, each bit at its place in its byte.
-            {"0102048000", signalOf(0, 32, SinglePrecision),
-             QString::number(std::ldexp(0x87, -149), 'g', 17)},
-            {"f001020408", signalOf(4, 32, SinglePrecisionToo),
-             QString::number(std::ldexp(0xff, -149), 'g', 17)},
-            {"ffffffff", signalOf(0, 31, SinglePrecision), "0"},
-            {"ff", signalOf(0, 8, -1), "0"},
+            {"0102048000", signalOf(0, 32, SinglePrecision), std::ldexp(0x87, -149)},
+            {"f001020408", signalOf(4, 32, SinglePrecisionToo), std::ldexp(0xff, -149)},
+            {"ffffffff", signalOf(0, 31, SinglePrecision), 0},
+            {"ff", signalOf(0, 8, -1), 0},
         };
         for (const auto& [bytes, signal, value] : rows) {
-            QCOMPARE(curveOf(signal, {frameOf(bytes)}), "(0," + value + ")");
+            QCOMPARE(textOf(signalValue(signal, frameOf(bytes))), textOf(value));
         }
+        for (const auto& [offset, length] :
+             {std::pair{505, 8}, {-1, 8}, {0, 0}, {IntMax, IntMax}}) {
+            QVERIFY(!isDrawable(signalOf(offset, length, UnsignedLeastFirst)));
+        }
+        QVERIFY(isDrawable(signalOf(504, 8, UnsignedLeastFirst)));
     }
 
     void curves()
@@ -90,17 +83,19 @@ private slots:
         CanSignalData signal = signalOf(0, 8, UnsignedLeastFirst);
         signal.multiplier = 0.5;
         signal.addend = 1.0;
-        QCOMPARE(curveOf(signal, frames), "(1,3.5)(3,3.5)(3,4.5)(2,4.5)(2,4)");
+        const auto curve = [&] {
+            QString points;
+            FrameIndex index;
+            drawSignal(signal, frames, index, [&points](double time, double value) {
+                points += QString("(%1,%2)").arg(time).arg(value);
+            });
+            return points;
+        };
+        QCOMPARE(curve(), "(1,3.5)(3,3.5)(3,4.5)(2,4.5)(2,4)");
         signal.requiredLength = 2;
-        QCOMPARE(curveOf(signal, frames), "(3,4.5)");
+        QCOMPARE(curve(), "(3,4.5)");
         signal.plotted = false;
-        QCOMPARE(curveOf(signal, frames), "");
-        for (const auto& [offset, length] :
-             {std::pair{505, 8}, {-1, 8}, {0, 0}, {0, IntMax}, {IntMax, IntMax}}) {
-            signal.bitOffset = offset;
-            signal.bitLength = length;
-            QCOMPARE(curveOf(signal, frames), "stays");
-        }
+        QCOMPARE(curve(), "");
     }
 
     void multiplexers()
@@ -112,25 +107,21 @@ private slots:
             {0, 4, 2, SignedMostFirst, false},
             {0, 0, 99, UnsignedLeastFirst, true},          // no multiplexer
             {16, 32, -2147483648, SignedLeastFirst, true}, // bit 31 fills those above
-            {16, 32, 0x80000000, SignedLeastFirst, false},
-            {-4, 8, 0x20, UnsignedLeastFirst, true}, // reads 0 before the frame
-            {508, 8, 0, UnsignedLeastFirst, true},   // and behind it
+            {-4, 8, 0x20, UnsignedLeastFirst, true},       // reads 0 before the frame
             {-4, 8, 0x01, UnsignedMostFirst, true},
+            {508, 8, 0, UnsignedLeastFirst, true}, // and behind it
             // A loop over the bits of these would take minutes.
-            {IntMin, IntMax, 0, UnsignedLeastFirst, true},
             {IntMin + 8, IntMax, 9, UnsignedMostFirst, true},
             {IntMax, IntMax, 0, UnsignedMostFirst, true},
             {0, IntMax, 0x8012, UnsignedLeastFirst, true},
-            {4, -1, 0, UnsignedLeastFirst, true},
             {0, 4, 0, SinglePrecision, true},
-            {0, 4, 2, SinglePrecision, false},
         };
         for (const auto& [offset, length, value, mode, carries] : rows) {
             CanSignalData signal = signalOf(0, 32, mode);
             signal.muxOffset = offset;
             signal.muxLength = length;
             signal.muxValue = value;
-            QCOMPARE(curveOf(signal, {frameOf("120000000080")}).isEmpty(), !carries);
+            QCOMPARE(signalValue(signal, frameOf("120000000080")).has_value(), carries);
         }
     }
 
@@ -139,32 +130,23 @@ private slots:
         // Column, text, whether the signal changes, and the text that the table would put back.
         const QList<std::tuple<int, QString, bool, QString>> rows = {
             {FrameIdColumn, "1A0", true, "0x1a0"},
-            {FrameIdColumn, "0x7ff", false, "0x7ff"},
             {FrameIdColumn, "-1", true, "0xffffffffffffffff"},
             {FrameIdColumn, "80000000", false, "0x7ff"},
-            {BitOffsetColumn, " 12 ", true, "12"},
             {BitLengthColumn, "0x10", false, "8"},
             {MultiplierColumn, "0.123456789", true, "0.123457"},
             {AddendColumn, "1,5", false, "-40"},
-            {AddendColumn, "-40.0", false, "-40"},
             {AddendColumn, "1e6", true, "1e+06"},
             {ShowModeColumn, "0", true, "0"},
             {MuxOffsetColumn, "", false, "3"},
-            {MuxLengthColumn, "-4", true, "-4"},
             {MuxValueColumn, "-1", true, "0xffffffffffffffff"},
-            {MuxValueColumn, "ffffffff", false, "0x1f"},
-            {RequiredLengthColumn, "-1", false, "-1"},
+            {RequiredLengthColumn, " 12 ", true, "12"},
             {NameColumn, "a;b", false, "a;b"},
         };
         for (const auto& [column, typed, changes, text] : rows) {
             CanSignalData signal{0x7ff, 4, 8, 0.1, -40.0, true, 3, 5, 0x1f, 1, -1, "name"};
-            const CellEdit edit = applySignalCell(signal, column, typed);
-            QCOMPARE(edit == CellEdit::Changed, changes);
-            QCOMPARE(edit == CellEdit::Renamed, column == NameColumn);
+            QCOMPARE(applySignalCell(signal, column, typed) == CellEdit::Changed, changes);
             QCOMPARE(signalCellText(signal, column), text);
             QCOMPARE(signal.plotted, column != ShowModeColumn);
-            const QString loaded = loadedSignalCellText(signal, column);
-            QCOMPARE(loaded, column == MuxValueColumn ? text.mid(2) : text);
         }
     }
 
@@ -186,8 +168,6 @@ private slots:
             QString("0x1;0;0;0;0;0;0;0;0xfffffffffffffffb;0;;%12\r\n"
                     "0x2;1;1;0;1;1;1;1;0x0;1;A;%12\r\n"
                     "0x18daf110;-1;2;0.123457;1e+06;6;3;4;0xf;7;\u00d6 %1;%12\r\n"));
-        QFile closed;
-        QVERIFY(readSignalSet(closed).isEmpty());
     }
 };
 
