@@ -9,7 +9,6 @@ Files are read as text or bytes are; what cannot be read raises OSError or Value
 controller's.
 """
 import re
-import struct
 import typing
 
 
@@ -130,6 +129,8 @@ def varint(data, at):
     """A number of a protobuf message, and the place behind it."""
     value = shift = 0
     while True:
+        if at >= len(data):
+            raise ValueError("the message breaks off")
         byte = data[at]
         value |= (byte & 0x7F) << shift
         at, shift = at + 1, shift + 7
@@ -152,6 +153,8 @@ def fields(data):
         else:
             value, at = varint(data, at)
             if tag & 7 == 2:
+                if at + value > len(data):
+                    raise ValueError("the message breaks off")
                 value, at = data[at : at + value], at + value
         yield tag >> 3, value
 
@@ -188,7 +191,7 @@ def read_xcu(path):
     """The inputs and outputs of a configuration backup."""
     with open(path, "rb") as file:
         data = file.read()
-    length = struct.unpack_from("<I", data)[0]
+    length = int.from_bytes(data[:4], "little")
     channels = []
     for kind, entry in fields(data[4 : 4 + length]):
         if kind in (1, 2):

@@ -370,6 +370,8 @@ class Module(Folder):
         self.assertEqual(ours, rows)
         box = xcu_files.read_rbx(DATA / "drive.rbx")
         self.assertEqual(box.records[19], (5190, [19, -19], [1900]))
+        with self.assertRaises(ValueError):
+            xcu_files.read_rbx(self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100]))
         self.assertEqual(box.frames[0][:3] + box.frames[0][6:], (5.0, 2, 0x123, b"\x01\x02\xaa"))
         self.assertEqual(xcu_files.to_pandas(box.frames)["id"].iloc[1], 0x7FF)
 
