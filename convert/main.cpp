@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <pthread.h>
+#include <sstream>
 #include <thread>
 #include <unistd.h>
 
@@ -121,9 +122,10 @@ std::vector<Job> plan(const Options& options, const convert::SignalSet* signalSe
 
 std::string inLines(const std::string& text)
 {
+    std::istringstream lines(text);
     std::string result;
-    for (const std::string& line : CLI::detail::split(text, '\n')) {
-        result += line.empty() ? "" : "xcu-convert: " + line + '\n';
+    for (std::string line; std::getline(lines, line);) {
+        result += "xcu-convert: " + line + '\n';
     }
     return result;
 }
