@@ -235,9 +235,7 @@ bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(co
     return isFine;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     Options options;
     CLI::App app(
@@ -258,12 +256,21 @@ int main(int argc, char** argv)
         jobs = plan(options, signalSet.get());
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : WrongUse;
-    } catch (const Trouble& trouble) {
-        std::fputs(inLines(trouble.what()).c_str(), stderr);
-        return SomeTrouble;
     }
     watchSignals();
     const bool isFine =
         options.info ? forEach(jobs, 1, tell) : forEach(jobs, options.jobs, convert::convertFile);
     return isFine ? 0 : SomeTrouble;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& failure) {
+        std::fprintf(stderr, "xcu-convert: %s\n", failure.what());
+        return SomeTrouble;
+    }
 }
