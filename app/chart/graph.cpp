@@ -1,88 +1,67 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/graph.h"
 
-#include "chart/livechart.h"
-
-#include <typeinfo>
+#include "chart/curvepicture.h"
 
 namespace chart {
 
-Graph::Graph(LiveChart* liveChart, int channelOfRecords)
-    : QCPGraph(liveChart->customPlot()->xAxis, liveChart->customPlot()->yAxis)
-    , chart(liveChart)
-    , channel(channelOfRecords)
-    , own(channel < 0 ? std::make_unique<History>(false) : nullptr)
+Graph::Graph(CurvePicture* inPicture, std::shared_ptr<History> ofHistory, int ofChannel)
+    : QCPGraph(inPicture->parentPlot()->xAxis, inPicture->parentPlot()->yAxis)
+    , picture(inPicture)
+    , history(std::move(ofHistory))
+    , channel(ofChannel)
 {}
 
 void Graph::addPoint(double key, double value)
 {
     absorb();
-    chart->noteChange(makeOwn().add(key, &value, 1));
+    picture->noteChange(history->add(key, &value, channel, 1));
 }
 
 void Graph::clearPoints()
 {
     mDataContainer->clear();
-    own = std::make_unique<History>(false);
-    chart->noteChange({-Infinite, Infinite});
+    history->clear();
+    picture->noteChange({-Infinite, Infinite});
 }
 
-const History& Graph::history() const
+bool Graph::isPlainLine() const
 {
-    return own ? *own : chart->records();
+    return mLineStyle == lsLine && mScatterStyle.isNone() && mBrush.style() == Qt::NoBrush &&
+           mPen.style() == Qt::SolidLine;
 }
 
-History& Graph::makeOwn() const
+Curve Graph::curve() const
 {
-    if (!own) {
-        auto points = std::make_unique<History>(false);
-        for (const QCPGraphData& point : allPoints()) {
-            points->add(point.key, &point.value, 1);
-        }
-        own = std::move(points);
-    }
-    return *own;
+    absorb();
+    return {
+        history.get(), channel,
+        selected() && mSelectionDecorator ? mSelectionDecorator->pen() : mPen};
 }
 
-Series Graph::series() const
-{
-    return history().series(historyChannel());
-}
-
-Series Graph::snapshot(const Series& ofRecords) const
-{
-    return own ? own->snapshot(0) : Series{ofRecords.blocks, channel, ofRecords.isOrdered};
-}
-
+// Takes over what addData() has put into the library's container.
 void Graph::absorb() const
 {
     if (!isLent && !mDataContainer->isEmpty()) {
         QCPGraphDataContainer arrivals = *mDataContainer;
         mDataContainer->clear();
         for (const QCPGraphData& point : arrivals) {
-            chart->noteChange(makeOwn().add(point.key, &point.value, 1));
+            picture->noteChange(history->add(point.key, &point.value, channel, 1));
         }
     }
 }
 
-QVector<QCPGraphData> Graph::allPoints() const
-{
-    QVector<QCPGraphData> points;
-    const Series all = series();
-    for (const auto& block : *all.blocks) {
-        for (int i = 0; all.channel < block->width && i < block->size(); ++i) {
-            points.append(QCPGraphData(block->key(i), block->value(all.channel, i)));
-        }
-    }
-    return points;
-}
-
-// The library's own code over all points, which takes 16 bytes each and its time.
+// The library's own code, over the points between two keys and some beside them.
 template <typename Work>
-auto Graph::withLibrary(Work work) const
+auto Graph::withLibrary(const Span& keys, Work work) const
 {
     absorb();
-    const QVector<QCPGraphData> points = allPoints();
+    QVector<QCPGraphData> points;
+    history->visit(channel, keys, [&](const Block& block, int begin, int end) {
+        for (int i = begin; i < end; ++i) {
+            points.append({block.keys()[static_cast<std::size_t>(i)], block.value(channel, i)});
+        }
+    });
     isLent = true;
     mDataContainer->set(points, true);
     const auto takeBack = qScopeGuard([this] {
@@ -92,95 +71,64 @@ auto Graph::withLibrary(Work work) const
     return work();
 }
 
-bool Graph::isPlainLine() const
-{
-    const bool antialiased =
-        (mAntialiased || mParentPlot->antialiasedElements().testFlag(QCP::aePlottables)) &&
-        !mParentPlot->notAntialiasedElements().testFlag(QCP::aePlottables);
-    if (mLineStyle != lsLine || !antialiased || mKeyAxis != mParentPlot->xAxis ||
-        mValueAxis != mParentPlot->yAxis || !mScatterStyle.isNone() ||
-        mBrush.style() != Qt::NoBrush || linePen().style() != Qt::SolidLine) {
-        return false;
-    }
-    return !selected() || !mSelectionDecorator ||
-           (mSelectable == QCP::stWhole &&
-            typeid(*mSelectionDecorator) == typeid(QCPSelectionDecorator) &&
-            mSelectionDecorator->brush().style() == Qt::NoBrush &&
-            mSelectionDecorator->getFinalScatterStyle(mScatterStyle).isNone());
-}
-
-QPen Graph::linePen() const
-{
-    return selected() && mSelectionDecorator ? mSelectionDecorator->pen() : mPen;
-}
-
 void Graph::draw(QCPPainter* painter)
 {
-    if (!chart->paint(this, painter)) {
-        withLibrary([&] { QCPGraph::draw(painter); });
+    if (!isPlainLine() || !picture->inReplot()) {
+        const QCPRange keys = mKeyAxis->range();
+        withLibrary({keys.lower, keys.upper}, [&] { QCPGraph::draw(painter); });
     }
 }
 
 int Graph::dataCount() const
 {
     absorb();
-    return history().count(historyChannel());
+    return history->count(channel);
 }
 
 double Graph::dataMainKey(int index) const
 {
-    return index >= 0 && index < dataCount() ? history().point(historyChannel(), index).first : 0;
+    absorb();
+    return history->point(channel, index).first;
 }
 
 double Graph::dataMainValue(int index) const
 {
-    return index >= 0 && index < dataCount() ? history().point(historyChannel(), index).second : 0;
+    absorb();
+    return history->point(channel, index).second;
 }
 
 int Graph::findBegin(double sortKey, bool expandedRange) const
 {
     absorb();
-    const int index = history().lowerBound(historyChannel(), sortKey);
+    const int index = history->lowerBound(channel, sortKey);
     return expandedRange ? qMax(0, index - 1) : index;
 }
 
 int Graph::findEnd(double sortKey, bool expandedRange) const
 {
     const int count = dataCount();
-    const int end = history().lowerBound(historyChannel(), std::nextafter(sortKey, Infinite));
+    const int end = history->lowerBound(channel, std::nextafter(sortKey, Infinite));
     return expandedRange ? qMin(count, end + 1) : end;
 }
 
 double Graph::selectTest(const QPointF& pos, bool onlySelectable, QVariant* details) const
 {
-    if (!isPlainLine()) {
-        return withLibrary([&] { return QCPGraph::selectTest(pos, onlySelectable, details); });
-    }
-    const bool isReachable =
-        mKeyAxis->axisRect()->rect().contains(pos.toPoint()) ||
-        mParentPlot->interactions().testFlag(QCP::iSelectPlottablesBeyondAxisRect);
-    const int count = dataCount();
-    if ((onlySelectable && mSelectable == QCP::stNone) || count == 0 || !isReachable) {
-        return -1;
-    }
-    if (details) {
-        const int index = qMin(findBegin(mKeyAxis->pixelToCoord(pos.x()), false), count - 1);
-        details->setValue(QCPDataSelection(QCPDataRange(index, index + 1)));
-    }
-    const Scene place = chart->emptyScene(1);
-    return distance(
-        place.view, series(), pos - place.area.topLeft() + QPointF(0.5, 0.5),
-        mParentPlot->selectionTolerance());
+    const int reach = mParentPlot->selectionTolerance();
+    Span keys;
+    keys.include(mKeyAxis->pixelToCoord(pos.x() - reach));
+    keys.include(mKeyAxis->pixelToCoord(pos.x() + reach));
+    return withLibrary(keys, [&] { return QCPGraph::selectTest(pos, onlySelectable, details); });
 }
 
 QCPRange Graph::getKeyRange(bool& found, QCP::SignDomain domain) const
 {
-    return withLibrary([&] { return QCPGraph::getKeyRange(found, domain); });
+    return withLibrary({-Infinite, Infinite}, [&] { return QCPGraph::getKeyRange(found, domain); });
 }
 
 QCPRange Graph::getValueRange(bool& found, QCP::SignDomain domain, const QCPRange& keyRange) const
 {
-    return withLibrary([&] { return QCPGraph::getValueRange(found, domain, keyRange); });
+    return withLibrary(
+        {-Infinite, Infinite}, [&] { return QCPGraph::getValueRange(found, domain, keyRange); });
 }
 
 } // namespace chart

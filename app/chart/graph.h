@@ -1,41 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "chart/history.h"
+#include "chart/renderer.h"
 
-#include <QPen>
 #include <qcustomplot.h>
 
 namespace chart {
 
-class LiveChart;
+class CurvePicture;
 
-// A curve of the live chart: a QCPGraph, but that data() holds no points. They are in the records
-// of the chart or, from the first one on that did not come with a record, in the graph's own
-// history.
+// A curve of the live chart: a QCPGraph, but that its points are in a history, and data() holds
+// none.
 class Graph : public QCPGraph
 {
     Q_OBJECT
 
 public:
-    // Of the records' channel, or -1. On the plot's default axes; made by LiveChart.
-    Graph(LiveChart* chart, int channel);
+    // On the default axes of the picture's plot; made by LiveChart.
+    Graph(CurvePicture* picture, std::shared_ptr<History> history, int channel);
 
     void addPoint(double key, double value);
-    void clearPoints();
+    void clearPoints(); // of a graph that does not share its history
 
-    bool hasOwnPoints() const { return own != nullptr; }
-    // For use until the next change, or a snapshot for good, that of the records if need be.
-    Series series() const;
-    Series snapshot(const Series& ofRecords) const;
-
-    // Takes over what addData() and setData() have put into the library's container.
-    void absorb() const;
-
-    // A solid antialiased line on the default axes, which the chart paints. What is anything else
-    // is left to the library.
+    // What the picture is to paint of it. Not for a graph that is anything else than a solid line:
+    // such a one is left to the library.
     bool isPlainLine() const;
-    QPen linePen() const;
+    Curve curve() const;
+    bool isPartOf(const CurvePicture* of) const { return picture == of; }
 
     int dataCount() const override;
     double dataMainKey(int index) const override;
@@ -54,17 +45,14 @@ protected:
     void draw(QCPPainter* painter) override;
 
 private:
-    const History& history() const;
-    int historyChannel() const { return own ? 0 : channel; }
-    History& makeOwn() const;
-    QVector<QCPGraphData> allPoints() const;
+    void absorb() const;
     template <typename Work>
-    auto withLibrary(Work work) const;
+    auto withLibrary(const Span& keys, Work work) const;
 
-    LiveChart* chart;
+    CurvePicture* picture;
+    std::shared_ptr<History> history;
     int channel;
-    mutable std::unique_ptr<History> own; // what answers a question may have to absorb first
-    mutable bool isLent = false;          // the library's container holds all points for a moment
+    mutable bool isLent = false; // the library's container holds points for a moment
 };
 
 } // namespace chart

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QPen>
 #include <atomic>
+#include <tuple>
 
 namespace chart {
 
@@ -19,35 +20,48 @@ struct Scale
     bool isLogarithmic;
 
     double pixel(double coordinate) const;
-    bool operator==(const Scale& other) const;
-};
-
-struct View
-{
-    QSize size; // of the picture
-    Scale keys; // from left to right
-    Scale values;
-
-    bool operator==(const View& other) const
+    double coordinate(double pixel) const;
+    bool operator==(const Scale& other) const
     {
-        return size == other.size && keys == other.keys && values == other.values;
+        const auto tie = [](const Scale& s) {
+            return std::tie(s.lower, s.upper, s.lowerPixel, s.upperPixel, s.isLogarithmic);
+        };
+        return tie(*this) == tie(other);
     }
 };
 
 struct Curve
 {
-    Series series;
+    const History* history;
+    int channel;
     QPen pen; // solid; its width in pixels of the picture
+
+    bool operator==(const Curve& other) const
+    {
+        return history == other.history && channel == other.channel && pen == other.pen;
+    }
 };
 
-// Paints `count` columns of a picture from column `first` on: lines through the points, each curve
-// on top of those before it, on nothing. For any thread. A column shows its points from the lowest
-// to the highest, however many they are. Ends soon, with anything, once `cancelled` is set.
-QImage render(
-    const View& view, const std::vector<Curve>& curves, int first, int count,
-    const std::atomic<bool>& cancelled);
+struct Scene
+{
+    QSize size; // of the picture
+    Scale keys; // from left to right
+    Scale values;
+    std::vector<Curve> curves; // lowest first
 
-// Pixels from a place to a curve; infinite if it is more than `reach` away.
-double distance(const View& view, const Series& series, QPointF place, int reach);
+    bool operator==(const Scene& other) const
+    {
+        return size == other.size && keys == other.keys && values == other.values &&
+               curves == other.curves;
+    }
+};
+
+// Paints the columns of a scene's picture from column `first` on: lines through the points, on
+// nothing. The curves are those of the scene, or copies. For any thread. A column shows its points
+// from the lowest to the highest, however many they are. Ends soon, with anything, once
+// `isCancelled` is set.
+void render(
+    const Scene& scene, const std::vector<Curve>& curves, int first, QImage& columns,
+    const std::atomic<bool>& isCancelled);
 
 } // namespace chart
