@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/commandsresponsereceiver.h"
 
-#include "comm/responseinterfaces.h"
 #include "comm/trace.h"
 #include "schema/link.pb.h"
 

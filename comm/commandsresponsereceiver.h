@@ -1,17 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <string>
+#include "comm/responseinterfaces.h"
 
-class IBootloaderCommandsResponse;
-class IDataLoggerCommandsResponse;
-class IConfigCommandsResponse;
-class IPidTunerCommandsResponse;
-class IMapTuningCommandsResponse;
-class IControlerAdaptationResponse;
-class ICandumpResponse;
-class IFaultServiceCommandsResponse;
-class IScopeCommandsResponse;
+#include <string>
 
 // Turns the payload of one frame into one call of one of nine interfaces, synchronously. The
 // pointers are not owned; null means that nobody cares, and such responses are dropped.

@@ -32,69 +32,74 @@ CommandsSender::CommandsSender(ComPort& port)
     : comPort(port)
 {}
 
-template <typename Fill>
-void CommandsSender::send(Fill fill)
+template <typename Member, typename Fill>
+void CommandsSender::send(Member member, Fill fill)
 {
     Command command;
     command.set_protocol_version(protocolVersion);
-    fill(command);
+    fill(*(command.*member)());
     comPort.commandSend(command.SerializeAsString());
+}
+
+template <typename Member>
+void CommandsSender::send(Member member)
+{
+    send(member, [](auto&) {});
 }
 
 void CommandsSender::sendResetToBootloader()
 {
-    send([](Command& command) { command.mutable_reset_to_bootloader(); });
+    send(&Command::mutable_reset_to_bootloader);
 }
 
 void CommandsSender::sendRsaPublicKey(const std::string& key)
 {
-    send([&](Command& command) { command.mutable_rsa_public_key()->set_key(key); });
+    send(&Command::mutable_rsa_public_key, [&](auto& request) { request.set_key(key); });
 }
 
 void CommandsSender::sendAesKey(const std::string& key)
 {
-    send([&](Command& command) { command.mutable_aes_key()->set_key(key); });
+    send(&Command::mutable_aes_key, [&](auto& request) { request.set_key(key); });
 }
 
 void CommandsSender::sendKeyExchange(const std::string& data)
 {
-    send([&](Command& command) { command.mutable_key_exchange()->set_data(data); });
+    send(&Command::mutable_key_exchange, [&](auto& request) { request.set_data(data); });
 }
 
 void CommandsSender::sendCommand(std::string data)
 {
-    send([&](Command& command) { command.mutable_command_data()->set_data(std::move(data)); });
+    send(&Command::mutable_command_data, [&](auto& request) { request.set_data(std::move(data)); });
 }
 
 void CommandsSender::sendPing(unsigned int value)
 {
-    send([&](Command& command) { command.mutable_ping()->set_value(value); });
+    send(&Command::mutable_ping, [&](auto& request) { request.set_value(value); });
 }
 
 void CommandsSender::sendModuleKeyPublicKeyRequest()
 {
-    send([](Command& command) { command.mutable_module_public_key_request(); });
+    send(&Command::mutable_module_public_key_request);
 }
 
 void CommandsSender::sendReset()
 {
-    send([](Command& command) { command.mutable_reset(); });
+    send(&Command::mutable_reset);
 }
 
 void CommandsSender::sendGetIds()
 {
-    send([](Command& command) { command.mutable_get_device_id(); });
+    send(&Command::mutable_get_device_id);
 }
 
 void CommandsSender::sendGetFirmwareId()
 {
-    send([](Command& command) { command.mutable_get_firmware_id(); });
+    send(&Command::mutable_get_firmware_id);
 }
 
 void CommandsSender::sendLoggerStart(std::vector<unsigned int>& channels, bool passive)
 {
-    send([&](Command& command) {
-        auto& start = *command.mutable_datalogger_start();
+    send(&Command::mutable_datalogger_start, [&](auto& start) {
         start.mutable_channels()->Add(channels.begin(), channels.end());
         start.set_passive(passive ? 1 : 0);
     });
@@ -102,18 +107,17 @@ void CommandsSender::sendLoggerStart(std::vector<unsigned int>& channels, bool p
 
 void CommandsSender::sendLoggerDataRequest()
 {
-    send([](Command& command) { command.mutable_datalogger_data(); });
+    send(&Command::mutable_datalogger_data);
 }
 
 void CommandsSender::sendLoggerStop()
 {
-    send([](Command& command) { command.mutable_datalogger_stop(); });
+    send(&Command::mutable_datalogger_stop);
 }
 
 void CommandsSender::sendVirtualInputValue(int index, int value)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_virtual_input_set();
+    send(&Command::mutable_virtual_input_set, [&](auto& request) {
         request.set_index(index);
         request.set_value(value);
     });
@@ -121,14 +125,13 @@ void CommandsSender::sendVirtualInputValue(int index, int value)
 
 void CommandsSender::sendPidTunerStartReq()
 {
-    send([](Command& command) { command.mutable_pid_tuner_start(); });
+    send(&Command::mutable_pid_tuner_start);
 }
 
 void CommandsSender::sendPidTunerSetPidReq(
     unsigned int pidId, int param1, int param2, int param3, int param4, int param5)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_pid_tuner_set_pid();
+    send(&Command::mutable_pid_tuner_set_pid, [&](auto& request) {
         request.set_pid_id(pidId);
         request.set_param_1(param1);
         request.set_param_2(param2);
@@ -140,29 +143,30 @@ void CommandsSender::sendPidTunerSetPidReq(
 
 void CommandsSender::sendPidTunerGetPidReq(unsigned int pidId)
 {
-    send([&](Command& command) { command.mutable_pid_tuner_get_pid()->set_pid_id(pidId); });
+    send(&Command::mutable_pid_tuner_get_pid, [&](auto& request) { request.set_pid_id(pidId); });
 }
 
 void CommandsSender::sendPidTunerResetReq(unsigned int pidId)
 {
-    send([&](Command& command) { command.mutable_pid_tuner_reset()->set_pid_id(pidId); });
+    send(&Command::mutable_pid_tuner_reset, [&](auto& request) { request.set_pid_id(pidId); });
 }
 
 void CommandsSender::sendMapTunerStartReq()
 {
-    send([](Command& command) { command.mutable_map_tuner_start(); });
+    send(&Command::mutable_map_tuner_start);
 }
 
 void CommandsSender::sendMapTunerGetMapDetails(unsigned int mapId)
 {
-    send([&](Command& command) { command.mutable_map_tuner_get_map_details()->set_map_id(mapId); });
+    send(&Command::mutable_map_tuner_get_map_details, [&](auto& request) {
+        request.set_map_id(mapId);
+    });
 }
 
 void CommandsSender::sendMapTunerSetMapLabel(
     unsigned int mapId, MapAxis axis, unsigned int labelId, int value)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_map_tuner_set_map_label();
+    send(&Command::mutable_map_tuner_set_map_label, [&](auto& request) {
         request.set_map_id(mapId);
         request.set_axis(toWire(axis));
         request.set_label_id(labelId);
@@ -172,8 +176,7 @@ void CommandsSender::sendMapTunerSetMapLabel(
 
 void CommandsSender::sendMapTunerGetMapLabel(unsigned int mapId, MapAxis axis, unsigned int labelId)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_map_tuner_get_map_label();
+    send(&Command::mutable_map_tuner_get_map_label, [&](auto& request) {
         request.set_map_id(mapId);
         request.set_axis(toWire(axis));
         request.set_label_id(labelId);
@@ -183,8 +186,7 @@ void CommandsSender::sendMapTunerGetMapLabel(unsigned int mapId, MapAxis axis, u
 void CommandsSender::sendMapTunerSetMapValue(
     unsigned int mapId, unsigned int xId, unsigned int yId, int value)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_map_tuner_set_map_value();
+    send(&Command::mutable_map_tuner_set_map_value, [&](auto& request) {
         request.set_map_id(mapId);
         request.set_x_id(xId);
         request.set_y_id(yId);
@@ -194,8 +196,7 @@ void CommandsSender::sendMapTunerSetMapValue(
 
 void CommandsSender::sendMapTunerGetMapValue(unsigned int mapId, unsigned int xId, unsigned int yId)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_map_tuner_get_map_value();
+    send(&Command::mutable_map_tuner_get_map_value, [&](auto& request) {
         request.set_map_id(mapId);
         request.set_x_id(xId);
         request.set_y_id(yId);
@@ -204,20 +205,19 @@ void CommandsSender::sendMapTunerGetMapValue(unsigned int mapId, unsigned int xI
 
 void CommandsSender::sendMapTunerGetMap(unsigned int mapId)
 {
-    send([&](Command& command) { command.mutable_map_tuner_get_map()->set_map_id(mapId); });
+    send(&Command::mutable_map_tuner_get_map, [&](auto& request) { request.set_map_id(mapId); });
 }
 
 void CommandsSender::sendMapTunerGetLastGetValue(unsigned int mapId)
 {
-    send([&](Command& command) {
-        command.mutable_map_tuner_get_last_get_value()->set_map_id(mapId);
+    send(&Command::mutable_map_tuner_get_last_get_value, [&](auto& request) {
+        request.set_map_id(mapId);
     });
 }
 
 void CommandsSender::sendConfigWriteReq(unsigned int configId, std::string data)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_write_configuration();
+    send(&Command::mutable_write_configuration, [&](auto& request) {
         request.set_config_id(configId);
         request.set_data(std::move(data));
     });
@@ -225,43 +225,48 @@ void CommandsSender::sendConfigWriteReq(unsigned int configId, std::string data)
 
 void CommandsSender::sendConfigReadReq(unsigned int configId)
 {
-    send([&](Command& command) { command.mutable_read_configuration()->set_config_id(configId); });
+    send(&Command::mutable_read_configuration, [&](auto& request) {
+        request.set_config_id(configId);
+    });
 }
 
 void CommandsSender::sendConfigEraseReq(unsigned int configId)
 {
-    send([&](Command& command) { command.mutable_erase_configuration()->set_config_id(configId); });
+    send(&Command::mutable_erase_configuration, [&](auto& request) {
+        request.set_config_id(configId);
+    });
 }
 
 void CommandsSender::sendCalibrationWriteReq(std::string data)
 {
-    send([&](Command& command) { command.mutable_write_calibration()->set_data(std::move(data)); });
+    send(&Command::mutable_write_calibration, [&](auto& request) {
+        request.set_data(std::move(data));
+    });
 }
 
 void CommandsSender::sendAdaptationStart()
 {
-    send([](Command& command) { command.mutable_driver_calibration_start(); });
+    send(&Command::mutable_driver_calibration_start);
 }
 
 void CommandsSender::sendAdaptationStatus()
 {
-    send([](Command& command) { command.mutable_driver_calibration_status(); });
+    send(&Command::mutable_driver_calibration_status);
 }
 
 void CommandsSender::sendCandumpStart()
 {
-    send([](Command& command) { command.mutable_candump_start(); });
+    send(&Command::mutable_candump_start);
 }
 
 void CommandsSender::sendCandumpStop()
 {
-    send([](Command& command) { command.mutable_candump_stop(); });
+    send(&Command::mutable_candump_stop);
 }
 
 void CommandsSender::sendCanSetupBaudrate(int bus, int baudrate, bool optionFlag, int optionValue)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_can_setup_baudrate();
+    send(&Command::mutable_can_setup_baudrate, [&](auto& request) {
         request.set_bus(bus);
         request.set_baudrate(baudrate);
         request.set_option_flag(optionFlag);
@@ -271,8 +276,7 @@ void CommandsSender::sendCanSetupBaudrate(int bus, int baudrate, bool optionFlag
 
 void CommandsSender::sendCanSetupTermination(int bus, bool enabled)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_can_setup_termination();
+    send(&Command::mutable_can_setup_termination, [&](auto& request) {
         request.set_bus(bus);
         request.set_enabled(enabled);
     });
@@ -281,8 +285,7 @@ void CommandsSender::sendCanSetupTermination(int bus, bool enabled)
 void CommandsSender::sendCanSendMessage(
     int bus, unsigned int id, std::string data, bool extended, bool fd)
 {
-    send([&](Command& command) {
-        auto& request = *command.mutable_can_send_message();
+    send(&Command::mutable_can_send_message, [&](auto& request) {
         request.set_bus(bus);
         request.set_id(id);
         request.set_data(std::move(data));
@@ -293,20 +296,20 @@ void CommandsSender::sendCanSendMessage(
 
 void CommandsSender::sendFaultGetFaultCountReq()
 {
-    send([](Command& command) { command.mutable_fault_get_fault_count(); });
+    send(&Command::mutable_fault_get_fault_count);
 }
 
 void CommandsSender::sendFaultGetFaultsReq()
 {
-    send([](Command& command) { command.mutable_fault_get_faults(); });
+    send(&Command::mutable_fault_get_faults);
 }
 
 void CommandsSender::sendFaultCleanFaultsReq()
 {
-    send([](Command& command) { command.mutable_fault_clean_faults(); });
+    send(&Command::mutable_fault_clean_faults);
 }
 
 void CommandsSender::sendScopeDataRequest(int value)
 {
-    send([&](Command& command) { command.mutable_scope_data()->set_value(value); });
+    send(&Command::mutable_scope_data, [&](auto& request) { request.set_value(value); });
 }

@@ -71,9 +71,12 @@ public:
     void sendScopeDataRequest(int value);
 
 private:
-    // Builds the command with fill(xcu::Command&), which selects the member and sets its fields.
-    template <typename Fill>
-    void send(Fill fill);
+    // Sends the command with this member, such as &xcu::Command::mutable_ping; fill sets its
+    // fields.
+    template <typename Member, typename Fill>
+    void send(Member member, Fill fill);
+    template <typename Member>
+    void send(Member member);
 
     ComPort& comPort;
     std::mutex mutex; // never locked: ComPort keeps frames apart

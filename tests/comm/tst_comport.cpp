@@ -74,6 +74,7 @@ private slots:
             Payloads pieces;
             Payloads payloads;
             QByteArray traces;
+            bool reopens = false; // after each piece
         } const rows[] = {
             {{frame(zeros) + frame("") + frame("c")},
              {zeros, "", "c"},
@@ -90,6 +91,12 @@ private slots:
             {{QByteArray("\0\0\0\x80xyz", 7)}, // no negative length, and waited for
              {},
              "dataAvaliable 7\nHeader:  2147483648\nWait for data:  2147483648/3\n"},
+            {{frame("abcdef").left(6), "uvwxyz" + frame("")}, // a cut frame goes on with what comes
+             {"uvwxyz", ""},
+             "dataAvaliable 6\nHeader:  6\nWait for data:  6/2\n"
+             "dataAvaliable 10\nWait for data:  6/10\nRed:  6\n"
+             "dataAvaliable 4\nHeader:  0\nWait for data:  0/0\nRed:  0\n",
+             true},
         };
         for (const auto& row : rows) {
             Link link;
@@ -99,6 +106,10 @@ private slots:
                 const int before = output.text().size();
                 link.tty.write(piece);
                 QTRY_VERIFY(output.text().size() > before);
+                if (row.reopens) {
+                    link.port.close();
+                    QVERIFY(link.open());
+                }
             }
             QCOMPARE(output.text(), row.traces);
             QCOMPARE(link.delivered, row.payloads);
@@ -119,21 +130,6 @@ private slots:
         QCOMPARE(port.getVid(), comm::UsbId::vendor);
         QCOMPARE(port.getPid(), comm::UsbId::bootloader);
         QVERIFY(!port.error().empty());
-    }
-
-    void closeKeepsTheCutFrame()
-    {
-        Link link;
-        QVERIFY(link.open());
-        {
-            const StdoutCapture output;
-            link.tty.write(frame("abcdef").left(6));
-            QTRY_VERIFY(output.text().contains("Wait for data:  6/2"));
-        }
-        link.port.close();
-        QVERIFY(link.open());
-        link.tty.write("uvwxyz" + frame("ok"));
-        QTRY_COMPARE(link.delivered, (Payloads{"uvwxyz", "ok"}));
     }
 
     void everyOpenAddsAPollUntilClose()

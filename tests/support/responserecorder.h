@@ -22,7 +22,8 @@ public:
     using Ints = std::vector<int>;
     using Bytes = const std::string;
     using U = unsigned;
-    using Result = MapCommandResult;
+    using I = int;
+    using R = MapCommandResult;
 
     std::vector<std::string> calls;
 
@@ -38,10 +39,7 @@ public:
     void promptReceived() override { record(__func__); }
 
     void loggerStarted() override { record(__func__); }
-    void loggerDataReceived(U number, U time, Ints&& v) override
-    {
-        record(__func__, number, time, v);
-    }
+    void loggerDataReceived(U n, U t, Ints&& v) override { record(__func__, n, t, v); }
     void loggerStopped() override { record(__func__); }
 
     void writeConfiguration(U r, U id) override { record(__func__, r, id); }
@@ -51,7 +49,7 @@ public:
 
     void pidTunerStart(U v) override { record(__func__, v); }
     void pidTunerSetPid(U v) override { record(__func__, v); }
-    void pidTunerGetPid(U id, int a, int b, int c, int d, int e) override
+    void pidTunerGetPid(U id, I a, I b, I c, I d, I e) override
     {
         record(__func__, id, a, b, c, d, e);
     }
@@ -59,27 +57,15 @@ public:
 
     void mapTuningStart(U n) override { record(__func__, n); }
     void mapTuningMapDetails(U id, U x, U y) override { record(__func__, id, x, y); }
-    void mapTuningGetMapLabel(U id, MapAxis a, U l, int v, Result r) override
+    void mapTuningGetMapLabel(U m, MapAxis a, U l, I v, R r) override
     {
-        record(__func__, id, a, l, v, r);
+        record(__func__, m, a, l, v, r);
     }
-    void mapTuningSetMapLabel(U id, MapAxis a, U l, Result r) override
-    {
-        record(__func__, id, a, l, r);
-    }
-    void mapTuningGetMapValue(U id, U x, U y, int v, Result r) override
-    {
-        record(__func__, id, x, y, v, r);
-    }
-    void mapTuningSetMapValue(U id, U x, U y, Result r) override { record(__func__, id, x, y, r); }
-    void mapTuningMap(U id, Ints&& x, Ints&& y, Ints&& v) override
-    {
-        record(__func__, id, x, y, v);
-    }
-    void mapTuningGetLastGetValue(U id, int x, int y, int v) override
-    {
-        record(__func__, id, x, y, v);
-    }
+    void mapTuningSetMapLabel(U m, MapAxis a, U l, R r) override { record(__func__, m, a, l, r); }
+    void mapTuningGetMapValue(U m, U x, U y, I v, R r) override { record(__func__, m, x, y, v, r); }
+    void mapTuningSetMapValue(U m, U x, U y, R r) override { record(__func__, m, x, y, r); }
+    void mapTuningMap(U m, Ints&& x, Ints&& y, Ints&& v) override { record(__func__, m, x, y, v); }
+    void mapTuningGetLastGetValue(U m, I x, I y, I v) override { record(__func__, m, x, y, v); }
 
     void adaptationStart() override { record(__func__); }
     void adaptationStatus(AdaptationStatus s) override { record(__func__, s); }
@@ -95,7 +81,7 @@ public:
     void faultGetFaultsResp(std::vector<FaultItemData>&& v) override { record(__func__, v); }
     void faultCleanFaultsResp() override { record(__func__); }
 
-    void scopeDataReceived(int a, int b, int c, Ints&& v) override { record(__func__, a, b, c, v); }
+    void scopeDataReceived(I a, I b, I c, Ints&& v) override { record(__func__, a, b, c, v); }
 
 private:
     static std::string text(const std::string& value) { return '<' + value + '>'; }
