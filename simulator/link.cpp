@@ -62,6 +62,7 @@ void FrameWriter::setFaults(const LinkFaults& wanted)
 {
     settings = wanted;
     responseCount = 0;
+    flush(); // when splitting ends, nothing waits for the next piece
 }
 
 int FrameWriter::put(const xcu::Response& response)

@@ -2,7 +2,6 @@
 #include "simulator/simulation.h"
 
 #include <QCoreApplication>
-#include <QTimer>
 
 using namespace simulator;
 
@@ -12,9 +11,5 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationName(QStringLiteral("virtual-xcu"));
     QCoreApplication::setApplicationVersion(QStringLiteral(XCU_VERSION));
 
-    Simulation simulation(parseCommandLine(QCoreApplication::arguments()));
-    QTimer::singleShot(0, &simulation, &Simulation::start);
-    const int exitCode = QCoreApplication::exec();
-    simulation.writeStatistics();
-    return exitCode;
+    return Simulation(parseCommandLine(QCoreApplication::arguments())).run();
 }

@@ -65,14 +65,34 @@ QString statisticsOf(const VirtualController& controller)
 Simulation::Simulation(SimulationOptions wanted)
     : options(std::move(wanted))
     , trace(options.tracePath)
+{}
+
+int Simulation::run()
 {
-    if (!options.tracePath.isEmpty()) {
-        trace.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    const auto refuse = [](const QString& reason) {
+        report(reason);
+        return wrongUsage;
+    };
+    const QString& commands = options.commandsPath;
+    if (!commands.isEmpty() && !listenTo(CommandInput::openPath(commands))) {
+        return refuse("no commands can be read from " + commands);
     }
+    if (!trace.fileName().isEmpty() && !trace.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        return refuse("the trace cannot be written to " + trace.fileName());
+    }
+    catchSignals();
     for (const ControllerOptions& controller : options.controllers) {
         addController(controller);
     }
-    catchSignals();
+    if (options.interactive) {
+        listenTo(::dup(STDIN_FILENO));
+    }
+    const auto start =
+        options.program.isEmpty() ? &Simulation::printEnvironment : &Simulation::startProgram;
+    QTimer::singleShot(0, this, start);
+    const int exitCode = QCoreApplication::exec();
+    writeStatistics();
+    return exitCode;
 }
 
 void Simulation::addController(const ControllerOptions& controller)
@@ -133,31 +153,6 @@ void Simulation::writeTrace(const QString& who, const char* what, const QByteArr
     trace.write(line + '\n');
 }
 
-void Simulation::start()
-{
-    QString unusable;
-    if (!options.tracePath.isEmpty() && !trace.isOpen()) {
-        unusable = "the trace cannot be written to " + options.tracePath;
-    } else if (
-        !options.commandsPath.isEmpty() &&
-        !listenTo(CommandInput::openPath(options.commandsPath))) {
-        unusable = "no commands can be read from " + options.commandsPath;
-    }
-    if (!unusable.isEmpty()) {
-        report(unusable);
-        QCoreApplication::exit(wrongUsage);
-        return;
-    }
-    if (options.interactive) {
-        listenTo(::dup(STDIN_FILENO));
-    }
-    if (options.program.isEmpty()) {
-        printEnvironment();
-    } else {
-        startProgram();
-    }
-}
-
 bool Simulation::listenTo(int descriptor)
 {
     if (descriptor < 0) {
@@ -184,7 +179,7 @@ void Simulation::carryOut(const QString& line)
     }
 }
 
-void Simulation::printEnvironment() const
+void Simulation::printEnvironment()
 {
     const QProcessEnvironment environment = testbed.addTo({});
     QTextStream out(stdout);

@@ -37,9 +37,8 @@ public:
 
     explicit Simulation(SimulationOptions wanted);
 
-    // Ends the application by its exit code when all is over.
-    void start();
-    void writeStatistics() const;
+    // Runs the application and gives its exit code.
+    int run();
 
 private:
     void addController(const ControllerOptions& options);
@@ -47,11 +46,12 @@ private:
     void writeTrace(const QString& who, const char* what, const QByteArray& details = {});
     bool listenTo(int descriptor);
     void carryOut(const QString& line);
-    void printEnvironment() const;
+    void printEnvironment();
     void startProgram();
     void catchSignals();
     void stop(int exitCode, int signalNumber);
     QString statistics() const;
+    void writeStatistics() const;
 
     SimulationOptions options;
     QFile trace;

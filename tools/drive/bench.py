@@ -162,7 +162,7 @@ class Bench:
 
     def hush(self, number, program):
         """No answers from here on, and all that were given have been read: nothing is cut."""
-        self.tell(f"{number} trouble drop 1")
+        self.tell(f"{number} trouble split 0", f"{number} trouble drop 1")
         until(lambda: program.sizes_read() == self.line(number).sizes(), "all is read")
 
     def counts(self):
