@@ -172,6 +172,7 @@ private:
     bool importBlackbox(const QString& name);
     void importLog(const QString& name);
     void takeTimestamp(int timestamp);
+    unsigned elapsed() const;
     void labelStrip(const QStringList& labels);
     void serveLink();
     void listIdentifiers();

@@ -17,9 +17,7 @@ void DataLoggerApp::on_candump_clicked(bool /*checked*/) {}
 
 void DataLoggerApp::candumpStart()
 {
-    const QString stamp = formats::fileStamp();
-    openCandumpFile(
-        logDir.filePath(QStringLiteral("can-%1.candump").arg(stamp)), QIODevice::WriteOnly);
+    openCandumpFile(logDir.filePath(formats::stampedName("can-%1.candump")), QIODevice::WriteOnly);
     emit addLog(QStringLiteral("Candump started"));
 }
 

@@ -90,10 +90,8 @@ void DataLoggerApp::requestReplot()
 
 void DataLoggerApp::plotRecord(const std::vector<int>& values)
 {
-    // The controller's clock may wrap. Single precision: from 16,777,216 ms on x steps by 2 ms.
-    const unsigned int elapsed =
-        static_cast<unsigned int>(lastTimestamp) - static_cast<unsigned int>(firstTimestamp);
-    const float x = static_cast<float>(elapsed) / 1000.0F;
+    // Single precision: from 16,777,216 ms on x steps by 2 ms.
+    const float x = static_cast<float>(elapsed()) / 1000.0F;
     // Values beyond the channels land on the curves of CAN signals, if there are any.
     liveChart->addRecord(static_cast<double>(x), values);
     if (liveChart->hasNews()) {

@@ -8,8 +8,7 @@ namespace {
 
 void writeBackup(const QDir& directory, const std::string& block)
 {
-    const QString stamp = formats::fileStamp();
-    QFile file(directory.filePath(QStringLiteral("%1.xcu").arg(stamp)));
+    QFile file(directory.filePath(formats::stampedName("%1.xcu")));
     file.open(QIODevice::WriteOnly);
     file.write(block.data(), static_cast<qint64>(block.size()));
 }

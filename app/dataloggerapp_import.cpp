@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
-#include "app/pausingfile.h"
 #include "chart/livechart.h"
 #include "comm/trace.h"
 #include "formats/blackboxreader.h"
@@ -19,6 +18,28 @@ namespace {
 // Between two turns of the event loop while a file is read, in ms: at the fastest pace of a session
 // every request still leaves.
 constexpr int ServeIntervalMs = 1;
+
+// Calls a function before each block is read.
+class PausingFile : public QFile
+{
+public:
+    PausingFile(const QString& name, std::function<void()> pauseFunction)
+        : QFile(name)
+        , pause(std::move(pauseFunction))
+    {
+        open(QIODevice::ReadOnly);
+    }
+
+protected:
+    qint64 readData(char* data, qint64 size) override
+    {
+        pause();
+        return QFile::readData(data, size);
+    }
+
+private:
+    std::function<void()> pause;
+};
 
 } // namespace
 
@@ -91,8 +112,7 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
 {
     QFile conversion;
     if (conversionPattern != nullptr) {
-        const QString stamp = formats::fileStamp();
-        conversion.setFileName(QString::fromLatin1(conversionPattern).arg(stamp));
+        conversion.setFileName(formats::stampedName(conversionPattern));
         conversion.open(QIODevice::WriteOnly);
     }
     {
@@ -108,8 +128,7 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
 
 void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QString& name)
 {
-    console::PausingFile file(name, [this] { serveLink(); });
-    file.open(QIODevice::ReadOnly);
+    PausingFile file(name, [this] { serveLink(); });
     int count = 0;
     importFrames(format.convertedName, [&](formats::TraceImport& import) {
         import.reserveFor(file);
@@ -122,8 +141,8 @@ void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QStrin
 bool DataLoggerApp::importBlackbox(const QString& name)
 {
     const auto pause = [this] { serveLink(); };
-    console::PausingStream stream(name, pause);
-    const formats::BlackboxRecord record(stream, pause);
+    PausingFile file(name, pause);
+    const formats::BlackboxRecord record(file, pause);
     importFrames(
         "canbb-%1.candump", [&record](formats::TraceImport& import) { record.readFrames(import); });
     firstTimestamp = record.firstTimestamp(); // for sessions: the record's times stay absolute
@@ -160,10 +179,8 @@ public:
     void addRecord(int timestamp, const std::vector<int>& values) override
     {
         app.takeTimestamp(timestamp);
-        // The controller's clock wraps round, hence the unsigned difference.
-        const unsigned elapsed =
-            static_cast<unsigned>(app.lastTimestamp) - static_cast<unsigned>(app.firstTimestamp);
-        app.liveChart->addRecord(formats::chartSeconds(static_cast<int>(elapsed)), values);
+        const auto elapsed = static_cast<int>(app.elapsed());
+        app.liveChart->addRecord(formats::chartSeconds(elapsed), values);
     }
 
 private:
@@ -173,18 +190,9 @@ private:
 void DataLoggerApp::importLog(const QString& name)
 {
     comm::traceLine("catchall");
-    console::PausingFile file(name, [this] { serveLink(); });
-    file.open(QIODevice::ReadOnly);
+    PausingFile file(name, [this] { serveLink(); });
     LogImport import(*this);
     formats::readLog(file, plot->graphCount(), import);
-}
-
-void DataLoggerApp::takeTimestamp(int timestamp)
-{
-    lastTimestamp = timestamp;
-    if (firstTimestamp == -1) {
-        firstTimestamp = timestamp;
-    }
 }
 
 // Channels that a log does not name lose their box for good.

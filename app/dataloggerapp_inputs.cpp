@@ -92,10 +92,8 @@ void DataLoggerApp::addTag(QString text)
     auto* tag = new AxisTag(plot->xAxis);
     tag->setText(text);
     // Double precision, unlike the x of a record: from 4.66 hours on a tag may lie beside its
-    // record by a fraction of a pixel. The difference wraps like the controller's clock.
-    const auto elapsed = static_cast<int>(
-        static_cast<unsigned int>(lastTimestamp) - static_cast<unsigned int>(firstTimestamp));
-    tag->updatePosition(elapsed / 1000.0);
+    // record by a fraction of a pixel.
+    tag->updatePosition(static_cast<int>(elapsed()) / 1000.0);
     tags[lastTimestamp] = tag;
     requestReplot();
     if (logFile.isOpen()) {

@@ -25,9 +25,8 @@ void DataLoggerApp::on_startLogging_clicked()
 void DataLoggerApp::loggerStarted()
 {
     emit addLog(QStringLiteral("Received logger started"));
-    const QString stamp = formats::fileStamp();
     // Closes the file of the session before, which Stop leaves open for late records.
-    logFile.setFileName(logDir.filePath(QStringLiteral("%1.log").arg(stamp)));
+    logFile.setFileName(logDir.filePath(formats::stampedName("%1.log")));
     logFile.open(QIODevice::WriteOnly);
     logFile.write(formats::logHeaderLine(channelLabels));
     logFile.flush();
@@ -51,14 +50,26 @@ void DataLoggerApp::on_ping_timer()
     commandsSender.sendLoggerDataRequest();
 }
 
+void DataLoggerApp::takeTimestamp(int timestamp)
+{
+    lastTimestamp = timestamp;
+    if (firstTimestamp == -1) {
+        firstTimestamp = timestamp;
+    }
+}
+
+// From the first record of the program's run to the latest, in ms. The controller's clock wraps
+// round, and the difference with it.
+unsigned DataLoggerApp::elapsed() const
+{
+    return static_cast<unsigned>(lastTimestamp) - static_cast<unsigned>(firstTimestamp);
+}
+
 void DataLoggerApp::loggerDataReceived(
     unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
 {
     emit addLog(QStringLiteral("Received logger data %1").arg(timestamp));
-    lastTimestamp = static_cast<int>(timestamp);
-    if (firstTimestamp == -1) {
-        firstTimestamp = lastTimestamp;
-    }
+    takeTimestamp(static_cast<int>(timestamp));
     // The file first, the picture second. A closed file loses the line, and Qt says so.
     formats::composeLogLine(logLine, sampleNumber, timestamp, values);
     logFile.write(logLine.data(), static_cast<qint64>(logLine.size()));

@@ -8,7 +8,6 @@
 #include <QBuffer>
 #include <cstdlib>
 #include <google/protobuf/stubs/logging.h>
-#include <sstream>
 
 namespace {
 
@@ -29,8 +28,10 @@ struct LengthCheck : formats::BlackboxSink
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     google::protobuf::SetLogHandler(nullptr);
-    std::istringstream stream(std::string(reinterpret_cast<const char*>(data), size));
-    const formats::BlackboxRecord record(stream);
+    QBuffer device;
+    device.setData(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    device.open(QIODevice::ReadOnly);
+    const formats::BlackboxRecord record(device);
     const auto channels = static_cast<std::size_t>(record.channelTexts().size());
     bool isRight = channels <= formats::ChannelTotal;
     record.readRecords([&](int, int firstChannel, const std::vector<int>& values) {
@@ -39,9 +40,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QVector<CanFrames> frames;
     formats::TraceImport import(frames);
     record.readFrames(import);
-    QBuffer device;
-    device.setData(reinterpret_cast<const char*>(data), static_cast<int>(size));
-    device.open(QIODevice::ReadOnly);
+    device.seek(0);
     LengthCheck check;
     formats::readBlackbox(device, check);
     if (!isRight || !check.isRight) {

@@ -64,12 +64,16 @@ bool readElements(google::protobuf::io::ZeroCopyInputStream& stream, Take take)
 class DeviceStream : public google::protobuf::io::CopyingInputStream
 {
 public:
+    bool isAtEnd = false;
+
     explicit DeviceStream(QIODevice& source)
         : device(source)
     {}
     int Read(void* buffer, int size) override
     {
-        return static_cast<int>(device.read(static_cast<char*>(buffer), size));
+        const auto count = static_cast<int>(device.read(static_cast<char*>(buffer), size));
+        isAtEnd = count >= 0 && count < size;
+        return count;
     }
 
 private:
@@ -78,14 +82,18 @@ private:
 
 } // namespace
 
-BlackboxRecord::BlackboxRecord(std::istream& stream, std::function<void()> pauseFunction)
+BlackboxRecord::BlackboxRecord(QIODevice& device, std::function<void()> pauseFunction)
     : pause(std::move(pauseFunction))
 {
-    google::protobuf::io::IstreamInputStream input(&stream);
-    readElements(input, [this](int field, const std::string& bytes) {
+    DeviceStream stream(device);
+    google::protobuf::io::CopyingInputStreamAdaptor input(&stream);
+    const auto keep = [this](int field, const std::string& bytes) {
         const bool isLog = field == xcu::BlackboxFileL::kLogLinesFieldNumber;
         (isLog ? logLines : candumpLines).push_back(bytes);
-    });
+    };
+    if (device.isOpen()) {
+        readElements(input, keep);
+    }
     xcu::BlackboxFileLine first;
     if (hasLog()) {
         first.ParseFromString(logLines.front());
@@ -95,7 +103,7 @@ BlackboxRecord::BlackboxRecord(std::istream& stream, std::function<void()> pause
                  .arg(first.outputs_size())
                  .arg(candumpLines.size())
                  .arg(logLines.size())
-                 .arg(stream.eof() ? 1 : 0);
+                 .arg(stream.isAtEnd ? 1 : 0);
     firstTime = first.timestamp();
     inputCount = std::min(first.inputs_size(), ChannelTotal);
     outputCount = std::min(first.outputs_size(), ChannelTotal - inputCount);

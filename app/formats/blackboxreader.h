@@ -6,7 +6,6 @@
 #include <QString>
 #include <QStringList>
 #include <functional>
-#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -21,12 +20,12 @@ class TraceImport;
 class BlackboxRecord
 {
 public:
-    // Reads the stream. The pause function is called ahead of each frame and record that is given
-    // out.
+    // Reads the device; one that is not open reads as empty. The pause function is called ahead of
+    // each frame and record that is given out.
     explicit BlackboxRecord(
-        std::istream& stream, std::function<void()> pauseFunction = [] {});
+        QIODevice& device, std::function<void()> pauseFunction = [] {});
 
-    // Counts, and whether the stream came to its end.
+    // Counts, and whether the reading came to the end of the device.
     const QString& statusText() const { return status; }
 
     // Controller time of the first log record in ms; 0 without one.

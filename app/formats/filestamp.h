@@ -6,11 +6,12 @@
 
 namespace formats {
 
-// The time stamp in the names of all files that the console writes: local time, to the second. Two
-// files of one kind within a second share a name.
-inline QString fileStamp()
+// The name of a file that the console writes now: the pattern with the local time, to the second,
+// for its "%1". Two files of one kind within a second share a name.
+inline QString stampedName(const char* pattern)
 {
-    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy.MM.dd-HHmmss"));
+    const QString stamp = QDateTime::currentDateTime().toString("yyyy.MM.dd-HHmmss");
+    return QString::fromLatin1(pattern).arg(stamp);
 }
 
 } // namespace formats
