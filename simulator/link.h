@@ -17,7 +17,7 @@ namespace simulator {
 // little-endian, then the payload. It shares nothing with the PC's end on purpose, so that the two
 // check each other.
 
-// What a unit is on the USB bus, told apart by the product identifier: the running device, or the
+// What a unit is on the USB bus, as its product identifier says: the running device, or the
 // bootloader into which it was reset.
 enum class Mode { Device, Bootloader };
 

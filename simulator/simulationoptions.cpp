@@ -53,7 +53,7 @@ struct Option
 
 template <typename Number>
 Option number(
-    const char* name, const char* text, const char* value, Number& target, qint64 least,
+    const char* name, const char* text, const char* value, Number& target, qint64 least = 0,
     qint64 most = anyNumber)
 {
     const auto set = [=, &target](const QString& word) {
@@ -107,7 +107,7 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
         {"bootloader", "The controllers start as bootloaders.", {}, startAsBootloader},
         number(
             "seed", "Seed of all random values; the second controller takes the next number.", "n",
-            unit.seed, 0),
+            unit.seed),
         number(
             "channels", "Log channels of a controller, 0 to 128.", "n", unit.channels, 0,
             logChannelCount),
@@ -125,26 +125,24 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
         number("maps", "Number of calibration maps.", "n", common.maps, 0, 65536),
         {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR", setMapSize},
         number("faults", "Entries in the fault list.", "n", common.faults, 0, 10000),
+        number("calibration-time", "Duration of a driver calibration.", "ms", unit.calibrationMs),
+        number("delay", "Fault injection: responses are delayed.", "ms", faults.delayMs),
+        number("drop", "Fault injection: every nth response is lost.", "n", faults.dropEvery),
         number(
-            "calibration-time", "Duration of a driver calibration.", "ms", unit.calibrationMs, 0),
-        number("delay", "Fault injection: responses are delayed.", "ms", faults.delayMs, 0),
-        number("drop", "Fault injection: every nth response is lost.", "n", faults.dropEvery, 0),
-        number(
-            "double", "Fault injection: every nth response comes twice.", "n", faults.doubleEvery,
-            0),
+            "double", "Fault injection: every nth response comes twice.", "n", faults.doubleEvery),
         number(
             "garbage", "Fault injection: a frame without meaning comes before every nth response.",
-            "n", faults.garbageEvery, 0),
+            "n", faults.garbageEvery),
         {"split", "Fault injection: frames are sent in pieces.", {}, split},
         number(
             "unplug-after", "Unplug this long after plugging in; 0 for never.", "ms",
-            all.unplugAfterMs, 0),
+            all.unplugAfterMs),
         number(
             "replug-after", "Plug in again this long after unplugging, and so on; 0 for never.",
-            "ms", all.replugAfterMs, 0),
+            "ms", all.replugAfterMs),
         number(
             "bootloader-after", "Reset into the bootloader this long after the start; 0 for never.",
-            "ms", all.bootloaderAfterMs, 0),
+            "ms", all.bootloaderAfterMs),
         {"interactive", "Read line commands from standard input.", {}, makeInteractive},
         path("commands", "Read line commands from a file or named pipe.", all.commandsPath),
         path(
