@@ -2,12 +2,7 @@
 #include "workbench/chartview.h"
 
 #include <QKeyEvent>
-
-namespace {
-
-constexpr qreal scrollStep = 10; // pixels
-
-} // namespace
+#include <QMap>
 
 ChartView::ChartView(QChart* chart, QWidget* parent)
     : QChartView(chart, parent)
@@ -48,30 +43,21 @@ void ChartView::mouseReleaseEvent(QMouseEvent* event)
 
 void ChartView::keyPressEvent(QKeyEvent* event)
 {
-    switch (event->key()) {
-    case Qt::Key_Plus:
+    static const QMap<int, QPointF> scrolls = {// pixels
+                                               {Qt::Key_Left, {-10, 0}},
+                                               {Qt::Key_Right, {10, 0}},
+                                               {Qt::Key_Up, {0, 10}},
+                                               {Qt::Key_Down, {0, -10}}};
+    const int key = event->key();
+    if (key == Qt::Key_Plus) {
         chart()->zoomIn();
-        break;
-    case Qt::Key_Minus:
+    } else if (key == Qt::Key_Minus) {
         chart()->zoomOut();
-        break;
-    case Qt::Key_0:
+    } else if (key == Qt::Key_0) {
         chart()->zoomReset();
-        break;
-    case Qt::Key_Left:
-        chart()->scroll(-scrollStep, 0);
-        break;
-    case Qt::Key_Right:
-        chart()->scroll(scrollStep, 0);
-        break;
-    case Qt::Key_Up:
-        chart()->scroll(0, scrollStep);
-        break;
-    case Qt::Key_Down:
-        chart()->scroll(0, -scrollStep);
-        break;
-    default:
+    } else if (scrolls.contains(key)) {
+        chart()->scroll(scrolls[key].x(), scrolls[key].y());
+    } else {
         QGraphicsView::keyPressEvent(event);
-        break;
     }
 }

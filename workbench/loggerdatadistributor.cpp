@@ -23,16 +23,6 @@ LoggerDataDistributor::~LoggerDataDistributor()
     stop();
 }
 
-void LoggerDataDistributor::addSink(IDataPresenter* sink)
-{
-    sinks.push_back(sink);
-}
-
-void LoggerDataDistributor::removeSink(IDataPresenter* sink)
-{
-    sinks.remove(sink);
-}
-
 void LoggerDataDistributor::loggerStarted()
 {
     running = true;
@@ -52,8 +42,7 @@ void LoggerDataDistributor::loggerDataReceived(
     unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
 {
     if (values.size() > mostValues) {
-        comm::traceLine(
-            "Refused record of ", values.size(), " values"); // each would become a table row
+        comm::traceLine("Refused record of ", values.size(), " values"); // each would make a row
         return;
     }
     const std::list<IDataPresenter*> registered = sinks;
@@ -63,8 +52,6 @@ void LoggerDataDistributor::loggerDataReceived(
         }
     }
 }
-
-void LoggerDataDistributor::loggerStopped() {}
 
 void LoggerDataDistributor::stop()
 {

@@ -64,7 +64,7 @@ MainWindow::~MainWindow()
     delete ui->formContainer;
 }
 
-// An entry of a menu clears the status line as the pointer passes over it, by its empty status tip.
+// An entry of a menu clears the status bar as the pointer passes over it, by its empty status tip.
 // The last message is to stay: nothing else tells whether there is a connection.
 bool MainWindow::event(QEvent* event)
 {

@@ -16,11 +16,6 @@ MapContainer::MapContainer(CommandsSender* sender)
     : commandsSender(sender)
 {}
 
-QMap<int, QString> MapContainer::getMapList() const
-{
-    return mapList;
-}
-
 void MapContainer::showMapTuner(QMdiArea* area, int mapId)
 {
     auto* editor = new MapTuning(static_cast<unsigned int>(mapId), commandsSender, nullptr);
@@ -59,24 +54,6 @@ void MapContainer::mapTuningMapDetails(unsigned int mapId, unsigned int xSize, u
     }
 }
 
-void MapContainer::mapTuningGetMapLabel(
-    unsigned int /*mapId*/, MapAxis /*axis*/, unsigned int /*labelId*/, int /*value*/,
-    MapCommandResult /*result*/)
-{}
-
-void MapContainer::mapTuningSetMapLabel(
-    unsigned int /*mapId*/, MapAxis /*axis*/, unsigned int /*labelId*/, MapCommandResult /*result*/)
-{}
-
-void MapContainer::mapTuningGetMapValue(
-    unsigned int /*mapId*/, unsigned int /*xId*/, unsigned int /*yId*/, int /*value*/,
-    MapCommandResult /*result*/)
-{}
-
-void MapContainer::mapTuningSetMapValue(
-    unsigned int /*mapId*/, unsigned int /*xId*/, unsigned int /*yId*/, MapCommandResult /*result*/)
-{}
-
 void MapContainer::mapTuningMap(
     unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
     std::vector<int>&& values)
@@ -86,7 +63,3 @@ void MapContainer::mapTuningMap(
         editor->mapTuningMap(std::move(xLabels), std::move(yLabels), std::move(values));
     }
 }
-
-void MapContainer::mapTuningGetLastGetValue(
-    unsigned int /*mapId*/, int /*xId*/, int /*yId*/, int /*value*/)
-{}

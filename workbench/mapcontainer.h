@@ -21,7 +21,7 @@ public:
     virtual ~MapContainer() = default;
 
     // Map ids and display names. Entries stay when a later controller has fewer maps.
-    QMap<int, QString> getMapList() const;
+    QMap<int, QString> getMapList() const { return mapList; }
 
     // Opens a new editor in the area, which owns it. Of several editors of one map the newest gets
     // the answers.
@@ -34,22 +34,20 @@ public:
     void mapTuningStart(unsigned int mapCount) override;
     // Sizes and contents go to the newest editor of the map; without one they are dropped.
     void mapTuningMapDetails(unsigned int mapId, unsigned int xSize, unsigned int ySize) override;
-    // The answers to single labels and values are ignored: an edit that the controller rejects
-    // stays displayed as entered.
-    void mapTuningGetMapLabel(
-        unsigned int mapId, MapAxis axis, unsigned int labelId, int value,
-        MapCommandResult result) override;
-    void mapTuningSetMapLabel(
-        unsigned int mapId, MapAxis axis, unsigned int labelId, MapCommandResult result) override;
-    void mapTuningGetMapValue(
-        unsigned int mapId, unsigned int xId, unsigned int yId, int value,
-        MapCommandResult result) override;
-    void mapTuningSetMapValue(
-        unsigned int mapId, unsigned int xId, unsigned int yId, MapCommandResult result) override;
     void mapTuningMap(
         unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
         std::vector<int>&& values) override;
-    void mapTuningGetLastGetValue(unsigned int mapId, int xId, int yId, int value) override;
+    // The answers to single labels and values are ignored: an edit that the controller rejects
+    // stays displayed as entered.
+    void mapTuningGetMapLabel(unsigned int, MapAxis, unsigned int, int, MapCommandResult) override
+    {}
+    void mapTuningSetMapLabel(unsigned int, MapAxis, unsigned int, MapCommandResult) override {}
+    void mapTuningGetMapValue(
+        unsigned int, unsigned int, unsigned int, int, MapCommandResult) override
+    {}
+    void mapTuningSetMapValue(unsigned int, unsigned int, unsigned int, MapCommandResult) override
+    {}
+    void mapTuningGetLastGetValue(unsigned int, int, int, int) override {}
 
 private:
     CommandsSender* commandsSender;

@@ -150,16 +150,6 @@ void MapTuning::onValueChanged(int value)
         mapId, static_cast<unsigned int>(xId), static_cast<unsigned int>(yId), value);
 }
 
-void MapTuning::mapValues_increaseValues()
-{
-    stepValues(1U);
-}
-
-void MapTuning::mapValues_decreaseValues()
-{
-    stepValues(~0U);
-}
-
 // Adds step to every number in the rectangle, labels included; the sum wraps at 32 bits.
 void MapTuning::stepValues(unsigned int step)
 {

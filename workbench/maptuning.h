@@ -39,8 +39,8 @@ public slots:
     void onLabelYChanged(int value);
     void onValueChanged(int value);
     // These work on the bounding rectangle of the selection, the cells between included.
-    void mapValues_increaseValues();
-    void mapValues_decreaseValues();
+    void mapValues_increaseValues() { stepValues(1U); }
+    void mapValues_decreaseValues() { stepValues(~0U); }
     void mapValues_copy();
     void mapValues_paste();
 

@@ -22,9 +22,9 @@ namespace Ui {
 class PlotViewer;
 }
 
-// Draws chosen channels as lines over the time in seconds. The axes do not follow the data. A right
-// click opens the panel in which channels are chosen, the next one closes it and applies the
-// choice; a line that is chosen again begins anew.
+// Draws chosen channels as curves over the time in seconds. The axes do not follow the data. A
+// right click opens the panel in which channels are chosen, the next one closes it and applies the
+// choice; a curve that is chosen again begins anew.
 class PlotViewer : public QWidget, public IDataPresenter
 {
     Q_OBJECT

@@ -43,12 +43,12 @@ ValueViewer::ValueViewer(QWidget* parent)
 void ValueViewer::update(
     unsigned int sampleNumber, unsigned int timestampMs, std::vector<int>& values)
 {
+    setTextAndSize(seqNo, QStringLiteral("SeqNo: %1").arg(sampleNumber));
+    setTextAndSize(timestamp, QStringLiteral("Timestamp: %1").arg(timestampMs));
     const int rows = static_cast<int>(channelLabels.size());
     for (const QString& name : workbench::channelNames(rows, static_cast<int>(values.size()))) {
         addRow(name);
     }
-    setTextAndSize(seqNo, QStringLiteral("SeqNo: %1").arg(sampleNumber));
-    setTextAndSize(timestamp, QStringLiteral("Timestamp: %1").arg(timestampMs));
     QRect column;
     for (std::size_t channel = 0; channel < values.size(); ++channel) {
         QLabel* value = channelValues[channel];
