@@ -43,11 +43,12 @@ void ChartView::mouseReleaseEvent(QMouseEvent* event)
 
 void ChartView::keyPressEvent(QKeyEvent* event)
 {
-    static const QMap<int, QPointF> scrolls = {// pixels
-                                               {Qt::Key_Left, {-10, 0}},
-                                               {Qt::Key_Right, {10, 0}},
-                                               {Qt::Key_Up, {0, 10}},
-                                               {Qt::Key_Down, {0, -10}}};
+    // Pixels to the right and up.
+    static const QMap<int, QPointF> scrolls = {
+        {Qt::Key_Left, {-10, 0}},
+        {Qt::Key_Right, {10, 0}},
+        {Qt::Key_Up, {0, 10}},
+        {Qt::Key_Down, {0, -10}}};
     const int key = event->key();
     if (key == Qt::Key_Plus) {
         chart()->zoomIn();

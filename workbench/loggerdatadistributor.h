@@ -27,7 +27,7 @@ public:
 
     // Starts a worker that asks for a record every 100 ms. Each further call adds one more.
     void loggerStarted() override;
-    // A record of more than 1,024 values is refused with a trace.
+    // A record of more than 1,024 values is refused with a line on standard output.
     void loggerDataReceived(
         unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values) override;
     // Changes nothing: the workers poll on until stop.
@@ -41,8 +41,8 @@ private:
     CommandsSender& commandsSender;
     QThread* workerThread = nullptr; // of the latest start
     std::atomic<bool> running = false;
-    // Workers in their loop. The thread sanitizer, which does not see into QThread::wait, learns
-    // from it that a worker's calls come before the end of what it calls.
+    // Workers in their loop. The thread sanitizer does not see QThread::wait; this count shows it
+    // that the workers end before the sender does.
     std::atomic<int> polling = 0;
     std::vector<std::unique_ptr<QThread>> workers;
 };

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr unsigned int mostMaps = 65536; // more than any controller means
+constexpr unsigned int mostMaps = 65536; // more than any controller has
 
 } // namespace
 

@@ -12,7 +12,7 @@ class CommandsSender;
 class MapTuning;
 class QMdiArea;
 
-// The maps of the controller, and the way of its answers to the editors. Maps are numbered from 0
+// Lists the maps of the controller and hands its answers to their editors. Maps are numbered from 0
 // and have no other identity.
 class MapContainer : public IMapTuningCommandsResponse
 {

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr unsigned int largestSize = 1024; // of one axis; more than any controller means
+constexpr unsigned int largestSize = 1024; // of one axis; more than any controller has
 
 // Shows no more of a cell's text than fits on a screen. To lay out the megabytes that a paste may
 // leave in a cell takes seconds, at every painting.

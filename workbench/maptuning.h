@@ -25,7 +25,7 @@ public:
     ~MapTuning() override;
 
     // Sizes the table for xSize columns and ySize rows of values and asks for the map. Sizes above
-    // 1,024 are refused with a trace and change nothing.
+    // 1,024 are refused with a line on standard output and change nothing.
     void updateMapByParameters(unsigned int xSize, unsigned int ySize);
 
     // Loads labels and values, in which the X index runs fastest, as far as the table's size goes.

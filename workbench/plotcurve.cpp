@@ -71,7 +71,7 @@ void PlotCurve::changeView()
     update();
 }
 
-// The chart would lay out its series sixty times a second, and nobody would see it.
+// Otherwise the chart lays out series without a pen sixty times a second.
 void PlotCurve::suspendAnimation()
 {
     QChart* chart = series.chart();
@@ -124,7 +124,7 @@ void PlotCurve::fillSeries()
     series.replace(shown);
 }
 
-// In the strip from the column before the newest one.
+// Repaints the strip from the column before the newest one.
 void PlotCurve::updateNewest()
 {
     const qreal from = position(shown[std::max(start - 1, 0)]).x();
@@ -136,7 +136,7 @@ void PlotCurve::updateNewest()
     }
 }
 
-// With the row and the column of pixels behind, which a curve along an edge takes half of.
+// One row and one column of pixels more than the plot area: a curve along an edge is not cut.
 QRectF PlotCurve::boundingRect() const
 {
     return plotArea.adjusted(0, 0, 0.5, 0.5).toAlignedRect();

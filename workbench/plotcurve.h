@@ -12,9 +12,10 @@ namespace workbench {
 
 // One curve of a plot. It keeps all points for as long as it lives, 8 bytes each.
 //
-// A chart lays out and paints a whole series anew for each point, and sixty times a second while it
-// is animated. That does for the first 50 points. From then on the series has no pen, the chart
-// is not told of new points, and this item paints the curve: a new point changes a narrow strip.
+// A chart lays out and paints a whole series for each new point, and sixty times a second while it
+// is animated. It does so for the first 50 points. From then on this item paints the curve, and a
+// new point changes only a narrow strip; the series has no pen, and its signals are blocked when
+// points are added.
 //
 // The series holds all points up to 2,000. Beyond, it holds what can be seen: the lowest and the
 // highest point of each column of pixels, so that no peak is lost, and where the curve leaves the
@@ -63,7 +64,7 @@ private:
     double left = 0;   // X values at the ends of the view
     double right = 0;  // X values at the ends of the view
     double width = 0;  // of a column, in X values
-    double column = 0; // counted from X = 0; infinite outside the view
+    double column = 0; // counted from X = 0; infinite outside the view, NaN up to 2,000 points
     int start = 0;     // in shown
     int low = 0;       // in history
     int high = 0;      // in history

@@ -12,7 +12,7 @@
 
 namespace {
 
-// Texts of labels that are not of a fixed size have all rows laid out anew.
+// A new text in a label without a fixed size makes the layout compute all rows again.
 void setTextAndSize(QLabel* label, const QString& text)
 {
     label->setText(text);
@@ -52,7 +52,7 @@ void ValueViewer::update(
     QRect column;
     for (std::size_t channel = 0; channel < values.size(); ++channel) {
         QLabel* value = channelValues[channel];
-        // One by one, a hundred labels take twice as long to be painted as the area around them.
+        // Painting a hundred labels one by one takes twice as long as painting their column.
         value->setAttribute(Qt::WA_UpdatesDisabled, true);
         value->setText(QString::number(values[channel]));
         value->setAttribute(Qt::WA_UpdatesDisabled, false);

@@ -83,7 +83,7 @@ struct Plot
     QValueAxis* axisY = qobject_cast<QValueAxis*>(chart->axes(Qt::Vertical).first());
 };
 
-// The largest of any pixel, in red: neither the curve nor a text has any.
+// The largest of any pixel, in red: the curve and the texts have next to none of it.
 int differenceOf(const QImage& one, const QImage& other)
 {
     int largest = 0;
