@@ -21,6 +21,17 @@ USUAL = re.compile(
     "|This plugin|QString::arg: Argument missing|QIODevice::write .QFile|QFile::setFileName"
     r"|drive:|[\w:]+\.\w+: )")
 FOLDER = "Corvane Motion Systems/XCU0001/extLoggerLogs"
+LABELS = [
+    "Oil pressure (ADC3)", "Oil temperature °C (ADC4)", "Input speed (Freq0)",
+    "Output speed (Freq1)", "Throttle position (ADC0)", "Brake pressure (ADC1)",
+    "Clutch pressure (ADC2)", "ADC", "Gear lever (Digital0)", "Shift up (Digital1)",
+    "Shift down (Digital2)", "Gear ratio (GR0)", "Engine torque (CAN0)", "Engine speed (CAN1)",
+    "Wheel speed FL (CanObj0)", "Wheel speed FR (CanObj1)", "Lateral acceleration (AHRS0)",
+    "Yaw rate (AHRS1)", "Supply voltage (ADC sw0)", "DIV",
+    *(f"Virtual input {number + 1} (Const{number})" for number in range(12)),
+    "Line pressure valve (PWM0)", "Clutch A valve (I0)", "Clutch B valve (I1)",
+    "Diff lock valve (PWM1)", "Pump demand (DAC0)", "Torque request (CAN0)", "MAP",
+    "Main relay (PWR0)", *["x"] * 88]
 
 
 def expected_logs(line):
@@ -38,9 +49,9 @@ def expected_logs(line):
 
 
 def written_log(path):
-    """The records that a file holds."""
+    """The records that a file holds, behind the labels of all channels."""
     header, _, records = path.read_text().partition("\n")
-    assert header.startswith("#;timestamp;"), header
+    same(header, ";".join(["#", "timestamp", *LABELS, ""]), "header")
     return records
 
 
