@@ -26,8 +26,6 @@ public:
     void addOddity(const char* what, std::int64_t line) final { report.odd(what, line); }
     void addRecord(quint32, const std::vector<int>&, const std::vector<int>&) final {}
 
-    virtual void finish() {} // behind the last frame
-
 protected:
     virtual void put(const formats::TraceFrame& frame) = 0;
 

@@ -120,7 +120,7 @@ Hdf5Handle Hdf5File::addDataset(const std::string& path, hid_t type)
     return H5Dcreate2(file, path.c_str(), type, space, links, creation, access);
 }
 
-Hdf5Column Hdf5File::addColumn(
+Hdf5Column& Hdf5File::addColumn(
     const std::string& path, Hdf5Column::Type type, const std::string& name,
     const std::string& unit)
 {
@@ -130,7 +130,7 @@ Hdf5Column Hdf5File::addColumn(
     if (!unit.empty()) {
         setAttribute(dataset, "unit", unit);
     }
-    return {std::move(dataset), type};
+    return columns.emplace_back(std::move(dataset), type);
 }
 
 Hdf5Handle Hdf5File::addTags()
@@ -147,6 +147,10 @@ void Hdf5File::appendTag(hid_t tags, double seconds, std::string_view text)
 
 void Hdf5File::commit()
 {
+    for (Hdf5Column& column : columns) {
+        column.flush();
+    }
+    columns.clear();
     check(H5Fflush(file, H5F_SCOPE_LOCAL));
     file.close();
     part.commit();

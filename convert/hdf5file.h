@@ -3,6 +3,7 @@
 
 #include "convert/outputfile.h"
 
+#include <deque>
 #include <hdf5.h>
 #include <string>
 #include <string_view>
@@ -83,7 +84,8 @@ public:
 
     // A dataset with the attributes "name" and, if there is one, "unit". Groups on its path are
     // made at need.
-    Hdf5Column addColumn(
+    // The column lives until commit().
+    Hdf5Column& addColumn(
         const std::string& path, Hdf5Column::Type type, const std::string& name,
         const std::string& unit);
 
@@ -91,7 +93,6 @@ public:
     Hdf5Handle addTags();
     static void appendTag(hid_t tags, double seconds, std::string_view text);
 
-    // All columns have been flushed and are gone.
     void commit();
 
 private:
@@ -99,6 +100,7 @@ private:
 
     PartFile part;
     Hdf5Handle file;
+    std::deque<Hdf5Column> columns;
 };
 
 } // namespace convert

@@ -145,7 +145,6 @@ void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& repor
         formats::readFrames(file, *traceKind(kind), target);
     }
     file.check();
-    target.finish();
     if (target.count == 0) {
         throw Trouble(
             file.name() + ": has no CAN frame that a ." + wordOf(kind) + " file can have");

@@ -12,8 +12,6 @@ namespace {
 
 using formats::TraceKind;
 
-enum Use { In = 1, Out = 2, Both = In | Out };
-
 struct Row
 {
     const char* word;
@@ -47,17 +45,6 @@ const Row& rowOf(Kind kind)
         rows.begin(), rows.end(), [kind](const Row& row) { return row.kind == kind; });
 }
 
-std::vector<std::string> wordsOf(Use use)
-{
-    std::vector<std::string> words;
-    for (const Row& row : rows) {
-        if ((row.use & use) != 0) {
-            words.emplace_back(row.word);
-        }
-    }
-    return words;
-}
-
 } // namespace
 
 std::optional<Kind> kindOfName(const std::string& path)
@@ -76,14 +63,15 @@ std::optional<Kind> kindOfWord(const std::string& word)
     return std::nullopt;
 }
 
-std::vector<std::string> inputWords()
+std::vector<std::string> wordsOf(Use use)
 {
-    return wordsOf(In);
-}
-
-std::vector<std::string> outputWords()
-{
-    return wordsOf(Out);
+    std::vector<std::string> words;
+    for (const Row& row : rows) {
+        if ((row.use & use) != 0) {
+            words.emplace_back(row.word);
+        }
+    }
+    return words;
 }
 
 std::string wordOf(Kind kind)

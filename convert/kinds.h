@@ -32,8 +32,9 @@ std::optional<Kind> kindOfName(const std::string& path);
 
 // By the word that --from and --to take: the usual end of a name without its dot.
 std::optional<Kind> kindOfWord(const std::string& word);
-std::vector<std::string> inputWords();
-std::vector<std::string> outputWords();
+
+enum Use { In = 1, Out = 2, Both = In | Out };
+std::vector<std::string> wordsOf(Use use);
 
 std::string wordOf(Kind kind);
 

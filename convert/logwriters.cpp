@@ -156,7 +156,7 @@ Hdf5Log::Hdf5Log(Hdf5File& output, const LogSurvey& survey, Report& fileReport)
     for (const std::string& name : survey.columns()) {
         const auto type = channels.size() < wholeCount ? Hdf5Column::Whole : Hdf5Column::Real;
         channels.push_back(
-            output.addColumn("/channels/" + pathPart(name), type, name, unitOf(name)));
+            &output.addColumn("/channels/" + pathPart(name), type, name, unitOf(name)));
     }
 }
 
@@ -167,7 +167,7 @@ void Hdf5Log::addRecord(const LogRecord& record)
     for (std::size_t i = 0; i < channels.size(); ++i) {
         const std::string_view field = formats::takeField(values, ';');
         if (const auto value = formats::plainNumber<int>(field)) {
-            channels[i].append(*value);
+            channels[i]->append(*value);
             continue;
         }
         if (i < wholeCount) {
@@ -175,21 +175,13 @@ void Hdf5Log::addRecord(const LogRecord& record)
         } else if (!field.empty()) {
             report.odd("a value that is no number, left empty", record.line);
         }
-        channels[i].appendMissing();
+        channels[i]->appendMissing();
     }
 }
 
 void Hdf5Log::addTag(std::optional<std::uint32_t> milliseconds, std::string_view text)
 {
     Hdf5File::appendTag(tags, milliseconds ? *milliseconds / 1000.0 : std::nan(""), text);
-}
-
-void Hdf5Log::finish()
-{
-    times.flush();
-    for (Hdf5Column& channel : channels) {
-        channel.flush();
-    }
 }
 
 } // namespace convert

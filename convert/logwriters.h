@@ -49,13 +49,12 @@ public:
 
     void addRecord(const LogRecord& record) override;
     void addTag(std::optional<std::uint32_t> milliseconds, std::string_view text) override;
-    void finish() override;
 
 private:
     Report& report;
     const std::size_t wholeCount; // channels that no record lacks
-    Hdf5Column times;
-    std::vector<Hdf5Column> channels;
+    Hdf5Column& times;
+    std::vector<Hdf5Column*> channels;
     Hdf5Handle tags;
 };
 

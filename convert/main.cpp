@@ -47,10 +47,10 @@ void declare(Options& options, CLI::App& app)
             ->check(CLI::ExistingDirectory)
             ->excludes(output);
     app.add_option("--from", options.from, "what the files are, if not by their names")
-        ->check(CLI::IsMember(convert::inputWords()));
+        ->check(CLI::IsMember(convert::wordsOf(convert::In)));
     auto* const to =
         app.add_option("--to", options.to, "what to write, if not by the name of the output")
-            ->check(CLI::IsMember(convert::outputWords()));
+            ->check(CLI::IsMember(convert::wordsOf(convert::Out)));
     outDir->needs(to);
     auto* const signalSet =
         app.add_option("--signals", options.signalSet, "signal set: write values of these signals");

@@ -93,16 +93,8 @@ public:
         for (const std::string& name : set.names) {
             const std::string group = "/signals/" + pathPart(name);
             columns.emplace_back(
-                output.addColumn(group + "/time_s", Hdf5Column::Real, "time_s", "s"),
-                output.addColumn(group + "/value", Hdf5Column::Real, name, unitOf(name)));
-        }
-    }
-
-    void finish() override
-    {
-        for (auto& [times, physical] : columns) {
-            times.flush();
-            physical.flush();
+                &output.addColumn(group + "/time_s", Hdf5Column::Real, "time_s", "s"),
+                &output.addColumn(group + "/value", Hdf5Column::Real, name, unitOf(name)));
         }
     }
 
@@ -110,12 +102,12 @@ private:
     void addValues(double time) override
     {
         for (const auto& [place, value] : values) {
-            columns[place].first.append(time);
-            columns[place].second.append(value);
+            columns[place].first->append(time);
+            columns[place].second->append(value);
         }
     }
 
-    std::vector<std::pair<Hdf5Column, Hdf5Column>> columns;
+    std::vector<std::pair<Hdf5Column*, Hdf5Column*>> columns; // time and value
 };
 
 } // namespace
