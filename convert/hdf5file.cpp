@@ -3,7 +3,6 @@
 
 #include "convert/report.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <hdf5_hl.h>
@@ -89,12 +88,6 @@ void Hdf5Column::flush()
         check(H5DOappend(dataset, H5P_DEFAULT, 0, waiting.size(), H5T_NATIVE_DOUBLE, values));
         waiting.clear();
     }
-}
-
-std::string pathPart(std::string name)
-{
-    std::replace(name.begin(), name.end(), '/', '|');
-    return name;
 }
 
 Hdf5File::Hdf5File(const std::string& path, bool replaces)

@@ -74,9 +74,6 @@ private:
     std::vector<double> waiting;
 };
 
-// A name as a part of a path, where "/", which would be a group, becomes "|".
-std::string pathPart(std::string name);
-
 class Hdf5File
 {
 public:

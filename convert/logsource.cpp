@@ -19,14 +19,11 @@ using formats::LogFields;
 // clock really stood there.
 std::optional<std::uint32_t> tagTime(std::string_view text, std::optional<std::uint32_t> latest)
 {
-    if (text == "-1" && latest != 0xffffffff) {
+    const auto time = formats::plainNumber<std::int64_t>(text);
+    if (!time || (*time == -1 && latest != 0xffffffff)) {
         return std::nullopt;
     }
-    if (text.substr(0, 1) == "-") {
-        const auto value = formats::plainNumber<std::uint32_t>(text.substr(1));
-        return value ? std::optional(-*value) : std::nullopt;
-    }
-    return formats::plainNumber<std::uint32_t>(text);
+    return static_cast<std::uint32_t>(*time);
 }
 
 std::vector<std::string> labelsIn(std::string_view text)
@@ -100,8 +97,9 @@ private:
     {
         const auto sample = formats::plainNumber<std::uint32_t>(fields.number);
         const auto time = formats::plainNumber<std::uint32_t>(fields.time);
-        // A zero byte ends the fields.
-        const bool isCut = line.back() != ';' || line.find('\0') != std::string_view::npos;
+        // Fields that a zero byte cuts lack what stands behind.
+        const bool isCut =
+            line.back() != ';' || (!fields.rest.empty() && &fields.rest.back() != &line.back());
         if (fields.kind != LogFields::Record || !sample || !time || isCut) {
             odd("not a record, left out");
             return;

@@ -26,6 +26,14 @@ std::string unitOf(std::string_view label)
     return std::find(units.begin(), units.end(), last) == units.end() ? "" : std::string(last);
 }
 
+std::vector<std::string> pathParts(std::vector<std::string> names, const std::string& what)
+{
+    for (std::string& name : names) {
+        std::replace(name.begin(), name.end(), '/', '|');
+    }
+    return toldApart(names, {"."}, what);
+}
+
 std::string csvField(std::string_view text)
 {
     if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
@@ -153,10 +161,12 @@ Hdf5Log::Hdf5Log(Hdf5File& output, const LogSurvey& survey, Report& fileReport)
     , times(output.addColumn("/time_s", Hdf5Column::Real, "time_s", "s"))
     , tags(output.addTags())
 {
-    for (const std::string& name : survey.columns()) {
-        const auto type = channels.size() < wholeCount ? Hdf5Column::Whole : Hdf5Column::Real;
+    const std::vector<std::string> names = survey.columns();
+    const std::vector<std::string> parts = pathParts(names, "channel");
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto type = i < wholeCount ? Hdf5Column::Whole : Hdf5Column::Real;
         channels.push_back(
-            &output.addColumn("/channels/" + pathPart(name), type, name, unitOf(name)));
+            &output.addColumn("/channels/" + parts[i], type, names[i], unitOf(names[i])));
     }
 }
 

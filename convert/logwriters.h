@@ -62,6 +62,10 @@ private:
 // brackets, or a usual one behind a blank; empty without one.
 std::string unitOf(std::string_view label);
 
+// The names as parts of paths in HDF5, where "/", which would be a group, becomes "|"; told apart
+// as toldApart() does.
+std::vector<std::string> pathParts(std::vector<std::string> names, const std::string& what);
+
 // A field as RFC 4180 has it: in quotes if it holds what separates fields.
 std::string csvField(std::string_view text);
 

@@ -90,8 +90,10 @@ public:
     SignalHdf5(const SignalSet& signalSet, Hdf5File& output, Report& fileReport)
         : SignalTarget(signalSet, fileReport)
     {
-        for (const std::string& name : set.names) {
-            const std::string group = "/signals/" + pathPart(name);
+        const std::vector<std::string> parts = pathParts(set.names, "signal");
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            const std::string group = "/signals/" + parts[i];
+            const std::string& name = set.names[i];
             columns.emplace_back(
                 &output.addColumn(group + "/time_s", Hdf5Column::Real, "time_s", "s"),
                 &output.addColumn(group + "/value", Hdf5Column::Real, name, unitOf(name)));

@@ -129,6 +129,10 @@ class Logs(Folder):
                 dict(channels["Speed km|h (CAN1)"].attrs), {"name": "Speed km/h (CAN1)", "unit": "km/h"})
             self.assertEqual(file["tags"]["text"].tolist(), ["Grün".encode()])
             self.assertEqual(file["tags"]["time_s"].tolist(), [0.01])
+        self.write("b.log", "#;timestamp;a/b;a|b;.;\n1;1;1;2;3;\n")
+        self.run_convert("b.log", "-o", "b.h5")
+        with h5py.File(self.folder / "b.h5") as file:
+            self.assertEqual(set(file["channels"]), {"a|b", "a|b (channel 1)", ". (channel 2)"})
 
     def test_blackbox(self):
         rows = self.rows(DATA / "drive.rbx")
