@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <algorithm>
 #include <ctime>
 #include <limits>
@@ -66,3 +67,18 @@ void needPreload(char** argv);
 
 // Memory of this process that is in RAM, in KiB.
 qint64 residentSize();
+
+// What a program took.
+struct Run
+{
+    double processorTime = 0; // s
+    double realTime = 0;      // s
+    double memory = 0;        // MB resident at the most
+    bool isFine = false;
+};
+
+// Runs a program, given with its arguments.
+Run runOnce(const QStringList& command);
+
+// Processor time in s, the best of three; 0 if it does not work.
+double best(const QStringList& command);

@@ -7,72 +7,14 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <functional>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
 constexpr int frames = 1'000'000;
 constexpr int records = 300'000;
-
-struct Run
-{
-    double processorTime = 0; // s
-    double realTime = 0;      // s
-    double memory = 0;        // MB resident at the most
-    bool isFine = false;
-};
-
-// By wait4 and not by QProcess, which does not tell a child's memory.
-Run runOnce(const QStringList& command)
-{
-    std::vector<QByteArray> words;
-    for (const QString& word : command) {
-        words.push_back(word.toLocal8Bit());
-    }
-    std::vector<char*> arguments;
-    for (QByteArray& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-    QElapsedTimer timer;
-    timer.start();
-    const pid_t child = vfork();
-    if (child == 0) {
-        execvp(arguments[0], arguments.data());
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage{};
-    wait4(child, &status, 0, &usage);
-    const auto seconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return {
-        seconds(usage.ru_utime) + seconds(usage.ru_stime),
-        static_cast<double>(timer.nsecsElapsed()) / 1e9,
-        static_cast<double>(usage.ru_maxrss) / 1024, status == 0};
-}
-
-// The fastest of three by processor time; 0 if it does not work.
-double best(const QStringList& command)
-{
-    double time = 0;
-    for (int i = 0; i < 3; ++i) {
-        const Run run = runOnce(command);
-        if (!run.isFine) {
-            return 0;
-        }
-        time = i == 0 ? run.processorTime : std::min(time, run.processorTime);
-    }
-    return time;
-}
 
 QString write(const QString& name, const std::function<void(QFile&)>& fill)
 {

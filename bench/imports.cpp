@@ -16,10 +16,8 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <numeric>
-#include <sys/resource.h>
 
 using namespace formats;
 
@@ -36,16 +34,13 @@ QString writeTrace(const QTemporaryDir& folder, const QString& kind, int frames)
         file.write("base hex  timestamps absolute\n"); // for the peers; to the console a frame more
     }
     for (int i = 0; i < frames; ++i) {
-        const QString time =
-            QString("%1.%2000").arg(1'600'000'000 + i / 1000).arg(i % 1000, 3, 10, QChar('0'));
-        const QString id = QString::number(0x100 + i * 7 % identifiers, 16).toUpper();
-        const QByteArray hex =
-            QByteArray::number(0x1000000000000000LL + i * 2654435761LL, 16).toUpper();
-        const QString bytes = QByteArray::fromHex(hex).toHex(' ').toUpper();
-        const QString line =
-            kind == ".asc" ? QString("   %1 2  %2             Rx   d 8 %3\n").arg(time, id, bytes)
-                           : QString("(%1) can1 %2#%3\n").arg(time, id, QString(hex));
-        file.write(line.toUtf8());
+        const QByteArray time = QByteArray::number(1'600'000'000 + i / 1000.0, 'f', 6);
+        const QByteArray id = QByteArray::number(0x100 + i * 7 % identifiers, 16).toUpper();
+        const QByteArray hex = QByteArray::number(0x1000000000000000LL + i * 2654435761LL, 16);
+        file.write(
+            kind == ".asc" ? "   " + time + " 2  " + id + "             Rx   d 8 " +
+                                 QByteArray::fromHex(hex).toHex(' ').toUpper() + '\n'
+                           : '(' + time + ") can1 " + id + '#' + hex.toUpper() + '\n');
     }
     return file.fileName();
 }
@@ -59,7 +54,6 @@ void readTrace(const QString& name, QVector<CanFrames>& frames)
     traceFormat(name)->read(file, import);
 }
 
-// Adds up what it gets, so that nothing of it is left out.
 class Sum : public LogSink
 {
 public:
@@ -102,31 +96,6 @@ void measureLog(Benchmark& bench)
     bench.atLeast(".log read", megabytes / whole, records.sum != 0 ? 400 : 1e9, "MB/s");
 }
 
-// Seconds of processor time of a child that is given the file, without its start: the best of three
-// runs; 0 if there is no such program.
-double peerTime(const QString& program, const QStringList& arguments, const QString& file)
-{
-    const auto childTime = [] {
-        rusage usage{};
-        getrusage(RUSAGE_CHILDREN, &usage);
-        return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-               static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-    };
-    const auto timeFor = [&](const QString& name) {
-        const double before = childTime();
-        QProcess process;
-        process.setStandardOutputFile(QProcess::nullDevice());
-        process.setStandardErrorFile(QProcess::nullDevice());
-        process.start(program, QStringList(arguments).replaceInStrings("FILE", name));
-        const bool ran = process.waitForFinished(-1) && process.exitCode() == 0;
-        return ran ? childTime() - before : 0.0;
-    };
-    const auto best = [&](const QString& name) {
-        return std::min({timeFor(name), timeFor(name), timeFor(name)});
-    };
-    return std::max(0.0, best(file) - best(QProcess::nullDevice()));
-}
-
 // In the layouts that the peers read as well. Nothing is converted.
 void comparePeers(Benchmark& bench, int count)
 {
@@ -138,12 +107,16 @@ void comparePeers(Benchmark& bench, int count)
             frames.resize(0);
             readTrace(name, frames);
         });
+        const auto peerTime = [&](QStringList command) {
+            const double start = best(QStringList(command).replaceInStrings("FILE", "/dev/null"));
+            return std::max(0.0, best(command.replaceInStrings("FILE", name)) - start);
+        };
         const QString script =
-            QStringLiteral("import can, sys\nfor message in can.%1(sys.argv[1]): pass").arg(reader);
-        const double python = peerTime("/usr/bin/python3", {"-c", script, "FILE"}, name);
-        const double tools = peerTime(tool, {"-I", "FILE", "can1"}, name);
+            "import can, sys\nfor message in can." + reader + "(sys.argv[1]): pass";
+        const double python = peerTime({"/usr/bin/python3", "-c", script, "FILE"});
+        const double tools = peerTime({tool, "-I", "FILE", "can1"});
         bench.compare(
-            QStringLiteral("%1 of %2 frames read").arg(kind).arg(count), "million frames/s",
+            QString("%1 of %2 frames read").arg(kind).arg(count), "million frames/s",
             count / ours / 1e6, tools > 0 ? count / tools / 1e6 : 0,
             python > 0 ? count / python / 1e6 : 0, 6);
     };
