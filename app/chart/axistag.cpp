@@ -2,7 +2,6 @@
 #include "chart/axistag.h"
 
 #include <QHash>
-#include <QPixmap>
 #include <vector>
 
 namespace {
@@ -45,7 +44,7 @@ void removeFromPlot(QCPAbstractItem* item)
 
 // Paints the tags of one axis. A slider that is dragged leaves hundreds, none ever goes, and each
 // takes 30 us to paint: left to the plot, a few drags would make a drawing so slow that records are
-// lost. The sheet paints those in view, and keeps the picture until the view changes.
+// lost. The sheet keeps pictures of the tags in view.
 class TagSheet : public QCPLayerable
 {
 public:
@@ -58,41 +57,21 @@ public:
     }
 
     QCPLayerable* hiddenParent() { return &hidden; }
-
-    void put(const AxisTag* tag) // anew or changed
-    {
-        const auto known = numbers.constFind(tag);
-        const std::size_t number = known == numbers.cend() ? places.size() : *known;
-        if (known == numbers.cend()) {
-            numbers.insert(tag, number);
-            places.emplace_back();
-        }
-        Place& place = places[number];
-        place.tag = tag;
-        place.key = tag->tracer ? tag->tracer->position->key() : qQNaN();
-        const auto* label = tag->arrow ? tag->label.data() : nullptr;
-        place.length = label ? QFontMetrics(label->font()).horizontalAdvance(label->text()) : 0;
-        painted = number < painted ? 0 : painted;
-    }
-
-    void remove(const AxisTag* tag)
-    {
-        places[numbers.take(tag)] = Place();
-        painted = 0;
-    }
+    void add(AxisTag* tag) { tags.append(tag); }
+    void remove(AxisTag* tag) { tags.removeOne(tag); }
 
     // A click on a tag does not reach the curve beneath.
     double selectTest(
         const QPointF& point, bool onlySelectable, QVariant* /*details*/) const override
     {
         double least = -1; // not hit
-        for (const Place& place : places) {
-            if (!isInView(place)) {
+        for (const AxisTag* tag : tags) {
+            if (!isInView(*tag)) {
                 continue;
             }
             for (const QCPAbstractItem* item :
-                 {static_cast<QCPAbstractItem*>(place.tag->arrow.data()),
-                  static_cast<QCPAbstractItem*>(place.tag->label.data())}) {
+                 {static_cast<QCPAbstractItem*>(tag->arrow.data()),
+                  static_cast<QCPAbstractItem*>(tag->label.data())}) {
                 const double distance = item ? item->selectTest(point, onlySelectable) : -1;
                 least = distance >= 0 && (least < 0 || distance < least) ? distance : least;
             }
@@ -108,44 +87,26 @@ protected:
         painter->setAntialiasing(false);
     }
 
+    // Leaves out what a later tag hides: one in the same place whose text is not shorter.
     void draw(QCPPainter* painter) override
     {
-        if (painter->modes() & (QCPPainter::pmVectorized | QCPPainter::pmNoCaching)) {
-            paint(0, painter);
-            return;
+        std::vector<AxisTag*> seen;
+        QHash<int, int> longest; // by pixel
+        for (auto tag = tags.crbegin(); tag != tags.crend(); ++tag) {
+            if (!isInView(**tag)) {
+                (*tag)->picture = QPixmap();
+                continue;
+            }
+            int& length = longest[qRound((*tag)->tracer->position->pixelPosition().x())];
+            if ((*tag)->length > length || length == 0) {
+                length = (*tag)->length;
+                seen.push_back(*tag);
+            }
         }
-        const double ratio = painter->device()->devicePixelRatioF();
-        const QSize size = mParentPlot->viewport().size() * ratio;
-        const auto now = std::make_tuple(
-            axis->axisRect()->rect(), axis->range().lower, axis->range().upper, axis->scaleType(),
-            axis->rangeReversed());
-        if (painted == 0 || view != now || size != picture.size() ||
-            ratio != picture.devicePixelRatioF()) {
-            view = now;
-            painted = 0;
-            picture = QPixmap(size);
-            picture.setDevicePixelRatio(ratio);
-            picture.fill(Qt::transparent);
-        }
-        if (painted < places.size()) {
-            QCPPainter onPicture(&picture);
-            onPicture.setModes(painter->modes());
-            paint(painted, &onPicture);
-            painted = places.size();
-        }
-        if (painted > 0) {
-            painter->drawPixmap(0, 0, picture);
-        }
+        std::for_each(seen.rbegin(), seen.rend(), [&](AxisTag* tag) { paint(*tag, painter); });
     }
 
 private:
-    struct Place
-    {
-        const AxisTag* tag = nullptr; // null for one that was removed
-        double key = qQNaN();
-        int length = 0; // of the text, in pixels; 0 if the tag is not whole
-    };
-
     class Hidden : public QCPLayerable
     {
     public:
@@ -169,48 +130,62 @@ private:
         setObjectName(QStringLiteral("tagSheet"));
     }
 
-    bool isInView(const Place& place) const
+    bool isInView(const AxisTag& tag) const
     {
         constexpr double reach = 40; // of a tag to either side, and more
-        const double pixel = axis->coordToPixel(place.key);
-        return place.tag &&
-               (axis->orientation() == Qt::Vertical || (pixel > axis->axisRect()->left() - reach &&
-                                                        pixel < axis->axisRect()->right() + reach));
+        const double pixel = tag.tracer ? axis->coordToPixel(tag.tracer->position->key()) : qQNaN();
+        return axis->orientation() == Qt::Vertical || (pixel > axis->axisRect()->left() - reach &&
+                                                       pixel < axis->axisRect()->right() + reach);
     }
 
-    // From a number on, without those that a later one hides: it stands in the same place and its
-    // text is not shorter.
-    void paint(std::size_t first, QCPPainter* painter)
+    static void paintItems(const AxisTag& tag, QCPPainter* painter)
     {
-        std::vector<const AxisTag*> seen;
-        QHash<int, int> longest; // by pixel
-        for (std::size_t number = places.size(); number-- > first;) {
-            const Place& place = places[number];
-            if (isInView(place)) {
-                int& length = longest[qRound(axis->coordToPixel(place.key))];
-                if (place.length > length || length == 0) {
-                    length = place.length;
-                    seen.push_back(place.tag);
-                }
-            }
+        if (tag.arrow) {
+            static_cast<Arrow*>(tag.arrow.data())->paint(painter);
         }
-        for (auto tag = seen.rbegin(); tag != seen.rend(); ++tag) {
-            if ((*tag)->arrow) {
-                static_cast<Arrow*>((*tag)->arrow.data())->paint(painter);
-            }
-            if ((*tag)->label) {
-                static_cast<Label*>((*tag)->label.data())->paint(painter);
-            }
+        if (tag.label) {
+            static_cast<Label*>(tag.label.data())->paint(painter);
         }
+    }
+
+    // By a picture, which stands on whole pixels.
+    static void paint(AxisTag& tag, QCPPainter* painter)
+    {
+        if (!tag.tracer ||
+            painter->modes() & (QCPPainter::pmVectorized | QCPPainter::pmNoCaching)) {
+            paintItems(tag, painter);
+            return;
+        }
+        const QPointF exact = tag.tracer->position->pixelPosition();
+        const QPoint head(qRound(exact.x()), qRound(exact.y()));
+        const double ratio = painter->device()->devicePixelRatioF();
+        if (tag.picture.isNull() || tag.picture.devicePixelRatioF() != ratio) {
+            constexpr int margin = 10; // of an arrow's head around its line, and more
+            QPolygonF corners;
+            corners << exact << exact + QPointF(0, TailDistance);
+            if (tag.label) {
+                corners << tag.label->topLeft->pixelPosition()
+                        << tag.label->bottomLeft->pixelPosition()
+                        << tag.label->topRight->pixelPosition()
+                        << tag.label->bottomRight->pixelPosition();
+            }
+            const QRect box = corners.translated(head - exact).boundingRect().toAlignedRect() +
+                              QMargins(margin, margin, margin, margin);
+            tag.corner = box.topLeft() - head;
+            tag.picture = QPixmap(box.size() * ratio);
+            tag.picture.setDevicePixelRatio(ratio);
+            tag.picture.fill(Qt::transparent);
+            QCPPainter onPicture(&tag.picture);
+            onPicture.setModes(painter->modes());
+            onPicture.translate(head - exact - box.topLeft());
+            paintItems(tag, &onPicture);
+        }
+        painter->drawPixmap(head + tag.corner, tag.picture);
     }
 
     QCPAxis* axis;
     Hidden hidden;
-    std::vector<Place> places; // in the order of painting
-    QHash<const AxisTag*, std::size_t> numbers;
-    std::size_t painted = 0; // so many, from the first on, are in the picture
-    QPixmap picture;
-    std::tuple<QRect, double, double, QCPAxis::ScaleType, bool> view; // of the picture
+    QList<AxisTag*> tags; // in the order of painting
 };
 
 AxisTag::AxisTag(QCPAxis* parentAxis)
@@ -239,6 +214,7 @@ AxisTag::AxisTag(QCPAxis* parentAxis)
     label->setPen(QPen(Qt::blue));
     label->setPositionAlignment(Qt::AlignHCenter | Qt::AlignVCenter | Qt::AlignBottom);
     label->position->setParentAnchor(arrow->start, false);
+    TagSheet::of(axis).add(this);
     changed();
     // An item may be taken off the plot while the tag lives.
     connect(arrow, &QObject::destroyed, this, &AxisTag::changed);
@@ -298,9 +274,9 @@ void AxisTag::updatePosition(double value)
     changed();
 }
 
+// The sheet paints the tag anew.
 void AxisTag::changed()
 {
-    if (sheet) {
-        static_cast<TagSheet*>(sheet.data())->put(this);
-    }
+    picture = QPixmap();
+    length = arrow && label ? QFontMetrics(label->font()).horizontalAdvance(label->text()) : 0;
 }

@@ -3,6 +3,7 @@
 
 #include <qcustomplot.h>
 
+#include <QPixmap>
 #include <QPointer>
 
 class TagSheet;
@@ -35,4 +36,7 @@ private:
     QPointer<QCPItemLine> arrow;
     QPointer<QCPItemText> label;
     QPointer<QCPLayerable> sheet;
+    QPixmap picture; // of arrow and label; null until they are painted
+    QPoint corner;   // of the picture, from the arrow's head
+    int length = 0;  // of the text, in pixels; 0 if the tag is not whole
 };

@@ -208,13 +208,19 @@ private slots:
                 plot.replot();
                 pictures[i] = plot.grab().toImage();
             }
-            // Where several stand in one place, soft edges are painted once instead of several
-            // times.
-            for (int y = 0; y < pictures[0].height(); ++y) {
-                for (int x = 0; x < pictures[0].width(); ++x) {
-                    const int apart =
-                        qAbs(qGreen(pictures[0].pixel(x, y)) - qGreen(pictures[1].pixel(x, y)));
-                    QVERIFY2(apart < 80, qPrintable(QString("%1: %2").arg(step).arg(apart)));
+            // Pictures stand on whole pixels, and soft edges in one place are painted once.
+            const auto isNear = [&](int x, int y) {
+                int least = 255;
+                for (int i = 0; i < 9; ++i) {
+                    const QRgb other = pictures[1].pixel(x + i % 3 - 1, y + i / 3 - 1);
+                    least = std::min(least, qAbs(qGreen(pictures[0].pixel(x, y)) - qGreen(other)));
+                }
+                return least < 128;
+            };
+            for (int y = 1; y < pictures[0].height() - 1; ++y) {
+                for (int x = 1; x < pictures[0].width() - 1; ++x) {
+                    QVERIFY2(
+                        isNear(x, y), qPrintable(QString("%1: %2, %3").arg(step).arg(x).arg(y)));
                 }
             }
         }
