@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// bench_road [--records N] [--seconds N]: the whole console on a virtual controller, through the
+// bench_session [--records N] [--seconds N]: the whole console on a virtual controller, through the
 // real serial port and the real window to the file: floods that come as fast as the line takes
 // them, and the requests of a session that leave while the operator looks back at ten minutes at
 // 1 kHz. A run counts if the files are complete.
@@ -28,10 +28,10 @@ void runUntil(Condition condition)
 }
 
 // One console, connected, with all that comes counted by its status text.
-class Road
+class Session
 {
 public:
-    Road()
+    Session()
         : rig(options(), PortRig::Lives::InOwnThread)
     {
         fillPast();
@@ -186,49 +186,49 @@ int main(int argc, char* argv[])
     const int seconds = options.value("seconds").toInt();
 
     Benchmark bench;
-    Road road;
+    Session session;
     for (const int pace : {10, 1}) {
-        road.show(false);
-        const double hidden = road.requests(pace, seconds);
+        session.show(false);
+        const double hidden = session.requests(pace, seconds);
         const auto kept = [&](const char* what, double bound) {
             bench.atLeast(
                 QStringLiteral("requests every %1 ms, %2").arg(pace).arg(what),
-                100 * road.requests(pace, seconds) / hidden, bound, "% of those with no curves");
+                100 * session.requests(pace, seconds) / hidden, bound, "% of those with no curves");
         };
-        road.show(true);
+        session.show(true);
         kept("ten minutes in view", pace == 1 ? 90 : 99);
-        const Drag drag(road.plot());
+        const Drag drag(session.plot());
         kept("ten minutes dragged", pace == 1 ? 85 : 97);
     }
 
     const auto recordsSent = [&] {
-        return double(road.rig.run([](VirtualController& unit) { return unit.recordsSent(); }));
+        return double(session.rig.run([](VirtualController& unit) { return unit.recordsSent(); }));
     };
-    const int logs = road.home.files("*.log").size();
+    const int logs = session.home.files("*.log").size();
     const double before = recordsSent();
-    road.console.click("passiveDatalogger");
-    road.console.click("startLogging"); // a second and more after the last start: another file
-    runUntil([&] { return road.home.files("*.log").size() > logs; });
+    session.console.click("passiveDatalogger");
+    session.console.click("startLogging"); // a second and more after the last start: another file
+    runUntil([&] { return session.home.files("*.log").size() > logs; });
     const auto flood = [&](const char* name, double records, double frames, double bound) {
-        bench.atLeast(name, road.flood(records, frames, items), bound, "1/s");
+        bench.atLeast(name, session.flood(records, frames, items), bound, "1/s");
     };
     flood("records of 128 values, curves in view", asFastAsTheLineTakes, 0, 60'000);
     for (int step = 0; step < tagCount; ++step) {
-        road.console.slider(1)->setValue(step % 1024);
+        session.console.slider(1)->setValue(step % 1024);
     }
     QElapsedTimer pan;
     pan.start();
-    road.plot()->xAxis->moveRange(1);
-    road.plot()->replot();
+    session.plot()->xAxis->moveRange(1);
+    session.plot()->replot();
     bench.atMost("pan with 3000 tags", double(pan.nsecsElapsed()) / 1e6, 10, "ms");
 
-    road.console.click("candump");
+    session.console.click("candump");
     flood("captured frames, table open", 0, asFastAsTheLineTakes, 100'000);
 
-    const QByteArray log = contents(road.home.files("*.log").last());
+    const QByteArray log = contents(session.home.files("*.log").last());
     bench.atMost("records missing in the log", recordsSent() - before - recordsIn(log), 0, "");
-    const quint64 framesSent = road.rig.run([](VirtualController& u) { return u.framesSent(); });
-    const QByteArray capture = contents(road.home.files("*.candump").value(0));
+    const quint64 framesSent = session.rig.run([](VirtualController& u) { return u.framesSent(); });
+    const QByteArray capture = contents(session.home.files("*.candump").value(0));
     bench.atMost("frames missing in the capture", double(framesSent) - capture.count('\n'), 0, "");
     return bench.exitCode();
 }
