@@ -63,7 +63,7 @@ struct CurvePicture::Job
             const QRect place = stripe(i);
             QImage columns = columnsOf(bits, picture, place.x(), place.width());
             render(scene, curves, place.x(), columns, isCancelled);
-            isDone[i] = true;
+            isDone[i] = !isCancelled;
         }
     }
 
@@ -73,7 +73,13 @@ struct CurvePicture::Job
         return place & picture.rect();
     }
 
-    bool isFinished() const
+    bool isComplete() const
+    {
+        return std::all_of(
+            isDone.begin(), isDone.end(), [](const auto& done) { return done.load(); });
+    }
+
+    bool isFinished() const // complete, given up or out of memory
     {
         return std::all_of(workers.begin(), workers.end(), [](const auto& worker) {
             return worker.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
@@ -85,7 +91,7 @@ struct CurvePicture::Job
     uchar* bits;                           // of the picture
     std::deque<History> copies;            // of what the curves are in
     std::vector<Curve> curves;             // of the scene, in the copies
-    std::vector<std::atomic<bool>> isDone; // by stripe
+    std::vector<std::atomic<bool>> isDone; // by stripe; true for good
     std::atomic<std::size_t> next{0};
     std::atomic<bool> isCancelled{false};
     QElapsedTimer age;
@@ -180,7 +186,7 @@ void CurvePicture::draw(QCPPainter* painter)
     painter->save();
     painter->translate(area().topLeft());
     painter->scale(1 / pixelRatio, 1 / pixelRatio);
-    if (job && job->scene == wanted && !job->isCancelled) {
+    if (job && job->scene == wanted) {
         QRegion rest(job->picture.rect());
         for (std::size_t i = 0; i < job->isDone.size(); ++i) {
             if (job->isDone[i]) {
@@ -207,9 +213,11 @@ void CurvePicture::draw(QCPPainter* painter)
 void CurvePicture::prepare(const Scene& wanted)
 {
     if (job && job->isFinished()) {
-        if (!job->isCancelled) {
+        if (job->isComplete()) {
             pictured = job->scene;
             picture = job->picture;
+        } else {
+            changes = {-Infinite, Infinite}; // what it took over is in no picture
         }
         job.reset();
         poll.stop();
