@@ -77,6 +77,7 @@ private slots:
             QCOMPARE(colour(column), QColor(column < 3 ? 255 : 0, 0, 0));
         }
         QVERIFY(!cell(3).isValid());
+        QCOMPARE(model->flags(model->index(0, 0)), Qt::NoItemFlags);
         QVERIFY(!model->headerData(11, Qt::Horizontal).isValid());
         QVERIFY(!model->headerData(1, Qt::Vertical).isValid());
         for (const int length : {65, 0}) { // the real length, whatever is kept

@@ -147,6 +147,9 @@ private slots:
             QCOMPARE(applySignalCell(signal, column, typed) == CellEdit::Changed, changes);
             QCOMPARE(signalCellText(signal, column), text);
             QCOMPARE(signal.plotted, column != ShowModeColumn);
+            QCOMPARE(
+                loadedSignalCellText(signal, column),
+                column == MuxValueColumn ? text.mid(2) : text);
         }
     }
 
