@@ -8,8 +8,8 @@
 
 namespace display {
 
-// Paints at the pace of the display instead of the pace of changes: more could nobody see, and
-// while the window paints no record is read.
+// Paints at the pace of the display instead of the pace of changes: nobody could see more, and no
+// record is read while the window paints.
 //
 // A request that comes a frame or more after the end of the last painting is painted before
 // request() returns. Requests that come faster are painted together, the last one no later than a

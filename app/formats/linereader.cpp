@@ -23,7 +23,7 @@ LineReader::LineReader(QIODevice& source, Content content, char lineSeparator)
     if (head.startsWith("\xef\xbb\xbf")) {
         device.skip(3);
     } else if (
-        head.startsWith("\xff\xfe") || head.startsWith("\xfe\xff") || // UTF-32LE is among them
+        head.startsWith("\xff\xfe") || head.startsWith("\xfe\xff") || // or UTF-32LE
         head == QByteArray("\0\0\xfe\xff", 4)) {
         decoder = std::make_unique<QTextStream>(&device);
     }

@@ -219,6 +219,10 @@ private slots:
         // The last figure tells whether the end was reached.
         QFile closed;
         QVERIFY(BlackboxRecord(closed).statusText().endsWith(" 0 canbus frames, 0"));
+        QBuffer noise;
+        noise.setData(QByteArray(20000, '\xff'));
+        noise.open(QIODevice::ReadOnly);
+        QVERIFY(BlackboxRecord(noise).statusText().endsWith(" 0 canbus frames, 0"));
     }
 
     // Whatever is not plain goes through Qt; this finds out whether what is plain is so for Qt.
