@@ -149,7 +149,7 @@ private slots:
             {"LF alone is one frame", ".trc", "1,5\tR\t1\t1\t1\t02\n2,5\tR\t1\t1\t1\t03\n",
              "trc file!|" + one},
             {"stated length", ".trc",
-             "1\tR\t1\t1\t3\t010203\r\n\r\n2\tR\t\t1\t1\t3\taa\r\n2,5\t8\r",
+             "1\tR\t1\t1\t3\t010203\r\n\r\n2\tR\t\t1\t1\t3\taa\r\n2,5\t8\r3\t\r",
              "trc file!|0 can0 1 [3] 010203|1 can0 1 [3] aa0203|1.5 can0 0 [0] "},
             {"no column names", ".csv", columns.toLower() + "R,1,1,2,,,,,,,,,1,10\n", "csv file!"},
             {"! is 0, gaps close up", ".csv",
