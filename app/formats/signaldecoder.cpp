@@ -61,7 +61,7 @@ public:
 private:
     quint32 byteAt(qint64 position) const // 0 to BitCount - 1
     {
-        return position < 8 * size ? frame.payload[position / 8] : 0;
+        return position / 8 < size ? frame.payload[position / 8] : 0;
     }
 
     const CanFrames& frame;
