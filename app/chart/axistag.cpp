@@ -97,7 +97,7 @@ protected:
                 (*tag)->picture = QPixmap();
                 continue;
             }
-            int& length = longest[qRound((*tag)->tracer->position->pixelPosition().x())];
+            int& length = longest[qRound(axis->coordToPixel((*tag)->tracer->position->key()))];
             if ((*tag)->length > length || length == 0) {
                 length = (*tag)->length;
                 seen.push_back(*tag);
@@ -132,8 +132,11 @@ private:
 
     bool isInView(const AxisTag& tag) const
     {
+        if (!tag.tracer) {
+            return false;
+        }
         constexpr double reach = 40; // of a tag to either side, and more
-        const double pixel = tag.tracer ? axis->coordToPixel(tag.tracer->position->key()) : qQNaN();
+        const double pixel = axis->coordToPixel(tag.tracer->position->key());
         return axis->orientation() == Qt::Vertical || (pixel > axis->axisRect()->left() - reach &&
                                                        pixel < axis->axisRect()->right() + reach);
     }
@@ -148,39 +151,47 @@ private:
         }
     }
 
-    // By a picture, which stands on whole pixels.
     static void paint(AxisTag& tag, QCPPainter* painter)
     {
-        if (!tag.tracer ||
-            painter->modes() & (QCPPainter::pmVectorized | QCPPainter::pmNoCaching)) {
+        if (painter->modes() & (QCPPainter::pmVectorized | QCPPainter::pmNoCaching)) {
             paintItems(tag, painter);
             return;
         }
-        const QPointF exact = tag.tracer->position->pixelPosition();
-        const QPoint head(qRound(exact.x()), qRound(exact.y()));
         const double ratio = painter->device()->devicePixelRatioF();
         if (tag.picture.isNull() || tag.picture.devicePixelRatioF() != ratio) {
-            constexpr int margin = 10; // of an arrow's head around its line, and more
-            QPolygonF corners;
-            corners << exact << exact + QPointF(0, TailDistance);
-            if (tag.label) {
-                corners << tag.label->topLeft->pixelPosition()
-                        << tag.label->bottomLeft->pixelPosition()
-                        << tag.label->topRight->pixelPosition()
-                        << tag.label->bottomRight->pixelPosition();
-            }
-            const QRect box = corners.translated(head - exact).boundingRect().toAlignedRect() +
-                              QMargins(margin, margin, margin, margin);
-            tag.corner = box.topLeft() - head;
-            tag.picture = QPixmap(box.size() * ratio);
-            tag.picture.setDevicePixelRatio(ratio);
-            tag.picture.fill(Qt::transparent);
-            QCPPainter onPicture(&tag.picture);
-            onPicture.setModes(painter->modes());
-            onPicture.translate(head - exact - box.topLeft());
-            paintItems(tag, &onPicture);
+            makePicture(tag, ratio, painter->modes());
         }
-        painter->drawPixmap(head + tag.corner, tag.picture);
+        painter->drawPixmap(headOf(tag) + tag.corner, tag.picture);
+    }
+
+    // On whole pixels.
+    static QPoint headOf(const AxisTag& tag)
+    {
+        const QPointF head = tag.tracer->position->pixelPosition();
+        return {qRound(head.x()), qRound(head.y())};
+    }
+
+    static void makePicture(AxisTag& tag, double ratio, QCPPainter::PainterModes modes)
+    {
+        constexpr int margin = 10; // of an arrow's head around its line, and more
+        const QPointF head = tag.tracer->position->pixelPosition();
+        QPolygonF corners;
+        corners << head << head + QPointF(0, TailDistance);
+        if (tag.label) {
+            corners << tag.label->topLeft->pixelPosition() << tag.label->bottomLeft->pixelPosition()
+                    << tag.label->topRight->pixelPosition()
+                    << tag.label->bottomRight->pixelPosition();
+        }
+        const QRect box = corners.translated(-head).boundingRect().toAlignedRect() +
+                          QMargins(margin, margin, margin, margin);
+        tag.corner = box.topLeft();
+        tag.picture = QPixmap(box.size() * ratio);
+        tag.picture.setDevicePixelRatio(ratio);
+        tag.picture.fill(Qt::transparent);
+        QCPPainter painter(&tag.picture);
+        painter.setModes(modes);
+        painter.translate(-head - box.topLeft());
+        paintItems(tag, &painter);
     }
 
     QCPAxis* axis;

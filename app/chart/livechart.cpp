@@ -7,19 +7,13 @@
 
 namespace chart {
 
-namespace {
-
-constexpr std::size_t HeadroomSize = 4'194'304; // of 8 bytes. Never touched, it costs none.
-
-} // namespace
-
 LiveChart::LiveChart(QCustomPlot* customPlot)
     : QObject(customPlot)
     , plot(customPlot)
     , pacer([this] { drawFrame(); }, this)
 {
     addPicture();
-    headroom.reserve(HeadroomSize);
+    headroom.reserve(4'194'304); // 32 MiB. Never touched, it takes none.
     connect(plot, &QCustomPlot::afterReplot, &pacer, &display::FramePacer::painted);
     plot->installEventFilter(this);
 }
@@ -31,22 +25,15 @@ CurvePicture* LiveChart::addPicture()
     return pictures.back();
 }
 
-Graph* LiveChart::add(CurvePicture* picture, std::shared_ptr<History> points, int channel)
-{
-    auto* graph = new Graph(picture, std::move(points), channel); // the plot's
-    graph->removeFromLegend();
-    return graph;
-}
-
 Graph* LiveChart::addChannel()
 {
-    return add(pictures.front(), records, channels++);
+    return new Graph(pictures.front(), records, channels++);
 }
 
 Graph* LiveChart::addGraph()
 {
     CurvePicture* const picture = pictures.size() > 1 ? pictures.back() : addPicture();
-    return add(picture, std::make_shared<History>(), 0);
+    return new Graph(picture, std::make_shared<History>(), 0);
 }
 
 void LiveChart::addRecord(double key, const std::vector<int>& values, int first)

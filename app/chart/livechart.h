@@ -17,12 +17,12 @@ public:
     // Becomes a child of the plot.
     explicit LiveChart(QCustomPlot* plot);
 
-    // The channels of the records are the first graphs of the plot. None has an entry in the
-    // legend: the plot lays that out at each replot, though it is hidden.
+    // The plot's. The channels of the records are its first graphs.
     Graph* addChannel();
     Graph* addGraph();
 
     // Adds the values of a record to the graphs from number `first` on, as far as there are any.
+    // Out of memory, it says so on standard error and takes no more.
     void addRecord(double key, const std::vector<int>& values, int first = 0);
 
     // Whether what came since the last replot may show. If not, a replot would paint the same.
@@ -37,7 +37,6 @@ protected:
 
 private:
     CurvePicture* addPicture();
-    Graph* add(CurvePicture* picture, std::shared_ptr<History> points, int channel);
     bool holdMove(const QMouseEvent& move);
     void drawFrame();
     void makeExact();
