@@ -227,7 +227,7 @@ private slots:
             default:
                 for (int records = 1 + below(int(2 + 2 / pace)); records > 0; --records) {
                     time += pace * (50 + below(100)) / 100;
-                    std::vector<int> values(below(9) > 0 ? 3 : 5);
+                    std::vector<int> values(below(9) > 0 ? 3 : 1 + below(5));
                     for (int& value : values) {
                         value = noise ? 350 + below(500) : level += below(61) - 30;
                     }
