@@ -103,6 +103,25 @@ private slots:
         QCOMPARE(log(home).count("#;timestamp;"), 1);
     }
 
+    // The controller is not told that the console goes: its session and its capture go on.
+    void closingStopsNothing()
+    {
+        ConsoleHome home;
+        QuietController unit;
+        unit.rig.plug();
+        {
+            ConsoleRig console;
+            QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
+            console.click("pushButton_2");
+            console.click("startLogging");
+            console.click("candump");
+            QTRY_VERIFY(unit.rig.count(xcu::Command::kFaultGetFaultCount) > 0);
+        }
+        QTRY_VERIFY(!unit.rig.port().isInUse());
+        QCOMPARE(unit.rig.count(xcu::Command::kDataloggerStop), 0);
+        QCOMPARE(unit.rig.count(xcu::Command::kCandumpStop), 0);
+    }
+
     // Records are asked for and written while a log is read, until the cable is pulled.
     void aSessionGoesOnWhileALogIsRead()
     {
