@@ -95,7 +95,7 @@ public:
     void addTag(QString text);
 
 signals:
-    // The one way to tell the operator something: the status bar shows the latest text.
+    // Shows a text in the status bar, the only place for messages to the operator.
     void addLog(QString);
     void promptReceived();
     void pongReceived(unsigned int);
@@ -181,7 +181,7 @@ private:
 
     std::unique_ptr<Ui_DataLoggerApp> ui;
     QTimer* portRefreshTimer = nullptr;
-    QDir baseDir;   // the console's folder below the user's documents
+    QDir baseDir;   // the console's folder in the documents folder
     QDir backupDir; // of the controller last connected to, baseDir before
     QDir logDir;    // likewise
     QString reservedText;
@@ -218,9 +218,9 @@ private:
     comm::PortList portList;
     std::string logLine;            // reused from record to record
     std::string candumpLine;        // reused from frame to frame
-    formats::FrameIndex frameIndex; // of canTraceFrameList, brought up to date by who needs it
+    formats::FrameIndex frameIndex; // of canTraceFrameList; extend() before use
     bool holdStrip = false;         // the strip waits until many boxes have changed
     bool importing = false;         // a file is being read; the chart waits
-    QElapsedTimer sinceServed;      // the event loop ran, while a file is read
-    bool writingCells = false;      // cells of the signal table change by the console's own hand
+    QElapsedTimer sinceServed;      // since the event loop last ran during an import
+    bool writingCells = false;      // the console itself is changing cells
 };

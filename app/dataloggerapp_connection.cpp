@@ -53,7 +53,7 @@ void DataLoggerApp::refreshPorts()
         listPorts();
     }
     if (comPort.isOpen() && !ports.contains(comPort.getOpenedPort())) {
-        on_pushButton_2_clicked(); // the cable is out, which is like the button
+        on_pushButton_2_clicked(); // unplugged, which is like the button
     }
 }
 

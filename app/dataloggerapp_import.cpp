@@ -43,7 +43,7 @@ private:
 
 } // namespace
 
-// Opens a log, a black-box record or a CAN trace, told apart by the end of the name. Nothing is
+// Opens a log, a black-box record or a CAN trace, by the end of the name. Nothing is
 // cleared first: curves, tags, frames and identifiers add up.
 void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
 {
@@ -77,8 +77,8 @@ void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
 //
 // The operator's keys and clicks wait, in their order, until the file is read: what they do then
 // meets a complete import. So does the window's close button. What comes from elsewhere does not
-// wait: a second "Open" is passed over, a pulled cable disconnects, and a program that is told to
-// quit reads to the end first.
+// wait: a second "Open" is passed over, an unplugged controller disconnects, and a program that is
+// asked to quit reads to the end first.
 void DataLoggerApp::serveLink()
 {
     if (sinceServed.hasExpired(ServeIntervalMs - 1)) {

@@ -82,7 +82,7 @@ private:
     // Both survive close and open: a frame cut by a close takes its payload from the next session.
     quint32 readState = 0;   // 0: the header comes next, 1: the payload
     quint32 frameLength = 0; // of the frame that readState is in, bytes
-    QTimer pollTimer;        // backstop for bytes that no readyRead announced
+    QTimer pollTimer;        // for bytes that no readyRead announced
     QTimer reconnectTimer;
     bool receiving = false;                                 // inside dataAvaliable
     std::vector<std::unique_ptr<QSerialPort>> retiredPorts; // closed, with readyRead on the stack

@@ -10,8 +10,8 @@ class QIODevice;
 namespace comm {
 
 // A frame of the link, the same in both directions: the length of the payload as 32 bits,
-// little-endian, then the payload. Nothing marks where a frame starts, so a reader that loses count
-// does not find its way back.
+// little-endian, then the payload. Nothing marks where a frame starts, so a reader that gets out
+// of step cannot recover.
 
 // The payload with its length in front. A payload above 4 GiB - 1 ends the program.
 std::string makeFrame(std::string payload);

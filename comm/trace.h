@@ -9,7 +9,7 @@
 namespace comm {
 
 // The diagnostic channel: standard output. Every call is flushed before it returns, so that after a
-// crash the last trace tells how far the program came. A reader of the pipe that does not drain it
+// crash the last line tells how far the program came. A reader of the pipe that does not drain it
 // therefore stops the caller. Whole calls never interleave, from whatever thread.
 inline void traceText(std::string_view text)
 {

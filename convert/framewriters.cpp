@@ -172,7 +172,7 @@ private:
             return;
         }
         if (frame.bus < 0) {
-            report.odd("a frame without a bus, written as of the first one");
+            report.odd("a frame without a bus number, written as of the first bus");
         }
         if (kind == Kind::Candump) {
             writeCandump(output, frame);

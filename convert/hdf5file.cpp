@@ -28,7 +28,7 @@ void check(herr_t result)
 Hdf5Handle createFile(const std::string& path)
 {
     if (path == "-") {
-        throw Trouble("standard output: cannot be an HDF5 file");
+        throw ConversionError("standard output: cannot be an HDF5 file");
     }
     H5dont_atexit();                             // files that failed would be written once more
     H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr); // no messages of this thread's calls

@@ -80,7 +80,7 @@ public:
     Hdf5File(const std::string& path, bool replaces);
 
     // A dataset with the attributes "name" and, if there is one, "unit". Groups on its path are
-    // made at need.
+    // made where they are missing.
     // The column lives until commit().
     Hdf5Column& addColumn(
         const std::string& path, Hdf5Column::Type type, const std::string& name,
@@ -90,6 +90,7 @@ public:
     Hdf5Handle addTags();
     static void appendTag(hid_t tags, double seconds, std::string_view text);
 
+    // After all columns have been flushed and destroyed.
     void commit();
 
 private:

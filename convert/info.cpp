@@ -104,7 +104,7 @@ void tellBackup(std::ostream& out, InputFile& file, Report& report)
     const std::string block = file.readAll().toStdString();
     file.check();
     if (formats::isEmptyConfigurationBlock(block)) {
-        throw Trouble(file.name() + ": has no configuration");
+        throw ConversionError(file.name() + ": has no configuration");
     }
     if (qFromLittleEndian<quint32>(block.data()) > block.size() - sizeof(quint32)) {
         report.odd("the file breaks off, or is no backup");
@@ -124,7 +124,7 @@ void tellBlackbox(std::ostream& out, InputFile& file, Report& report)
     FrameCount frames(known);
     try {
         readFramesOf(file, Kind::Blackbox, frames, known);
-    } catch (const Trouble&) {
+    } catch (const ConversionError&) {
         if (survey.isEmpty()) {
             throw;
         }

@@ -26,15 +26,15 @@ InputFile::InputFile(const std::string& inputPath)
         inputPath == "-" ? dup(STDIN_FILENO) : ::open(inputPath.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status = {};
     if (fd < 0 || fstat(fd, &status) != 0) {
-        throw Trouble(path, "cannot read", errno);
+        throw ConversionError(path, "cannot read", errno);
     }
     QFile::open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     if (S_ISDIR(status.st_mode)) {
-        throw Trouble(path + ": is a folder");
+        throw ConversionError(path + ": is a folder");
     }
     if (peek(1).isEmpty()) {
         check();
-        throw Trouble(path + ": is empty");
+        throw ConversionError(path + ": is empty");
     }
 }
 
@@ -51,7 +51,7 @@ void InputFile::makeRepeatable()
         isWritten = std::fwrite(block.constData(), 1, size, copy) == size;
     }
     if (!isWritten || std::fflush(copy) != 0) {
-        throw Trouble(path, "cannot keep a copy in the folder for temporary files", errno);
+        throw ConversionError(path, "cannot keep a copy in the folder for temporary files", errno);
     }
     check();
     QFile::close();
@@ -67,7 +67,7 @@ void InputFile::rewind()
 void InputFile::check() const
 {
     if (error() == QFileDevice::ReadError) {
-        throw Trouble(path + ": cannot read: " + errorString().toStdString());
+        throw ConversionError(path + ": cannot read: " + errorString().toStdString());
     }
 }
 

@@ -11,7 +11,7 @@ namespace convert {
 class InputFile : public QFile
 {
 public:
-    // Throws Trouble for what cannot be opened, is a folder, or is empty.
+    // Throws ConversionError for what cannot be opened, is a folder, or is empty.
     explicit InputFile(const std::string& inputPath);
 
     // To the beginning. What cannot be read twice, such as a pipe, is copied to a temporary file at
@@ -19,7 +19,7 @@ public:
     void makeRepeatable();
     void rewind();
 
-    // Throws Trouble if reading has failed since.
+    // Throws ConversionError if reading has failed since.
     void check() const;
 
     const std::string& name() const { return path; } // for messages

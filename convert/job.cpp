@@ -31,7 +31,7 @@ void convertRecords(const Job& job, InputFile& file, Output& output, Report& rep
 {
     const LogSurvey survey = surveyOf(file, job.from, report);
     if (survey.isEmpty()) {
-        throw Trouble(file.name() + ": has no records; for its CAN frames see --frames");
+        throw ConversionError(file.name() + ": has no records; for its CAN frames see --frames");
     }
     Target target(output, survey, report);
     readRecordsOf(file, job.from, survey, target);
@@ -77,14 +77,14 @@ void convertDatabase(const Job& job)
     process.setInputChannelMode(QProcess::ForwardedInputChannel);
     process.start("xcu-signals", arguments);
     if (!process.waitForStarted()) {
-        throw Trouble("xcu-signals, which reads databases, cannot be started");
+        throw ConversionError("xcu-signals, which reads databases, cannot be started");
     }
     process.waitForFinished(-1);
     if (process.exitStatus() != QProcess::NormalExit) {
-        throw Trouble(shownName(job.input) + ": xcu-signals was ended");
+        throw ConversionError(shownName(job.input) + ": xcu-signals was ended");
     }
     if (process.exitCode() != 0) {
-        throw Trouble(""); // it has said why
+        throw ConversionError(""); // it has said why
     }
 }
 
@@ -123,10 +123,10 @@ std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind)
     // A log that a power cut has torn may have zero bytes, but not ahead of its header.
     const bool isText = kind == Kind::Log ? sample.startsWith("#;") : isWide;
     if (kind != Kind::Blackbox && kind != Kind::Backup && sample.contains('\0') && !isText) {
-        throw Trouble(file->name() + ": is binary, not a ." + wordOf(kind) + " file");
+        throw ConversionError(file->name() + ": is binary, not a ." + wordOf(kind) + " file");
     }
     if (kind == Kind::Log && sample.startsWith('(')) {
-        throw Trouble(file->name() + ": looks like a CAN trace; try --from candump");
+        throw ConversionError(file->name() + ": looks like a CAN trace; try --from candump");
     }
     return file;
 }
@@ -146,7 +146,7 @@ void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& repor
     }
     file.check();
     if (target.count == 0) {
-        throw Trouble(
+        throw ConversionError(
             file.name() + ": has no CAN frame that a ." + wordOf(kind) + " file can have");
     }
 }
@@ -154,7 +154,8 @@ void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& repor
 void convertFile(const Job& job, Report& report)
 {
     if (!job.rival.empty()) {
-        throw Trouble(job.input + ": " + job.output + " is made of " + job.rival + " already");
+        throw ConversionError(
+            job.input + ": " + job.output + " is made of " + job.rival + " already");
     }
     if (isDatabase(job.from)) {
         convertDatabase(job);
@@ -168,7 +169,7 @@ void convertFile(const Job& job, Report& report)
     try {
         writeHdf5(job, *file, report);
     } catch (const Hdf5Failure&) {
-        throw Trouble(job.output + ": cannot write; is the disk full?");
+        throw ConversionError(job.output + ": cannot write; is the disk full?");
     }
 }
 

@@ -24,16 +24,16 @@ struct Job
 // Why a file of this kind does not become one of the other; empty if it does.
 std::string impossible(const Job& job);
 
-// Throws Trouble; then there is no output.
+// Throws ConversionError; then there is no output.
 void convertFile(const Job& job, Report& report);
 
-// What is in a file, in lines for people. Throws Trouble.
+// What is in a file, in lines for people. Throws ConversionError.
 std::string info(const std::string& input, Kind from, Report& report);
 
-// Opens a file and looks whether it can be of that kind. Throws Trouble.
+// Opens a file and looks whether it can be of that kind. Throws ConversionError.
 std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind);
 
-// Gives the frames of a trace or a black-box record. Throws Trouble if there is none.
+// Gives the frames of a trace or a black-box record. Throws ConversionError if there is none.
 void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& report);
 
 } // namespace convert

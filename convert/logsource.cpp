@@ -144,7 +144,7 @@ LogSurvey surveyOf(InputFile& file, Kind kind, Report& report)
     } else {
         LogReader(survey, &report).read(file);
         if (survey.isEmpty()) {
-            throw Trouble(file.name() + ": has no record of a log");
+            throw ConversionError(file.name() + ": has no record of a log");
         }
     }
     file.rewind();
@@ -196,7 +196,7 @@ std::vector<std::string> LogSurvey::columns() const
         const bool hasName = i < labels.size() && labels[i] != "x" && !labels[i].empty();
         names.push_back(hasName ? labels[i] : "channel " + std::to_string(i));
     }
-    return toldApart(names, {"time_s", "tag"}, "channel");
+    return uniqueNames(names, {"time_s", "tag"}, "channel");
 }
 
 char* putSeconds(char* out, std::uint32_t milliseconds)
@@ -209,7 +209,7 @@ char* putSeconds(char* out, std::uint32_t milliseconds)
     return out;
 }
 
-std::vector<std::string> toldApart(
+std::vector<std::string> uniqueNames(
     const std::vector<std::string>& names, const std::vector<std::string>& taken,
     const std::string& what)
 {

@@ -69,7 +69,7 @@ struct LogSurvey : LogTarget
 
 // Looks through the records of a session's log or of a black-box record, whose channels are In0 and
 // on, behind them Out0 and on. What is odd is reported: lines that are no records, torn ones, jumps
-// of the clock. Leaves the file at its beginning. Throws Trouble for a text that is no log.
+// of the clock. Leaves the file at its beginning. Throws ConversionError for a text that is no log.
 LogSurvey surveyOf(InputFile& file, Kind kind, Report& report);
 void surveyBlackbox(InputFile& file, LogSurvey& survey, Report& report);
 
@@ -82,8 +82,8 @@ void readBlackboxRecords(InputFile& file, const LogSurvey& survey, LogTarget& ta
 char* putSeconds(char* out, std::uint32_t milliseconds);
 constexpr std::size_t MaxSecondsLength = 16;
 
-// The names, those that came before, or are taken anyhow, with what tells them apart behind them.
-std::vector<std::string> toldApart(
+// Makes names unique: one that occurred before, or is taken, gets " (<what> <index>)" at its end.
+std::vector<std::string> uniqueNames(
     const std::vector<std::string>& names, const std::vector<std::string>& taken,
     const std::string& what);
 

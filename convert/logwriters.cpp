@@ -31,7 +31,7 @@ std::vector<std::string> pathParts(std::vector<std::string> names, const std::st
     for (std::string& name : names) {
         std::replace(name.begin(), name.end(), '/', '|');
     }
-    return toldApart(names, {"."}, what);
+    return uniqueNames(names, {"."}, what);
 }
 
 std::string csvField(std::string_view text)

@@ -58,12 +58,12 @@ private:
     Hdf5Handle tags;
 };
 
-// The unit that a channel's label ends with, ahead of what stands in round brackets: in square
-// brackets, or a usual one behind a blank; empty without one.
+// The unit at the end of a channel's label, before text in parentheses: in square brackets, or a
+// common unit after a blank; else empty.
 std::string unitOf(std::string_view label);
 
-// The names as parts of paths in HDF5, where "/", which would be a group, becomes "|"; told apart
-// as toldApart() does.
+// The names as parts of paths in HDF5, where "/", which would be a group, becomes "|"; made unique
+// as by uniqueNames().
 std::vector<std::string> pathParts(std::vector<std::string> names, const std::string& what);
 
 // A field as RFC 4180 has it: in quotes if it holds what separates fields.

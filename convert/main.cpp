@@ -15,12 +15,12 @@
 
 namespace {
 
+using convert::ConversionError;
 using convert::Job;
 using convert::Kind;
 using convert::Report;
-using convert::Trouble;
 
-constexpr int SomeTrouble = 1;
+constexpr int SomeFilesFailed = 1;
 constexpr int WrongUse = 2;
 
 struct Options
@@ -67,8 +67,7 @@ Kind kindOf(const std::string& path, const std::string& word, const char* option
     const auto kind = word.empty() ? convert::kindOfName(path) : convert::kindOfWord(word);
     if (!kind) {
         throw CLI::ValidationError(
-            convert::shownName(path),
-            std::string("the name does not tell what it is; say ") + option);
+            convert::shownName(path), std::string("unknown kind of file; use ") + option);
     }
     return *kind;
 }
@@ -130,11 +129,11 @@ std::string inLines(const std::string& text)
     return result;
 }
 
-// Removes unfinished files when the program is told to quit. To be made ahead of other threads,
+// Removes unfinished files when the program is asked to quit. To be made ahead of other threads,
 // which then leave the signals to it.
 void watchSignals()
 {
-    std::signal(SIGPIPE, SIG_IGN); // a write that fails is told like any other
+    std::signal(SIGPIPE, SIG_IGN); // a failed write is reported like any other
     static sigset_t quitting;
     sigemptyset(&quitting);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
@@ -199,7 +198,7 @@ void tell(const Job& job, Report& report)
 {
     const std::string text = convert::info(job.input, job.from, report);
     if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
-        throw Trouble("standard output", "cannot write", errno);
+        throw ConversionError("standard output", "cannot write", errno);
     }
 }
 
@@ -260,7 +259,7 @@ int run(int argc, char** argv)
     watchSignals();
     const bool isFine =
         options.info ? forEach(jobs, 1, tell) : forEach(jobs, options.jobs, convert::convertFile);
-    return isFine ? 0 : SomeTrouble;
+    return isFine ? 0 : SomeFilesFailed;
 }
 
 } // namespace
@@ -271,6 +270,6 @@ int main(int argc, char** argv)
         return run(argc, argv);
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "xcu-convert: %s\n", failure.what());
-        return SomeTrouble;
+        return SomeFilesFailed;
     }
 }

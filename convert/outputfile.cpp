@@ -38,7 +38,7 @@ PartFile::PartFile(std::string targetPath, bool replaces)
     std::error_code error;
     const auto status = std::filesystem::status(target, error);
     if (is_regular_file(status) && !mayReplace) {
-        throw Trouble(target + ": is there already; --force replaces it");
+        throw ConversionError(target + ": is there already; --force replaces it");
     }
     if (exists(status) && !is_regular_file(status)) {
         fd = open(target.c_str(), O_WRONLY | O_CLOEXEC);
@@ -69,7 +69,7 @@ PartFile::~PartFile()
 
 void PartFile::fail() const
 {
-    throw Trouble(target == "-" ? "standard output" : target, "cannot write", errno);
+    throw ConversionError(target == "-" ? "standard output" : target, "cannot write", errno);
 }
 
 void PartFile::commit()

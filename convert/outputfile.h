@@ -6,9 +6,9 @@
 
 namespace convert {
 
-// A file that comes into being whole or not at all: written beside its place under the name
-// "<path>.<random>.part" and renamed when it is done. What is no regular file, such as a pipe, is
-// written to as it stands. All operations throw Trouble.
+// A file that is there whole or not at all: written as "<path>.<random>.part" and renamed when it
+// is complete. What is no regular file, such as a pipe, is written to directly. All operations
+// throw ConversionError.
 class PartFile
 {
 public:
@@ -26,7 +26,7 @@ public:
     [[noreturn]] void fail() const; // by errno
     void commit();
 
-    // Removes the part files of all threads, for a program that is told to quit.
+    // Removes the part files of all threads, for a program that is asked to quit.
     static void removeAll();
 
 private:

@@ -6,8 +6,8 @@
 
 namespace convert {
 
-Trouble::Trouble(const std::string& path, const std::string& what, int error)
-    : Trouble(path + ": " + what + ": " + std::strerror(error))
+ConversionError::ConversionError(const std::string& path, const std::string& what, int error)
+    : ConversionError(path + ": " + what + ": " + std::strerror(error))
 {}
 
 void Report::odd(const std::string& what, std::int64_t line)

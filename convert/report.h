@@ -9,15 +9,15 @@
 namespace convert {
 
 // Why a file could not be converted; the text is for the user and names the file.
-class Trouble : public std::runtime_error
+class ConversionError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
     // "<path>: <what>: <the system's word for an error number>"
-    Trouble(const std::string& path, const std::string& what, int error);
+    ConversionError(const std::string& path, const std::string& what, int error);
 };
 
-// What was odd in one input file: each kind of oddity is told once, with its first place and count.
+// What was odd in one input file: each kind once, with its first place and its count.
 class Report
 {
 public:

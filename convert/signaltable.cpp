@@ -136,9 +136,9 @@ SignalSet::SignalSet(const std::string& path, Report& report)
         given.push_back(shown);
     }
     if (signalList.isEmpty()) {
-        throw Trouble(shownName(path) + ": has no signal");
+        throw ConversionError(shownName(path) + ": has no signal");
     }
-    names = toldApart(given, {"time_s"}, "signal");
+    names = uniqueNames(given, {"time_s"}, "signal");
 }
 
 std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output, Report& report)

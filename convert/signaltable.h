@@ -14,7 +14,7 @@ namespace convert {
 // said so.
 struct SignalSet
 {
-    // Throws Trouble for a file that has no signal.
+    // Throws ConversionError for a file that has no signal.
     SignalSet(const std::string& path, Report& report);
 
     QVector<CanSignalData> signalList; // those that lie within a frame

@@ -22,7 +22,7 @@ public:
 
     QString root() const { return rootDirectory; }
 
-    // What makes a program see the testbed.
+    // Adds the variables that make a program use the testbed.
     QProcessEnvironment addTo(QProcessEnvironment environment) const;
 
     // Puts a controller on the USB bus, or takes it away. The name is that of the port, such as

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-// Whoever shows logger records.
+// Interface of the viewers of logger records.
 class IDataPresenter
 {
 public:
