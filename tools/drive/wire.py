@@ -9,19 +9,19 @@ import sys
 import tempfile
 
 
-def load_schema():
-    """The module generated from the schema of the link."""
+def load_schema(name):
+    """The module generated from a file of schema/, named without its ending."""
     folder = pathlib.Path(__file__).resolve().parents[2] / "schema"
     with tempfile.TemporaryDirectory() as made:
-        command = ["protoc", f"-I{folder}", f"--python_out={made}", "link.proto"]
+        command = ["protoc", f"-I{folder}", f"--python_out={made}", f"{name}.proto"]
         subprocess.run(command, check=True)
         sys.path.insert(0, made)
-        module = __import__("link_pb2")
+        module = __import__(f"{name}_pb2")
         sys.path.remove(made)
     return module
 
 
-link = load_schema()
+link = load_schema("link")
 
 
 class Tail:
