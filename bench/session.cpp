@@ -5,9 +5,9 @@
 // them, and the requests of a session that leave while the operator looks back at ten minutes at
 // 1 kHz. A run counts if the files are complete.
 #include "bench/benchmark.h"
+#include "bench/rigthread.h"
 #include "schema/link.pb.h"
 #include "support/consolerig.h"
-#include "support/portrig.h"
 
 #include <QCommandLineParser>
 
@@ -32,7 +32,7 @@ class Session
 {
 public:
     Session()
-        : rig(options(), PortRig::Lives::InOwnThread)
+        : rig(options())
     {
         fillPast();
         rig.plug();
@@ -92,7 +92,7 @@ public:
     QCustomPlot* plot() { return console.plot(); }
 
     ConsoleHome home;
-    PortRig rig;
+    RigThread rig;
     ConsoleRig console;
     int texts = 0;
 
@@ -126,6 +126,7 @@ private:
         rig.run([=](VirtualController& unit) {
             unit.setRecordRate(records);
             unit.setFrameRate(frames);
+            return 0;
         });
     }
 };

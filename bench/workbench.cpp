@@ -3,8 +3,8 @@
 // bench_workbench: what a record costs the window in plots and in value viewers, and how long a map
 // of 64 by 64 holds it up.
 #include "bench/benchmark.h"
+#include "bench/rigthread.h"
 #include "schema/link.pb.h"
-#include "support/portrig.h"
 #include "workbench/chartview.h"
 #include "workbench/mainwindow.h"
 #include "workbench/maptuning.h"
@@ -98,7 +98,7 @@ void measureMaps(Benchmark& bench)
 {
     simulator::ControllerOptions options;
     options.maps = {{64, 64}};
-    PortRig rig(options, PortRig::Lives::InOwnThread);
+    RigThread rig(options);
     rig.plug();
     MainWindow window;
     window.show();

@@ -150,8 +150,9 @@ def full_disk(build):
 
 
 def forget_root():
-    """Or permissions would not bind: CAP_DAC_OVERRIDE and CAP_DAC_READ_SEARCH go."""
-    for capability in (1, 2):
+    """Or permissions would not bind, nor would the mark of a port that another program has open:
+    CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH and CAP_SYS_ADMIN go."""
+    for capability in (1, 2, 21):
         ctypes.CDLL(None).prctl(24, capability, 0, 0, 0)
 
 
@@ -214,11 +215,35 @@ def stall(build):
 
 
 def damage(build):
-    """Frames cut anywhere, doubled, and with nonsense between them."""
-    with Bench(build, "--garbage", "3", "--double", "7", "--split") as bench:
+    """Frames late, cut anywhere, lost, doubled, and with nonsense between them."""
+    faults = ["--delay", "50", "--garbage", "3", "--drop", "5", "--double", "7", "--split"]
+    with Bench(build, *faults) as bench:
         console = connect(bench, "set channelCount currentIndex 3")
         log(bench, console)
-        same(leave(bench, console), written_log(bench.files("*.log")[0]), "log")
+        bench.tell("trouble delay 0")
+        see(bench, 100)  # none is on its way any more
+        log_text = leave(bench, console)
+        same(log_text, written_log(bench.files("*.log")[0]), "log")
+        numbers = [int(record.partition(";")[0]) for record in log_text.splitlines()]
+        steps = {after - before for before, after in zip(numbers, numbers[1:])}
+        assert {0, 1, 2} <= steps and min(steps) == 0, f"steps of the record number: {steps}"
+        assert bench.line().answers("garbage"), "no nonsense"
+        trace = reversed((bench.home / "trace").read_text().splitlines())
+        first = {line.split()[2]: int(line.split()[0]) for line in trace}
+        assert first["out"] - first["in"] > 40, "the first answer is not late"
+
+
+def successor(build):
+    """Whoever opens the port after a program that was killed in a flood gets nothing of it."""
+    with Bench(build, "--records-per-second", "flood") as bench:
+        console = connect(bench, "click passiveDatalogger", "set channelCount currentIndex 0")
+        log(bench, console, 1000)
+        console.process.kill()
+        console.process.wait()
+        console = connect(bench, setup=forget_root)
+        bench.tell("trouble drop 1")
+        until(lambda: console.sizes_read() == bench.line().sizes_since_opened(), "all is read")
+        console.close("DataLoggerApp")
 
 
 def departure(build):
@@ -293,8 +318,8 @@ def cycles(build, count=200):
         console.close("DataLoggerApp")
 
 
-SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, departure, shared,
-             tuning, cycles]
+SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, successor, departure,
+             shared, tuning, cycles]
 
 
 def main(build, name=None, *arguments):

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QDir>
+#include <QDirIterator>
+#include <QFile>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -11,8 +13,15 @@
 class TestHome
 {
 public:
-    TestHome();
-    ~TestHome();
+    TestHome()
+    {
+        documents().mkpath(QStringLiteral("."));
+        qputenv("HOME", directory.path().toLocal8Bit());
+        qputenv("XDG_CONFIG_HOME", directory.filePath(".config").toLocal8Bit());
+        qunsetenv("XDG_CONFIG_DIRS");
+        QDir::setCurrent(directory.path());
+    }
+    ~TestHome() { QDir::setCurrent(workingDirectory); }
     TestHome(const TestHome&) = delete;
     TestHome& operator=(const TestHome&) = delete;
 
@@ -20,15 +29,35 @@ public:
     QDir documents() const { return QDir(directory.filePath("Documents")); }
 
     // Writes a file into the home and gives its path.
-    QString write(const QString& name, const QByteArray& content) const;
+    QString write(const QString& name, const QByteArray& content) const
+    {
+        QFile file(root().filePath(name));
+        file.open(QIODevice::WriteOnly);
+        file.write(content);
+        return file.fileName();
+    }
 
     // The files of one kind, such as "*.log", below the documents folder; oldest first.
-    QStringList files(const QString& pattern) const;
+    QStringList files(const QString& pattern) const
+    {
+        QStringList paths;
+        QDirIterator found(
+            documents().path(), {pattern}, QDir::Files, QDirIterator::Subdirectories);
+        while (found.hasNext()) {
+            paths.append(found.next());
+        }
+        paths.sort();
+        return paths;
+    }
 
 private:
     QTemporaryDir directory;
-    QString workingDirectory;
+    QString workingDirectory = QDir::currentPath();
 };
 
 // The bytes of a file; "no such file" if it cannot be read.
-QByteArray contents(const QString& path);
+inline QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no such file");
+}

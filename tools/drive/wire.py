@@ -76,6 +76,9 @@ class Line:
     def sizes(self):
         return [len(response.payload) for response in self.responses]
 
+    def sizes_since_opened(self):
+        return [len(one.payload) for one in self.responses if one.connection == self.connection]
+
     def answers(self, member):
         """The messages of one kind, in order."""
         answers = (response.answer for response in self.responses)
