@@ -15,21 +15,23 @@ namespace {
 
 constexpr std::size_t mostDrawnByChart = 50; // points
 constexpr std::size_t mostWhole = 2000;      // points up to which a series holds all of them
+constexpr qreal besidePoint = 4; // pixels that a curve may take up left and right of a point
 constexpr double beyond = std::numeric_limits<double>::infinity();
 constexpr double ownColumn = std::numeric_limits<double>::quiet_NaN(); // not equal to any other
 
 } // namespace
 
-PlotCurve::PlotCurve(QLineSeries& lineSeries, QValueAxis& horizontalAxis)
+PlotCurve::PlotCurve(QLineSeries& lineSeries, QValueAxis& horizontalAxis, QValueAxis& verticalAxis)
     : QGraphicsObject(lineSeries.chart())
     , series(lineSeries)
     , axisX(horizontalAxis)
     , pen(lineSeries.pen())
 {
-    constexpr qreal overSeries = 100;
-    setZValue(overSeries);
+    constexpr qreal asSeries = 4; // so that all curves lie in the order of their choice
+    setZValue(asSeries);
     setFlag(ItemUsesExtendedStyleOption); // tells paint what is exposed
     connect(&axisX, &QValueAxis::rangeChanged, this, &PlotCurve::changeView);
+    connect(&verticalAxis, &QValueAxis::rangeChanged, this, [this] { update(); });
     connect(series.chart(), &QChart::plotAreaChanged, this, &PlotCurve::changeView);
     changeView();
 }
@@ -99,8 +101,8 @@ bool PlotCurve::show(int index)
 {
     const double next = columnOf(history[index].x);
     if (next != column) {
-        if (std::isinf(column)) {
-            shown << at(index - 1); // where the curve comes back from
+        if (!shown.isEmpty() && shown.last() != at(index - 1)) {
+            shown << at(index - 1); // where the curve leaves the column
         }
         column = next;
         start = shown.size();
@@ -113,8 +115,12 @@ bool PlotCurve::show(int index)
         return false;
     }
     (y < history[low].y ? low : high) = index;
-    shown.resize(start);
-    shown << at(std::min(low, high)) << at(std::max(low, high));
+    shown.resize(start + 1);
+    for (const int extreme : {std::min(low, high), std::max(low, high)}) {
+        if (shown.last() != at(extreme)) {
+            shown << at(extreme);
+        }
+    }
     return true;
 }
 
@@ -130,24 +136,29 @@ void PlotCurve::updateNewest()
     const qreal from = position(shown[std::max(start - 1, 0)]).x();
     const qreal to = position(shown.last()).x();
     const QRectF strip(std::min(from, to), plotArea.top(), std::abs(to - from), plotArea.height());
-    const QRectF inView = strip.adjusted(-pen.widthF(), 0, pen.widthF(), 1) & boundingRect();
+    const QRectF inView = strip.adjusted(-besidePoint, 0, besidePoint, 1) & boundingRect();
     if (!inView.isEmpty()) {
         update(inView); // an empty one would mean all
     }
 }
 
-// One row and one column of pixels more than the plot area: a curve along an edge is not cut.
+// The pixels that the chart clips its series to: a curve along the right or lower edge is not cut.
 QRectF PlotCurve::boundingRect() const
 {
-    return plotArea.adjusted(0, 0, 0.5, 0.5).toAlignedRect();
+    const auto beyondEdge = [](qreal from, qreal size) {
+        return std::max(from - std::floor(from), size + 0.5 - std::floor(size + 0.5));
+    };
+    const qreal overRight = beyondEdge(plotArea.x(), plotArea.width());
+    const qreal overBottom = beyondEdge(plotArea.y(), plotArea.height());
+    return plotArea.adjusted(0, 0, overRight, overBottom).toAlignedRect();
 }
 
 void PlotCurve::paint(
     QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* /*widget*/)
 {
     const QRectF exposed = option->exposedRect.translated(-plotArea.topLeft());
-    const double from = left + (exposed.left() - pen.widthF()) * width;
-    const double to = left + (exposed.right() + pen.widthF()) * width;
+    const double from = left + (exposed.left() - besidePoint) * width;
+    const double to = left + (exposed.right() + besidePoint) * width;
     painter->setClipRect(boundingRect(), Qt::IntersectClip);
     painter->setPen(pen);
     for (int index = 1; index < shown.size(); ++index) {

@@ -17,9 +17,9 @@ namespace workbench {
 // new point changes only a narrow strip; the series has no pen, and its signals are blocked when
 // points are added.
 //
-// The series holds all points up to 2,000. Beyond, it holds what can be seen: the lowest and the
-// highest point of each column of pixels, so that no peak is lost, and where the curve leaves the
-// view and comes back.
+// The series holds all points up to 2,000. Beyond, it holds what can be seen: of each column of
+// pixels the first, the lowest, the highest and the last point, so that no peak is lost and a gap
+// is crossed as by all points, and where the curve leaves the view and comes back.
 class PlotCurve : public QGraphicsObject
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ class PlotCurve : public QGraphicsObject
 public:
     // The series is empty, in the chart, and attached to both axes. The chart owns the curve, which
     // has to go before its series.
-    PlotCurve(QLineSeries& lineSeries, QValueAxis& horizontalAxis);
+    PlotCurve(QLineSeries& lineSeries, QValueAxis& horizontalAxis, QValueAxis& verticalAxis);
 
     // X need not ascend: a controller that restarts begins its time anew.
     void append(float x, int y);
@@ -65,7 +65,7 @@ private:
     double right = 0;  // X values at the ends of the view
     double width = 0;  // of a column, in X values
     double column = 0; // counted from X = 0; infinite outside the view, NaN up to 2,000 points
-    int start = 0;     // in shown
+    int start = 0;     // in shown; its first point
     int low = 0;       // in history
     int high = 0;      // in history
 };

@@ -107,7 +107,7 @@ void PlotViewer::addCurve(int channel)
     series[channel] = added;
     added->attachAxis(axisX);
     added->attachAxis(axisY);
-    curves[channel] = new workbench::PlotCurve(*added, *axisX);
+    curves[channel] = new workbench::PlotCurve(*added, *axisX, *axisY);
 }
 
 void PlotViewer::removeCurve(int channel)
