@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// One file through all readers of traces in text form and the log reader. None gives out more than
-// a file of that size can hold.
+// One file through all readers. None gives out more than a file of that size can hold, and every
+// value of a black box is one of a channel that the record names.
+#include "formats/blackboxreader.h"
+#include "formats/channels.h"
 #include "formats/logreader.h"
 #include "formats/traceframes.h"
 #include "formats/traceimport.h"
@@ -9,6 +11,7 @@
 
 #include <QBuffer>
 #include <cstdlib>
+#include <google/protobuf/stubs/logging.h>
 
 namespace {
 
@@ -21,11 +24,12 @@ struct LogCount : formats::LogSink
     void addRecord(int, const std::vector<int>& values) override { count += values.size(); }
 };
 
-struct FrameCount : formats::FrameSink
+struct FrameCount : formats::BlackboxSink
 {
     std::size_t count = 0;
     bool isRight = true;
 
+    void addRecord(quint32, const std::vector<int>&, const std::vector<int>&) override {}
     void addFrame(const formats::TraceFrame& frame) override
     {
         ++count;
@@ -34,10 +38,25 @@ struct FrameCount : formats::FrameSink
     void addOddity(const char*, std::int64_t) override {}
 };
 
+bool readsBlackbox(QIODevice& device)
+{
+    const formats::BlackboxRecord record(device);
+    const auto channels = static_cast<std::size_t>(record.channelTexts().size());
+    bool isRight = channels <= formats::ChannelTotal;
+    record.readRecords([&](int, int firstChannel, const std::vector<int>& values) {
+        isRight &= static_cast<std::size_t>(firstChannel) + values.size() <= channels;
+    });
+    QVector<CanFrames> frames;
+    formats::TraceImport import(frames);
+    record.readFrames(import);
+    return isRight;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
+    google::protobuf::SetLogHandler(nullptr);
     QBuffer device;
     device.setData(reinterpret_cast<const char*>(data), static_cast<int>(size));
     device.open(QIODevice::ReadOnly);
@@ -51,6 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         const int count = format.read(device, import);
         isRight &= count == frames.size() && static_cast<std::size_t>(count) <= size;
     }
+    device.seek(0);
+    isRight &= readsBlackbox(device);
     using formats::TraceKind;
     for (const TraceKind kind :
          {TraceKind::Txt, TraceKind::Candump, TraceKind::Trc, TraceKind::Csv, TraceKind::Asc,
@@ -60,7 +81,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         formats::readFrames(device, kind, frames);
         isRight &= frames.isRight && frames.count <= size;
     }
-    if (!isRight) {
+    device.seek(0);
+    FrameCount frames;
+    formats::readBlackbox(device, frames);
+    if (!isRight || !frames.isRight) {
         std::abort();
     }
     return 0;

@@ -56,6 +56,10 @@ private slots:
     {
         const std::string one = input("one", 1);
         const std::string two = input("two", 2);
+        std::string all; // types
+        for (int type = 0; type < 24; ++type) {
+            all += type < 17 ? input("", 0, type) : output("", 0, type - 17);
+        }
         const QList<std::pair<std::string, QString>> rows = {
             {input("", 5), "5=ADC"}, // the number is lost
             {input("Load %1", 5), "5=Load ADC (3%3)"},
@@ -65,7 +69,9 @@ private slots:
             {input("n", 5, 5, 4294967295U), "5=n (ADC sw4294967295)"},
             {input("n", 5, 13) + input("n", 5, 16), "5=n (3)|5=n (CSl3)"},
             {input("n", 5, 17) + input("n", 5, IntMin), "5=n (3)|5=n (3)"},
-            {output("n", 5, 0) + output("n", 5, 6), "5=n (PWM3)|5=n (PWR3)"},
+            {all, "0=ADC|0=Freq|0=Digital|0=PHW|0=CAN|0=ADC sw|0=Const|0=CMP|0=DIV|0=Isense|"
+                  "0=Duty|0=MapIn|0=AHRS|0=|0=CanObj|0=GR|0=CSl|"
+                  "0=PWM|0=DAC|0=CAN|0=I|0=MAP|0=SPL|0=PWR"},
             {output("n", 5, 7) + input("n", 6), "6=n (ADC3)|5=n (3)"},
             {input("n", 127) + input("n", 128) + input("n", -1), "127=n (ADC3)"},
             {input("n", IntMin) + input("n", 0), "0=n (ADC3)"},
