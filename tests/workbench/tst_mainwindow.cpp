@@ -33,139 +33,134 @@ class TestMainWindow : public QObject
     Q_OBJECT
 
 private slots:
-    void recordsReachAllSinks();
-    void connectingStartsLoggerAndMaps();
-    void controllersComeAndGo();
-    void viewersAndWindowGoWhileWorkersPoll();
+    void recordsReachAllSinks()
+    {
+        ComPort port;
+        CommandsSender sender(port);
+        LoggerDataDistributor distributor(sender);
+        QString calls;
+        Sink a{[&] { calls += 'a'; }};
+        Sink b{[&] { calls += 'b'; }};
+        Sink leaving{[&] {
+            distributor.removeSink(&leaving);
+            distributor.removeSink(&b);
+            calls += 'l';
+        }};
+        for (IDataPresenter* sink : {&b, &a, &leaving, &leaving, &b, &a}) {
+            distributor.addSink(sink);
+        }
+        distributor.loggerDataReceived(1, 2, {3});
+        QCOMPARE(calls, QString("bala"));
+        distributor.loggerDataReceived(2, 3, {4});
+        distributor.loggerDataReceived(3, 4, std::vector<int>(1025)); // no controller means that
+        QCOMPARE(calls, QString("balaaa"));
+    }
+
+    void connectingStartsLoggerAndMaps()
+    {
+        ConnectedWorkbench bench;
+        QStatusTipEvent menuEntryWithoutTip{QString()};
+        QCoreApplication::sendEvent(bench.window.get(), &menuEntryWithoutTip);
+        QCOMPARE(bench.status(), QString("Connected"));
+        QCOMPARE(bench.entries("menuDataViewer"), QStringList({"Value Viewer", "Plot Viewer"}));
+        QCOMPARE(bench.entries("menuPid_Tuning"), QStringList());
+        const QStringList maps{"Map 0", "Map 1", "Map 2", "Map 3"};
+        QTRY_COMPARE(bench.entries("menuMap_Tuning"), maps);
+        const auto& start = bench.controller().received()[0].datalogger_start();
+        QCOMPARE(start.channels_size(), 32);
+        QCOMPARE(start.channels(31), 31U);
+        QCOMPARE(start.passive(), 0U);
+        bench.choose("menuDataViewer", "Value Viewer");
+        QTRY_COMPARE(bench.window->findChildren<QCheckBox*>().size(), 32);
+        for (const char* count : {"1", "0", "65537"}) {
+            bench.answer(std::string("map_tuner_started { map_count: ") + count + "}");
+        }
+        const int requests = bench.controller().count(pollRequest);
+        QTRY_VERIFY(bench.controller().count(pollRequest) > requests + 1);
+        QCOMPARE(bench.entries("menuMap_Tuning"), maps);
+    }
+
+    void controllersComeAndGo()
+    {
+        ConnectedWorkbench bench;
+        simulator::VirtualController& unit = bench.controller();
+        const auto reset = [&](auto mutableMember) { // by a command that comes byte by byte
+            xcu::Command command;
+            (command.*mutableMember)();
+            QByteArray frame;
+            simulator::appendFrame(frame, command);
+            for (const char byte : frame) {
+                unit.receive({1, byte});
+            }
+        };
+        QTRY_VERIFY(unit.count(pollRequest) > 1);
+        unit.receive(QByteArray("\x08\0\0", 3)); // half a frame goes with its link
+        {
+            const StdoutCapture capture;
+            bench.rig.unplug();
+            QTRY_VERIFY(capture.text().count("<<==>>X") > 3); // the worker polls into the void
+        }
+        QCOMPARE(bench.entries("menuConnection"), QStringList());
+        QAction stranger;
+        bench.window->portConnect(&stranger);
+        QCOMPARE(bench.status(), QString("Failed to connect"));
+        reset(&xcu::Command::mutable_reset_to_bootloader);
+        const QString serialNumber = bench.rig.serialNumber();
+        QTRY_COMPARE(bench.entries("menuConnection"), QStringList(serialNumber));
+        const auto connectAndPoll = [&] {
+            unit.clearReceived();
+            bench.choose("menuConnection", serialNumber);
+            QTRY_VERIFY(unit.count(pollRequest) > 4);
+        };
+        const quint64 answers = unit.responsesSent();
+        connectAndPoll();
+        QCOMPARE(unit.responsesSent(), answers); // a bootloader has none for the workbench
+        QVERIFY(!unit.logger().isRunning());
+        reset(&xcu::Command::mutable_reset);
+        QTRY_COMPARE(bench.entries("menuConnection"), QStringList(serialNumber));
+        connectAndPoll();
+        QVERIFY(unit.responsesSent() > answers);
+        QCOMPARE(bench.status(), QString("Connected"));
+    }
+
+    void viewersAndWindowGoWhileWorkersPoll()
+    {
+        ConnectedWorkbench bench;
+        for (int round = 0; round < 30; ++round) {
+            bench.choose("menuDataViewer", "Value Viewer");
+            bench.choose("menuDataViewer", "Plot Viewer");
+            bench.controller().pushRecord();
+            QCoreApplication::processEvents();
+            const QList<QMdiSubWindow*> viewers = bench.subWindows();
+            // Both ways to go: closed by the operator, and destroyed from inside.
+            viewers[round % 2]->close();
+            delete viewers[(round + 1) % 2]->widget();
+            bench.controller().pushRecord();
+            for (QMdiSubWindow* left : bench.subWindows()) {
+                left->close();
+            }
+        }
+        const quint64 records = bench.controller().recordsSent();
+        QTRY_VERIFY(bench.controller().recordsSent() > records + 1);
+        QCOMPARE(bench.window->findChildren<QLabel*>("seqNo").size(), 0);
+        for (int start = 0; start < 20; ++start) {
+            bench.answer("logger_started {}");
+        }
+        // This one stops none of them. One worker alone would need 20 s for what follows.
+        bench.answer("logger_stopped {}");
+        const int requests = bench.controller().count(pollRequest);
+        QTRY_VERIFY(bench.controller().count(pollRequest) > requests + 200);
+        bench.choose("menuMap_Tuning", "Map 0");
+        bench.choose("menuDataViewer", "Value Viewer");
+        bench.choose("menuDataViewer", "Plot Viewer");
+        bench.subWindows().last()->close(); // it is still there when the window goes
+        bench.window.reset();
+        QTRY_VERIFY(!bench.rig.port().isInUse());
+    }
 
 private:
     TestHome home;
 };
-
-void TestMainWindow::recordsReachAllSinks()
-{
-    ComPort port;
-    CommandsSender sender(port);
-    LoggerDataDistributor distributor(sender);
-    QString calls;
-    Sink a{[&] { calls += 'a'; }};
-    Sink b{[&] { calls += 'b'; }};
-    Sink leaving{[&] {
-        distributor.removeSink(&leaving);
-        distributor.removeSink(&b);
-        calls += 'l';
-    }};
-    for (IDataPresenter* sink : {&b, &a, &leaving, &leaving, &b, &a}) {
-        distributor.addSink(sink);
-    }
-    distributor.loggerDataReceived(1, 2, {3});
-    QCOMPARE(calls, QString("bala"));
-    distributor.loggerDataReceived(2, 3, {4});
-    distributor.loggerDataReceived(3, 4, std::vector<int>(1025)); // no controller means that
-    QCOMPARE(calls, QString("balaaa"));
-}
-
-void TestMainWindow::connectingStartsLoggerAndMaps()
-{
-    ConnectedWorkbench bench;
-    QStatusTipEvent menuEntryWithoutTip{QString()};
-    QCoreApplication::sendEvent(bench.window.get(), &menuEntryWithoutTip);
-    QCOMPARE(bench.status(), QString("Connected"));
-    QCOMPARE(bench.entries("menuDataViewer"), QStringList({"Value Viewer", "Plot Viewer"}));
-    QCOMPARE(bench.entries("menuPid_Tuning"), QStringList());
-    const QStringList maps{"Map 0", "Map 1", "Map 2", "Map 3"};
-    QTRY_COMPARE(bench.entries("menuMap_Tuning"), maps);
-    const auto& start = bench.controller().received()[0].datalogger_start();
-    QCOMPARE(start.channels_size(), 32);
-    QCOMPARE(start.channels(31), 31U);
-    QCOMPARE(start.passive(), 0U);
-    bench.choose("menuDataViewer", "Value Viewer");
-    QTRY_COMPARE(bench.window->findChildren<QCheckBox*>().size(), 32);
-    for (const char* count : {"1", "0", "65537"}) {
-        bench.answer(std::string("map_tuner_started { map_count: ") + count + "}");
-    }
-    const int requests = bench.controller().count(pollRequest);
-    QTRY_VERIFY(bench.controller().count(pollRequest) > requests + 1);
-    QCOMPARE(bench.entries("menuMap_Tuning"), maps);
-}
-
-void TestMainWindow::controllersComeAndGo()
-{
-    ConnectedWorkbench bench;
-    simulator::VirtualController& unit = bench.controller();
-    const auto reset = [&](auto mutableMember) { // by a command that comes byte by byte
-        xcu::Command command;
-        (command.*mutableMember)();
-        QByteArray frame;
-        simulator::appendFrame(frame, command);
-        for (const char byte : frame) {
-            unit.receive({1, byte});
-        }
-    };
-    QTRY_VERIFY(unit.count(pollRequest) > 1);
-    unit.receive(QByteArray("\x08\0\0", 3)); // half a frame goes with its link
-    {
-        const StdoutCapture capture;
-        bench.rig.unplug();
-        QTRY_VERIFY(capture.text().count("<<==>>X") > 3); // the worker polls into the void
-    }
-    QCOMPARE(bench.entries("menuConnection"), QStringList());
-    QAction stranger;
-    bench.window->portConnect(&stranger);
-    QCOMPARE(bench.status(), QString("Failed to connect"));
-    reset(&xcu::Command::mutable_reset_to_bootloader);
-    const QString serialNumber = bench.rig.serialNumber();
-    QTRY_COMPARE(bench.entries("menuConnection"), QStringList(serialNumber));
-    const auto connectAndPoll = [&] {
-        unit.clearReceived();
-        bench.choose("menuConnection", serialNumber);
-        QTRY_VERIFY(unit.count(pollRequest) > 4);
-    };
-    const quint64 answers = unit.responsesSent();
-    connectAndPoll();
-    QCOMPARE(unit.responsesSent(), answers); // a bootloader has none for the workbench
-    QVERIFY(!unit.logger().isRunning());
-    reset(&xcu::Command::mutable_reset);
-    QTRY_COMPARE(bench.entries("menuConnection"), QStringList(serialNumber));
-    connectAndPoll();
-    QVERIFY(unit.responsesSent() > answers);
-    QCOMPARE(bench.status(), QString("Connected"));
-}
-
-void TestMainWindow::viewersAndWindowGoWhileWorkersPoll()
-{
-    ConnectedWorkbench bench;
-    for (int round = 0; round < 30; ++round) {
-        bench.choose("menuDataViewer", "Value Viewer");
-        bench.choose("menuDataViewer", "Plot Viewer");
-        bench.controller().pushRecord();
-        QCoreApplication::processEvents();
-        const QList<QMdiSubWindow*> viewers = bench.subWindows();
-        // Both ways to go: closed by the operator, and destroyed from inside.
-        viewers[round % 2]->close();
-        delete viewers[(round + 1) % 2]->widget();
-        bench.controller().pushRecord();
-        for (QMdiSubWindow* left : bench.subWindows()) {
-            left->close();
-        }
-    }
-    const quint64 records = bench.controller().recordsSent();
-    QTRY_VERIFY(bench.controller().recordsSent() > records + 1);
-    QCOMPARE(bench.window->findChildren<QLabel*>("seqNo").size(), 0);
-    for (int start = 0; start < 20; ++start) {
-        bench.answer("logger_started {}");
-    }
-    // This one stops none of them. One worker alone would need 20 s for what follows.
-    bench.answer("logger_stopped {}");
-    const int requests = bench.controller().count(pollRequest);
-    QTRY_VERIFY(bench.controller().count(pollRequest) > requests + 200);
-    bench.choose("menuMap_Tuning", "Map 0");
-    bench.choose("menuDataViewer", "Value Viewer");
-    bench.choose("menuDataViewer", "Plot Viewer");
-    bench.subWindows().last()->close(); // it is still there when the window goes
-    bench.window.reset();
-    QTRY_VERIFY(!bench.rig.port().isInUse());
-}
 
 QTEST_MAIN(TestMainWindow)
 #include "tst_mainwindow.moc"
