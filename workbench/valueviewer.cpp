@@ -12,11 +12,23 @@
 
 namespace {
 
-// A new text in a label without a fixed size makes the layout compute all rows again.
-void setTextAndSize(QLabel* label, const QString& text)
+// A new text makes the layout compute all rows again, unless the label counts as hidden. Fixed
+// sizes would do that too, but labels of a fixed height overlap where the window is too small.
+void setTextInPlace(QLabel* label, const QString& text)
 {
+    const bool wasHidden = label->isHidden();
+    label->setAttribute(Qt::WA_WState_Hidden, true);
     label->setText(text);
-    label->setFixedSize(label->sizeHint());
+    label->setAttribute(Qt::WA_WState_Hidden, wasHidden);
+}
+
+void setHeading(QLabel* label, const QString& text)
+{
+    const QSize size = label->sizeHint();
+    setTextInPlace(label, text);
+    if (label->sizeHint() != size) {
+        label->updateGeometry();
+    }
 }
 
 } // namespace
@@ -36,15 +48,15 @@ ValueViewer::ValueViewer(QWidget* parent)
     gridLayout->setObjectName(QStringLiteral("gridLayout"));
     seqNo->setObjectName(QStringLiteral("seqNo"));
     timestamp->setObjectName(QStringLiteral("timestamp"));
-    gridLayout->addWidget(seqNo, 0, 0, Qt::AlignLeft | Qt::AlignVCenter);
-    gridLayout->addWidget(timestamp, 0, 1, Qt::AlignLeft | Qt::AlignVCenter);
+    gridLayout->addWidget(seqNo, 0, 0);
+    gridLayout->addWidget(timestamp, 0, 1);
 }
 
 void ValueViewer::update(
     unsigned int sampleNumber, unsigned int timestampMs, std::vector<int>& values)
 {
-    setTextAndSize(seqNo, QStringLiteral("SeqNo: %1").arg(sampleNumber));
-    setTextAndSize(timestamp, QStringLiteral("Timestamp: %1").arg(timestampMs));
+    setHeading(seqNo, QStringLiteral("SeqNo: %1").arg(sampleNumber));
+    setHeading(timestamp, QStringLiteral("Timestamp: %1").arg(timestampMs));
     const int rows = static_cast<int>(channelLabels.size());
     for (const QString& name : workbench::channelNames(rows, static_cast<int>(values.size()))) {
         addRow(name);
@@ -54,7 +66,7 @@ void ValueViewer::update(
         QLabel* value = channelValues[channel];
         // Painting a hundred labels one by one takes twice as long as painting their column.
         value->setAttribute(Qt::WA_UpdatesDisabled, true);
-        value->setText(QString::number(values[channel]));
+        setTextInPlace(value, QString::number(values[channel]));
         value->setAttribute(Qt::WA_UpdatesDisabled, false);
         column |= value->geometry();
     }
@@ -64,14 +76,14 @@ void ValueViewer::update(
 void ValueViewer::addRow(const QString& name)
 {
     auto* label = new QLabel(name);
-    auto* value = new QLabel;
-    setTextAndSize(value, QString::number(std::numeric_limits<int>::min())); // the widest
+    auto* value = new QLabel(QString::number(std::numeric_limits<int>::min())); // the widest
+    value->setMinimumWidth(value->sizeHint().width());
     value->setText(QStringLiteral("0"));
     auto* check = new QCheckBox;
     check->setCheckState(Qt::Checked);
     const int row = static_cast<int>(channelLabels.size()) + 1;
     gridLayout->addWidget(label, row, 0);
-    gridLayout->addWidget(value, row, 1, Qt::AlignLeft | Qt::AlignVCenter);
+    gridLayout->addWidget(value, row, 1);
     gridLayout->addWidget(check, row, 2);
     channelNames.push_back(name.toStdString());
     channelShown.push_back(true);

@@ -169,6 +169,12 @@ void TestViewers::setupAndReadingView()
     }
     const QImage seen = viewer.screen()->grabWindow(viewer.winId()).toImage();
     QCOMPARE(differenceOf(seen, viewer.grab().toImage()), 0);
+    // A sub-window does not grow with the rows: they are cut then, but do not overlap.
+    viewer.setFixedSize(300, 50);
+    QCoreApplication::processEvents();
+    const QList<QLabel*> labels = viewer.findChildren<QLabel*>();
+    QCOMPARE(labels[6]->geometry().top(), labels[7]->geometry().top());
+    QVERIFY(labels[5]->geometry().bottom() < labels[7]->geometry().top());
 }
 
 void TestViewers::chosenChannels()
