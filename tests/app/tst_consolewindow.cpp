@@ -4,26 +4,36 @@
 #include <QMetaMethod>
 #include <QSpinBox>
 #include <QSplitter>
+#include <QTableView>
 #include <QTableWidget>
 
 namespace {
 
-// Notes what the status bar says whenever it is painted.
+// Notes what a widget shows whenever it is painted.
 class PaintLog : public QObject
 {
 public:
     int count = 0;
     QString lastText;
 
+    PaintLog(QWidget* widget, std::function<QString()> textFunction)
+        : text(std::move(textFunction))
+    {
+        widget->installEventFilter(this);
+    }
+
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override
+    bool eventFilter(QObject*, QEvent* event) override
     {
         if (event->type() == QEvent::Paint) {
-            lastText = qobject_cast<QStatusBar*>(watched)->currentMessage();
+            lastText = text();
             ++count;
         }
         return false;
     }
+
+private:
+    std::function<QString()> text;
 };
 
 } // namespace
@@ -129,27 +139,38 @@ private slots:
             QCOMPARE(console.plot()->graph(3)->name(), "Oil");
             QVERIFY(!console.plot()->graph(3)->visible());
             QVERIFY(!home.keys().contains("ui/channels/4/selected"));
+            for (const char* name : {"splitter", "splitter_2"}) {
+                auto* splitter = console.child<QSplitter>(name);
+                splitter->setSizes({300, 200});
+                emit splitter->splitterMoved(300, 1);
+            }
         }
         QCOMPARE(home.stored("ui/refreshRate").toInt(), 2000);
         home.store("ui/isMaximized", "true");
-        QVERIFY(ConsoleRig().window.isMaximized());
+        ConsoleRig later;
+        QVERIFY(later.window.isMaximized());
+        for (const auto& [name, key] :
+             {std::pair{"splitter", "ui/channelLayout"}, {"splitter_2", "ui/canLayout"}}) {
+            QCOMPARE(later.child<QSplitter>(name)->saveState(), home.stored(key).toByteArray());
+            QCOMPARE(later.child<QSplitter>(name)->sizes().count(0), 0);
+        }
     }
 
     // Hidden panels stay hidden, and since no box changes, their empty container stays.
     void hiddenPanelsComeBackHidden()
     {
         ConsoleHome home;
-        for (const char* key :
-             {"ui/showChannelSelector", "ui/virtualInputShow", "ui/pidTunerShow"}) {
+        const QList<std::tuple<const char*, const char*, QString>> panels = {
+            {"canMsg", "CanbusWidget", "ui/pidTunerShow"},
+            {"dataSelectorShow", "dataSeriesWidget", "ui/showChannelSelector"},
+            {"virtualInputsShow", "virtualInputsWidget", "ui/virtualInputShow"}};
+        for (const auto& [box, panel, key] : panels) {
             home.store(key, true);
         }
         ConsoleRig console;
         const auto* container = console.child<QWidget>("addonsContainer");
         QVERIFY(!container->isHidden());
-        for (const auto& [box, panel, key] :
-             {std::tuple{"canMsg", "CanbusWidget", "ui/pidTunerShow"},
-              {"dataSelectorShow", "dataSeriesWidget", "ui/showChannelSelector"},
-              {"virtualInputsShow", "virtualInputsWidget", "ui/virtualInputShow"}}) {
+        for (const auto& [box, panel, key] : panels) {
             for (const bool isHidden : {true, false, true}) {
                 QCOMPARE(console.child<QWidget>(panel)->isHidden(), isHidden);
                 QCOMPARE(home.stored(key), QVariant(isHidden));
@@ -160,37 +181,27 @@ private slots:
         }
     }
 
-    void splittersRememberTheirPlaces()
-    {
-        ConsoleHome home;
-        for (const auto& [name, key] :
-             {std::pair{"splitter", "ui/channelLayout"}, {"splitter_2", "ui/canLayout"}}) {
-            ConsoleRig console;
-            auto* splitter = console.child<QSplitter>(name);
-            splitter->setSizes({300, 200});
-            emit splitter->splitterMoved(300, 1);
-            QCOMPARE(home.stored(key).toByteArray(), splitter->saveState());
-            QCOMPARE(ConsoleRig().child<QSplitter>(name)->saveState(), splitter->saveState());
-        }
-    }
-
-    void statusTextsArePaintedAtTheDisplaysPace()
+    // Of a burst the last frame is always shown, in the table and by the status text.
+    void framesArePaintedAtTheDisplaysPace()
     {
         ConsoleHome home;
         ConsoleRig console;
         console.window.show();
+        console.click("candump"); // opens its window
         auto* bar = console.child<QStatusBar>("statusBar");
-        PaintLog paints;
-        bar->installEventFilter(&paints);
+        const auto* table = inOpenWindow<QTableView>("CandumpWindow");
+        PaintLog texts(bar, [bar] { return bar->currentMessage(); });
+        PaintLog frames(
+            table->viewport(), [table] { return table->model()->index(0, 9).data().toString(); });
         for (int i = 0; i < 1000; ++i) {
-            emit console.window.addLog(QString::number(i));
+            console.window.candump(i, 0, 0x123, false, false, false, "");
             QCoreApplication::processEvents();
         }
-        QVERIFY(paints.count < 500);
-        bar->removeEventFilter(&paints);
+        QVERIFY(texts.count < 500 && frames.count < 500);
         const QImage inPause = bar->grab().toImage();
-        bar->installEventFilter(&paints);
-        QTRY_COMPARE(paints.lastText, "999");
+        texts.lastText.clear(); // that was a painting too
+        QTRY_COMPARE(texts.lastText, "Received can999 frame #123");
+        QTRY_COMPARE(frames.lastText, "CAN999");
         QCOMPARE(bar->grab().toImage(), inPause);
     }
 

@@ -58,6 +58,18 @@ void withFile(
     action();
 }
 
+// Of an open window with this name the widget of this kind; null if there is none.
+template <typename Widget>
+Widget* inOpenWindow(const char* windowName)
+{
+    for (const QWidget* window : QApplication::topLevelWidgets()) {
+        if (window->objectName() == QLatin1String(windowName) && window->isVisible()) {
+            return window->findChild<Widget*>();
+        }
+    }
+    return nullptr;
+}
+
 // The real window, reached by object names as an operator's hands would.
 class ConsoleRig
 {
