@@ -73,6 +73,7 @@ private slots:
         const auto previous = qInstallMessageHandler(takeComplaint);
         const QAbstractItemModelTester tester(
             model.get(), QAbstractItemModelTester::FailureReportingMode::Warning);
+        QSignalSpy inserted(model.get(), &QAbstractItemModel::rowsInserted);
         QSignalSpy changed(model.get(), &QAbstractItemModel::dataChanged);
         QByteArray byte = "00";
         for (const int id : {0x123, 0x12, 0x18daf110, std::numeric_limits<int>::min(), 0x12}) {
@@ -87,6 +88,7 @@ private slots:
             rows << model->headerData(row, Qt::Vertical).toString();
         }
         QCOMPARE(rows, QStringList({"0xffffffff80000000", "0x012", "0x123", "0x18daf110"}));
+        QCOMPARE(inserted.count(), 4);
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.at(0).at(0).toModelIndex(), model->index(1, 0));
         QCOMPARE(changed.at(0).at(2).value<QVector<int>>(), QVector<int>({0, 9}));
