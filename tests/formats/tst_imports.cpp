@@ -123,6 +123,7 @@ private slots:
             {"NUL", ".candump", {"(1\0) c 1\0#02\n", 13}, "0 can0 0 [1] 02"},
             {"FD digit is a byte", ".candump", "(1) c 123##1aagFf", "0 can0 123 [3] 01aaff"},
             {"later FD marker", ".candump", "(1) c 1#2##345\n", "0 can0 0 [2] 0345"},
+            {"second marker ends", ".candump", "(1) c 1#02#03\n", one},
             {"identifiers", ".candump", "(1) c 7fffffff#R\n2) c 0x10#7\n3 c 80000000#\n4",
              "0 can0 7fffffff [0] |1 can0 10 [1] 07|2 can0 0 [0] |3 can0 0 [0] "},
             {"cut at 64", ".candump", "(1) c 1#" + QByteArray(130, '1'),
@@ -226,7 +227,8 @@ private slots:
             device.open(QIODevice::ReadOnly);
             return std::make_unique<BlackboxRecord>(device);
         };
-        const auto record = parse(file.SerializeAsString());
+        const std::string newerField = "\x18\x01"; // passed over
+        const auto record = parse(newerField + file.SerializeAsString());
         QCOMPARE(
             record->statusText(), "Read log file. 4 log points (2 IN/1 OUT), 2 canbus frames, 1");
         QCOMPARE(recordsOf(*record), "1000+0:-1,0,2|2000+0:-1|2000+2:1|3000+0:-1,0,3|0+0:-1,0|");
