@@ -40,6 +40,9 @@ struct CurvePicture::Job
         , curves(wanted.curves)
         , isDone(static_cast<std::size_t>((picture.width() + StripeWidth - 1) / StripeWidth))
     {
+        if (picture.isNull()) {
+            throw std::bad_alloc();
+        }
         const History* original = nullptr;
         for (Curve& curve : curves) {
             if (curve.history != original) {
@@ -105,7 +108,11 @@ CurvePicture::CurvePicture(QCustomPlot* plot)
     connect(plot, &QCustomPlot::afterReplot, this, [this] { isReplotting = false; });
     poll.setInterval(PollMs);
     connect(&poll, &QTimer::timeout, this, [this] {
-        if (job->age.hasExpired(LongJobMs) || job->isFinished()) {
+        const bool isFinished = job->isFinished();
+        if (isFinished) {
+            poll.stop(); // whether or not a replot takes the picture: its layer may be hidden
+        }
+        if (isFinished || job->age.hasExpired(LongJobMs)) {
             emit improved();
         }
     });

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/graph.h"
 
+#include "chart/columns.h"
 #include "chart/curvepicture.h"
 
 namespace chart {
@@ -53,9 +54,8 @@ void Graph::absorb() const
     }
 }
 
-// The library's own code, over the points between two keys and some beside them.
-template <typename Work>
-auto Graph::withLibrary(const Span& keys, Work work) const
+// Between two keys, and some beside them.
+QVector<QCPGraphData> Graph::pointsBetween(const Span& keys) const
 {
     absorb();
     QVector<QCPGraphData> points;
@@ -64,6 +64,13 @@ auto Graph::withLibrary(const Span& keys, Work work) const
             points.append({block.keys()[static_cast<std::size_t>(i)], block.value(channel, i)});
         }
     });
+    return points;
+}
+
+// The library's own code, over these points.
+template <typename Work>
+auto Graph::withLibrary(const QVector<QCPGraphData>& points, Work work) const
+{
     isLent = true;
     mDataContainer->set(points, true);
     const auto takeBack = qScopeGuard([this] {
@@ -77,7 +84,7 @@ void Graph::draw(QCPPainter* painter)
 {
     if (!isPlainLine() || !picture->inReplot()) {
         const QCPRange keys = mKeyAxis->range();
-        withLibrary({keys.lower, keys.upper}, [&] { QCPGraph::draw(painter); });
+        withLibrary(pointsBetween({keys.lower, keys.upper}), [&] { QCPGraph::draw(painter); });
     }
 }
 
@@ -113,24 +120,58 @@ int Graph::findEnd(double sortKey, bool expandedRange) const
     return expandedRange ? qMin(count, end + 1) : end;
 }
 
+QCPRange Graph::dataValueRange(int index) const
+{
+    const double value = dataMainValue(index);
+    return {value, value};
+}
+
+QPointF Graph::dataPixelPosition(int index) const
+{
+    return coordsToPixels(dataMainKey(index), dataMainValue(index));
+}
+
+// The plot asks every graph at each press and each step of the wheel. Of a crowded column the
+// library gets a line that covers what is painted.
 double Graph::selectTest(const QPointF& pos, bool onlySelectable, QVariant* details) const
 {
+    absorb();
     const int reach = mParentPlot->selectionTolerance();
     Span keys;
     keys.include(mKeyAxis->pixelToCoord(pos.x() - reach));
     keys.include(mKeyAxis->pixelToCoord(pos.x() + reach));
-    return withLibrary(keys, [&] { return QCPGraph::selectTest(pos, onlySelectable, details); });
+    const auto columnOf = [this](double key) { return qFloor(mKeyAxis->coordToPixel(key)); };
+    QVector<QCPGraphData> points;
+    visitColumns(*history, channel, keys, columnOf, [&](const Column& column) {
+        for (int i = 0; i < column.fewCount(); ++i) {
+            const Point& point = column.few[static_cast<std::size_t>(i)];
+            points.append({point.key, point.value});
+        }
+        if (column.isCrowded()) {
+            const Point last = column.last();
+            points.append({last.key, column.values.lowest});
+            points.append({last.key, column.values.highest});
+            points.append({last.key, last.value});
+        }
+    });
+    return withLibrary(points, [&] { return QCPGraph::selectTest(pos, onlySelectable, details); });
+}
+
+QCPDataSelection Graph::selectTestRect(const QRectF& rect, bool onlySelectable) const
+{
+    return withLibrary(
+        pointsBetween(), [&] { return QCPGraph::selectTestRect(rect, onlySelectable); });
 }
 
 QCPRange Graph::getKeyRange(bool& found, QCP::SignDomain domain) const
 {
-    return withLibrary({-Infinite, Infinite}, [&] { return QCPGraph::getKeyRange(found, domain); });
+    return withLibrary(pointsBetween(), [&] { return QCPGraph::getKeyRange(found, domain); });
 }
 
 QCPRange Graph::getValueRange(bool& found, QCP::SignDomain domain, const QCPRange& keyRange) const
 {
     return withLibrary(
-        {-Infinite, Infinite}, [&] { return QCPGraph::getValueRange(found, domain, keyRange); });
+        pointsBetween(), [&] { return QCPGraph::getValueRange(found, domain, keyRange); });
 }
 
 } // namespace chart

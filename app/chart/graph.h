@@ -32,10 +32,13 @@ public:
     double dataMainKey(int index) const override;
     double dataSortKey(int index) const override { return dataMainKey(index); }
     double dataMainValue(int index) const override;
+    QCPRange dataValueRange(int index) const override;
+    QPointF dataPixelPosition(int index) const override;
     int findBegin(double sortKey, bool expandedRange = true) const override;
     int findEnd(double sortKey, bool expandedRange = true) const override;
     double selectTest(
         const QPointF& pos, bool onlySelectable, QVariant* details = nullptr) const override;
+    QCPDataSelection selectTestRect(const QRectF& rect, bool onlySelectable) const override;
     QCPRange getKeyRange(bool& found, QCP::SignDomain domain = QCP::sdBoth) const override;
     QCPRange getValueRange(
         bool& found, QCP::SignDomain domain = QCP::sdBoth,
@@ -46,8 +49,9 @@ protected:
 
 private:
     void absorb() const;
+    QVector<QCPGraphData> pointsBetween(const Span& keys = {-Infinite, Infinite}) const;
     template <typename Work>
-    auto withLibrary(const Span& keys, Work work) const;
+    auto withLibrary(const QVector<QCPGraphData>& points, Work work) const;
 
     CurvePicture* picture;
     std::shared_ptr<History> history;

@@ -132,6 +132,7 @@ void Block::insert(int index, double key, const double* values)
 History::History(const History& other)
     : ordered(other.ordered)
     , blocks(other.blocks)
+    , channels(other.channels)
 {
     if (other.open) {
         blocks[other.openAt] = std::make_shared<Block>(*other.open);
@@ -140,8 +141,16 @@ History::History(const History& other)
 
 Span History::add(double key, const double* values, int firstChannel, int width)
 {
+    channels.resize(std::max(channels.size(), place(firstChannel + width)));
     const int index = makeRoom(key, firstChannel, width);
     open->insert(index, key, values);
+    for (int i = firstChannel; i < firstChannel + width; ++i) {
+        ++channels[place(i)].count;
+        channels[place(i)].keys.unite({key, key});
+    }
+    if (openAt + 1 < blocks.size()) {
+        starts.clear();
+    }
     ordered = ordered && !std::isnan(key);
     if (!ordered) {
         return {-Infinite, Infinite};
@@ -179,12 +188,8 @@ int History::makeRoom(double key, int firstChannel, int width)
         std::size_t at = blocks.size();
         int index = 0;
         if (at > 0 && key < blocks.back()->keys().back()) {
-            const auto found =
-                std::partition_point(blocks.begin(), blocks.end(), [key](const auto& block) {
-                    return block->keys().back() < key;
-                });
-            at = static_cast<std::size_t>(found - blocks.begin());
-            index = (*found)->lowerBound(key);
+            at = blockAt(key);
+            index = blocks[at]->lowerBound(key);
         }
         if (index == 0 && at > 0 && hasRoom(at - 1)) {
             return open->size();
@@ -242,35 +247,46 @@ void History::startBlock(std::size_t at, int firstChannel, int width)
     openAt = at;
 }
 
-int History::count(int channel) const
+std::size_t History::blockAt(double key) const
 {
-    int points = 0;
-    for (const auto& block : blocks) {
-        points += block->holds(channel) ? block->size() : 0;
+    const auto found = std::partition_point(blocks.begin(), blocks.end(), [key](const auto& block) {
+        return block->keys().back() < key;
+    });
+    return static_cast<std::size_t>(found - blocks.begin());
+}
+
+const std::vector<int>& History::startsOf(int channel) const
+{
+    std::vector<int>& list = starts[channel];
+    if (list.size() != blocks.size()) {
+        list.clear();
+        int points = 0;
+        for (const auto& block : blocks) {
+            list.push_back(points);
+            points += block->holds(channel) ? block->size() : 0;
+        }
     }
-    return points;
+    return list;
 }
 
 std::pair<double, double> History::point(int channel, int index) const
 {
-    for (const auto& block : blocks) {
-        if (block->holds(channel)) {
-            if (index >= 0 && index < block->size()) {
-                return {block->keys()[place(index)], block->value(channel, index)};
-            }
-            index -= block->size();
-        }
+    if (index < 0 || index >= count(channel)) {
+        return {0, 0};
     }
-    return {0, 0};
+    const std::vector<int>& list = startsOf(channel);
+    const auto start = std::upper_bound(list.begin(), list.end(), index) - 1;
+    const Block& block = *blocks[static_cast<std::size_t>(start - list.begin())];
+    return {block.keys()[place(index - *start)], block.value(channel, index - *start)};
 }
 
 int History::lowerBound(int channel, double key) const
 {
-    int points = 0;
-    for (const auto& block : blocks) {
-        points += block->holds(channel) ? block->lowerBound(key) : 0;
+    const std::size_t at = blockAt(key);
+    if (at == blocks.size()) {
+        return count(channel);
     }
-    return points;
+    return startsOf(channel)[at] + (blocks[at]->holds(channel) ? blocks[at]->lowerBound(key) : 0);
 }
 
 } // namespace chart

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -98,10 +99,13 @@ public:
     {
         blocks.clear();
         open = nullptr;
+        channels.clear();
+        starts.clear();
         ordered = true;
     }
 
-    int count(int channel) const;
+    // These are no walk over the points. Not for a history that grows in another thread.
+    int count(int channel) const { return pointsOf(channel).count; }
     std::pair<double, double> point(int channel, int index) const; // key and value; 0 if none
     int lowerBound(int channel, double key) const; // the first index whose key is not less
 
@@ -114,6 +118,19 @@ public:
     bool isOrdered() const { return ordered; }
 
 private:
+    struct Points
+    {
+        int count = 0;
+        Span keys; // between which they are
+    };
+
+    Points pointsOf(int channel) const
+    {
+        const auto at = static_cast<std::size_t>(channel);
+        return at < channels.size() ? channels[at] : Points();
+    }
+    std::size_t blockAt(double key) const; // the first with a key that is not less
+    const std::vector<int>& startsOf(int channel) const;
     int makeRoom(double key, int firstChannel, int width);
     void split(std::size_t at, int index);
     void unpack(std::size_t at);
@@ -123,25 +140,36 @@ private:
     std::vector<std::shared_ptr<Block>> blocks;
     Block* open = nullptr; // the one that takes points
     std::size_t openAt = 0;
+    std::vector<Points> channels;
+    // By channel, if somebody asked: how many of its points are before each block.
+    mutable std::map<int, std::vector<int>> starts;
 };
 
 template <typename Use>
 void History::visit(int channel, const Span& keys, Use use) const
 {
     constexpr int more = 2;
+    const Points points = pointsOf(channel);
+    if (points.count == 0) {
+        return;
+    }
+    // Else a search for the points beside a view without any might walk all blocks.
+    const double lowest = std::clamp(keys.lowest, points.keys.lowest, points.keys.highest);
+    const double highest = std::clamp(keys.highest, lowest, points.keys.highest);
     auto begin = blocks.begin();
     auto end = blocks.end();
     if (ordered) {
-        begin = std::partition_point(
-            begin, end, [&](const auto& block) { return block->keys().back() < keys.lowest; });
+        begin += static_cast<std::ptrdiff_t>(blockAt(lowest));
         end = std::partition_point(
-            begin, end, [&](const auto& block) { return block->keys().front() <= keys.highest; });
-        for (int missing = more; missing > 0 && begin != blocks.begin();) {
+            begin, end, [&](const auto& block) { return block->keys().front() <= highest; });
+        int before = points.keys.lowest < lowest ? more : 0;
+        int behind = points.keys.highest > highest ? more : 0;
+        while (before > 0 && begin != blocks.begin()) {
             --begin;
-            missing -= (*begin)->holds(channel) ? (*begin)->size() : 0;
+            before -= (*begin)->holds(channel) ? (*begin)->size() : 0;
         }
-        for (int missing = more; missing > 0 && end != blocks.end(); ++end) {
-            missing -= (*end)->holds(channel) ? (*end)->size() : 0;
+        for (; behind > 0 && end != blocks.end(); ++end) {
+            behind -= (*end)->holds(channel) ? (*end)->size() : 0;
         }
     }
     for (; begin != end; ++begin) {
@@ -149,10 +177,10 @@ void History::visit(int channel, const Span& keys, Use use) const
         if (!block.holds(channel)) {
             continue;
         }
-        const bool isCutBefore = ordered && block.keys().front() < keys.lowest;
-        const bool isCutBehind = ordered && block.keys().back() > keys.highest;
-        const int first = isCutBefore ? block.lowerBound(keys.lowest) - more : 0;
-        const int last = isCutBehind ? block.upperBound(keys.highest) + more : block.size();
+        const bool isCutBefore = ordered && block.keys().front() < lowest;
+        const bool isCutBehind = ordered && block.keys().back() > highest;
+        const int first = isCutBefore ? block.lowerBound(lowest) - more : 0;
+        const int last = isCutBehind ? block.upperBound(highest) + more : block.size();
         use(block, std::max(first, 0), std::min(last, block.size()));
     }
 }

@@ -49,7 +49,12 @@ void LiveChart::addRecord(double key, const std::vector<int>& values, int first)
             pictures.front()->noteChange(records->add(key, row.data(), first, inRecord));
         }
         for (int i = qMax(0, inRecord); i < count; ++i) {
-            plot->graph(first + i)->addData(key, values[static_cast<std::size_t>(i)]);
+            const double value = values[static_cast<std::size_t>(i)];
+            if (auto* const graph = qobject_cast<Graph*>(plot->graph(first + i))) {
+                graph->addPoint(key, value);
+            } else {
+                plot->graph(first + i)->addData(key, value);
+            }
         }
     } catch (const std::bad_alloc&) {
         // The log goes on without the chart.
@@ -113,8 +118,10 @@ void LiveChart::makeExact()
     if (pictures.front()->inReplot() || isOnScreen()) {
         return;
     }
+    // Not for ever: a picture on a hidden layer takes nothing from its workers.
+    constexpr int most = 4;
     bool isReady = false;
-    while (!isReady) {
+    for (int i = 0; i < most && !isReady; ++i) {
         for (const CurvePicture* picture : pictures) {
             picture->waitForWorkers();
         }

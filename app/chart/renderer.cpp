@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/renderer.h"
 
+#include "chart/columns.h"
+
 #include <QPainter>
 #include <QVector>
-#include <array>
 
 namespace chart {
 
 namespace {
-
-constexpr std::size_t Few = 4;
 
 // Follows a curve from column to column. A few points in a column are joined by lines. More are
 // drawn as a bar from the lowest to the highest, which is faster and hides no more.
@@ -29,8 +28,11 @@ public:
 
 private:
     int columnOf(double key) const;
-    void add(const Curve& curve, const Block& block, int begin, int end);
-    void finishColumn();
+    QPointF position(const Point& point) const
+    {
+        return {scene.keys.pixel(point.key), scene.values.pixel(point.value)};
+    }
+    void paint(const Column& column);
     void addToLine(QPointF point);
     void finishLine();
 
@@ -38,11 +40,6 @@ private:
     QRectF frame; // of the columns
     QPainter painter;
 
-    int column = 0; // the one in hand
-    int count = 0;
-    std::vector<QPointF> points; // the first few of them
-    QPointF last;
-    Span extent;           // from the top down
     QVector<QPointF> line; // begins with the last point of a bar, if there is one before it
 };
 
@@ -61,64 +58,30 @@ void CurvePainter::paint(const Curve& curve)
     Span keys;
     keys.include(scene.keys.coordinate(frame.left() - reach));
     keys.include(scene.keys.coordinate(frame.right() + reach));
-    const bool isOrdered = curve.history->isOrdered();
-    curve.history->visit(curve.channel, keys, [&](const Block& block, int begin, int end) {
-        const double* const all = block.keys().data();
-        while (begin < end) {
-            const int next = columnOf(all[begin]);
-            const auto isInNext = [&](double key) { return columnOf(key) == next; };
-            int stop = begin + 1;
-            if (isOrdered && isInNext(all[end - 1])) {
-                stop = end;
-            } else if (isOrdered) {
-                const double* const found = std::partition_point(all + begin, all + end, isInNext);
-                stop = static_cast<int>(found - all);
-            }
-            if (next != column) {
-                finishColumn();
-                column = next;
-            }
-            add(curve, block, begin, stop);
-            begin = stop;
-        }
-    });
-    finishColumn();
+    visitColumns(
+        *curve.history, curve.channel, keys, [this](double key) { return columnOf(key); },
+        [this](const Column& column) { paint(column); });
     finishLine();
 }
 
-void CurvePainter::add(const Curve& curve, const Block& block, int begin, int end)
+void CurvePainter::paint(const Column& column)
 {
-    const auto position = [&](int index) {
-        return QPointF(
-            scene.keys.pixel(block.keys()[static_cast<std::size_t>(index)]),
-            scene.values.pixel(block.value(curve.channel, index)));
-    };
-    for (int i = begin; i < end && points.size() < Few; ++i) {
-        points.push_back(position(i));
+    Span extent; // from the top down
+    extent.include(scene.values.pixel(column.values.lowest));
+    extent.include(scene.values.pixel(column.values.highest));
+    if (column.count <= Column::Few || extent.isEmpty()) {
+        for (int i = 0; i < column.fewCount(); ++i) {
+            addToLine(position(column.few[static_cast<std::size_t>(i)]));
+        }
+        return;
     }
-    count += end - begin;
-    const Span values = block.extent(curve.channel, begin, end);
-    extent.include(scene.values.pixel(values.lowest));
-    extent.include(scene.values.pixel(values.highest));
-    last = position(end - 1);
-}
-
-void CurvePainter::finishColumn()
-{
-    if (count == static_cast<int>(points.size()) || extent.isEmpty()) {
-        std::for_each(points.begin(), points.end(), [this](QPointF point) { addToLine(point); });
-    } else {
-        addToLine(points.front());
-        finishLine();
-        const double width = painter.pen().widthF();
-        QRectF bar(0, 0, width, qMax(width, extent.highest - extent.lowest));
-        bar.moveCenter(QPointF(column + 0.5, (extent.lowest + extent.highest) / 2));
-        painter.fillRect(bar & frame, painter.pen().color());
-        addToLine(last);
-    }
-    points.clear();
-    count = 0;
-    extent = Span();
+    addToLine(position(column.few.front()));
+    finishLine();
+    const double width = painter.pen().widthF();
+    QRectF bar(0, 0, width, qMax(width, extent.highest - extent.lowest));
+    bar.moveCenter(QPointF(column.number + 0.5, (extent.lowest + extent.highest) / 2));
+    painter.fillRect(bar & frame, painter.pen().color());
+    addToLine(position(column.last()));
 }
 
 void CurvePainter::addToLine(QPointF point)

@@ -305,6 +305,18 @@ private slots:
             const QCPAbstractPlottable* hit = twins.live.plottableAt(place);
             QCOMPARE(hit, graph < 0 ? nullptr : twins.live.plottable(graph));
         }
+        // A drive at 10 kHz: the library is not asked about each point that may be near.
+        for (int i = 0; i < 600'000; ++i) {
+            twins.addRecord(60 + i * 1e-4, {100 + i % 3, 400 + below(300), 900});
+        }
+        twins.both([](QCustomPlot& plot) { plot.xAxis->setRange(60, 120); });
+        for (int value = 0; value < 1000; value += 10) {
+            const QPoint place(160, int(twins.live.yAxis->coordToPixel(value)));
+            for (int i = 0; i < twins.channels; ++i) {
+                const double live = twins.live.graph(i)->selectTest(place, false);
+                QVERIFY(qAbs(live - twins.stock.graph(i)->selectTest(place, false)) < 1);
+            }
+        }
     }
 };
 
