@@ -8,6 +8,8 @@
 
 #include <QFileDialog>
 #include <QScopedValueRollback>
+#include <cstdio>
+#include <new>
 #include <qcustomplot.h>
 
 void DataLoggerApp::on_addCanTrace_clicked()
@@ -62,9 +64,14 @@ void DataLoggerApp::rebuildSignalGraph(int row)
     }
     chart::Graph* graph = canSignalGraphs[row];
     graph->clearPoints();
-    formats::drawSignal(signal, canTraceFrameList, frameIndex, [graph](double time, double value) {
-        graph->addPoint(time, value);
-    });
+    try {
+        formats::drawSignal(
+            signal, canTraceFrameList, frameIndex,
+            [graph](double time, double value) { graph->addPoint(time, value); });
+    } catch (const std::bad_alloc&) {
+        // The log goes on with the part of the curve that there is.
+        std::fprintf(stderr, "chart: out of memory, stopped in a signal\n");
+    }
     requestReplot();
 }
 

@@ -75,8 +75,14 @@ void CurvePainter::paint(const Column& column)
         }
         return;
     }
-    addToLine(position(column.few.front()));
-    finishLine();
+    const QPointF entry = position(column.few.front());
+    if (line.size() == 1 && qAbs(entry.x() - line.first().x()) < 1 && std::isfinite(entry.y())) {
+        extent.include(line.first().y()); // bars that meet need no line between them
+        line.resize(0);
+    } else {
+        addToLine(entry);
+        finishLine();
+    }
     const double width = painter.pen().widthF();
     QRectF bar(0, 0, width, qMax(width, extent.highest - extent.lowest));
     bar.moveCenter(QPointF(column.number + 0.5, (extent.lowest + extent.highest) / 2));
