@@ -52,7 +52,8 @@ struct CurvePicture::Job
             curve.history = &copies.back();
         }
         age.start();
-        for (unsigned i = 0; i < qMax(1U, std::thread::hardware_concurrency()); ++i) {
+        const std::size_t cores = qMax(1U, std::thread::hardware_concurrency());
+        while (workers.size() < qMin(cores, isDone.size())) {
             workers.push_back(std::async(std::launch::async, [this] { paint(); }));
         }
     }
