@@ -3,7 +3,7 @@
 
 #include "chart/history.h"
 
-#include <array>
+#include <QVarLengthArray>
 
 namespace chart {
 
@@ -19,7 +19,6 @@ struct Column
     static constexpr int Few = 4;
 
     bool isCrowded() const { return count > Few && !values.isEmpty(); }
-    int fewCount() const { return std::min(count, Few); }
     Point last() const { return pointOf(*lastBlock, lastIndex); }
     Point pointOf(const Block& block, int index) const
     {
@@ -27,8 +26,8 @@ struct Column
     }
     void add(const Block& block, int begin, int end)
     {
-        for (int i = begin; i < end && count + i - begin < Few; ++i) {
-            few[static_cast<std::size_t>(count + i - begin)] = pointOf(block, i);
+        for (int i = begin; i < end && few.size() < Few; ++i) {
+            few.append(pointOf(block, i));
         }
         count += end - begin;
         lastBlock = &block;
@@ -39,7 +38,7 @@ struct Column
     int channel;
     int number = 0;
     int count = 0;
-    std::array<Point, Few> few = {}; // the first
+    QVarLengthArray<Point, Few> few = {}; // the first
     const Block* lastBlock = nullptr;
     int lastIndex = 0;
     Span values = {};

@@ -143,8 +143,7 @@ double Graph::selectTest(const QPointF& pos, bool onlySelectable, QVariant* deta
     const auto columnOf = [this](double key) { return qFloor(mKeyAxis->coordToPixel(key)); };
     QVector<QCPGraphData> points;
     visitColumns(*history, channel, keys, columnOf, [&](const Column& column) {
-        for (int i = 0; i < column.fewCount(); ++i) {
-            const Point& point = column.few[static_cast<std::size_t>(i)];
+        for (const Point& point : column.few) {
             points.append({point.key, point.value});
         }
         if (column.isCrowded()) {

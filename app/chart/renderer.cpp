@@ -70,8 +70,8 @@ void CurvePainter::paint(const Column& column)
     extent.include(scene.values.pixel(column.values.lowest));
     extent.include(scene.values.pixel(column.values.highest));
     if (column.count <= Column::Few || extent.isEmpty()) {
-        for (int i = 0; i < column.fewCount(); ++i) {
-            addToLine(position(column.few[static_cast<std::size_t>(i)]));
+        for (const Point& point : column.few) {
+            addToLine(position(point));
         }
         return;
     }
