@@ -246,7 +246,7 @@ bool CurvePicture::update(const Scene& wanted)
     }
     double reach = 0; // of a point into the columns beside its own
     for (const Curve& curve : wanted.curves) {
-        reach = qMax(reach, 3 + curve.pen.widthF());
+        reach = qMax(reach, 1 + curve.pen.widthF());
     }
     const double one = wanted.keys.pixel(changes.lowest);
     const double other = wanted.keys.pixel(changes.highest);

@@ -91,31 +91,46 @@ void Block::pack(const double* values)
     }
 }
 
+quint64 Block::distance(const Column& column, int index) const
+{
+    const std::size_t at = place(index) * place(column.bits);
+    const auto bits = qFromLittleEndian<quint64>(&bytes[column.start + at / 8]);
+    return bits >> at % 8 & ((quint64{1} << column.bits) - 1);
+}
+
 double Block::value(int channel, int index) const
 {
     const Column& column = columns[place(channel - first)];
-    const std::size_t at = place(index) * place(column.bits);
-    const unsigned char* const from = &bytes[column.start + at / 8];
     if (column.bits == 64) {
         double value = 0;
-        std::memcpy(&value, from, sizeof value);
+        std::memcpy(&value, &bytes[column.start + place(index) * sizeof value], sizeof value);
         return value;
     }
-    const quint64 bits =
-        qFromLittleEndian<quint64>(from) >> at % 8 & ((quint64{1} << column.bits) - 1);
-    return column.values.lowest + static_cast<double>(bits);
+    return column.values.lowest + static_cast<double>(distance(column, index));
 }
 
 Span Block::extent(int channel, int begin, int end) const
 {
-    Span values = columns[place(channel - first)].values;
-    if (values.isEmpty() || end - begin < size()) {
-        values = Span();
+    const Column& column = columns[place(channel - first)];
+    if (!column.values.isEmpty() && end - begin == size()) {
+        return column.values;
+    }
+    Span values;
+    if (column.bits == 64) {
         for (int i = begin; i < end; ++i) {
             values.include(value(channel, i));
         }
+        return values;
     }
-    return values;
+    quint64 least = distance(column, begin);
+    quint64 most = least;
+    for (int i = begin + 1; i < end; ++i) {
+        const quint64 next = distance(column, i);
+        least = std::min(least, next);
+        most = std::max(most, next);
+    }
+    const double lowest = column.values.lowest;
+    return {lowest + static_cast<double>(least), lowest + static_cast<double>(most)};
 }
 
 void Block::insert(int index, double key, const double* values)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QtGlobal>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -59,7 +60,7 @@ public:
         return static_cast<int>(std::upper_bound(times.begin(), times.end(), key) - times.begin());
     }
     double value(int channel, int index) const;
-    Span extent(int channel, int begin, int end) const;
+    Span extent(int channel, int begin, int end) const; // of one point or more
 
     // Does not throw.
     void insert(int index, double key, const double* values);
@@ -73,6 +74,7 @@ private:
         int bits = 64;         // of each
     };
 
+    quint64 distance(const Column& column, int index) const; // of a packed value from the lowest
     void pack(const double* values);
 
     int first;

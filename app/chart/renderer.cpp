@@ -54,7 +54,7 @@ int CurvePainter::columnOf(double key) const
 void CurvePainter::paint(const Curve& curve)
 {
     painter.setPen(curve.pen);
-    const double reach = 2 + curve.pen.widthF(); // of a point into the columns beside its own
+    const double reach = 1 + curve.pen.widthF(); // of a point into the columns beside its own
     Span keys;
     keys.include(scene.keys.coordinate(frame.left() - reach));
     keys.include(scene.keys.coordinate(frame.right() + reach));
