@@ -32,12 +32,12 @@ public:
     quint64 run(Task task)
     {
         quint64 result = 0;
-        invoke([&] { result = task(rig->controller()); });
+        invoke([&] { result = task(rig->controller); });
         return result;
     }
     void plug()
     {
-        invoke([this] { rig->plug(); });
+        invoke([this] { rig->port.plug(); });
     }
     int count(xcu::Command::ReqCase member)
     {

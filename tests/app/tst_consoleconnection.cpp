@@ -30,19 +30,19 @@ private slots:
         QCOMPARE(console.status(), "Failed to connect");
         emit console.window.pongReceived(5); // there is no clock before the first connection
         QCOMPARE(console.status(), "ReceivedPong 5 after 0 ms");
-        rig.plug();
+        rig.port.plug();
         QTRY_COMPARE(list->currentText(), "XCU0007"); // a bootloader by its bare number
         console.click("pushButton_2");
         QCOMPARE(console.status(), "Connected");
         // A unit that restarts is gone, and what comes back is not connected by itself.
-        rig.restartIn(simulator::Mode::Device);
+        rig.port.restartIn(simulator::Mode::Device);
         QTRY_COMPARE(console.text("pushButton_2"), "Connect");
         QTRY_COMPARE(list->currentText(), "XCU0007 XCU");
         QCOMPARE(console.status(), "Disconnected");
-        rig.controller().clearReceived();
+        rig.controller.clearReceived();
         console.click("pushButton_2");
         QTRY_COMPARE(rig.count(xcu::Command::kReadConfiguration), 2);
-        const auto& received = rig.controller().received();
+        const auto& received = rig.controller.received();
         QCOMPARE(received[0].read_configuration().config_id(), 0U);
         QCOMPARE(received[1].read_configuration().config_id(), 6U);
         const QDir folder = home.controllerFolder("XCU0007");
@@ -52,7 +52,7 @@ private slots:
         QStatusTipEvent menuEntryWithoutTip{QString()};
         QCoreApplication::sendEvent(&console.window, &menuEntryWithoutTip);
         QCOMPARE(console.status(), "Disconnected");
-        QTRY_VERIFY(!rig.port().isInUse());
+        QTRY_VERIFY(!rig.port.isInUse());
         QCOMPARE(received.size(), std::size_t(2)); // nothing else was sent
     }
 
@@ -65,7 +65,7 @@ private slots:
         for (const QString& serialNumber : folders.keys()) {
             ConsoleHome home;
             PortRig rig(unit(serialNumber));
-            rig.plug();
+            rig.port.plug();
             ConsoleRig console;
             QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
             console.click("pushButton_2");
@@ -80,26 +80,27 @@ private slots:
     void theSelectedOneOfTwoIsOpened()
     {
         ConsoleHome home;
-        PortRig rig(std::vector<simulator::ControllerOptions>{unit("XCU0001"), unit("XCU0002")});
-        rig.plug(0);
-        rig.plug(1);
+        PortRig rig;
+        simulator::ControllerUnit chosen(rig.testbed, unit("XCU0002"));
+        rig.port.plug();
+        chosen.port.plug();
         ConsoleRig console;
         auto* list = console.child<QComboBox>("xcuSerialNumber");
         QTRY_COMPARE(list->count(), 2);
-        const int chosen = list->findText("XCU0002 XCU");
-        list->setCurrentIndex(chosen);
-        const quint64 before = rig.controller(1).responsesSent();
+        const int index = list->findText("XCU0002 XCU");
+        list->setCurrentIndex(index);
+        const quint64 before = chosen.controller.responsesSent();
         // An unchanged list leaves the selection alone.
         QMetaObject::invokeMethod(&console.window, "refreshPorts");
-        QCOMPARE(list->currentIndex(), chosen);
+        QCOMPARE(list->currentIndex(), index);
         console.click("pushButton_2");
-        QTRY_COMPARE(rig.controller(1).responsesSent(), before + 2);
-        QCOMPARE(rig.count(xcu::Command::kReadConfiguration, 0), 0);
+        QTRY_COMPARE(chosen.controller.responsesSent(), before + 2);
+        QCOMPARE(rig.count(xcu::Command::kReadConfiguration), 0);
         // The other cable: the list is made anew, the connection stays.
-        rig.unplug(0);
+        rig.port.unplug();
         QTRY_COMPARE(list->count(), 1);
         QCOMPARE(list->currentText(), "XCU0002 XCU");
-        rig.plug(0);
+        rig.port.plug();
         QTRY_COMPARE(list->count(), 2);
         QCOMPARE(list->currentIndex(), 0);
         QCOMPARE(console.text("pushButton_2"), "Disconnect");

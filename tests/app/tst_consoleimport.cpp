@@ -13,8 +13,6 @@ QString sample(const char* name)
 
 struct ImportingConsole : ConsoleHome, ConsoleRig
 {
-    using ConsoleRig::open;
-
     QTableWidget* table() { return child<QTableWidget>("canTraceFrames"); }
     QString cell(int row, int column) { return table()->item(row, column)->text(); }
 

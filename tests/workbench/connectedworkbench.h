@@ -14,13 +14,13 @@
 #include <memory>
 
 // The real window with a virtual controller on a mocked port, driven by its menus.
-struct ConnectedWorkbench
+struct ConnectedWorkbench : PortRig
 {
     ConnectedWorkbench()
     {
-        rig.plug();
+        port.plug();
         window->show();
-        choose("menuConnection", rig.serialNumber());
+        choose("menuConnection", controller.options().serialNumber);
     }
 
     QStringList entries(const char* menuName)
@@ -49,13 +49,11 @@ struct ConnectedWorkbench
     {
         xcu::Response response;
         QVERIFY(google::protobuf::TextFormat::ParseFromString(text, &response));
-        controller().send(response);
+        controller.send(response);
     }
 
     QString status() { return window->findChild<QStatusBar*>()->currentMessage(); }
     QList<QMdiSubWindow*> subWindows() { return window->findChild<QMdiArea*>()->subWindowList(); }
-    simulator::VirtualController& controller() { return rig.controller(); }
 
-    PortRig rig;
     std::unique_ptr<MainWindow> window = std::make_unique<MainWindow>();
 };

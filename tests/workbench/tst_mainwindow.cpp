@@ -66,7 +66,7 @@ private slots:
         QCOMPARE(bench.entries("menuPid_Tuning"), QStringList());
         const QStringList maps{"Map 0", "Map 1", "Map 2", "Map 3"};
         QTRY_COMPARE(bench.entries("menuMap_Tuning"), maps);
-        const auto& start = bench.controller().received()[0].datalogger_start();
+        const auto& start = bench.controller.received()[0].datalogger_start();
         QCOMPARE(start.channels_size(), 32);
         QCOMPARE(start.channels(31), 31U);
         QCOMPARE(start.passive(), 0U);
@@ -75,15 +75,15 @@ private slots:
         for (const char* count : {"1", "0", "65537"}) {
             bench.answer(std::string("map_tuner_started { map_count: ") + count + "}");
         }
-        const int requests = bench.controller().count(pollRequest);
-        QTRY_VERIFY(bench.controller().count(pollRequest) > requests + 1);
+        const int requests = bench.controller.count(pollRequest);
+        QTRY_VERIFY(bench.controller.count(pollRequest) > requests + 1);
         QCOMPARE(bench.entries("menuMap_Tuning"), maps);
     }
 
     void controllersComeAndGo()
     {
         ConnectedWorkbench bench;
-        simulator::VirtualController& unit = bench.controller();
+        simulator::VirtualController& unit = bench.controller;
         const auto reset = [&](auto mutableMember) { // by a command that comes byte by byte
             xcu::Command command;
             (command.*mutableMember)();
@@ -97,7 +97,7 @@ private slots:
         unit.receive(QByteArray("\x08\0\0", 3)); // half a frame goes with its link
         {
             const StdoutCapture capture;
-            bench.rig.unplug();
+            bench.port.unplug();
             QTRY_VERIFY(capture.text().count("<<==>>X") > 3); // the worker polls into the void
         }
         QCOMPARE(bench.entries("menuConnection"), QStringList());
@@ -105,7 +105,7 @@ private slots:
         bench.window->portConnect(&stranger);
         QCOMPARE(bench.status(), QString("Failed to connect"));
         reset(&xcu::Command::mutable_reset_to_bootloader);
-        const QString serialNumber = bench.rig.serialNumber();
+        const QString serialNumber = unit.options().serialNumber;
         QTRY_COMPARE(bench.entries("menuConnection"), QStringList(serialNumber));
         const auto connectAndPoll = [&] {
             unit.clearReceived();
@@ -129,33 +129,33 @@ private slots:
         for (int round = 0; round < 30; ++round) {
             bench.choose("menuDataViewer", "Value Viewer");
             bench.choose("menuDataViewer", "Plot Viewer");
-            bench.controller().pushRecord();
+            bench.controller.pushRecord();
             QCoreApplication::processEvents();
             const QList<QMdiSubWindow*> viewers = bench.subWindows();
             // Both ways to go: closed by the operator, and destroyed from inside.
             viewers[round % 2]->close();
             delete viewers[(round + 1) % 2]->widget();
-            bench.controller().pushRecord();
+            bench.controller.pushRecord();
             for (QMdiSubWindow* left : bench.subWindows()) {
                 left->close();
             }
         }
-        const quint64 records = bench.controller().recordsSent();
-        QTRY_VERIFY(bench.controller().recordsSent() > records + 1);
+        const quint64 records = bench.controller.recordsSent();
+        QTRY_VERIFY(bench.controller.recordsSent() > records + 1);
         QCOMPARE(bench.window->findChildren<QLabel*>("seqNo").size(), 0);
         for (int start = 0; start < 20; ++start) {
             bench.answer("logger_started {}");
         }
         // This one stops none of them. One worker alone would need 20 s for what follows.
         bench.answer("logger_stopped {}");
-        const int requests = bench.controller().count(pollRequest);
-        QTRY_VERIFY(bench.controller().count(pollRequest) > requests + 200);
+        const int requests = bench.controller.count(pollRequest);
+        QTRY_VERIFY(bench.controller.count(pollRequest) > requests + 200);
         bench.choose("menuMap_Tuning", "Map 0");
         bench.choose("menuDataViewer", "Value Viewer");
         bench.choose("menuDataViewer", "Plot Viewer");
         bench.subWindows().last()->close(); // it is still there when the window goes
         bench.window.reset();
-        QTRY_VERIFY(!bench.rig.port().isInUse());
+        QTRY_VERIFY(!bench.port.isInUse());
     }
 
 private:

@@ -44,7 +44,7 @@ private slots:
         bench = std::make_unique<ConnectedWorkbench>();
         QVERIFY(QTest::qWaitForWindowActive(bench->window.get()));
         QTRY_COMPARE(bench->entries("menuMap_Tuning").size(), 4);
-        simulator::CalibrationMaps::Map& map = *bench->controller().maps().map(1);
+        simulator::CalibrationMaps::Map& map = *bench->controller.maps().map(1);
         map.xLabels = {10, 20, 30};
         map.yLabels = {7, 8};
         map.values = {0, 1, std::numeric_limits<int>::min(), 3, 4, 5};
@@ -178,8 +178,8 @@ private:
     QTableWidget* openMap()
     {
         bench->choose("menuMap_Tuning", "Map 1");
-        [this] { QTRY_COMPARE(editsOf(bench->controller()), wholeMap); }();
-        bench->controller().clearReceived();
+        [this] { QTRY_COMPARE(editsOf(bench->controller), wholeMap); }();
+        bench->controller.clearReceived();
         return bench->subWindows().last()->findChild<QTableWidget*>("mapValues");
     }
 
@@ -201,10 +201,10 @@ private:
     void compareEdits(const QString& expected)
     {
         constexpr auto marker = xcu::Command::kDataloggerData;
-        const int before = bench->controller().count(marker);
-        QTRY_VERIFY(bench->controller().count(marker) >= before + 2);
-        QCOMPARE(editsOf(bench->controller()), expected);
-        bench->controller().clearReceived();
+        const int before = bench->controller.count(marker);
+        QTRY_VERIFY(bench->controller.count(marker) >= before + 2);
+        QCOMPARE(editsOf(bench->controller), expected);
+        bench->controller.clearReceived();
     }
 
     std::unique_ptr<ConnectedWorkbench> bench;
