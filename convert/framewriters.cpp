@@ -116,13 +116,6 @@ void writeAsc(TextOutput& output, const TraceFrame& frame)
     output.advanceTo(out);
 }
 
-void writeCandump(TextOutput& output, const TraceFrame& frame)
-{
-    thread_local std::string line; // for its capacity
-    formats::composeTraceLine(line, frame);
-    output.put(line);
-}
-
 void writeCsv(TextOutput& output, const TraceFrame& frame)
 {
     const bool isLong = frame.isExtended || frame.isError;
@@ -145,66 +138,42 @@ void writeCsv(TextOutput& output, const TraceFrame& frame)
     output.advanceTo(putText(out, "\r\n"));
 }
 
-class FrameWriter : public FrameTarget
+void reportBus(Report& report, const TraceFrame& frame)
 {
-public:
-    FrameWriter(Kind outputKind, TextOutput& textOutput, Report& fileReport)
-        : FrameTarget(fileReport)
-        , kind(outputKind)
-        , output(textOutput)
-    {
-        if (kind == Kind::Asc) {
-            output.put("date Thu Jan 1 00:00:00 1970\nbase hex  timestamps absolute\n"
-                       "no internal events logged\n");
-        } else if (kind == Kind::Csv) {
-            output.put("time_s,bus,id,extended,fd,brs,remote,length,data\r\n");
-        }
+    if (frame.bus < 0) {
+        report.odd("a frame without a bus number, written as of the first bus");
     }
+}
 
-private:
-    void put(const TraceFrame& frame) override
-    {
-        if (kind == Kind::Csv) {
+} // namespace
+
+formats::FrameFunction frameWriter(Kind kind, TextOutput& output, Report& report)
+{
+    if (kind == Kind::Csv) {
+        output.put("time_s,bus,id,extended,fd,brs,remote,length,data\r\n");
+        return [&](const TraceFrame& frame) {
             writeCsv(output, frame);
             if (hasFlag(frame, TraceFrame::ErrorState)) {
                 report.odd("error state of a CAN FD frame, which .csv cannot say");
             }
-            return;
-        }
-        if (frame.bus < 0) {
-            report.odd("a frame without a bus number, written as of the first bus");
-        }
-        if (kind == Kind::Candump) {
-            writeCandump(output, frame);
-            return;
-        }
+        };
+    }
+    if (kind == Kind::Candump) {
+        return [&, line = std::string()](const TraceFrame& frame) mutable {
+            reportBus(report, frame);
+            formats::composeTraceLine(line, frame);
+            output.put(line);
+        };
+    }
+    output.put("date Thu Jan 1 00:00:00 1970\nbase hex  timestamps absolute\n"
+               "no internal events logged\n");
+    return [&](const TraceFrame& frame) {
+        reportBus(report, frame);
         writeAsc(output, frame);
         if (frame.isError && frame.id != 0) {
             report.odd("class of an error frame, which .asc cannot say");
         }
-    }
-
-    const Kind kind;
-    TextOutput& output;
-};
-
-} // namespace
-
-void FrameTarget::addFrame(const TraceFrame& frame)
-{
-    ++count;
-    if (timeFactor == 1.0) {
-        put(frame);
-        return;
-    }
-    TraceFrame copy = frame;
-    copy.time *= timeFactor;
-    put(copy);
-}
-
-std::unique_ptr<FrameTarget> frameWriter(Kind kind, TextOutput& output, Report& report)
-{
-    return std::make_unique<FrameWriter>(kind, output, report);
+    };
 }
 
 } // namespace convert

@@ -48,10 +48,21 @@ void tellLog(std::ostream& out, const LogSurvey& survey)
     }
 }
 
-class FrameCount : public FrameTarget
+class FrameCount
 {
 public:
-    using FrameTarget::FrameTarget;
+    void add(const formats::TraceFrame& frame)
+    {
+        first = count == 0 ? frame.time : first;
+        last = frame.time;
+        ++count;
+        Row& row =
+            rows.try_emplace({frame.bus, frame.isExtended, frame.id}, Row{last}).first->second;
+        ++row.count;
+        row.last = frame.time;
+        row.longest = std::max(row.longest, frame.length);
+        row.isFd = row.isFd || frame.isFd;
+    }
 
     void tell(std::ostream& out) const
     {
@@ -82,19 +93,8 @@ private:
         bool isFd = false;
     };
 
-    void put(const formats::TraceFrame& frame) override
-    {
-        first = count == 1 ? frame.time : first;
-        last = frame.time;
-        Row& row =
-            rows.try_emplace({frame.bus, frame.isExtended, frame.id}, Row{last}).first->second;
-        ++row.count;
-        row.last = frame.time;
-        row.longest = std::max(row.longest, frame.length);
-        row.isFd = row.isFd || frame.isFd;
-    }
-
     std::map<std::tuple<int, bool, std::uint32_t>, Row> rows; // by bus and identifier
+    std::int64_t count = 0;
     double first = 0;
     double last = 0;
 };
@@ -116,20 +116,26 @@ void tellBackup(std::ostream& out, InputFile& file, Report& report)
     }
 }
 
+void tellFrames(std::ostream& out, InputFile& file, Kind kind, Report& report, bool mayLack)
+{
+    FrameCount frames;
+    try {
+        readFramesOf(
+            file, kind, [&](const formats::TraceFrame& frame) { frames.add(frame); }, report);
+    } catch (const ConversionError&) {
+        if (!mayLack) {
+            throw;
+        }
+    }
+    frames.tell(out);
+}
+
 void tellBlackbox(std::ostream& out, InputFile& file, Report& report)
 {
     const LogSurvey survey = surveyOf(file, Kind::Blackbox, report);
     tellLog(out, survey);
     Report known(file.name()); // what the survey has reported
-    FrameCount frames(known);
-    try {
-        readFramesOf(file, Kind::Blackbox, frames, known);
-    } catch (const ConversionError&) {
-        if (survey.isEmpty()) {
-            throw;
-        }
-    }
-    frames.tell(out);
+    tellFrames(out, file, Kind::Blackbox, known, !survey.isEmpty());
 }
 
 } // namespace
@@ -150,9 +156,7 @@ std::string info(const std::string& input, Kind from, Report& report)
         tellBlackbox(out, *file, report);
     } else {
         out << "CAN trace\n";
-        FrameCount frames(report);
-        readFramesOf(*file, from, frames, report);
-        frames.tell(out);
+        tellFrames(out, *file, from, report, false);
     }
     return out.str();
 }

@@ -56,11 +56,6 @@ void InputFile::makeRepeatable()
     check();
     QFile::close();
     QFile::open(copy, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
-    rewind();
-}
-
-void InputFile::rewind()
-{
     seek(0);
 }
 

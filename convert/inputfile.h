@@ -14,10 +14,9 @@ public:
     // Throws ConversionError for what cannot be opened, is a folder, or is empty.
     explicit InputFile(const std::string& inputPath);
 
-    // To the beginning. What cannot be read twice, such as a pipe, is copied to a temporary file at
-    // the first call.
+    // Before the first reading: copies what cannot be read twice, such as a pipe, to a temporary
+    // file. Throws ConversionError.
     void makeRepeatable();
-    void rewind();
 
     // Throws ConversionError if reading has failed since.
     void check() const;

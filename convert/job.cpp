@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/job.h"
 
+#include "convert/framewriters.h"
 #include "convert/logwriters.h"
+#include "formats/blackboxreader.h"
 
 #include <QProcess>
 #include <filesystem>
@@ -43,7 +45,7 @@ void writeHdf5(const Job& job, InputFile& file, Report& report)
     if (takesRecords(job)) {
         convertRecords<Hdf5Log>(job, file, output, report);
     } else {
-        readFramesOf(file, job.from, *signalWriter(*job.signalSet, output, report), report);
+        readFramesOf(file, job.from, signalWriter(*job.signalSet, output), report);
     }
     output.commit();
 }
@@ -54,9 +56,9 @@ void writeText(const Job& job, InputFile& file, Report& report)
     if (takesRecords(job)) {
         convertRecords<CsvLog>(job, file, output, report);
     } else {
-        const auto target = job.signalSet != nullptr ? signalWriter(*job.signalSet, output, report)
-                                                     : frameWriter(job.to, output, report);
-        readFramesOf(file, job.from, *target, report);
+        const auto take = job.signalSet != nullptr ? signalWriter(*job.signalSet, output)
+                                                   : frameWriter(job.to, output, report);
+        readFramesOf(file, job.from, take, report);
     }
     output.commit();
 }
@@ -131,21 +133,24 @@ std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind)
     return file;
 }
 
-void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& report)
+void readFramesOf(InputFile& file, Kind kind, formats::FrameFunction take, Report& report)
 {
     // Files that the console made of black-box records.
     const std::string name = std::filesystem::path(file.name()).filename();
     if (kind == Kind::Candump && name.rfind("canbb-", 0) == 0) {
         report.odd("made of a black-box record: its times are thousands of seconds, put right");
-        target.timeFactor = 1000.0;
+        take = [takeRight = std::move(take)](formats::TraceFrame frame) {
+            frame.time *= 1000.0;
+            takeRight(frame);
+        };
     }
-    if (kind == Kind::Blackbox) {
-        formats::readBlackbox(file, target);
-    } else {
-        formats::readFrames(file, *traceKind(kind), target);
-    }
+    const auto noRecords = [](auto&&...) {};
+    const auto tell = [&](const char* what, std::int64_t line) { report.odd(what, line); };
+    const auto count = kind == Kind::Blackbox
+                           ? formats::readBlackbox(file, take, noRecords, tell)
+                           : formats::readFrames(file, *traceKind(kind), take, tell);
     file.check();
-    if (target.count == 0) {
+    if (count == 0) {
         throw ConversionError(
             file.name() + ": has no CAN frame that a ." + wordOf(kind) + " file can have");
     }

@@ -6,6 +6,8 @@
 #include "convert/report.h"
 #include "convert/signaltable.h"
 
+#include <memory>
+
 namespace convert {
 
 // One file to be converted.
@@ -34,6 +36,6 @@ std::string info(const std::string& input, Kind from, Report& report);
 std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind);
 
 // Gives the frames of a trace or a black-box record. Throws ConversionError if there is none.
-void readFramesOf(InputFile& file, Kind kind, FrameTarget& target, Report& report);
+void readFramesOf(InputFile& file, Kind kind, formats::FrameFunction take, Report& report);
 
 } // namespace convert

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/logsource.h"
 
+#include "formats/blackboxreader.h"
 #include "formats/channels.h"
 #include "formats/linereader.h"
 #include "formats/logline.h"
@@ -55,16 +56,16 @@ std::size_t countOf(char wanted, std::string_view text)
 class LogReader
 {
 public:
-    LogReader(LogTarget& logTarget, Report* fileReport)
-        : target(logTarget)
+    LogReader(InputFile& logFile, LogTarget& logTarget, Report& fileReport)
+        : file(logFile)
+        , lines(logFile, formats::LineReader::Bytes)
+        , target(logTarget)
         , report(fileReport)
     {}
 
-    void read(InputFile& file)
+    void read()
     {
-        formats::LineReader lines(file, formats::LineReader::Bytes);
         for (auto line = lines.next(); !line.empty(); line = lines.next()) {
-            ++number;
             readLine(line);
         }
         file.check();
@@ -84,7 +85,7 @@ private:
         } else if (!isWhole) {
             odd("torn line, left out");
         } else if (fields.kind == LogFields::Header && fields.hasRest) {
-            if (number > 1) {
+            if (lines.lineNumber() > 1) {
                 odd("another header; the last one names the columns");
             }
             target.addHeader(labelsIn(fields.rest));
@@ -116,22 +117,72 @@ private:
         }
         latest = time;
         latestWidth = width;
-        target.addRecord({*sample, *time, fields.rest, width, number});
+        target.addRecord({*sample, *time, fields.rest, width, lines.lineNumber()});
     }
 
-    void odd(const char* what)
-    {
-        if (report != nullptr) {
-            report->odd(what, number);
-        }
-    }
+    void odd(const char* what) { report.odd(what, lines.lineNumber()); }
 
+    InputFile& file;
+    formats::LineReader lines;
     LogTarget& target;
-    Report* const report;
-    std::int64_t number = 0;             // of the line
+    Report& report;
     std::optional<std::uint32_t> latest; // time of a record
     std::size_t latestWidth = 0;
 };
+
+using Values = std::vector<int>;
+
+void readBlackbox(InputFile& file, const formats::RecordFunction& take, Report& report)
+{
+    const auto noFrames = [](const formats::TraceFrame&) {};
+    const auto tell = [&](const char* what, std::int64_t line) { report.odd(what, line); };
+    formats::readBlackbox(file, noFrames, take, tell);
+    file.check();
+}
+
+void surveyBlackbox(InputFile& file, LogSurvey& survey, Report& report)
+{
+    std::size_t leastInputs = SIZE_MAX;
+    std::size_t leastOutputs = SIZE_MAX;
+    std::size_t outputs = 0;
+    const auto take = [&](quint32 time, const Values& in, const Values& out) {
+        leastInputs = std::min(leastInputs, in.size());
+        leastOutputs = std::min(leastOutputs, out.size());
+        survey.inputs = std::max(survey.inputs, in.size());
+        outputs = std::max(outputs, out.size());
+        survey.addRecord({static_cast<std::uint32_t>(survey.records), time, {}, 0, 0});
+    };
+    readBlackbox(file, take, report);
+    survey.widest = survey.inputs + outputs;
+    survey.narrowest = leastInputs < survey.inputs ? leastInputs : survey.inputs + leastOutputs;
+    for (std::size_t i = 0; i < survey.widest; ++i) {
+        survey.labels.push_back(
+            i < survey.inputs ? "In" + std::to_string(i)
+                              : "Out" + std::to_string(i - survey.inputs));
+    }
+}
+
+void appendValues(std::string& text, const Values& values, std::size_t count)
+{
+    for (const int value : values) {
+        text += std::to_string(value) + ';';
+    }
+    text.append(count - values.size(), ';');
+}
+
+void readBlackboxRecords(
+    InputFile& file, const LogSurvey& survey, LogTarget& target, Report& report)
+{
+    std::string text;
+    std::uint32_t number = 0;
+    const auto take = [&](quint32 time, const Values& in, const Values& out) {
+        text.clear();
+        appendValues(text, in, survey.inputs);
+        appendValues(text, out, survey.widest - survey.inputs);
+        target.addRecord({number++, time, text, survey.widest, 0});
+    };
+    readBlackbox(file, take, report);
+}
 
 } // namespace
 
@@ -142,21 +193,22 @@ LogSurvey surveyOf(InputFile& file, Kind kind, Report& report)
     if (kind == Kind::Blackbox) {
         surveyBlackbox(file, survey, report);
     } else {
-        LogReader(survey, &report).read(file);
+        LogReader(file, survey, report).read();
         if (survey.isEmpty()) {
             throw ConversionError(file.name() + ": has no record of a log");
         }
     }
-    file.rewind();
+    file.seek(0);
     return survey;
 }
 
 void readRecordsOf(InputFile& file, Kind kind, const LogSurvey& survey, LogTarget& target)
 {
+    Report known(file.name()); // what the survey has reported
     if (kind == Kind::Blackbox) {
-        readBlackboxRecords(file, survey, target);
+        readBlackboxRecords(file, survey, target, known);
     } else {
-        LogReader(target, nullptr).read(file);
+        LogReader(file, target, known).read();
     }
     target.finish();
 }

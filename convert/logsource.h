@@ -71,12 +71,10 @@ struct LogSurvey : LogTarget
 // on, behind them Out0 and on. What is odd is reported: lines that are no records, torn ones, jumps
 // of the clock. Leaves the file at its beginning. Throws ConversionError for a text that is no log.
 LogSurvey surveyOf(InputFile& file, Kind kind, Report& report);
-void surveyBlackbox(InputFile& file, LogSurvey& survey, Report& report);
 
 // Reads the records, without a report. Those of a black-box record that lack channels have empty
 // values.
 void readRecordsOf(InputFile& file, Kind kind, const LogSurvey& survey, LogTarget& target);
-void readBlackboxRecords(InputFile& file, const LogSurvey& survey, LogTarget& target);
 
 // Seconds with three decimals, as ms are written out.
 char* putSeconds(char* out, std::uint32_t milliseconds);

@@ -17,17 +17,14 @@ namespace {
 
 constexpr std::size_t MaxRealLength = 32;
 
-// Decodes with the console's own decoder, from the frames that its charts have.
-class SignalTarget : public FrameTarget
-{
-public:
-    SignalTarget(const SignalSet& signalSet, Report& fileReport)
-        : FrameTarget(fileReport)
-        , set(signalSet)
-    {}
+using Values = std::vector<std::pair<std::size_t, double>>; // by their places in the set
 
-    void put(const formats::TraceFrame& frame) final
-    {
+// Gives the values of each frame that carries any to take(time, values). Decodes with the console's
+// own decoder, from the frames that its charts have.
+template <typename Take>
+formats::FrameFunction decoder(const SignalSet& set, Take take)
+{
+    return [&set, take, values = Values()](const formats::TraceFrame& frame) mutable {
         const auto carried = set.byId.find(static_cast<int>(frame.id));
         if (carried == set.byId.end() || frame.isRemote || frame.isError) {
             return;
@@ -41,76 +38,10 @@ public:
             }
         }
         if (!values.empty()) {
-            addValues(frame.time);
+            take(frame.time, values);
         }
-    }
-
-protected:
-    virtual void addValues(double time) = 0;
-
-    const SignalSet& set;
-    std::vector<std::pair<std::size_t, double>> values; // of a frame, by their places in the set
-};
-
-class SignalCsv : public SignalTarget
-{
-public:
-    SignalCsv(const SignalSet& signalSet, TextOutput& output, Report& fileReport)
-        : SignalTarget(signalSet, fileReport)
-        , out(output)
-    {
-        out.put("time_s");
-        for (const std::string& name : set.names) {
-            out.put(',' + csvField(name));
-        }
-        out.put("\r\n");
-    }
-
-private:
-    void addValues(double time) override
-    {
-        char* end = out.room((1 + set.names.size()) * (MaxRealLength + 1) + 2);
-        end = formats::putMicroseconds(end, time);
-        std::size_t column = 0;
-        for (const auto& [place, value] : values) {
-            end = std::fill_n(end, place + 1 - column, ',');
-            end = std::to_chars(end, end + MaxRealLength, value).ptr;
-            column = place + 1;
-        }
-        end = std::fill_n(end, set.names.size() - column, ',');
-        out.advanceTo(formats::putText(end, "\r\n"));
-    }
-
-    TextOutput& out;
-};
-
-class SignalHdf5 : public SignalTarget
-{
-public:
-    SignalHdf5(const SignalSet& signalSet, Hdf5File& output, Report& fileReport)
-        : SignalTarget(signalSet, fileReport)
-    {
-        const std::vector<std::string> parts = pathParts(set.names, "signal");
-        for (std::size_t i = 0; i < parts.size(); ++i) {
-            const std::string group = "/signals/" + parts[i];
-            const std::string& name = set.names[i];
-            columns.emplace_back(
-                &output.addColumn(group + "/time_s", Hdf5Column::Real, "time_s", "s"),
-                &output.addColumn(group + "/value", Hdf5Column::Real, name, unitOf(name)));
-        }
-    }
-
-private:
-    void addValues(double time) override
-    {
-        for (const auto& [place, value] : values) {
-            columns[place].first->append(time);
-            columns[place].second->append(value);
-        }
-    }
-
-    std::vector<std::pair<Hdf5Column*, Hdf5Column*>> columns; // time and value
-};
+    };
+}
 
 } // namespace
 
@@ -141,14 +72,44 @@ SignalSet::SignalSet(const std::string& path, Report& report)
     names = uniqueNames(given, {"time_s"}, "signal");
 }
 
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output, Report& report)
+formats::FrameFunction signalWriter(const SignalSet& set, TextOutput& output)
 {
-    return std::make_unique<SignalCsv>(set, output, report);
+    output.put("time_s");
+    for (const std::string& name : set.names) {
+        output.put(',' + csvField(name));
+    }
+    output.put("\r\n");
+    return decoder(set, [&output, count = set.names.size()](double time, const Values& values) {
+        char* end = output.room((1 + count) * (MaxRealLength + 1) + 2);
+        end = formats::putMicroseconds(end, time);
+        std::size_t column = 0;
+        for (const auto& [place, value] : values) {
+            end = std::fill_n(end, place + 1 - column, ',');
+            end = std::to_chars(end, end + MaxRealLength, value).ptr;
+            column = place + 1;
+        }
+        end = std::fill_n(end, count - column, ',');
+        output.advanceTo(formats::putText(end, "\r\n"));
+    });
 }
 
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, Hdf5File& output, Report& report)
+formats::FrameFunction signalWriter(const SignalSet& set, Hdf5File& output)
 {
-    return std::make_unique<SignalHdf5>(set, output, report);
+    const std::vector<std::string> parts = pathParts(set.names, "signal");
+    std::vector<std::pair<Hdf5Column*, Hdf5Column*>> columns; // time and value
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        const std::string group = "/signals/" + parts[i];
+        const std::string& name = set.names[i];
+        columns.emplace_back(
+            &output.addColumn(group + "/time_s", Hdf5Column::Real, "time_s", "s"),
+            &output.addColumn(group + "/value", Hdf5Column::Real, name, unitOf(name)));
+    }
+    return decoder(set, [columns](double time, const Values& values) {
+        for (const auto& [place, value] : values) {
+            columns[place].first->append(time);
+            columns[place].second->append(value);
+        }
+    });
 }
 
 } // namespace convert

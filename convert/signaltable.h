@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "convert/framewriters.h"
 #include "convert/hdf5file.h"
+#include "convert/report.h"
 #include "formats/cansignaldata.h"
+#include "formats/traceframes.h"
 
 #include <QVector>
 #include <unordered_map>
@@ -23,9 +24,9 @@ struct SignalSet
 };
 
 // Physical values as CSV: time_s and a column a signal; a row a frame that carries one of them.
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, TextOutput& output, Report& report);
+formats::FrameFunction signalWriter(const SignalSet& set, TextOutput& output);
 
 // Physical values as HDF5: for each signal a group below "signals" with time_s and value.
-std::unique_ptr<FrameTarget> signalWriter(const SignalSet& set, Hdf5File& output, Report& report);
+formats::FrameFunction signalWriter(const SignalSet& set, Hdf5File& output);
 
 } // namespace convert

@@ -18,47 +18,14 @@ namespace {
 
 constexpr std::size_t ClassicSize = 8; // bytes that are kept of a frame
 
+constexpr int LogField = xcu::BlackboxFileL::kLogLinesFieldNumber;
+constexpr int FrameField = xcu::BlackboxFileL::kCandumpLinesFieldNumber;
+
 using Values = google::protobuf::RepeatedField<int>;
 
 void append(std::vector<int>& values, const Values& more, int limit)
 {
     values.insert(values.end(), more.begin(), more.begin() + std::min(more.size(), limit));
-}
-
-// Gives the elements of a BlackboxFileL one by one to take(field number, bytes). As with a message
-// that is parsed whole, one that the end of the file cuts is given as far as it goes. Returns
-// whether the file is whole.
-template <typename Take>
-bool readElements(google::protobuf::io::ZeroCopyInputStream& stream, Take take)
-{
-    using google::protobuf::internal::WireFormatLite;
-    std::string bytes;
-    while (true) {
-        google::protobuf::io::CodedInputStream input(&stream); // anew: one reads at most 2 GiB
-        const std::uint32_t tag = input.ReadTag();
-        if (tag == 0) {
-            return input.ConsumedEntireMessage();
-        }
-        const int field = WireFormatLite::GetTagFieldNumber(tag);
-        const bool isElement = field == xcu::BlackboxFileL::kLogLinesFieldNumber ||
-                               field == xcu::BlackboxFileL::kCandumpLinesFieldNumber;
-        const auto type = WireFormatLite::GetTagWireType(tag);
-        if (!isElement || type != WireFormatLite::WIRETYPE_LENGTH_DELIMITED) {
-            if (!WireFormatLite::SkipField(&input, tag)) {
-                return false;
-            }
-            continue;
-        }
-        std::uint32_t size = 0;
-        bytes.clear();
-        const bool isWhole = input.ReadVarint32(&size) &&
-                             size <= static_cast<std::uint32_t>(std::numeric_limits<int>::max()) &&
-                             input.ReadString(&bytes, static_cast<int>(size));
-        take(field, bytes);
-        if (!isWhole) {
-            return false;
-        }
-    }
 }
 
 class DeviceStream : public google::protobuf::io::CopyingInputStream
@@ -80,19 +47,52 @@ private:
     QIODevice& device;
 };
 
+// Gives the elements of a BlackboxFileL one by one to take(field number, bytes). As with a message
+// that is parsed whole, one that the end of the file cuts is given as far as it goes. Returns
+// whether the file is whole.
+template <typename Take>
+bool readElements(DeviceStream& device, Take take)
+{
+    using google::protobuf::internal::WireFormatLite;
+    google::protobuf::io::CopyingInputStreamAdaptor stream(&device);
+    std::string bytes;
+    while (true) {
+        google::protobuf::io::CodedInputStream input(&stream); // anew: one reads at most 2 GiB
+        const std::uint32_t tag = input.ReadTag();
+        if (tag == 0) {
+            return input.ConsumedEntireMessage();
+        }
+        const int field = WireFormatLite::GetTagFieldNumber(tag);
+        const bool isElement = field == LogField || field == FrameField;
+        const auto type = WireFormatLite::GetTagWireType(tag);
+        if (!isElement || type != WireFormatLite::WIRETYPE_LENGTH_DELIMITED) {
+            if (!WireFormatLite::SkipField(&input, tag)) {
+                return false;
+            }
+            continue;
+        }
+        std::uint32_t size = 0;
+        bytes.clear();
+        const bool isWhole = input.ReadVarint32(&size) &&
+                             size <= static_cast<std::uint32_t>(std::numeric_limits<int>::max()) &&
+                             input.ReadString(&bytes, static_cast<int>(size));
+        take(field, bytes);
+        if (!isWhole) {
+            return false;
+        }
+    }
+}
+
 } // namespace
 
 BlackboxRecord::BlackboxRecord(QIODevice& device, std::function<void()> pauseFunction)
     : pause(std::move(pauseFunction))
 {
     DeviceStream stream(device);
-    google::protobuf::io::CopyingInputStreamAdaptor input(&stream);
-    const auto keep = [this](int field, const std::string& bytes) {
-        const bool isLog = field == xcu::BlackboxFileL::kLogLinesFieldNumber;
-        (isLog ? logLines : candumpLines).push_back(bytes);
-    };
     if (device.isOpen()) {
-        readElements(input, keep);
+        readElements(stream, [this](int field, const std::string& bytes) {
+            (field == LogField ? logLines : candumpLines).push_back(bytes);
+        });
     }
     xcu::BlackboxFileLine first;
     if (hasLog()) {
@@ -140,7 +140,9 @@ void BlackboxRecord::readFrames(TraceImport& import) const
     }
 }
 
-void BlackboxRecord::readRecords(const RecordFunction& take) const
+void BlackboxRecord::readRecords(
+    const std::function<void(int timestamp, int firstChannel, const std::vector<int>& values)>&
+        take) const
 {
     xcu::BlackboxFileLine record;
     std::vector<int> values;
@@ -159,13 +161,14 @@ void BlackboxRecord::readRecords(const RecordFunction& take) const
     }
 }
 
-void readBlackbox(QIODevice& device, BlackboxSink& sink)
+std::int64_t readBlackbox(
+    QIODevice& device, const FrameFunction& takeFrame, const RecordFunction& takeRecord,
+    const OddityFunction& tell)
 {
-    DeviceStream stream(device);
-    google::protobuf::io::CopyingInputStreamAdaptor input(&stream);
     xcu::BlackboxFileLine line;
     xcu::BlackboxCandumpFileLine record;
-    const auto takeFrame = [&] {
+    std::int64_t count = 0;
+    const auto takeParsedFrame = [&] {
         TraceFrame frame;
         frame.time = record.timestamp() / 1000.0;
         frame.bus = static_cast<int>(record.busnumber());
@@ -174,33 +177,34 @@ void readBlackbox(QIODevice& device, BlackboxSink& sink)
         const std::size_t size = record.framedata().size();
         frame.isFd = size > ClassicSize;
         if (frame.isFd) {
-            sink.addOddity("more than 8 bytes, taken for CAN FD", 0);
+            tell("more than 8 bytes, taken for CAN FD", 0);
         }
         if (size > TraceFrame::MostBytes) {
-            sink.addOddity("more than 64 bytes in a frame, left out", 0);
+            tell("more than 64 bytes in a frame, left out", 0);
             return;
         }
         frame.length = static_cast<int>(size);
         std::memcpy(frame.bytes, record.framedata().data(), size);
-        sink.addFrame(frame);
+        ++count;
+        takeFrame(frame);
     };
-    const bool isWhole = readElements(input, [&](int field, const std::string& bytes) {
-        if (field == xcu::BlackboxFileL::kLogLinesFieldNumber && line.ParseFromString(bytes)) {
-            sink.addRecord(
+    DeviceStream stream(device);
+    const bool isWhole = readElements(stream, [&](int field, const std::string& bytes) {
+        if (field == LogField && line.ParseFromString(bytes)) {
+            takeRecord(
                 static_cast<quint32>(line.timestamp()),
                 {line.inputs().begin(), line.inputs().end()},
                 {line.outputs().begin(), line.outputs().end()});
-        } else if (
-            field == xcu::BlackboxFileL::kCandumpLinesFieldNumber &&
-            record.ParseFromString(bytes)) {
-            takeFrame();
+        } else if (field == FrameField && record.ParseFromString(bytes)) {
+            takeParsedFrame();
         } else {
-            sink.addOddity("damaged record, left out", 0);
+            tell("damaged record, left out", 0);
         }
     });
     if (!isWhole) {
-        sink.addOddity("the file breaks off", 0);
+        tell("the file breaks off", 0);
     }
+    return count;
 }
 
 } // namespace formats

@@ -43,9 +43,9 @@ public:
 
     // Gives out the log records: controller time in ms, and values from a channel on. A record that
     // lacks inputs comes in two parts.
-    using RecordFunction =
-        std::function<void(int timestamp, int firstChannel, const std::vector<int>& values)>;
-    void readRecords(const RecordFunction& take) const;
+    void readRecords(
+        const std::function<void(int timestamp, int firstChannel, const std::vector<int>& values)>&
+            take) const;
 
 private:
     std::vector<std::string> logLines; // serialized, as they stand in the file
@@ -57,15 +57,14 @@ private:
     int outputCount = 0;
 };
 
-// Takes what a black-box record holds, in file order and whole.
-class BlackboxSink : public FrameSink
-{
-public:
-    virtual void addRecord(
-        quint32 timestamp, const std::vector<int>& inputs, const std::vector<int>& outputs) = 0;
-};
+// Takes a log record; its timestamp is controller time in ms.
+using RecordFunction = std::function<void(
+    quint32 timestamp, const std::vector<int>& inputs, const std::vector<int>& outputs)>;
 
-// Reads a record element by element, so that memory does not grow with it.
-void readBlackbox(QIODevice& device, BlackboxSink& sink);
+// Gives out what a record holds, in file order and whole, and returns the number of frames. Memory
+// does not grow with it.
+std::int64_t readBlackbox(
+    QIODevice& device, const FrameFunction& takeFrame, const RecordFunction& takeRecord,
+    const OddityFunction& tell);
 
 } // namespace formats

@@ -31,6 +31,7 @@ LineReader::LineReader(QIODevice& source, Content content, char lineSeparator)
 
 std::string_view LineReader::next()
 {
+    ++linesRead;
     std::size_t searched = 0; // bytes behind begin that hold no separator
     while (!ended) {
         const std::string_view rest(buffer.data() + begin, buffer.size() - begin);

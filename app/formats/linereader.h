@@ -3,6 +3,7 @@
 
 #include <QIODevice>
 #include <QTextStream>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -33,6 +34,9 @@ public:
     // Whether next() or nextTrimmed() has come to the end.
     bool atEnd() const { return ended; }
 
+    // Of the line that was given out last, counted from 1.
+    std::int64_t lineNumber() const { return linesRead; }
+
 private:
     bool readBlock();
 
@@ -41,6 +45,7 @@ private:
     const char separator;
     std::string buffer;
     std::size_t begin = 0; // of what has not been given out
+    std::int64_t linesRead = 0;
     bool ended = false;
     QByteArray trimmedText;
 };

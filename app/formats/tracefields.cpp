@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/tracefields.h"
 
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 
 #include <algorithm>
+#include <array>
 
 namespace formats {
 
@@ -25,24 +27,6 @@ std::string_view valueOf(std::string_view assignment)
 {
     takeField(assignment, '=');
     return takeField(assignment, '=');
-}
-
-} // namespace
-
-QTime timeOfDay(std::string_view text)
-{
-    constexpr std::string_view pattern = "00:00:00.000";
-    const auto fits = [](char c, char place) {
-        return place == '0' ? c >= '0' && c <= '9' : c == place;
-    };
-    if (std::equal(text.begin(), text.end(), pattern.begin(), pattern.end(), fits)) {
-        const auto number = [text](int from, int size) {
-            return decimalInt(text.substr(from, size));
-        };
-        return QTime(number(0, 2), number(3, 2), number(6, 2), number(9, 3));
-    }
-    // A hundred times slower.
-    return QTime::fromString(textOf(text), QStringLiteral("HH:mm:ss.zzz"));
 }
 
 // Time, " -> ", and parts separated by ":": a word, identifier and length as "name=value", bytes.
@@ -120,16 +104,54 @@ bool splitAsc(std::string_view line, TraceFields& fields)
 {
     fields.time = takeWord(line, ' ');
     fields.bus = takeWord(line, ' ');
+    fields.isFd = fields.bus == "CANFD";
     fields.data = line;
     return true;
 }
 
-void splitAscData(bool isFd, int nameWords, TraceFields& fields)
+} // namespace
+
+LineSplitter lineSplitter(TraceKind kind)
 {
-    skipWords(fields.data, ' ', isFd ? 2 : 0); // channel and direction
+    // By TraceKind.
+    constexpr std::array splitters{splitTxt, splitCandump, splitTrc,
+                                   splitCsv, splitAsc,     splitDotTrace};
+    return splitters[static_cast<std::size_t>(kind)];
+}
+
+void splitAscData(TraceFields& fields, int nameWords)
+{
+    skipWords(fields.data, ' ', fields.isFd ? 2 : 0); // channel and direction
     fields.id = takeWord(fields.data, ' ');
-    skipWords(fields.data, ' ', nameWords + (isFd ? 3 : 2));
+    skipWords(fields.data, ' ', nameWords + (fields.isFd ? 3 : 2));
     fields.length = takeWord(fields.data, ' ');
+}
+
+QTime timeOfDay(std::string_view text)
+{
+    constexpr std::string_view pattern = "00:00:00.000";
+    const auto fits = [](char c, char place) {
+        return place == '0' ? c >= '0' && c <= '9' : c == place;
+    };
+    if (std::equal(text.begin(), text.end(), pattern.begin(), pattern.end(), fits)) {
+        const auto number = [text](int from, int size) {
+            return decimalInt(text.substr(from, size));
+        };
+        return QTime(number(0, 2), number(3, 2), number(6, 2), number(9, 3));
+    }
+    // A hundred times slower.
+    return QTime::fromString(textOf(text), QStringLiteral("HH:mm:ss.zzz"));
+}
+
+bool skipToCsvFrames(LineReader& lines)
+{
+    constexpr std::string_view marker = "TYPE,TIME,ID,D1,D2,D3,D4,D5,D6,D7,D8,ASCII,COUNT,PERIOD";
+    while (lines.nextTrimmed() != marker) {
+        if (lines.atEnd()) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace formats

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "formats/canframes.h"
+#include "formats/tracefields.h"
 
 #include <cstdint>
+#include <functional>
 
 class QIODevice;
 
@@ -35,21 +37,16 @@ struct TraceFrame
 // digit of its mark as first byte, bytes behind the 64th are cut. The time is that of the trace.
 CanFrames chartFrame(const TraceFrame& frame);
 
-// Takes the frames of a trace, in file order.
-class FrameSink
-{
-public:
-    virtual ~FrameSink() = default;
-    virtual void addFrame(const TraceFrame& frame) = 0;
-    // Something to tell the user; `line` counts from 1, 0 is no line.
-    virtual void addOddity(const char* what, std::int64_t line) = 0;
-};
+// Takes a frame of a trace; called in file order.
+using FrameFunction = std::function<void(const TraceFrame& frame)>;
 
-enum class TraceKind { Txt, Candump, Trc, Csv, Asc, DotTrace };
+// Takes something odd to tell the user; `line` counts from 1, 0 is no line.
+using OddityFunction = std::function<void(const char* what, std::int64_t line)>;
 
-// Reads all frames of a trace, beyond empty lines as well. A line that makes no sense is an oddity
-// and gives no frame. Bus numbers of .asc files are one less than their channels, as the Linux CAN
-// tools have it.
-void readFrames(QIODevice& device, TraceKind kind, FrameSink& sink);
+// Reads all frames of a trace, beyond empty lines as well, and returns how many. A line that makes
+// no sense is an oddity and gives no frame. Bus numbers of .asc files are one less than their
+// channels, as the Linux CAN tools have it.
+std::int64_t readFrames(
+    QIODevice& device, TraceKind kind, const FrameFunction& take, const OddityFunction& tell);
 
 } // namespace formats

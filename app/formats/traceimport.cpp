@@ -9,12 +9,6 @@
 
 namespace formats {
 
-namespace {
-
-constexpr int BlockSize = 1 << 16;
-
-} // namespace
-
 TraceImport::TraceImport(QVector<CanFrames>& frameList, QIODevice* candumpFile, Diagnosis diagnosis)
     : diagnose(std::move(diagnosis))
     , frames(frameList)
@@ -26,16 +20,10 @@ TraceImport::~TraceImport()
     writeConversion();
 }
 
-void TraceImport::reserveFor(QIODevice& trace)
+void TraceImport::reserveFor(const QIODevice& trace)
 {
     constexpr qint64 shortestLine = 20; // bytes of a frame in any of the formats
-    const QByteArray sample = trace.isOpen() ? trace.peek(BlockSize) : QByteArray();
-    const qint64 lineCount = std::max(sample.count('\n'), sample.count('\r'));
-    if (lineCount == 0) {
-        return;
-    }
-    const qint64 expected = frames.size() + lineCount +
-                            trace.size() / std::max(sample.size() / lineCount, shortestLine);
+    const qint64 expected = frames.size() + trace.size() / shortestLine;
     if (expected > frames.capacity()) {
         // At least half as much again: a list that is just filled up would be copied for every
         // small file. Room that is not used costs no memory, only addresses.
@@ -74,7 +62,7 @@ void TraceImport::convert(double seconds, const CanFrames& frame)
         reinterpret_cast<const char*>(frame.payload), static_cast<std::size_t>(payloadSize(frame)));
     composeImportedFrameLine(line, seconds, frame.busNumber, frame.frameId, payload);
     block += line;
-    if (block.size() >= BlockSize) {
+    if (block.size() >= 1 << 16) {
         writeConversion();
     }
 }

@@ -27,9 +27,9 @@ public:
     TraceImport(const TraceImport&) = delete;
     TraceImport& operator=(const TraceImport&) = delete;
 
-    // Makes room for as many frames as a trace in text form seems to hold, by the length of its
-    // first lines. Does nothing if there is not so much memory.
-    void reserveFor(QIODevice& trace);
+    // Makes room for as many frames as a trace in text form can hold. Does nothing if there is not
+    // so much memory.
+    void reserveFor(const QIODevice& trace);
 
     // Loses the frame, with a diagnosis for the first one, if list or memory can take no more.
     void addFrame(const CanFrames& frame);

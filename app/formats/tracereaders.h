@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "formats/tracefields.h"
+
 #include <QString>
 #include <vector>
 
@@ -17,11 +19,13 @@ struct TraceFormat
     const char* nameEnd;       // with its dot, case-sensitive
     const char* statusName;    // in the status text; not always the kind's own
     const char* convertedName; // pattern for the conversion's file name, or null for none
-    int (*readAll)(TraceReading& reading);
+    TraceKind kind;
+    void (*take)(TraceReading& reading, TraceFields& fields); // puts a line into the frame
 
-    // Reads the frames of a device, one a line, and returns how many; a device that is not open
-    // reads as empty. There is next to no checking: a field that a line does not have is empty, a
-    // bad number is 0, and the payload is cut at 64 bytes.
+    // Reads the frames of a device, one a line up to the first empty one, and returns how many; a
+    // device that is not open reads as empty. There is next to no checking: a field that a line
+    // does not have is empty, a bad number is 0, and the payload is cut at 64 bytes. Of a .csv file
+    // lines of too few fields are refused with a line of diagnosis; a .trc file has no empty line.
     int read(QIODevice& device, TraceImport& import) const;
 
     // What the operator is told about so many frames.

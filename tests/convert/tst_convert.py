@@ -222,8 +222,8 @@ class Traces(Folder):
     def test_oddities(self):
         columns = "TYPE,TIME,ID,D1,D2,D3,D4,D5,D6,D7,D8,ASCII,COUNT,PERIOD\n"
         table = [
-            ("a.candump", "(1) can1 123#01\n\n(2) can1 123#012\n(2) can1 xyz#\n(3) can1 4#02\n",
-             "(1.000000) can1 123#01|(3.000000) can1 004#02", "a.candump:3: not a frame, left out (2 in all)"),
+            ("a.candump", "(1) can1 123#01\n\n(2) can1 123#012\n(2) can1 xyz#\n(2) can1 4#R-1\n(3) can1 4#02\n",
+             "(1.000000) can1 123#01|(3.000000) can1 004#02", "a.candump:3: not a frame, left out (3 in all)"),
             ("asc-1.candump", f"(1.0) can2  12#01\n(1.0) can2 12345#{'00' * 12}\n",
              f"(1.000000) can2 012#01|(1.000000) can2 00012345##0{'00' * 12}", "taken for CAN FD"),
             ("canbb-1.candump", "(0.005025) can2   a#\n", "(5.025000) can2 00a#", "thousands of seconds"),
