@@ -11,8 +11,7 @@ function(xcu_test name)
     set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} test_support Qt::Test xcu_warnings)
     target_compile_definitions(
-        ${name} PRIVATE XCU_BIN_DIR="${CMAKE_BINARY_DIR}/bin"
-                        XCU_TEST_DATA_DIR="${PROJECT_SOURCE_DIR}/tests/data")
+        ${name} PRIVATE XCU_TEST_DATA_DIR="${PROJECT_SOURCE_DIR}/tests/data")
     add_test(NAME ${name} COMMAND ${name})
     set(environment)
     if(ARG_PORT)
