@@ -53,16 +53,20 @@ class Folder(unittest.TestCase):
         path.write_bytes(content if isinstance(content, bytes) else content.encode())
         return path
 
-    def run_convert(self, *arguments, code=0, **more):
-        done = subprocess.run(
-            [CONVERT, *arguments], cwd=self.folder, capture_output=True, timeout=60, **more
-        )
+    def run_program(self, *command, code=0, **more):
+        done = subprocess.run(command, cwd=self.folder, capture_output=True, timeout=60, **more)
         self.said = done.stderr.decode()
         self.assertEqual(done.returncode, code, self.said)
-        return done.stdout
+        return done.stdout.decode()
 
-    def rows(self, *arguments):
-        text = self.run_convert(*arguments, "--to", "csv", "-o", "-").decode()
+    def run_convert(self, *arguments, **more):
+        return self.run_program(CONVERT, *arguments, **more)
+
+    def candump(self, *arguments):
+        return self.run_convert(*arguments, "--to", "candump", "-o", "-")
+
+    def rows(self, *arguments, **more):
+        text = self.run_convert(*arguments, "--to", "csv", "-o", "-", **more)
         return list(csv.reader(io.StringIO(text, newline=""), strict=True))
 
     def assertLeaves(self, *names):
@@ -109,26 +113,22 @@ class Logs(Folder):
             for n in range(3000)
         ]
         text = HEADER + "\n" + "".join(";".join(map(str, r)) + ";\n" for r in records)
-        path = self.write("a.log", text)
         expected = [[f"{r[1] / 1000:.3f}", *map(str, r[2:]), ""] for r in records]
-        self.assertEqual(self.rows(path)[1:], expected)
-        piped = self.run_convert("-", "--from", "log", "-o", "-", "--to", "csv", input=text.encode())
-        self.assertEqual(piped, self.run_convert(path, "-o", "-", "--to", "csv"))
+        self.assertEqual(self.rows(self.write("a.log", text))[1:], expected)
+        self.assertEqual(self.rows("-", "--from", "log", input=text.encode())[1:], expected)
 
     def test_hdf5(self):
         self.write("a.log", "\n".join([HEADER, "1;10;1;2;3;4;", "$;10;Grün", "2;20;5;6;", ""]))
         self.run_convert("a.log", "-o", "a.h5")
         with h5py.File(self.folder / "a.h5") as file:
-            channels = file["channels"]
-            self.assertEqual(set(channels), {"A", "channel 1", "A (channel 2)", "Speed km|h (CAN1)"})
-            self.assertEqual(file["time_s"][:].tolist(), [0.01, 0.02])
-            self.assertEqual(channels["A"][:].tolist(), [1, 5])
-            self.assertEqual(channels["A"].dtype, "int32")
-            self.assertEqual(str(channels["A (channel 2)"][:].tolist()), "[3.0, nan]")
             self.assertEqual(
-                dict(channels["Speed km|h (CAN1)"].attrs), {"name": "Speed km/h (CAN1)", "unit": "km/h"})
-            self.assertEqual(file["tags"]["text"].tolist(), ["Grün".encode()])
-            self.assertEqual(file["tags"]["time_s"].tolist(), [0.01])
+                {name: str(channel[:].tolist()) for name, channel in file["channels"].items()},
+                {"A": "[1, 5]", "channel 1": "[2, 6]", "A (channel 2)": "[3.0, nan]", "Speed km|h (CAN1)": "[4.0, nan]"})
+            self.assertEqual(file["channels/A"].dtype, "int32")
+            self.assertEqual(
+                dict(file["channels/Speed km|h (CAN1)"].attrs), {"name": "Speed km/h (CAN1)", "unit": "km/h"})
+            self.assertEqual(file["time_s"][:].tolist(), [0.01, 0.02])
+            self.assertEqual(file["tags"][:].tolist(), [(0.01, "Grün".encode())])
         self.write("b.log", "#;timestamp;a/b;a|b;.;\n1;1;1;2;3;\n")
         self.run_convert("b.log", "-o", "b.h5")
         with h5py.File(self.folder / "b.h5") as file:
@@ -145,9 +145,8 @@ class Logs(Folder):
     def test_info(self):
         self.write("a.log", "\n".join([HEADER, "1;10;1;", "2;20;1;", "7;30;1;", "$;30;Now", ""]))
         self.write("b.candump", "(1.5) can1 123#01\n(2.5) can1 123#0102\n(2.5) can0 00000123##1aa\n")
-        block = bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003")
-        self.write("c.xcu", block)
-        text = self.run_convert("--info", "a.log", "b.candump", "c.xcu").decode()
+        self.write("c.xcu", bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003"))
+        text = self.run_convert("--info", "a.log", "b.candump", "c.xcu")
         for told in [
             "records   3, numbers 1 to 7, 4 missing in 1 gap\n", "0.010 s to 0.030 s, 0.020 s",
             "0  A\n", "0.030 s Now", "can1  123  2 frames, up to 2 bytes, every 1.000 s\n",
@@ -157,6 +156,7 @@ class Logs(Folder):
 
 
 class Traces(Folder):
+    BUSES = ["can0", "can1", "can2", "can3"]
     BUS = (
         "(0.250001) can0 123#0102aa\n(1.500000) can1 18daf110#\n(2.000000) can2 00000123#ff\n"
         "(3.000000) can1 123##1aabb\n(3.000001) can1 123##0aabbcc\n(3.5) can0 7ff##3\n"
@@ -173,11 +173,10 @@ class Traces(Folder):
         self.assertEqual(ours, without)
         self.run_convert("bus.asc", "-o", "again.candump")
         self.assertEqual(frames_of(can.CanutilsLogReader(self.folder / "again.candump")), expected)
-        for command in [["log2asc", "-I", "again.candump", "can0", "can1", "can2", "can3"],
-                        ["asc2log", "-I", "bus.asc"]]:
-            done = subprocess.run(command, cwd=self.folder, capture_output=True, text=True)
-            lines = [line for line in done.stdout.splitlines() if "can" in line.lower() or " d " in line or " r" in line]
-            self.assertEqual(len(lines), len(expected), command)
+        for command in [["log2asc", "-I", "again.candump", *self.BUSES], ["asc2log", "-I", "bus.asc"]]:
+            lines = self.run_program(*command).splitlines()
+            frames = [line for line in lines if "can" in line.lower() or " d " in line or " r" in line]
+            self.assertEqual(len(frames), len(expected), command)
         rows = self.rows("bus.candump")[1:]
         self.assertEqual(
             [(float(r[0]), int(r[1]), int(r[2], 16), *(v == "1" for v in r[3:7]), int(r[7]), bytes.fromhex(r[8]))
@@ -185,24 +184,23 @@ class Traces(Folder):
 
     def test_asc_of_the_peers(self):
         path = self.write("bus.candump", self.BUS)
-        subprocess.run(["log2asc", "-I", path, "-O", self.folder / "peer.asc", "can0", "can1", "can2", "can3"])
+        self.run_program("log2asc", "-I", path, "-O", "peer.asc", *self.BUSES)
         with can.ASCWriter(self.folder / "python.asc") as writer:
             for message in can.CanutilsLogReader(path):
                 message.channel = int(message.channel[3:])
                 writer.on_message_received(message)
-        expected = [f[1:] for f in frames_of(can.CanutilsLogReader(path))]
+        expected = frames_of(can.CanutilsLogReader(path))
         for name in ["peer.asc", "python.asc"]:
-            text = self.run_convert(name, "--to", "candump", "-o", "-").decode()
-            ours = [f[1:] for f in frames_of(can.CanutilsLogReader(io.StringIO(text)))]
-            # What the peers do not write: the length of a remote frame, data of a frame without any.
-            for place in [slice(0, 5), -1]:
+            ours = frames_of(can.CanutilsLogReader(io.StringIO(self.candump(name))))
+            # What the peers do not write: times since 1970, the length of a remote frame, data of a frame without any.
+            for place in [slice(1, 6), -1]:
                 self.assertEqual([f[place] for f in ours], [f[place] for f in expected], name)
 
     def test_every_reader(self):
         drive = ["(12.345000) can{} 123#0102aa", "(12.355000) can{} 7ff#1122334455667788",
                  "(12.370000) can{} 00a#", "(13.845000) can{} 123#0302aa", "(14.345000) can{} 456#ff"]
         for kind, bus in [("candump", 1), ("trc", 0), ("csv", 0), ("trace", 1), ("txt", 0), ("rbx", 2)]:
-            lines = self.run_convert(DATA / f"drive.{kind}", "--to", "candump", "-o", "-").decode().splitlines()
+            lines = self.candump(DATA / f"drive.{kind}").splitlines()
             origin = {"txt": 36000, "rbx": -7.345}.get(kind, 0)
             expected = [line.format(bus) for line in drive]
             for line, told in zip(lines, expected, strict=True):
@@ -237,8 +235,7 @@ class Traces(Folder):
         ]
         for name, content, frames, message in table:
             with self.subTest(name):
-                self.write(name, content)
-                text = self.run_convert(name, "--to", "candump", "-o", "-").decode()
+                text = self.candump(self.write(name, content))
                 self.assertEqual(text.rstrip().replace("\n", "|"), frames)
                 self.assertIn(message, self.said)
 
@@ -262,50 +259,21 @@ class Traces(Folder):
 
 
 class Databases(Folder):
-    DBC = """VERSION ""
-BU_: ECU
-BO_ 291 Engine: 8 ECU
- SG_ Intel : 3|13@1+ (0.1,-40) [0|0] "" ECU
- SG_ IntelSigned : 16|32@1- (1,0) [0|0] "" ECU
- SG_ Motorola : 51|12@0+ (0.25,1) [0|0] "" ECU
- SG_ Float : 0|32@1- (1,0) [0|0] "" ECU
-BO_ 2565927185 Long: 8 ECU
- SG_ Motorola : 5|14@0- (1e-05,0) [0|0] "rpm" ECU
- SG_ Unsigned32 : 7|32@0+ (1,0) [0|0] "" ECU
- SG_ Wide : 0|33@1+ (1,0) [0|0] "" ECU
- SG_ Wide31 : 39|31@0+ (1,0) [0|0] "" ECU
-BO_ 1024 Multi: 8 ECU
- SG_ Mux M : 7|8@0+ (1,0) [0|0] "" ECU
- SG_ First m1 : 15|16@0+ (0.5,0) [0|0] "" ECU
- SG_ Second m200 : 15|16@0- (2,0) [0|0] "" ECU
- SG_ Other m1 : 32|8@1+ (1,0) [0|0] "" ECU
-BO_ 1025 MultiWide: 8 ECU
- SG_ Mux9 M : 0|9@1+ (1,0) [0|0] "" ECU
- SG_ Crossed m1 : 23|8@0+ (1,0) [0|0] "" ECU
-BO_ 1280 Fd: 24 ECU
- SG_ FdMotorola : 135|12@0- (0.5,0) [0|0] "" ECU
-SIG_VALTYPE_ 291 Float : 1;
-"""
+    DBC = DATA / "signals.dbc"
 
-    def signals(self, *arguments, code=0):
-        done = subprocess.run(
-            ["/usr/bin/python3", SOURCE / "python" / "xcu-signals", *arguments], cwd=self.folder,
-            capture_output=True, text=True)
-        self.said = done.stderr
-        self.assertEqual(done.returncode, code, self.said)
-        return done.stdout
+    def signals(self, *arguments, **more):
+        return self.run_program("/usr/bin/python3", SOURCE / "python" / "xcu-signals", *arguments, **more)
 
     def test_right_to_the_value(self):
-        path = self.write("a.dbc", self.DBC)
         # In captures of CAN FD frames bits count from the digit of the mark.
-        self.signals(path, "--candump", "-o", "set.csv")
+        self.signals(self.DBC, "--candump", "-o", "set.csv")
         left_out = {"Engine.Float": "floating point", "Long.Unsigned32": "unsigned 32 bits", "Long.Wide": "33 bits",
                     "MultiWide.Crossed": "its multiplexer has the other byte order"}
         for name, why in left_out.items():
             self.assertIn(f"{name}: {why}", self.said)
         self.assertEqual(self.said.count("\n"), len(left_out))
         rand, lines, expected = random.Random(1), [], []
-        frames = canmatrix.formats.loadp_flat(str(path)).frames
+        frames = canmatrix.formats.loadp_flat(str(self.DBC)).frames
         for n in range(300):
             frame = rand.choice(frames)
             data = bytearray(rand.randbytes(frame.size))
@@ -326,28 +294,25 @@ SIG_VALTYPE_ 291 Float : 1;
                 self.assertAlmostEqual(found[name], value, places=9, msg=name)
 
     def test_other_databases(self):
-        matrix = canmatrix.formats.loadp_flat(str(self.write("a.dbc", self.DBC)))
+        matrix = canmatrix.formats.loadp_flat(str(self.DBC))
 
         def signals_in(name):  # of one byte, so of either order
             return sorted(line for line in self.signals(name, "-o", "-").splitlines() if ";Mux;" not in line)
 
         canmatrix.formats.dumpp({"": matrix}, str(self.folder / "a.kcd"), "kcd")
-        self.assertEqual(signals_in("a.dbc"), signals_in("a.kcd"))
+        self.assertEqual(signals_in(self.DBC), signals_in("a.kcd"))
         self.assertIn("may lose the byte order of multiplexers", self.said)
 
     def test_through_the_converter(self):
-        self.write("a.dbc", self.DBC)
         path = os.pathsep.join([str(SOURCE / "python"), os.environ["PATH"]])
         surroundings = dict(os.environ, PATH=path)
-        self.run_convert("--from", "dbc", "-", "-o", "set.csv", env=surroundings, input=self.DBC.encode())
+        self.run_convert("--from", "dbc", "-", "-o", "set.csv", env=surroundings, input=self.DBC.read_bytes())
         self.assertEqual(len(xcu_files.read_signals(self.folder / "set.csv")), 11)
-        self.run_convert("a.dbc", "-o", "set.csv", code=1, env=surroundings)
+        self.run_convert(self.DBC, "-o", "set.csv", code=1, env=surroundings)
         self.assertIn("is there already", self.said)
-        self.write("b.dbc", "no database")
-        self.signals("b.dbc", "-o", "b.csv", code=1)
-        self.write("c.xyz", "")
-        self.signals("c.xyz", "-o", "b.csv", code=1)
-        self.assertLeaves("a.dbc", "b.dbc", "c.xyz", "set.csv")
+        self.signals(self.write("b.dbc", "no database"), "-o", "b.csv", code=1)
+        self.signals(self.write("c.xyz", ""), "-o", "b.csv", code=1)
+        self.assertLeaves("b.dbc", "c.xyz", "set.csv")
 
 
 class Module(Folder):
@@ -390,15 +355,13 @@ class Manners(Folder):
     LOG = HEADER + "\n1;10;1;\n"
 
     def test_refusals(self):
-        self.write("a.log", self.LOG)
-        self.write("empty.log", "")
-        self.write("noise.log", random.Random(1).randbytes(100000))
-        self.write("noise.rbx", random.Random(2).randbytes(1000))
-        self.write("words.candump", "to be or not to be\n")
-        self.write("candump-2026.log", "(1.0) can0 123#01\n")
-        self.write("prose.log", "not a log\n")
+        files = {
+            "a.log": self.LOG, "empty.log": "", "prose.log": "not a log\n", "words.candump": "to be or not to be\n",
+            "candump-2026.log": "(1.0) can0 123#01\n", "noise.log": random.Random(1).randbytes(100000),
+            "noise.rbx": random.Random(2).randbytes(1000)}
+        for name, content in files.items():
+            self.write(name, content)
         (self.folder / "dir.log").mkdir()
-        names = [path.name for path in self.folder.iterdir()]
         table = [
             (1, "none.log: cannot read: No such file", "none.log", "-o", "b.csv"),
             (1, "dir.log: is a folder", "dir.log", "-o", "b.csv"),
@@ -425,9 +388,9 @@ class Manners(Folder):
             with self.subTest(arguments):
                 self.run_convert(*arguments, code=code)
                 self.assertIn(message, self.said)
-                self.assertLeaves(*names)
-        self.assertIn(b"xcu-convert 0", self.run_convert("--version"))
-        self.assertIn(b"--out-dir", self.run_convert("--help"))
+                self.assertLeaves(*files, "dir.log")
+        self.assertIn("xcu-convert 0", self.run_convert("--version"))
+        self.assertIn("--out-dir", self.run_convert("--help"))
 
     def test_nothing_is_overwritten(self):
         self.write("a.log", self.LOG)
@@ -456,11 +419,10 @@ class Manners(Folder):
     def test_full_disk(self):
         self.big_log()
         for name in ["b.csv", "b.h5"]:
-            limit = 1 << 16
             self.run_convert(
                 "big.log", "-o", name, code=1,
                 preexec_fn=lambda: (signal.signal(signal.SIGXFSZ, signal.SIG_IGN),
-                                    resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))))
+                                    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 16, 1 << 16))))
             self.assertIn(f"{name}: cannot write", self.said)
             self.assertLeaves("big.log")
 
