@@ -4,17 +4,14 @@
 #include <QString>
 #include <QStringList>
 #include <algorithm>
-#include <ctime>
 #include <limits>
 
-// What the benchmarks share: figures, goals, and standard output that is out of the way.
-//
-// Where XCU_BENCH_TABLES names a folder, comparisons and goals are also appended to tables there,
-// compared.md and goals.md (see bench/run).
+// What the benchmarks share: figures and goals as rows of a table (see bench/run), and standard
+// output that is out of the way.
 class Benchmark
 {
 public:
-    // Sends the program's traces to the null device; figures still reach the real standard output.
+    // Sends the program's traces to the null device; the rows still reach the real standard output.
     Benchmark();
     ~Benchmark();
     Benchmark(const Benchmark&) = delete;
@@ -26,59 +23,44 @@ public:
     void atLeast(const QString& name, double value, double bound, const QString& unit);
     void atMost(const QString& name, double value, double bound, const QString& unit);
 
-    // Beside the peers on the same file in the same run; 0 for a peer that is not installed, or did
-    // not run. Of a unit that ends in "/s" more is better, of all others less. Ours has to be so
-    // many times as good as the better peer; 0 has failed.
-    void compare(
-        const QString& name, const QString& unit, double ours, double canUtils, double pythonCan,
-        double times);
-
     int exitCode() const { return missed ? 1 : 0; }
 
 private:
     void goal(
-        const QString& name, double value, bool met, const QString& bound, const QString& unit);
-    QString judge(bool met);
-    void print(const QString& line);
+        const QString& name, double value, const QString& unit, const QString& bound, bool isMet);
 
     int output; // a descriptor of the real standard output
     bool missed = false;
-    QString subject; // the latest figure that is not indented below another one
 };
 
-// Seconds of processor time that the fastest of five runs took. Neither the load of the machine nor
-// a cold cache is in it, nor the time that the work spends waiting.
+// Seconds since some moment: of processor time of this process, or of the programs that it has run,
+// which hold neither the load of the machine nor what is waited for; and of real time.
+double ownTime();
+double programsTime();
+double realTime();
+
+// Seconds by that clock of the fastest of so many runs: a cold cache is not in it.
 template <typename Work>
-double fastest(Work work)
+double fastest(Work work, double (*clock)() = ownTime, int runs = 5)
 {
-    constexpr int runs = 5;
-    std::clock_t best = std::numeric_limits<std::clock_t>::max();
+    double best = std::numeric_limits<double>::infinity();
     for (int run = 0; run < runs; ++run) {
-        const std::clock_t start = std::clock();
+        const double start = clock();
         work();
-        best = std::min(best, std::clock() - start);
+        best = std::min(best, clock() - start);
     }
-    return static_cast<double>(best) / CLOCKS_PER_SEC;
+    return best;
 }
 
-// Starts the program again under the preload that mocked serial ports need, unless it is there. To
-// be called first in main.
-void needPreload(char** argv);
+// Runs a program, given with its arguments. If it does not work, this one ends.
+void run(const QStringList& command);
+
+// MB in RAM at the most of one of the programs that were run.
+double programsMemory();
 
 // Memory of this process that is in RAM, in KiB.
 qint64 residentSize();
 
-// What a program took.
-struct Run
-{
-    double processorTime = 0; // s
-    double realTime = 0;      // s
-    double memory = 0;        // MB resident at the most
-    bool isFine = false;
-};
-
-// Runs a program, given with its arguments.
-Run runOnce(const QStringList& command);
-
-// Processor time in s, the best of three; 0 if it does not work.
-double best(const QStringList& command);
+// Starts the program again under the preload that mocked serial ports need, unless it is there. To
+// be called first in main.
+void needPreload(char** argv);

@@ -9,31 +9,23 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <functional>
 
 namespace {
 
 constexpr int frames = 1'000'000;
 constexpr int records = 300'000;
 
-QString write(const QString& name, const std::function<void(QFile&)>& fill)
+QString writeCandump(const QString& name)
 {
     QFile file(name);
     file.open(QIODevice::WriteOnly);
-    fill(file);
+    for (int i = 0; i < frames; ++i) {
+        file.write(
+            '(' + QByteArray::number(1000 + i / 2000.0, 'f', 6) + ") can" +
+            QByteArray::number(i % 4) + ' ' + QByteArray::number(0x100 + i * 7 % 200, 16) + '#' +
+            QByteArray::number(0x1000000000000000LL + i * 2654435761LL, 16) + '\n');
+    }
     return name;
-}
-
-QString writeCandump(const QString& name)
-{
-    return write(name, [](QFile& file) {
-        for (int i = 0; i < frames; ++i) {
-            file.write(
-                QByteArray::number(1000 + i / 2000.0, 'f', 6).prepend('(') + ") can" +
-                QByteArray::number(i % 4) + ' ' + QByteArray::number(0x100 + i * 7 % 200, 16) +
-                '#' + QByteArray::number(0x1000000000000000LL + i * 2654435761LL, 16) + '\n');
-        }
-    });
 }
 
 QString writeLog(const QString& name, int count)
@@ -44,13 +36,13 @@ QString writeLog(const QString& name, int count)
         header += "Channel (ADC" + QByteArray::number(channel) + ");";
         values += QByteArray::number(channel * 977 % 4096 - 1000) + ";";
     }
-    return write(name, [&](QFile& file) {
-        file.write(header + '\n');
-        for (int i = 0; i < count; ++i) {
-            file.write(
-                QByteArray::number(i) + ';' + QByteArray::number(10 * i) + ';' + values + '\n');
-        }
-    });
+    QFile file(name);
+    file.open(QIODevice::WriteOnly);
+    file.write(header + '\n');
+    for (int i = 0; i < count; ++i) {
+        file.write(QByteArray::number(i) + ';' + QByteArray::number(10 * i) + ';' + values + '\n');
+    }
+    return name;
 }
 
 } // namespace
@@ -64,26 +56,38 @@ int main(int argc, char** argv)
     const auto ours = [&](const QString& from, const QString& to) {
         return QStringList{convert, "--force", from, "-o", to};
     };
+    const auto time = [](const QStringList& command, int runs = 3) {
+        return fastest([&] { run(command); }, programsTime, runs);
+    };
     Benchmark bench;
 
+    const QString big = writeLog(place("big.log"), 1'600'000); // 1 GB
+    run({convert, "--to", "csv", big, "-o", "/dev/null"});
+    bench.atMost("memory, .log of 1 GB to .csv", programsMemory(), 64, "MB");
+    run(ours(big, place("big.h5")));
+    bench.atMost("memory, .log of 1 GB to .h5", programsMemory(), 128, "MB");
+    QFile::remove(big);
+
     const QString candump = writeCandump(place("a.candump"));
-    const double toAsc = best(ours(candump, place("a.asc")));
+    const QString asc = place("a.asc");
+    const double toAsc = time(ours(candump, asc));
+    bench.figure("a million frames .candump to .asc", toAsc, "s");
     const double log2asc =
-        best({"log2asc", "-I", candump, "-O", place("peer.asc"), "can0", "can1", "can2", "can3"});
-    bench.compare("a million frames .candump to .asc", "s", toAsc, log2asc, 0, 5);
-    const double toCandump = best(ours(place("a.asc"), place("b.candump")));
-    const double asc2log = best({"asc2log", "-I", place("a.asc"), "-O", place("peer.log")});
+        time({"log2asc", "-I", candump, "-O", place("peer.asc"), "can0", "can1", "can2", "can3"});
+    bench.atLeast(".candump to .asc against log2asc", log2asc / toAsc, 5, "times");
+    const double toCandump = time(ours(asc, place("b.candump")));
+    bench.figure("a million frames .asc to .candump", toCandump, "s");
+    const double asc2log = time({"asc2log", "-I", asc, "-O", place("peer.log")});
+    bench.atLeast(".asc to .candump against asc2log", asc2log / toCandump, 5, "times");
     const QString script = "import can, sys\nwith can.CanutilsLogWriter(sys.argv[2]) as writer:\n"
                            "    for frame in can.ASCReader(sys.argv[1]): writer(frame)";
-    const double python =
-        runOnce({"/usr/bin/python3", "-c", script, place("a.asc"), place("p.log")}).processorTime;
-    bench.compare("a million frames .asc to candump", "s", toCandump, asc2log, 0, 5);
-    bench.atLeast("  against python3-can", python / toCandump, 20, "times");
+    const double python = time({"/usr/bin/python3", "-c", script, asc, place("p.log")}, 1);
+    bench.atLeast(".asc to .candump against python3-can", python / toCandump, 20, "times");
 
     const QString log = writeLog(place("a.log"), records);
-    const double toCsv = best(ours(log, place("a.csv")));
+    const double toCsv = time(ours(log, place("a.csv")));
     bench.figure(".log of 300,000 records to .csv", toCsv, "s");
-    bench.atMost("  against cp", toCsv / best({"cp", log, place("copy")}), 3, "times");
+    bench.atMost(".log to .csv against cp", toCsv / time({"cp", log, place("copy")}), 3, "times");
     const QString reader =
         "import csv, sys\nsys.path.insert(0, sys.argv[3])\nimport xcu_files\n"
         "log = xcu_files.read_log(sys.argv[1])\n"
@@ -91,32 +95,18 @@ int main(int argc, char** argv)
         "    rows = csv.writer(file)\n    rows.writerow(['time_s', *log.columns])\n"
         "    for r in log.records: rows.writerow([r.ms / 1000, *r.values])";
     const double csvWriter =
-        runOnce({"/usr/bin/python3", "-c", reader, log, place("p.csv"), XCU_PYTHON_DIR})
-            .processorTime;
-    bench.atLeast("  against csv.writer", csvWriter / toCsv, 20, "times");
+        time({"/usr/bin/python3", "-c", reader, log, place("p.csv"), XCU_PYTHON_DIR}, 1);
+    bench.atLeast(".log to .csv against csv.writer", csvWriter / toCsv, 20, "times");
 
     QDir(folder.path()).mkdir("out");
     QStringList many{convert, "--force", "--to", "csv", "--out-dir", place("out")};
     for (int i = 0; i < 200; ++i) {
-        many.append(writeLog(folder.filePath(QString("%1.log").arg(i)), 9000));
+        many << writeLog(folder.filePath(QString("%1.log").arg(i)), 9000);
     }
-    const auto realTime = [&many](const char* jobs) {
-        const QStringList command = many + QStringList{"--jobs", jobs};
-        return std::min(
-            {runOnce(command).realTime, runOnce(command).realTime, runOnce(command).realTime});
+    const auto timeOfJobs = [&many](const char* jobs) {
+        return fastest([&] { run(many + QStringList{"--jobs", jobs}); }, realTime, 3);
     };
-    const double oneByOne = realTime("1");
-    bench.atLeast("200 logs on two processors", oneByOne / realTime("2"), 1.8, "times one by one");
-    for (int i = 0; i < 200; ++i) {
-        QFile::remove(folder.filePath(QString("%1.log").arg(i)));
-    }
-    QDir(place("out")).removeRecursively();
-
-    const QString big = writeLog(place("big.log"), 1'600'000); // 1 GB
-    bench.atMost(
-        "memory, .log of 1 GB to .csv",
-        runOnce(QStringList{convert, "--to", "csv", big, "-o", "/dev/null"}).memory, 64, "MB");
-    const Run table = runOnce(ours(big, place("big.h5")));
-    bench.atMost("memory, .log of 1 GB to .h5", table.isFine ? table.memory : 1e9, 128, "MB");
+    const double parallel = timeOfJobs("1") / timeOfJobs("2");
+    bench.atLeast("200 logs on two processors", parallel, 1.8, "times one by one");
     return bench.exitCode();
 }
