@@ -4,7 +4,9 @@
 #include "comm/trace.h"
 #include "schema/link.pb.h"
 
+#include <algorithm>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 using comm::traceLine;
@@ -21,27 +23,21 @@ using Config = IConfigCommandsResponse;
 using Adaptation = IControlerAdaptationResponse;
 using Faults = IFaultServiceCommandsResponse;
 using Scope = IScopeCommandsResponse;
-using MapAxis = Maps::MapAxis;
-using MapCommandResult = Maps::MapCommandResult;
-using AdaptationStatus = Adaptation::AdaptationStatus;
 
-MapAxis toAxis(int wireValue)
+Maps::MapAxis toAxis(int wireValue)
 {
-    return wireValue == 1 ? MapAxis::Y : MapAxis::X;
+    return wireValue == 1 ? Maps::MapAxis::Y : Maps::MapAxis::X;
 }
 
 // A result that nobody knows reads as 2, and a negative one as 0: on purpose, and lossy.
-MapCommandResult toResult(int wireValue)
+Maps::MapCommandResult toResult(int wireValue)
 {
-    if (wireValue > 3) {
-        return MapCommandResult::Result2;
-    }
-    return wireValue > 0 ? static_cast<MapCommandResult>(wireValue) : MapCommandResult::Result0;
+    return static_cast<Maps::MapCommandResult>(wireValue > 3 ? 2 : std::max(wireValue, 0));
 }
 
-AdaptationStatus toStatus(int wireValue)
+Adaptation::AdaptationStatus toStatus(int wireValue)
 {
-    return wireValue == 1 ? AdaptationStatus::Busy : AdaptationStatus::Idle;
+    return wireValue == 1 ? Adaptation::AdaptationStatus::Busy : Adaptation::AdaptationStatus::Idle;
 }
 
 template <typename RepeatedField>
@@ -66,38 +62,11 @@ std::vector<FaultItemData> toFaults(const xcu::FaultGetFaultsResp& response)
     return faults;
 }
 
-// A member of the response may come that nobody wants.
-template <typename Interface, typename Operation, typename... Arguments>
-void call(Interface* interface, Operation operation, Arguments&&... arguments)
-{
-    if (interface) {
-        (interface->*operation)(std::forward<Arguments>(arguments)...);
-    }
-}
+// Only its type is used: that of a pointer to the interface to which the operation belongs.
+template <typename Interface, typename... Parameters>
+Interface* interfaceOf(void (Interface::*operation)(Parameters...));
 
 } // namespace
-
-CommandsResponseReceiver::CommandsResponseReceiver(
-    IBootloaderCommandsResponse* bootloader, IDataLoggerCommandsResponse* dataLogger,
-    IConfigCommandsResponse* config, IPidTunerCommandsResponse* pidTuner,
-    IMapTuningCommandsResponse* mapTuning, IControlerAdaptationResponse* adaptation,
-    ICandumpResponse* candump, IFaultServiceCommandsResponse* faultService,
-    IScopeCommandsResponse* scope)
-    : bootloaderResponse(bootloader)
-    , dataLoggerResponse(dataLogger)
-    , configResponse(config)
-    , pidTunerResponse(pidTuner)
-    , mapTuningResponse(mapTuning)
-    , adaptationResponse(adaptation)
-    , candumpResponse(candump)
-    , faultServiceResponse(faultService)
-    , scopeResponse(scope)
-{}
-
-void CommandsResponseReceiver::setDataLoggerCommandsResponse(IDataLoggerCommandsResponse* response)
-{
-    dataLoggerResponse = response;
-}
 
 void CommandsResponseReceiver::decodeResponse(const std::string& data)
 {
@@ -106,134 +75,132 @@ void CommandsResponseReceiver::decodeResponse(const std::string& data)
     if (data.size() > std::numeric_limits<int>::max() || !response.ParseFromString(data)) {
         return;
     }
+    const std::tuple interfaces(
+        bootloaderResponse, dataLoggerResponse, configResponse, pidTunerResponse, mapTuningResponse,
+        adaptationResponse, candumpResponse, faultServiceResponse, scopeResponse);
+    // A response may come for which there is no listener.
+    const auto call = [&](auto operation, auto&&... arguments) {
+        if (auto* interface = std::get<decltype(interfaceOf(operation))>(interfaces)) {
+            (interface->*operation)(std::forward<decltype(arguments)>(arguments)...);
+        }
+    };
     switch (response.resp_case()) {
     case Response::kBootloaderValue:
-        return call(bootloaderResponse, &Bootloader::bootloaderValue, response.bootloader_value());
+        return call(&Bootloader::bootloaderValue, response.bootloader_value());
     case Response::kPong:
-        return call(bootloaderResponse, &Bootloader::pongReceived, response.pong().value());
+        return call(&Bootloader::pongReceived, response.pong().value());
     case Response::kPrompt:
-        return call(bootloaderResponse, &Bootloader::promptReceived);
+        return call(&Bootloader::promptReceived);
     case Response::kCandumpStarted:
-        return call(candumpResponse, &Candump::candumpStart);
+        return call(&Candump::candumpStart);
     case Response::kCandumpStopped:
-        return call(candumpResponse, &Candump::candumpStop);
+        return call(&Candump::candumpStop);
     case Response::kCandumpFrame: {
         const auto& fields = response.candump_frame();
         return call(
-            candumpResponse, &Candump::candump, fields.bus(), fields.timestamp(), fields.id(),
-            fields.extended(), fields.fd(), fields.brs(), fields.data());
+            &Candump::candump, fields.bus(), fields.timestamp(), fields.id(), fields.extended(),
+            fields.fd(), fields.brs(), fields.data());
     }
     case Response::kLoggerStarted:
         traceLine("kLoggerStarted"); // whether or not anyone listens
-        return call(dataLoggerResponse, &Logger::loggerStarted);
+        return call(&Logger::loggerStarted);
     case Response::kLoggerStopped:
         traceLine("kLoggerStopped");
-        return call(dataLoggerResponse, &Logger::loggerStopped);
+        return call(&Logger::loggerStopped);
     case Response::kLoggerData: {
         const auto& fields = response.logger_data();
         traceLine("kLoggerData");
         return call(
-            dataLoggerResponse, &Logger::loggerDataReceived, fields.sample_number(),
-            fields.timestamp(), toVector(fields.values()));
+            &Logger::loggerDataReceived, fields.sample_number(), fields.timestamp(),
+            toVector(fields.values()));
     }
     case Response::kPidTunerStarted:
-        return call(pidTunerResponse, &Pid::pidTunerStart, response.pid_tuner_started().value());
+        return call(&Pid::pidTunerStart, response.pid_tuner_started().value());
     case Response::kPidTunerSet:
-        return call(pidTunerResponse, &Pid::pidTunerSetPid, response.pid_tuner_set().value());
+        return call(&Pid::pidTunerSetPid, response.pid_tuner_set().value());
     case Response::kPidTunerPid: {
         const auto& fields = response.pid_tuner_pid();
         return call(
-            pidTunerResponse, &Pid::pidTunerGetPid, fields.pid_id(), fields.param_1(),
-            fields.param_2(), fields.param_3(), fields.param_4(), fields.param_5());
+            &Pid::pidTunerGetPid, fields.pid_id(), fields.param_1(), fields.param_2(),
+            fields.param_3(), fields.param_4(), fields.param_5());
     }
     case Response::kPidTunerResetDone:
-        return call(pidTunerResponse, &Pid::pidTunerReset, response.pid_tuner_reset_done().value());
+        return call(&Pid::pidTunerReset, response.pid_tuner_reset_done().value());
     case Response::kMapTunerStarted:
-        return call(
-            mapTuningResponse, &Maps::mapTuningStart, response.map_tuner_started().map_count());
+        return call(&Maps::mapTuningStart, response.map_tuner_started().map_count());
     case Response::kMapDetails: {
         const auto& fields = response.map_details();
-        return call(
-            mapTuningResponse, &Maps::mapTuningMapDetails, fields.map_id(), fields.x_size(),
-            fields.y_size());
+        return call(&Maps::mapTuningMapDetails, fields.map_id(), fields.x_size(), fields.y_size());
     }
     case Response::kMapLabelSet: {
         const auto& fields = response.map_label_set();
         return call(
-            mapTuningResponse, &Maps::mapTuningSetMapLabel, fields.map_id(), toAxis(fields.axis()),
-            fields.label_id(), toResult(fields.result()));
+            &Maps::mapTuningSetMapLabel, fields.map_id(), toAxis(fields.axis()), fields.label_id(),
+            toResult(fields.result()));
     }
     case Response::kMapLabel: {
         const auto& fields = response.map_label();
         return call(
-            mapTuningResponse, &Maps::mapTuningGetMapLabel, fields.map_id(), toAxis(fields.axis()),
-            fields.label_id(), fields.value(), toResult(fields.result()));
+            &Maps::mapTuningGetMapLabel, fields.map_id(), toAxis(fields.axis()), fields.label_id(),
+            fields.value(), toResult(fields.result()));
     }
     case Response::kMapValueSet: {
         const auto& fields = response.map_value_set();
         return call(
-            mapTuningResponse, &Maps::mapTuningSetMapValue, fields.map_id(), fields.x_id(),
-            fields.y_id(), toResult(fields.result()));
+            &Maps::mapTuningSetMapValue, fields.map_id(), fields.x_id(), fields.y_id(),
+            toResult(fields.result()));
     }
     case Response::kMapValue: {
         const auto& fields = response.map_value();
         return call(
-            mapTuningResponse, &Maps::mapTuningGetMapValue, fields.map_id(), fields.x_id(),
-            fields.y_id(), fields.value(), toResult(fields.result()));
+            &Maps::mapTuningGetMapValue, fields.map_id(), fields.x_id(), fields.y_id(),
+            fields.value(), toResult(fields.result()));
     }
     case Response::kMapData: {
         const auto& fields = response.map_data();
         return call(
-            mapTuningResponse, &Maps::mapTuningMap, fields.map_id(), toVector(fields.x_labels()),
+            &Maps::mapTuningMap, fields.map_id(), toVector(fields.x_labels()),
             toVector(fields.y_labels()), toVector(fields.values()));
     }
     case Response::kMapLastGetValue: {
         const auto& fields = response.map_last_get_value();
         return call(
-            mapTuningResponse, &Maps::mapTuningGetLastGetValue, fields.map_id(), fields.x_id(),
-            fields.y_id(), fields.value());
+            &Maps::mapTuningGetLastGetValue, fields.map_id(), fields.x_id(), fields.y_id(),
+            fields.value());
     }
     case Response::kConfigurationWritten: {
         const auto& fields = response.configuration_written();
-        return call(
-            configResponse, &Config::writeConfiguration, fields.result(), fields.config_id());
+        return call(&Config::writeConfiguration, fields.result(), fields.config_id());
     }
     case Response::kConfiguration: {
         const auto& fields = response.configuration();
-        return call(
-            configResponse, &Config::readConfiguration, fields.result(), fields.config_id(),
-            fields.data());
+        return call(&Config::readConfiguration, fields.result(), fields.config_id(), fields.data());
     }
     case Response::kConfigurationErased: {
         const auto& fields = response.configuration_erased();
-        return call(
-            configResponse, &Config::eraseConfiguration, fields.result(), fields.config_id());
+        return call(&Config::eraseConfiguration, fields.result(), fields.config_id());
     }
     case Response::kCalibrationWritten: {
         const auto& fields = response.calibration_written();
-        return call(configResponse, &Config::writeCalibration, fields.result(), fields.config_id());
+        return call(&Config::writeCalibration, fields.result(), fields.config_id());
     }
     case Response::kDriverCalibrationStarted:
-        return call(adaptationResponse, &Adaptation::adaptationStart);
+        return call(&Adaptation::adaptationStart);
     case Response::kDriverCalibrationStatus:
         return call(
-            adaptationResponse, &Adaptation::adaptationStatus,
-            toStatus(response.driver_calibration_status().status()));
+            &Adaptation::adaptationStatus, toStatus(response.driver_calibration_status().status()));
     case Response::kFaultCount: {
         const auto& fields = response.fault_count();
-        return call(
-            faultServiceResponse, &Faults::faultGetFaultCountResp, fields.first_count(),
-            fields.second_count());
+        return call(&Faults::faultGetFaultCountResp, fields.first_count(), fields.second_count());
     }
     case Response::kFaultList:
-        return call(
-            faultServiceResponse, &Faults::faultGetFaultsResp, toFaults(response.fault_list()));
+        return call(&Faults::faultGetFaultsResp, toFaults(response.fault_list()));
     case Response::kFaultsCleaned:
-        return call(faultServiceResponse, &Faults::faultCleanFaultsResp);
+        return call(&Faults::faultCleanFaultsResp);
     case Response::kScopeSamples: {
         const auto& fields = response.scope_samples();
         return call(
-            scopeResponse, &Scope::scopeDataReceived, fields.first_value(), fields.second_value(),
+            &Scope::scopeDataReceived, fields.first_value(), fields.second_value(),
             fields.third_value(), toVector(fields.samples()));
     }
     default:

@@ -11,13 +11,26 @@ class CommandsResponseReceiver
 {
 public:
     CommandsResponseReceiver(
-        IBootloaderCommandsResponse* bootloaderResponse,
-        IDataLoggerCommandsResponse* dataLoggerResponse, IConfigCommandsResponse* configResponse,
-        IPidTunerCommandsResponse* pidTunerResponse, IMapTuningCommandsResponse* mapTuningResponse,
-        IControlerAdaptationResponse* adaptationResponse, ICandumpResponse* candumpResponse,
-        IFaultServiceCommandsResponse* faultServiceResponse, IScopeCommandsResponse* scopeResponse);
+        IBootloaderCommandsResponse* bootloader, IDataLoggerCommandsResponse* dataLogger,
+        IConfigCommandsResponse* config, IPidTunerCommandsResponse* pidTuner,
+        IMapTuningCommandsResponse* mapTuning, IControlerAdaptationResponse* adaptation,
+        ICandumpResponse* candump, IFaultServiceCommandsResponse* faultService,
+        IScopeCommandsResponse* scope)
+        : bootloaderResponse(bootloader)
+        , dataLoggerResponse(dataLogger)
+        , configResponse(config)
+        , pidTunerResponse(pidTuner)
+        , mapTuningResponse(mapTuning)
+        , adaptationResponse(adaptation)
+        , candumpResponse(candump)
+        , faultServiceResponse(faultService)
+        , scopeResponse(scope)
+    {}
 
-    void setDataLoggerCommandsResponse(IDataLoggerCommandsResponse* response);
+    void setDataLoggerCommandsResponse(IDataLoggerCommandsResponse* response)
+    {
+        dataLoggerResponse = response;
+    }
 
     // A payload that does not parse, or whose member nobody knows, is dropped without a word.
     void decodeResponse(const std::string& data);

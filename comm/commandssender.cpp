@@ -11,8 +11,6 @@ using xcu::Command;
 
 namespace {
 
-constexpr unsigned int protocolVersion = 1;
-
 // An axis that is neither goes out as X.
 xcu::MapAxis toWire(CommandsSender::MapAxis axis)
 {
@@ -32,19 +30,14 @@ CommandsSender::CommandsSender(ComPort& port)
     : comPort(port)
 {}
 
-template <typename Member, typename Fill>
-void CommandsSender::send(Member member, Fill fill)
+template <typename Member, typename... Fill>
+void CommandsSender::send(Member member, const Fill&... fill)
 {
     Command command;
-    command.set_protocol_version(protocolVersion);
-    fill(*(command.*member)());
+    command.set_protocol_version(1);
+    [[maybe_unused]] auto& request = *(command.*member)();
+    (fill(request), ...);
     comPort.commandSend(command.SerializeAsString());
-}
-
-template <typename Member>
-void CommandsSender::send(Member member)
-{
-    send(member, [](auto&) {});
 }
 
 void CommandsSender::sendResetToBootloader()

@@ -71,12 +71,10 @@ public:
     void sendScopeDataRequest(int value);
 
 private:
-    // Sends the command with this member, such as &xcu::Command::mutable_ping; fill sets its
-    // fields.
-    template <typename Member, typename Fill>
-    void send(Member member, Fill fill);
-    template <typename Member>
-    void send(Member member);
+    // Sends the command with this member, such as &xcu::Command::mutable_ping; fill, if there is
+    // one, sets its fields.
+    template <typename Member, typename... Fill>
+    void send(Member member, const Fill&... fill);
 
     ComPort& comPort;
     std::mutex mutex; // never locked: ComPort keeps frames apart

@@ -53,12 +53,6 @@ void waitFor(Lookup lookup, QString& serial)
 
 } // namespace
 
-ComPort::ComPort()
-    : serialPort(std::make_unique<QSerialPort>())
-{}
-
-ComPort::~ComPort() = default;
-
 bool ComPort::open(QSerialPortInfo port)
 {
     retire(std::exchange(serialPort, std::make_unique<QSerialPort>()));
@@ -83,11 +77,6 @@ void ComPort::close()
     pollTimer.stop();
     disconnect(&pollTimer, &QTimer::timeout, this, &ComPort::dataAvaliable);
     retire(std::move(serialPort));
-}
-
-bool ComPort::isOpen() const
-{
-    return serialPort && serialPort->isOpen();
 }
 
 // Closes the port and destroys it, unless its readyRead is on the stack: then it has to live until
@@ -154,7 +143,7 @@ void ComPort::commandSend(std::string data)
         hexdump(data.data(), data.size());
         return;
     }
-    const std::string frame = comm::makeFrame(std::move(data));
+    const std::string frame = comm::makeFrame(data);
     {
         const QMutexLocker lock(&writeMutex);
         traceText("<<");
@@ -224,27 +213,7 @@ void ComPort::waitForDevicePortAvaliable()
     waitFor(getDevicePortBySerialNumber, serialNumber);
 }
 
-std::string ComPort::getSerialNumber() const
-{
-    return serialNumber.toStdString();
-}
-
-quint16 ComPort::getVid() const
-{
-    return openedPort.vendorIdentifier();
-}
-
-quint16 ComPort::getPid() const
-{
-    return openedPort.productIdentifier();
-}
-
 std::string ComPort::error() const
 {
     return serialPort ? serialPort->errorString().toStdString() : std::string();
-}
-
-QSerialPortInfo ComPort::getOpenedPort() const
-{
-    return openedPort;
 }

@@ -23,25 +23,24 @@ class ComPort : public QObject
     Q_OBJECT
 
 public:
-    ComPort();
-    ~ComPort() override;
-
     // Opens the given port in place of the present one, with the line parameters as they are.
     // False if it cannot be opened; getSerialNumber and getOpenedPort then report it all the same.
     bool open(QSerialPortInfo port);
     void close();
-    bool isOpen() const;
+    bool isOpen() const { return serialPort && serialPort->isOpen(); }
 
     // Sends one payload as a frame, without waiting for the line. May be called from any thread: a
     // call from outside the owning thread is queued to it. On a closed port the payload is dumped
     // to standard output and lost. A payload above 4 GiB - 1 ends the program.
     void commandSend(std::string data);
 
-    std::string getSerialNumber() const; // UTF-8, of the port last passed to open
-    quint16 getVid() const;              // USB identifiers of that port, 0 if it has none
-    quint16 getPid() const;
+    // Of the port last passed to open: its USB serial number (UTF-8), and its USB identifiers, 0 if
+    // it has none.
+    std::string getSerialNumber() const { return serialNumber.toStdString(); }
+    quint16 getVid() const { return openedPort.vendorIdentifier(); }
+    quint16 getPid() const { return openedPort.productIdentifier(); }
+    QSerialPortInfo getOpenedPort() const { return openedPort; }
     std::string error() const; // the port's error text, UTF-8; empty without a port object
-    QSerialPortInfo getOpenedPort() const;
 
     // Look for the unit with the serial number of the last open, device or bootloader, every 100
     // ms until it is found and opened. The first attempt is made before the call returns.
@@ -70,15 +69,15 @@ private:
 
     // The order is that of construction: on destruction the port goes last, after the timers that
     // would read from it.
-    std::unique_ptr<QSerialPort> serialPort; // null after close
-    QSerialPortInfo openedPort;              // last passed to open
-    QMutex readMutex;                        // never locked
-    QMutex writeMutex;                       // held while a frame is written
-    QMutex portMutex;                        // never locked
-    QWaitCondition readCondition;            // never used
-    QWaitCondition portCondition;            // never used
-    bool aborted = false;                    // never read
-    QString serialNumber;                    // of openedPort
+    std::unique_ptr<QSerialPort> serialPort = std::make_unique<QSerialPort>(); // null after close
+    QSerialPortInfo openedPort;   // last passed to open
+    QMutex readMutex;             // never locked
+    QMutex writeMutex;            // held while a frame is written
+    QMutex portMutex;             // never locked
+    QWaitCondition readCondition; // never used
+    QWaitCondition portCondition; // never used
+    bool aborted = false;         // never read
+    QString serialNumber;         // of openedPort
     // Both survive close and open: a frame cut by a close takes its payload from the next session.
     quint32 readState = 0;   // 0: the header comes next, 1: the payload
     quint32 frameLength = 0; // of the frame that readState is in, bytes

@@ -3,19 +3,17 @@
 
 #include <QIODevice>
 #include <QtEndian>
-#include <array>
 #include <exception>
 #include <limits>
 
-std::string comm::makeFrame(std::string payload)
+std::string comm::makeFrame(const std::string& payload)
 {
     if (payload.size() > std::numeric_limits<quint32>::max()) {
         std::terminate();
     }
-    std::array<char, sizeof(quint32)> header{};
-    qToLittleEndian(static_cast<quint32>(payload.size()), header.data());
-    payload.insert(0, header.data(), header.size());
-    return payload;
+    std::string frame(sizeof(quint32), '\0');
+    qToLittleEndian(static_cast<quint32>(payload.size()), frame.data());
+    return frame += payload;
 }
 
 std::optional<quint32> comm::takeLength(QIODevice& device)

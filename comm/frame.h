@@ -14,7 +14,7 @@ namespace comm {
 // of step cannot recover.
 
 // The payload with its length in front. A payload above 4 GiB - 1 ends the program.
-std::string makeFrame(std::string payload);
+std::string makeFrame(const std::string& payload);
 
 // Take the length of a frame from the device, and so many bytes of payload; nothing, with all bytes
 // left in the device, while some are missing. Memory is taken only for a payload that has arrived
