@@ -6,9 +6,6 @@
 DataSelector::DataSelector(
     std::vector<std::string>& /*names*/, std::vector<bool>& /*shown*/, QWidget* parent)
     : QWidget(parent)
-    , ui(std::make_unique<Ui::DataSelector>())
 {
-    ui->setupUi(this);
+    Ui::DataSelector().setupUi(this);
 }
-
-DataSelector::~DataSelector() = default;

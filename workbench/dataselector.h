@@ -2,13 +2,8 @@
 #pragma once
 
 #include <QWidget>
-#include <memory>
 #include <string>
 #include <vector>
-
-namespace Ui {
-class DataSelector;
-}
 
 // A form for choosing channels by name. Nothing opens it yet, and it shows none of its arguments.
 class DataSelector : public QWidget
@@ -18,8 +13,4 @@ class DataSelector : public QWidget
 public:
     DataSelector(
         std::vector<std::string>& names, std::vector<bool>& shown, QWidget* parent = nullptr);
-    ~DataSelector() override;
-
-private:
-    std::unique_ptr<Ui::DataSelector> ui;
 };

@@ -16,8 +16,8 @@ namespace {
 
 constexpr unsigned int loggedChannels = 32; // always the first ones
 
-// A viewer that leaves the distributor while it still is an IDataPresenter. QObject::destroyed
-// comes too late for that: by then only the QWidget is left.
+// A viewer that gets the distributor's records for as long as it is an IDataPresenter.
+// QObject::destroyed would come too late to end that: by then only the QWidget is left.
 template <typename Viewer>
 class RegisteredViewer final : public Viewer
 {
@@ -25,7 +25,9 @@ public:
     RegisteredViewer(LoggerDataDistributor& registeredWith, QWidget* parent)
         : Viewer(parent)
         , distributor(registeredWith)
-    {}
+    {
+        distributor.addSink(this);
+    }
     ~RegisteredViewer() override { distributor.removeSink(this); }
 
 private:
@@ -102,7 +104,6 @@ void MainWindow::createValueViewer(bool /*checked*/)
 {
     auto* viewer = new RegisteredViewer<ValueViewer>(loggerDataDistributor, this);
     ui->formContainer->addSubWindow(viewer);
-    loggerDataDistributor.addSink(viewer);
     connect(viewer, &QObject::destroyed, this, &MainWindow::viewerDestroyed);
     viewer->show();
 }
@@ -111,7 +112,6 @@ void MainWindow::createPlotViewer(bool /*checked*/)
 {
     auto* viewer = new RegisteredViewer<PlotViewer>(loggerDataDistributor, this);
     ui->formContainer->addSubWindow(viewer);
-    loggerDataDistributor.addSink(viewer);
     viewer->show();
 }
 

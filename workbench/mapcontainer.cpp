@@ -5,6 +5,7 @@
 #include "workbench/maptuning.h"
 
 #include <QMdiArea>
+#include <algorithm>
 
 namespace {
 
@@ -28,11 +29,9 @@ void MapContainer::showMapTuner(QMdiArea* area, int mapId)
 
 void MapContainer::tunerClosing(QObject* editor)
 {
-    for (auto entry = mapTuners.begin(); entry != mapTuners.end(); ++entry) {
-        if (entry.value() == editor) {
-            mapTuners.erase(entry);
-            return;
-        }
+    const auto entry = std::find(mapTuners.begin(), mapTuners.end(), editor);
+    if (entry != mapTuners.end()) {
+        mapTuners.erase(entry);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <QKeySequence>
 #include <QShortcut>
 #include <QStyledItemDelegate>
+#include <utility>
 
 namespace {
 
@@ -35,15 +36,6 @@ int numberIn(const QTableWidgetItem& item, bool* isNumber = nullptr)
     return text.trimmed().toInt(isNumber);
 }
 
-using Slot = void (MapTuning::*)();
-
-void addShortcut(const char* keys, QWidget* table, MapTuning* editor, Slot slot)
-{
-    auto* shortcut = new QShortcut(QKeySequence(QLatin1String(keys)), table);
-    shortcut->setContext(Qt::WindowShortcut); // in a workspace: the active sub-window alone
-    QObject::connect(shortcut, &QShortcut::activated, editor, slot);
-}
-
 } // namespace
 
 MapTuning::MapTuning(unsigned int id, CommandsSender* sender, QWidget* parent)
@@ -56,10 +48,17 @@ MapTuning::MapTuning(unsigned int id, CommandsSender* sender, QWidget* parent)
     ui->mapValues->setItemDelegate(new CellDelegate(this));
     setWindowTitle(QStringLiteral("Map ID: %1").arg(mapId));
     commandsSender->sendMapTunerGetMapDetails(mapId);
-    addShortcut("p", ui->mapValues, this, &MapTuning::mapValues_increaseValues);
-    addShortcut("l", ui->mapValues, this, &MapTuning::mapValues_decreaseValues);
-    addShortcut("Ctrl+C", ui->mapValues, this, &MapTuning::mapValues_copy);
-    addShortcut("Ctrl+V", ui->mapValues, this, &MapTuning::mapValues_paste);
+    const std::pair<const char*, void (MapTuning::*)()> shortcuts[] = {
+        {"p", &MapTuning::mapValues_increaseValues},
+        {"l", &MapTuning::mapValues_decreaseValues},
+        {"Ctrl+C", &MapTuning::mapValues_copy},
+        {"Ctrl+V", &MapTuning::mapValues_paste},
+    };
+    for (const auto& [keys, slot] : shortcuts) {
+        auto* shortcut = new QShortcut(QKeySequence(QLatin1String(keys)), ui->mapValues);
+        shortcut->setContext(Qt::WindowShortcut); // in a workspace: the active sub-window alone
+        connect(shortcut, &QShortcut::activated, this, slot);
+    }
 }
 
 MapTuning::~MapTuning() = default;

@@ -6,14 +6,13 @@
 
 MapTuningContainer::MapTuningContainer(QWidget* parent)
     : QDialog(parent)
-    , ui(std::make_unique<Ui::MapTuningContainer>())
 {
-    ui->setupUi(this);
+    Ui::MapTuningContainer form;
+    form.setupUi(this);
+    mdiArea = form.mdiArea;
 }
-
-MapTuningContainer::~MapTuningContainer() = default;
 
 void MapTuningContainer::addTuner(MapTuning* tuner, unsigned int /*mapId*/)
 {
-    ui->mdiArea->addSubWindow(tuner);
+    mdiArea->addSubWindow(tuner);
 }

@@ -2,13 +2,9 @@
 #pragma once
 
 #include <QDialog>
-#include <memory>
 
 class MapTuning;
-
-namespace Ui {
-class MapTuningContainer;
-}
+class QMdiArea;
 
 // A dialog that holds map editors. Nothing opens it: editors live in the main window's workspace.
 class MapTuningContainer : public QDialog
@@ -17,10 +13,9 @@ class MapTuningContainer : public QDialog
 
 public:
     explicit MapTuningContainer(QWidget* parent = nullptr);
-    ~MapTuningContainer() override;
 
     void addTuner(MapTuning* tuner, unsigned int mapId); // takes the editor over
 
 private:
-    std::unique_ptr<Ui::MapTuningContainer> ui;
+    QMdiArea* mdiArea;
 };
