@@ -35,8 +35,8 @@ void CommandsSender::send(Member member, const Fill&... fill)
 {
     Command command;
     command.set_protocol_version(1);
-    [[maybe_unused]] auto& request = *(command.*member)();
-    (fill(request), ...);
+    [[maybe_unused]] auto& fields = *(command.*member)();
+    (fill(fields), ...);
     comPort.commandSend(command.SerializeAsString());
 }
 
@@ -47,27 +47,27 @@ void CommandsSender::sendResetToBootloader()
 
 void CommandsSender::sendRsaPublicKey(const std::string& key)
 {
-    send(&Command::mutable_rsa_public_key, [&](auto& request) { request.set_key(key); });
+    send(&Command::mutable_rsa_public_key, [&](auto& fields) { fields.set_key(key); });
 }
 
 void CommandsSender::sendAesKey(const std::string& key)
 {
-    send(&Command::mutable_aes_key, [&](auto& request) { request.set_key(key); });
+    send(&Command::mutable_aes_key, [&](auto& fields) { fields.set_key(key); });
 }
 
 void CommandsSender::sendKeyExchange(const std::string& data)
 {
-    send(&Command::mutable_key_exchange, [&](auto& request) { request.set_data(data); });
+    send(&Command::mutable_key_exchange, [&](auto& fields) { fields.set_data(data); });
 }
 
 void CommandsSender::sendCommand(std::string data)
 {
-    send(&Command::mutable_command_data, [&](auto& request) { request.set_data(std::move(data)); });
+    send(&Command::mutable_command_data, [&](auto& fields) { fields.set_data(std::move(data)); });
 }
 
 void CommandsSender::sendPing(unsigned int value)
 {
-    send(&Command::mutable_ping, [&](auto& request) { request.set_value(value); });
+    send(&Command::mutable_ping, [&](auto& fields) { fields.set_value(value); });
 }
 
 void CommandsSender::sendModuleKeyPublicKeyRequest()
@@ -92,9 +92,9 @@ void CommandsSender::sendGetFirmwareId()
 
 void CommandsSender::sendLoggerStart(std::vector<unsigned int>& channels, bool passive)
 {
-    send(&Command::mutable_datalogger_start, [&](auto& start) {
-        start.mutable_channels()->Add(channels.begin(), channels.end());
-        start.set_passive(passive ? 1 : 0);
+    send(&Command::mutable_datalogger_start, [&](auto& fields) {
+        fields.mutable_channels()->Add(channels.begin(), channels.end());
+        fields.set_passive(passive ? 1 : 0);
     });
 }
 
@@ -110,9 +110,9 @@ void CommandsSender::sendLoggerStop()
 
 void CommandsSender::sendVirtualInputValue(int index, int value)
 {
-    send(&Command::mutable_virtual_input_set, [&](auto& request) {
-        request.set_index(index);
-        request.set_value(value);
+    send(&Command::mutable_virtual_input_set, [&](auto& fields) {
+        fields.set_index(index);
+        fields.set_value(value);
     });
 }
 
@@ -124,24 +124,24 @@ void CommandsSender::sendPidTunerStartReq()
 void CommandsSender::sendPidTunerSetPidReq(
     unsigned int pidId, int param1, int param2, int param3, int param4, int param5)
 {
-    send(&Command::mutable_pid_tuner_set_pid, [&](auto& request) {
-        request.set_pid_id(pidId);
-        request.set_param_1(param1);
-        request.set_param_2(param2);
-        request.set_param_3(param3);
-        request.set_param_4(param4);
-        request.set_param_5(param5);
+    send(&Command::mutable_pid_tuner_set_pid, [&](auto& fields) {
+        fields.set_pid_id(pidId);
+        fields.set_param_1(param1);
+        fields.set_param_2(param2);
+        fields.set_param_3(param3);
+        fields.set_param_4(param4);
+        fields.set_param_5(param5);
     });
 }
 
 void CommandsSender::sendPidTunerGetPidReq(unsigned int pidId)
 {
-    send(&Command::mutable_pid_tuner_get_pid, [&](auto& request) { request.set_pid_id(pidId); });
+    send(&Command::mutable_pid_tuner_get_pid, [&](auto& fields) { fields.set_pid_id(pidId); });
 }
 
 void CommandsSender::sendPidTunerResetReq(unsigned int pidId)
 {
-    send(&Command::mutable_pid_tuner_reset, [&](auto& request) { request.set_pid_id(pidId); });
+    send(&Command::mutable_pid_tuner_reset, [&](auto& fields) { fields.set_pid_id(pidId); });
 }
 
 void CommandsSender::sendMapTunerStartReq()
@@ -151,89 +151,89 @@ void CommandsSender::sendMapTunerStartReq()
 
 void CommandsSender::sendMapTunerGetMapDetails(unsigned int mapId)
 {
-    send(&Command::mutable_map_tuner_get_map_details, [&](auto& request) {
-        request.set_map_id(mapId);
+    send(&Command::mutable_map_tuner_get_map_details, [&](auto& fields) {
+        fields.set_map_id(mapId);
     });
 }
 
 void CommandsSender::sendMapTunerSetMapLabel(
     unsigned int mapId, MapAxis axis, unsigned int labelId, int value)
 {
-    send(&Command::mutable_map_tuner_set_map_label, [&](auto& request) {
-        request.set_map_id(mapId);
-        request.set_axis(toWire(axis));
-        request.set_label_id(labelId);
-        request.set_value(value);
+    send(&Command::mutable_map_tuner_set_map_label, [&](auto& fields) {
+        fields.set_map_id(mapId);
+        fields.set_axis(toWire(axis));
+        fields.set_label_id(labelId);
+        fields.set_value(value);
     });
 }
 
 void CommandsSender::sendMapTunerGetMapLabel(unsigned int mapId, MapAxis axis, unsigned int labelId)
 {
-    send(&Command::mutable_map_tuner_get_map_label, [&](auto& request) {
-        request.set_map_id(mapId);
-        request.set_axis(toWire(axis));
-        request.set_label_id(labelId);
+    send(&Command::mutable_map_tuner_get_map_label, [&](auto& fields) {
+        fields.set_map_id(mapId);
+        fields.set_axis(toWire(axis));
+        fields.set_label_id(labelId);
     });
 }
 
 void CommandsSender::sendMapTunerSetMapValue(
     unsigned int mapId, unsigned int xId, unsigned int yId, int value)
 {
-    send(&Command::mutable_map_tuner_set_map_value, [&](auto& request) {
-        request.set_map_id(mapId);
-        request.set_x_id(xId);
-        request.set_y_id(yId);
-        request.set_value(value);
+    send(&Command::mutable_map_tuner_set_map_value, [&](auto& fields) {
+        fields.set_map_id(mapId);
+        fields.set_x_id(xId);
+        fields.set_y_id(yId);
+        fields.set_value(value);
     });
 }
 
 void CommandsSender::sendMapTunerGetMapValue(unsigned int mapId, unsigned int xId, unsigned int yId)
 {
-    send(&Command::mutable_map_tuner_get_map_value, [&](auto& request) {
-        request.set_map_id(mapId);
-        request.set_x_id(xId);
-        request.set_y_id(yId);
+    send(&Command::mutable_map_tuner_get_map_value, [&](auto& fields) {
+        fields.set_map_id(mapId);
+        fields.set_x_id(xId);
+        fields.set_y_id(yId);
     });
 }
 
 void CommandsSender::sendMapTunerGetMap(unsigned int mapId)
 {
-    send(&Command::mutable_map_tuner_get_map, [&](auto& request) { request.set_map_id(mapId); });
+    send(&Command::mutable_map_tuner_get_map, [&](auto& fields) { fields.set_map_id(mapId); });
 }
 
 void CommandsSender::sendMapTunerGetLastGetValue(unsigned int mapId)
 {
-    send(&Command::mutable_map_tuner_get_last_get_value, [&](auto& request) {
-        request.set_map_id(mapId);
+    send(&Command::mutable_map_tuner_get_last_get_value, [&](auto& fields) {
+        fields.set_map_id(mapId);
     });
 }
 
 void CommandsSender::sendConfigWriteReq(unsigned int configId, std::string data)
 {
-    send(&Command::mutable_write_configuration, [&](auto& request) {
-        request.set_config_id(configId);
-        request.set_data(std::move(data));
+    send(&Command::mutable_write_configuration, [&](auto& fields) {
+        fields.set_config_id(configId);
+        fields.set_data(std::move(data));
     });
 }
 
 void CommandsSender::sendConfigReadReq(unsigned int configId)
 {
-    send(&Command::mutable_read_configuration, [&](auto& request) {
-        request.set_config_id(configId);
+    send(&Command::mutable_read_configuration, [&](auto& fields) {
+        fields.set_config_id(configId);
     });
 }
 
 void CommandsSender::sendConfigEraseReq(unsigned int configId)
 {
-    send(&Command::mutable_erase_configuration, [&](auto& request) {
-        request.set_config_id(configId);
+    send(&Command::mutable_erase_configuration, [&](auto& fields) {
+        fields.set_config_id(configId);
     });
 }
 
 void CommandsSender::sendCalibrationWriteReq(std::string data)
 {
-    send(&Command::mutable_write_calibration, [&](auto& request) {
-        request.set_data(std::move(data));
+    send(&Command::mutable_write_calibration, [&](auto& fields) {
+        fields.set_data(std::move(data));
     });
 }
 
@@ -259,31 +259,31 @@ void CommandsSender::sendCandumpStop()
 
 void CommandsSender::sendCanSetupBaudrate(int bus, int baudrate, bool optionFlag, int optionValue)
 {
-    send(&Command::mutable_can_setup_baudrate, [&](auto& request) {
-        request.set_bus(bus);
-        request.set_baudrate(baudrate);
-        request.set_option_flag(optionFlag);
-        request.set_option_value(optionValue);
+    send(&Command::mutable_can_setup_baudrate, [&](auto& fields) {
+        fields.set_bus(bus);
+        fields.set_baudrate(baudrate);
+        fields.set_option_flag(optionFlag);
+        fields.set_option_value(optionValue);
     });
 }
 
 void CommandsSender::sendCanSetupTermination(int bus, bool enabled)
 {
-    send(&Command::mutable_can_setup_termination, [&](auto& request) {
-        request.set_bus(bus);
-        request.set_enabled(enabled);
+    send(&Command::mutable_can_setup_termination, [&](auto& fields) {
+        fields.set_bus(bus);
+        fields.set_enabled(enabled);
     });
 }
 
 void CommandsSender::sendCanSendMessage(
     int bus, unsigned int id, std::string data, bool extended, bool fd)
 {
-    send(&Command::mutable_can_send_message, [&](auto& request) {
-        request.set_bus(bus);
-        request.set_id(id);
-        request.set_data(std::move(data));
-        request.set_extended(extended);
-        request.set_fd(fd);
+    send(&Command::mutable_can_send_message, [&](auto& fields) {
+        fields.set_bus(bus);
+        fields.set_id(id);
+        fields.set_data(std::move(data));
+        fields.set_extended(extended);
+        fields.set_fd(fd);
     });
 }
 
@@ -304,5 +304,5 @@ void CommandsSender::sendFaultCleanFaultsReq()
 
 void CommandsSender::sendScopeDataRequest(int value)
 {
-    send(&Command::mutable_scope_data, [&](auto& request) { request.set_value(value); });
+    send(&Command::mutable_scope_data, [&](auto& fields) { fields.set_value(value); });
 }
