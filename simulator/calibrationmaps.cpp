@@ -7,101 +7,107 @@ using namespace simulator;
 
 namespace {
 
-std::vector<int> breakpoints(unsigned int count, int first, int step)
-{
-    std::vector<int> labels(count);
-    for (unsigned int i = 0; i < count; ++i) {
-        labels[i] = first + static_cast<int>(i) * step;
-    }
-    return labels;
-}
+using Map = xcu::MapTunerGetMapResp;
 
-// A surface that rises towards high X and Y, with noise, so that neighbouring cells differ.
-CalibrationMaps::Map makeMap(const MapSize& size, std::mt19937& random)
+template <typename Numbers>
+xcu::MapCommandResult store(Numbers& numbers, std::size_t index, int value)
 {
-    CalibrationMaps::Map map;
-    map.xLabels = breakpoints(size.columns, 500, 250);
-    map.yLabels = breakpoints(size.rows, -40, 20);
-    map.values.reserve(std::size_t(size.columns) * size.rows);
-    for (unsigned int y = 0; y < size.rows; ++y) {
-        for (unsigned int x = 0; x < size.columns; ++x) {
-            const int noise = static_cast<int>(random() % 16);
-            map.values.push_back(static_cast<int>(x * 50 + y * 30) - 200 + noise);
-        }
-    }
-    return map;
-}
-
-xcu::MapCommandResult store(std::vector<int>& values, std::size_t index, int value)
-{
-    if (index >= values.size()) {
+    if (index >= static_cast<std::size_t>(numbers.size())) {
         return xcu::MAP_COMMAND_RESULT_2;
     }
-    values[index] = value;
+    numbers[static_cast<int>(index)] = value;
     return xcu::MAP_COMMAND_RESULT_0;
+}
+
+xcu::MapCommandResult store(Map& map, const xcu::MapTunerSetMapLabelReq& request)
+{
+    const bool isY = request.axis() == xcu::MAP_AXIS_Y;
+    auto& labels = *(isY ? map.mutable_y_labels() : map.mutable_x_labels());
+    return store(labels, request.label_id(), request.value());
+}
+
+xcu::MapCommandResult store(Map& map, const xcu::MapTunerSetMapValueReq& request)
+{
+    const auto columns = static_cast<std::size_t>(map.x_labels_size());
+    if (request.x_id() >= columns) {
+        return xcu::MAP_COMMAND_RESULT_2;
+    }
+    const std::size_t index = columns * request.y_id() + request.x_id();
+    return store(*map.mutable_values(), index, request.value());
+}
+
+template <typename Request>
+xcu::MapCommandResult store(CalibrationMaps& maps, const Request& request)
+{
+    const quint32 id = request.map_id();
+    return id < maps.size() ? store(maps[id], request) : xcu::MAP_COMMAND_RESULT_1;
 }
 
 } // namespace
 
-CalibrationMaps::CalibrationMaps(const std::vector<MapSize>& sizes, quint32 seed)
+// Surfaces that rise towards high X and Y, with noise, so that neighbouring cells differ.
+CalibrationMaps simulator::makeMaps(const std::vector<MapSize>& sizes, quint32 seed)
 {
     std::mt19937 random(seed);
+    CalibrationMaps maps;
     for (const MapSize& size : sizes) {
-        maps.push_back(makeMap(size, random));
+        Map& map = maps.emplace_back();
+        for (int x = 0; x < size.columns; ++x) {
+            map.add_x_labels(500 + 250 * x);
+        }
+        for (int y = 0; y < size.rows; ++y) {
+            map.add_y_labels(-40 + 20 * y);
+            for (int x = 0; x < size.columns; ++x) {
+                map.add_values(50 * x + 30 * y - 200 + static_cast<int>(random() % 16));
+            }
+        }
     }
+    return maps;
 }
 
-CalibrationMaps::Map* CalibrationMaps::map(unsigned int id)
+bool simulator::answer(CalibrationMaps& maps, const xcu::Command& command, xcu::Response& response)
 {
-    return id < maps.size() ? &maps[id] : nullptr;
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerGetMapDetailsReq& request, xcu::MapTunerGetMapDetailsResp& response)
-{
-    response.set_map_id(request.map_id());
-    if (const Map* asked = map(request.map_id())) {
-        response.set_x_size(static_cast<quint32>(asked->xLabels.size()));
-        response.set_y_size(static_cast<quint32>(asked->yLabels.size()));
+    const auto find = [&](quint32 id) -> const Map& {
+        return id < maps.size() ? maps[id] : Map::default_instance();
+    };
+    switch (command.req_case()) {
+    case xcu::Command::kMapTunerStart:
+        response.mutable_map_tuner_started()->set_map_count(static_cast<quint32>(maps.size()));
+        return true;
+    case xcu::Command::kMapTunerGetMapDetails: {
+        const auto& request = command.map_tuner_get_map_details();
+        const Map& map = find(request.map_id());
+        auto& details = *response.mutable_map_details();
+        details.set_map_id(request.map_id());
+        details.set_x_size(static_cast<quint32>(map.x_labels_size()));
+        details.set_y_size(static_cast<quint32>(map.y_labels_size()));
+        return true;
     }
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerGetMapReq& request, xcu::MapTunerGetMapResp& response)
-{
-    response.set_map_id(request.map_id());
-    if (const Map* asked = map(request.map_id())) {
-        response.mutable_x_labels()->Add(asked->xLabels.begin(), asked->xLabels.end());
-        response.mutable_y_labels()->Add(asked->yLabels.begin(), asked->yLabels.end());
-        response.mutable_values()->Add(asked->values.begin(), asked->values.end());
+    case xcu::Command::kMapTunerGetMap: {
+        const auto& request = command.map_tuner_get_map();
+        *response.mutable_map_data() = find(request.map_id());
+        response.mutable_map_data()->set_map_id(request.map_id());
+        return true;
     }
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerSetMapLabelReq& request, xcu::MapTunerSetMapLabelResp& response)
-{
-    response.set_map_id(request.map_id());
-    response.set_axis(request.axis());
-    response.set_label_id(request.label_id());
-    response.set_result(xcu::MAP_COMMAND_RESULT_1);
-    if (Map* asked = map(request.map_id())) {
-        auto& labels = request.axis() == xcu::MAP_AXIS_Y ? asked->yLabels : asked->xLabels;
-        response.set_result(store(labels, request.label_id(), request.value()));
+    case xcu::Command::kMapTunerSetMapLabel: {
+        const auto& request = command.map_tuner_set_map_label();
+        auto& stored = *response.mutable_map_label_set();
+        stored.set_map_id(request.map_id());
+        stored.set_axis(request.axis());
+        stored.set_label_id(request.label_id());
+        stored.set_result(store(maps, request));
+        return true;
     }
-}
-
-void CalibrationMaps::answer(
-    const xcu::MapTunerSetMapValueReq& request, xcu::MapTunerSetMapValueResp& response)
-{
-    response.set_map_id(request.map_id());
-    response.set_x_id(request.x_id());
-    response.set_y_id(request.y_id());
-    response.set_result(xcu::MAP_COMMAND_RESULT_1);
-    if (Map* asked = map(request.map_id())) {
-        const std::size_t columns = asked->xLabels.size();
-        const std::size_t index = columns * request.y_id() + request.x_id();
-        const bool isColumn = request.x_id() < columns;
-        response.set_result(
-            store(asked->values, isColumn ? index : asked->values.size(), request.value()));
+    case xcu::Command::kMapTunerSetMapValue: {
+        const auto& request = command.map_tuner_set_map_value();
+        auto& stored = *response.mutable_map_value_set();
+        stored.set_map_id(request.map_id());
+        stored.set_x_id(request.x_id());
+        stored.set_y_id(request.y_id());
+        stored.set_result(store(maps, request));
+        return true;
+    }
+    default:
+        return false;
     }
 }

@@ -36,21 +36,20 @@ CanTraffic::CanTraffic(int identifiers, quint32 seed)
         std::string data(kind.lengths[random() % kind.lengths.size()], '\0');
         std::generate(data.begin(), data.end(), [&] { return static_cast<char>(random()); });
         frame.set_data(data);
-        senders.push_back({frame, 0});
+        frames.push_back(frame);
     }
 }
 
 xcu::CandumpFrame CanTraffic::next(quint32 timeMs)
 {
-    Sender& sender = senders[position];
-    position = (position + 1) % senders.size();
-    sender.frame.set_timestamp(static_cast<int>(timeMs));
+    xcu::CandumpFrame& frame = frames[sent % frames.size()];
+    const std::size_t round = sent++ / frames.size();
+    frame.set_timestamp(static_cast<int>(timeMs));
     // Byte 0 counts, byte 1 counts slowly, byte 2 toggles; the others stay as they are.
-    std::string& data = *sender.frame.mutable_data();
-    const quint32 changing[] = {sender.sent, sender.sent / 16, sender.sent / 64 % 2};
+    const std::size_t changing[] = {round, round / 16, round / 64 % 2};
+    std::string& data = *frame.mutable_data();
     for (std::size_t i = 0; i < std::min(data.size(), std::size(changing)); ++i) {
         data[i] = static_cast<char>(changing[i]);
     }
-    ++sender.sent;
-    return sender.frame;
+    return frame;
 }

@@ -22,14 +22,8 @@ public:
     xcu::CandumpFrame next(quint32 timeMs);
 
 private:
-    struct Sender
-    {
-        xcu::CandumpFrame frame; // the last one of this identifier
-        quint32 sent = 0;
-    };
-
-    std::vector<Sender> senders;
-    std::size_t position = 0;
+    std::vector<xcu::CandumpFrame> frames; // the last one of each identifier
+    std::size_t sent = 0;                  // all together
 };
 
 } // namespace simulator

@@ -46,7 +46,7 @@ bool VirtualController::answer(const xcu::Command& command, xcu::Response& respo
         emit leavingBus(Mode::Bootloader);
         return false;
     default:
-        return currentMode == Mode::Device && answerAsDevice(command, response);
+        return settings.mode == Mode::Device && answerAsDevice(command, response);
     }
 }
 
@@ -106,32 +106,13 @@ bool VirtualController::answerAsDevice(const xcu::Command& command, xcu::Respons
         response.mutable_driver_calibration_started();
         return true;
     case Command::kFaultGetFaultCount:
-        fill(*response.mutable_fault_count(), faultMemory);
+        fill(*response.mutable_fault_count(), settings.faults);
         return true;
     case Command::kFaultGetFaults:
         response.mutable_fault_list()->mutable_faults()->Add(
-            faultMemory.begin(), faultMemory.end());
-        return true;
-    case Command::kMapTunerStart:
-        response.mutable_map_tuner_started()->set_map_count(
-            static_cast<quint32>(calibrationMaps.size()));
-        return true;
-    case Command::kMapTunerGetMapDetails:
-        calibrationMaps.answer(
-            command.map_tuner_get_map_details(), *response.mutable_map_details());
-        return true;
-    case Command::kMapTunerGetMap:
-        calibrationMaps.answer(command.map_tuner_get_map(), *response.mutable_map_data());
-        return true;
-    case Command::kMapTunerSetMapLabel:
-        calibrationMaps.answer(
-            command.map_tuner_set_map_label(), *response.mutable_map_label_set());
-        return true;
-    case Command::kMapTunerSetMapValue:
-        calibrationMaps.answer(
-            command.map_tuner_set_map_value(), *response.mutable_map_value_set());
+            settings.faults.begin(), settings.faults.end());
         return true;
     default:
-        return false;
+        return simulator::answer(calibrationMaps, command, response);
     }
 }

@@ -8,6 +8,7 @@
 #include <array>
 #include <map>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace simulator {
@@ -18,6 +19,23 @@ constexpr int logChannelCount = 128;
 // firstVirtualInput + i.
 constexpr int virtualInputCount = 12;
 constexpr int firstVirtualInput = 20;
+
+enum class Shape { Sine, Sawtooth, Steps, Noise };
+
+// A log channel of the virtual vehicle: name and type for the configuration blocks, raw range and
+// shape of the wave that its records show.
+struct LogChannel
+{
+    std::string name; // UTF-8, empty where the operator gave none
+    std::variant<xcu::Input::Type, xcu::Output::Type> type;
+    unsigned int number = 0;
+    Shape shape = Shape::Sine;
+    int low = 0;
+    int high = 4095;
+    unsigned int periodMs = 4000;
+    quint32 phaseMs = 0; // this and the noise come from the controller's seed
+    quint32 noise = 0;
+};
 
 // The bytes of a configuration block: a 32-bit little-endian length and so many bytes of a
 // serialized ConfigData. The length 0xFFFFFFFF marks an empty block.
@@ -33,7 +51,7 @@ class Datalogger
 {
 public:
     // The first so many channels exist, 0 to 128.
-    Datalogger(int channels, quint32 seed);
+    Datalogger(int channelCount, quint32 seed);
 
     void start(const xcu::DataloggerStart& request);
     void stop() { running = false; }
@@ -48,19 +66,12 @@ public:
     // The next record of the session: the requested channels in the requested order, as far as they
     // exist. Sample numbers run from power-up on, over all sessions.
     void nextRecord(quint32 timeMs, xcu::DataloggerDataResp& record);
-    // Of a channel, 0 to 127, a raw value.
+    // Of a channel that exists, a raw value.
     int value(unsigned int channel, quint32 timeMs) const;
 
 private:
-    struct Wave
-    {
-        quint32 phaseMs;
-        quint32 noise;
-    };
-
-    std::vector<Wave> waves; // by channel
+    std::vector<LogChannel> channels;
     std::array<int, virtualInputCount> virtualInputs = {};
-    unsigned int channelCount;
     xcu::DataloggerStart session;
     bool running = false;
     quint32 sampleNumber = 0;

@@ -19,7 +19,7 @@ using Words = QStringList;
 using Numbers = std::vector<quint32>;
 
 // Carries out a command on one controller; false if the words behind its name are wrong.
-using Action = std::function<bool(ControllerUnit& unit, const Words& words)>;
+using Action = std::function<bool(MockedPort& port, const Words& words)>;
 
 // Whole numbers, decimal or with 0x in front; nothing if one of the words is none.
 Numbers toNumbers(const Words& words)
@@ -39,38 +39,38 @@ Numbers toNumbers(const Words& words)
 template <typename Work>
 Action with(int count, Work work)
 {
-    return [=](ControllerUnit& unit, const Words& words) {
+    return [=](MockedPort& port, const Words& words) {
         const Numbers numbers = toNumbers(words);
         if (words.size() != count || numbers.size() != std::size_t(count)) {
             return false;
         }
-        work(unit, numbers);
+        work(port, numbers);
         return true;
     };
 }
 
 Action setLinkFault(int LinkFaults::*fault)
 {
-    return with(1, [=](ControllerUnit& unit, const Numbers& numbers) {
-        LinkFaults faults = unit.controller.linkFaults();
+    return with(1, [=](MockedPort& port, const Numbers& numbers) {
+        LinkFaults faults = port.controller().linkFaults();
         faults.*fault = static_cast<int>(numbers[0]);
-        unit.controller.setLinkFaults(faults);
+        port.controller().setLinkFaults(faults);
     });
 }
 
 Action setRate(void (VirtualController::*operation)(double))
 {
-    return [=](ControllerUnit& unit, const Words& words) {
+    return [=](MockedPort& port, const Words& words) {
         const double rate = parseRate(words.value(0));
         if (words.size() != 1 || rate < 0) {
             return false;
         }
-        (unit.controller.*operation)(rate);
+        (port.controller().*operation)(rate);
         return true;
     };
 }
 
-void addFault(ControllerUnit& unit, const Numbers& numbers)
+void addFault(MockedPort& port, const Numbers& numbers)
 {
     xcu::FaultItem fault;
     fault.set_type(numbers[0]);
@@ -78,22 +78,22 @@ void addFault(ControllerUnit& unit, const Numbers& numbers)
     fault.set_category(numbers[2]);
     fault.set_fault_id(numbers[3]);
     fault.set_component_id(numbers[4]);
-    unit.controller.faults().push_back(fault);
+    port.controller().faults().push_back(fault);
 }
 
-bool pushRecords(ControllerUnit& unit, const Words& words)
+bool pushRecords(MockedPort& port, const Words& words)
 {
     const Numbers count = words.isEmpty() ? Numbers{1} : toNumbers(words);
     for (quint32 i = 0; count.size() == 1 && i < count[0]; ++i) {
-        unit.controller.pushRecord();
+        port.controller().pushRecord();
     }
     return count.size() == 1;
 }
 
-bool pushFrame(ControllerUnit& unit, const Words& words)
+bool pushFrame(MockedPort& port, const Words& words)
 {
     if (words.isEmpty()) {
-        unit.controller.pushFrame();
+        port.controller().pushFrame();
         return true;
     }
     const Numbers numbers = toNumbers(words.mid(0, 2));
@@ -104,7 +104,7 @@ bool pushFrame(ControllerUnit& unit, const Words& words)
     xcu::CandumpFrame frame;
     frame.set_bus(static_cast<int>(numbers[0]));
     frame.set_id(static_cast<int>(numbers[1]));
-    frame.set_timestamp(static_cast<int>(unit.controller.timeMs()));
+    frame.set_timestamp(static_cast<int>(port.controller().timeMs()));
     frame.set_data(QByteArray::fromHex(words[2].toLatin1()).toStdString());
     frame.set_extended(flags.contains(QStringLiteral("extended")));
     frame.set_fd(flags.contains(QStringLiteral("fd")));
@@ -112,7 +112,7 @@ bool pushFrame(ControllerUnit& unit, const Words& words)
     if (frame.extended() + frame.fd() + frame.brs() != flags.size()) {
         return false;
     }
-    unit.controller.pushFrame(frame);
+    port.controller().pushFrame(frame);
     return true;
 }
 
@@ -127,16 +127,15 @@ struct Command
 const std::vector<Command>& commands()
 {
     static const std::vector<Command> table = {
-        {"plug", "", "Plug the controller in.",
-         with(0, [](auto& unit, auto&) { unit.port.plug(); })},
+        {"plug", "", "Plug the controller in.", with(0, [](auto& port, auto&) { port.plug(); })},
         {"unplug", "", "Unplug it. It stays powered.",
-         with(0, [](auto& unit, auto&) { unit.port.unplug(); })},
+         with(0, [](auto& port, auto&) { port.unplug(); })},
         {"reset", "", "Restart.",
-         with(0, [](auto& unit, auto&) { unit.port.restartIn(unit.controller.mode()); })},
+         with(0, [](auto& port, auto&) { port.restartIn(port.controller().mode()); })},
         {"bootloader", "", "Restart in the bootloader.",
-         with(0, [](auto& unit, auto&) { unit.port.restartIn(Mode::Bootloader); })},
+         with(0, [](auto& port, auto&) { port.restartIn(Mode::Bootloader); })},
         {"device", "", "Restart as a device.",
-         with(0, [](auto& unit, auto&) { unit.port.restartIn(Mode::Device); })},
+         with(0, [](auto& port, auto&) { port.restartIn(Mode::Device); })},
         {"record", "[N]", "Send N records of the last session without a request.", pushRecords},
         {"frame", "[BUS ID DATA [extended] [fd] [brs]]",
          "Send a CAN frame with DATA in hexadecimal, or the next one of the CAN traffic.",
@@ -144,7 +143,7 @@ const std::vector<Command>& commands()
         {"fault add", "TYPE MODE CATEGORY ID COMPONENT", "Add a fault; a TYPE of 1 is a warning.",
          with(5, addFault)},
         {"fault clear", "", "Empty the fault list.",
-         with(0, [](auto& unit, auto&) { unit.controller.faults().clear(); })},
+         with(0, [](auto& port, auto&) { port.controller().faults().clear(); })},
         {"rate records", "RATE", "Rate of records in a passive session.",
          setRate(&VirtualController::setRecordRate)},
         {"rate frames", "RATE", "Rate of frames in a capture.",
@@ -159,7 +158,7 @@ const std::vector<Command>& commands()
         {"trouble split", "N", "Send frames in pieces, unless N is 0.",
          setLinkFault(&LinkFaults::split)},
         {"trouble none", "", "End all fault injection.",
-         with(0, [](auto& unit, auto&) { unit.controller.setLinkFaults({}); })},
+         with(0, [](auto& port, auto&) { port.controller().setLinkFaults({}); })},
         {"wait", "MS", "Wait before the next line."},
         {"stats", "", "Print the counts and write the file for them."},
         {"help", "", "Print these commands."},
@@ -232,7 +231,7 @@ QString simulator::commandsHelp()
     return text;
 }
 
-QString simulator::executeCommand(const ControllerUnits& units, const QString& line)
+QString simulator::executeCommand(const MockedPorts& ports, const QString& line)
 {
     Words words = line.simplified().split(' ', Qt::SkipEmptyParts);
     if (words.isEmpty() || words[0].startsWith('#')) {
@@ -241,7 +240,7 @@ QString simulator::executeCommand(const ControllerUnits& units, const QString& l
     bool hasNumber = false;
     const unsigned int number = words[0].toUInt(&hasNumber);
     if (hasNumber) {
-        if (number < 1 || number > units.size()) {
+        if (number < 1 || number > ports.size()) {
             return QStringLiteral("no such controller: ") + line;
         }
         words.removeFirst();
@@ -256,8 +255,8 @@ QString simulator::executeCommand(const ControllerUnits& units, const QString& l
             continue;
         }
         words = words.mid(command.name.count(' ') + 1);
-        for (std::size_t i = 0; i < units.size(); ++i) {
-            if ((!hasNumber || i == number - 1) && !command.run(*units[i], words)) {
+        for (std::size_t i = 0; i < ports.size(); ++i) {
+            if ((!hasNumber || i == number - 1) && !command.run(*ports[i], words)) {
                 return QStringLiteral("wrong arguments, try help: ") + line;
             }
         }

@@ -11,8 +11,8 @@
 
 namespace simulator {
 
-struct ControllerUnit;
-using ControllerUnits = std::vector<std::unique_ptr<ControllerUnit>>;
+class MockedPort;
+using MockedPorts = std::vector<std::unique_ptr<MockedPort>>;
 
 // Lines from standard input, a file or a named pipe, one after the other. A line "wait MS" holds
 // back those behind it.
@@ -46,7 +46,7 @@ private:
 // number means that controller alone, counted from 1; other lines mean all of them. The result is
 // for the operator: what is wrong with the line, or what it asked to see; mostly empty. The
 // commands stats and quit are up to the caller.
-QString executeCommand(const ControllerUnits& units, const QString& line);
+QString executeCommand(const MockedPorts& ports, const QString& line);
 
 // All commands, for an operator.
 QString commandsHelp();

@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <atomic>
+#include <utility>
 
 using namespace simulator;
 
@@ -26,16 +27,16 @@ QString makePortName()
 
 } // namespace
 
-MockedPort::MockedPort(Testbed& bed, VirtualController& unit)
+MockedPort::MockedPort(Testbed& bed, ControllerOptions options)
     : testbed(bed)
-    , controller(unit)
+    , unit(std::move(options))
     , portName(makePortName())
 {
     returnTimer.setSingleShot(true);
     connect(&returnTimer, &QTimer::timeout, this, &MockedPort::plug);
     connect(&unit, &VirtualController::transmit, this, &MockedPort::transmit);
     connect(&unit, &VirtualController::leavingBus, this, &MockedPort::restartIn);
-    controller.setLineReady(false);
+    unit.setLineReady(false);
 }
 
 MockedPort::~MockedPort()
@@ -56,8 +57,7 @@ void MockedPort::plug()
     });
     connect(terminal.get(), &PseudoTerminal::writable, this, &MockedPort::write);
     connect(terminal.get(), &PseudoTerminal::useChanged, this, &MockedPort::updateUse);
-    testbed.addPort(
-        portName, terminal->path(), controller.options().serialNumber, controller.mode());
+    testbed.addPort(portName, terminal->path(), unit.options().serialNumber, unit.mode());
     emit plugged();
 }
 
@@ -79,7 +79,7 @@ void MockedPort::unplug()
 void MockedPort::restartIn(Mode mode)
 {
     unplug();
-    controller.restart(mode);
+    unit.restart(mode);
     returnTimer.start(absenceMs);
 }
 
@@ -117,7 +117,7 @@ void MockedPort::write()
 void MockedPort::updateReadiness()
 {
     isFull = backlog() > (isFull ? easyMark : fullMark);
-    controller.setLineReady(inUse && !isFull);
+    unit.setLineReady(inUse && !isFull);
 }
 
 void MockedPort::readAll()
@@ -130,28 +130,22 @@ void MockedPort::readAll()
         }
         setInUse(true);
         emit received(bytes);
-        controller.receive(bytes);
+        unit.receive(bytes);
     }
 }
 
 void MockedPort::updateUse()
 {
-    switch (terminal->takeUse()) {
-    case PseudoTerminal::Use::Unchanged:
-        break;
-    case PseudoTerminal::Use::Opened:
-        setInUse(true);
-        break;
-    case PseudoTerminal::Use::Reopened:
+    const PseudoTerminal::Use use = terminal->takeUse();
+    if (use.closed) {
+        if (!use.opened) {
+            readAll(); // what the program sent last
+        }
         dropOutput();
         setInUse(false);
+    }
+    if (use.opened) {
         setInUse(true);
-        break;
-    case PseudoTerminal::Use::Closed:
-        readAll(); // what it sent last
-        dropOutput();
-        setInUse(false);
-        break;
     }
 }
 
@@ -174,7 +168,7 @@ void MockedPort::dropOutput()
 {
     output.clear();
     outputStart = 0;
-    controller.dropLink();
+    unit.dropLink();
     if (isPlugged()) {
         terminal->setWriteNotification(false);
         terminal->discardUnread();

@@ -8,26 +8,26 @@
 #include <QString>
 #include <QTimer>
 #include <memory>
-#include <utility>
 
 namespace simulator {
 
 class PseudoTerminal;
 class Testbed;
 
-// The USB serial port of one virtual controller, in a testbed. It is not plugged in at first. Name
-// and serial number stay for its life; every time it is plugged in it gets a new terminal.
+// A virtual controller with a USB serial port in a testbed. It is not plugged in at first. Name and
+// serial number stay for its life; every time it is plugged in it gets a new terminal.
 //
-// Testbed and controller have to outlive the port; the three share one thread with an event loop,
-// which need not be that of the windows.
+// The testbed has to outlive the port; the two share one thread with an event loop, which need not
+// be that of the windows.
 class MockedPort : public QObject
 {
     Q_OBJECT
 
 public:
-    MockedPort(Testbed& bed, VirtualController& unit);
+    MockedPort(Testbed& bed, ControllerOptions options);
     ~MockedPort() override;
 
+    VirtualController& controller() { return unit; }
     // "ttyACM<process id>x<n>": a program that opens a port locks its name for the whole machine.
     QString name() const { return portName; }
     bool isPlugged() const { return terminal != nullptr; }
@@ -36,8 +36,8 @@ public:
     // Neither does anything the second time. A port in use fails for its program when unplugged.
     void plug();
     void unplug();
-    // Takes the unit from the bus, restarts it in the given mode, and brings it back after 400 ms:
-    // long enough that nobody takes it for a port that has never gone.
+    // Takes the controller from the bus, restarts it in the given mode, and brings it back after
+    // 400 ms: long enough that nobody takes it for a port that has never gone.
     void restartIn(Mode mode);
 
 signals:
@@ -59,7 +59,7 @@ private:
     void updateReadiness();
 
     Testbed& testbed;
-    VirtualController& controller;
+    VirtualController unit;
     QString portName;
     std::unique_ptr<PseudoTerminal> terminal;
     QByteArray output; // what the terminal has not taken yet
@@ -67,18 +67,6 @@ private:
     bool inUse = false;
     bool isFull = false;
     QTimer returnTimer; // runs while the unit is away to restart
-};
-
-// A controller with its port.
-struct ControllerUnit
-{
-    ControllerUnit(Testbed& testbed, ControllerOptions options)
-        : controller(std::move(options))
-        , port(testbed, controller)
-    {}
-
-    VirtualController controller;
-    MockedPort port;
 };
 
 } // namespace simulator

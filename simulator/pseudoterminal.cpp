@@ -10,6 +10,7 @@
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace simulator;
 
@@ -20,8 +21,12 @@ constexpr int openFlags = O_NOCTTY | O_CLOEXEC; // a child must not hold a port 
 } // namespace
 
 PseudoTerminal::PseudoTerminal()
+    : nearEnd(::posix_openpt(O_RDWR | openFlags))
+    , watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+    , readNotifier(nearEnd, QSocketNotifier::Read)
+    , writeNotifier(nearEnd, QSocketNotifier::Write)
+    , watchNotifier(watch, QSocketNotifier::Read)
 {
-    nearEnd = ::posix_openpt(O_RDWR | openFlags);
     std::array<char, 64> name = {};
     if (::grantpt(nearEnd) == 0 && ::unlockpt(nearEnd) == 0 &&
         ::ptsname_r(nearEnd, name.data(), name.size()) == 0) {
@@ -29,16 +34,12 @@ PseudoTerminal::PseudoTerminal()
     }
     ::fcntl(nearEnd, F_SETFL, O_NONBLOCK);
     openFarEnd();
-    watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     ::inotify_add_watch(watch, name.data(), IN_OPEN | IN_CLOSE_WRITE);
 
-    readNotifier = std::make_unique<QSocketNotifier>(nearEnd, QSocketNotifier::Read);
-    writeNotifier = std::make_unique<QSocketNotifier>(nearEnd, QSocketNotifier::Write);
-    watchNotifier = std::make_unique<QSocketNotifier>(watch, QSocketNotifier::Read);
-    writeNotifier->setEnabled(false);
-    connect(readNotifier.get(), &QSocketNotifier::activated, this, &PseudoTerminal::readable);
-    connect(writeNotifier.get(), &QSocketNotifier::activated, this, &PseudoTerminal::writable);
-    connect(watchNotifier.get(), &QSocketNotifier::activated, this, &PseudoTerminal::useChanged);
+    writeNotifier.setEnabled(false);
+    connect(&readNotifier, &QSocketNotifier::activated, this, &PseudoTerminal::readable);
+    connect(&writeNotifier, &QSocketNotifier::activated, this, &PseudoTerminal::writable);
+    connect(&watchNotifier, &QSocketNotifier::activated, this, &PseudoTerminal::useChanged);
 }
 
 PseudoTerminal::~PseudoTerminal()
@@ -48,14 +49,11 @@ PseudoTerminal::~PseudoTerminal()
 
 void PseudoTerminal::close()
 {
-    for (auto* notifier : {&readNotifier, &writeNotifier, &watchNotifier}) {
-        (*notifier)->setEnabled(false);
+    for (QSocketNotifier* notifier : {&readNotifier, &writeNotifier, &watchNotifier}) {
+        notifier->setEnabled(false);
     }
     for (int* descriptor : {&nearEnd, &farEnd, &watch}) {
-        if (*descriptor >= 0) {
-            ::close(*descriptor);
-        }
-        *descriptor = -1;
+        ::close(std::exchange(*descriptor, -1));
     }
 }
 
@@ -95,14 +93,11 @@ void PseudoTerminal::discardUnread()
 PseudoTerminal::Use PseudoTerminal::takeUse()
 {
     Events events = takeEvents();
-    Use use = Use::Unchanged;
-    if (events.opened) {
-        use = events.closed && events.openedLast ? Use::Reopened : Use::Opened;
-    }
+    Use use = {events.opened, events.opened && events.closed && events.openedLast};
     // Asking opens the far end, which is an event again. A program that opens it in that very
     // moment shows by the bytes that it sends.
     while (events.closed) {
-        use = isFarEndInUse() ? use : Use::Closed;
+        use = isFarEndInUse() ? use : Use{false, true};
         events = takeEvents();
     }
     return use;

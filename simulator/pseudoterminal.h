@@ -5,7 +5,6 @@
 #include <QObject>
 #include <QSocketNotifier>
 #include <QString>
-#include <memory>
 
 namespace simulator {
 
@@ -34,15 +33,15 @@ public:
     // Throws away what the program at the far end has not read yet.
     void discardUnread();
 
-    void setReadNotification(bool on) { readNotifier->setEnabled(on); }
-    void setWriteNotification(bool on) { writeNotifier->setEnabled(on); }
+    void setReadNotification(bool on) { readNotifier.setEnabled(on); }
+    void setWriteNotification(bool on) { writeNotifier.setEnabled(on); }
 
-    // What happened at the far end since the last call.
-    enum class Use {
-        Unchanged,
-        Opened,
-        Reopened, // closed, and opened again before anybody looked
-        Closed,   // nobody is left
+    // What happened at the far end since the last call. Both: it was closed, and opened again
+    // before anybody looked.
+    struct Use
+    {
+        bool opened;
+        bool closed; // by the last program
     };
     Use takeUse();
 
@@ -63,13 +62,13 @@ private:
     Events takeEvents();
     bool isFarEndInUse();
 
-    int nearEnd = -1;
+    int nearEnd;
     int farEnd = -1;
-    int watch = -1;
+    int watch; // of opening and closing the far end
     QString farPath;
-    std::unique_ptr<QSocketNotifier> readNotifier;
-    std::unique_ptr<QSocketNotifier> writeNotifier;
-    std::unique_ptr<QSocketNotifier> watchNotifier;
+    QSocketNotifier readNotifier;
+    QSocketNotifier writeNotifier;
+    QSocketNotifier watchNotifier;
 };
 
 } // namespace simulator

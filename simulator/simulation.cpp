@@ -38,25 +38,28 @@ void report(const QString& text)
 
 // A count a line: serial number, colon, name of the count, number. Commands stand by their names in
 // the schema; those that never came are left out.
-QString statisticsOf(const VirtualController& controller)
+QString statisticsOf(const MockedPorts& ports)
 {
     QString text;
-    const auto add = [&](const QString& name, quint64 count) {
-        const QString& who = controller.options().serialNumber;
-        text += QStringLiteral("%1: %2 %3\n").arg(who, name, QString::number(count));
-    };
-    const google::protobuf::OneofDescriptor& members = *xcu::Command::descriptor()->oneof_decl(0);
-    for (int i = 0; i < members.field_count(); ++i) {
-        const google::protobuf::FieldDescriptor& member = *members.field(i);
-        const auto number = static_cast<xcu::Command::ReqCase>(member.number());
-        if (const int count = controller.count(number)) {
-            add("received " + QString::fromStdString(member.name()), count);
+    for (const auto& port : ports) {
+        const VirtualController& controller = port->controller();
+        const auto add = [&](const QString& name, quint64 count) {
+            const QString& who = controller.options().serialNumber;
+            text += QStringLiteral("%1: %2 %3\n").arg(who, name, QString::number(count));
+        };
+        const auto& members = *xcu::Command::descriptor()->oneof_decl(0);
+        for (int i = 0; i < members.field_count(); ++i) {
+            const google::protobuf::FieldDescriptor& member = *members.field(i);
+            const auto number = static_cast<xcu::Command::ReqCase>(member.number());
+            if (const int count = controller.count(number)) {
+                add("received " + QString::fromStdString(member.name()), count);
+            }
         }
+        add(QStringLiteral("broken payloads received"), controller.brokenPayloads());
+        add(QStringLiteral("responses sent"), controller.responsesSent());
+        add(QStringLiteral("records sent"), controller.recordsSent());
+        add(QStringLiteral("frames sent"), controller.framesSent());
     }
-    add(QStringLiteral("broken payloads received"), controller.brokenPayloads());
-    add(QStringLiteral("responses sent"), controller.responsesSent());
-    add(QStringLiteral("records sent"), controller.recordsSent());
-    add(QStringLiteral("frames sent"), controller.framesSent());
     return text;
 }
 
@@ -97,8 +100,8 @@ int Simulation::run()
 
 void Simulation::addController(const ControllerOptions& controller)
 {
-    units.push_back(std::make_unique<ControllerUnit>(testbed, controller));
-    MockedPort& port = units.back()->port;
+    ports.push_back(std::make_unique<MockedPort>(testbed, controller));
+    MockedPort& port = *ports.back();
     const QString who = controller.serialNumber + " on " + port.name();
     connect(&port, &MockedPort::plugged, this, [=] { report(who + " is plugged in"); });
     connect(&port, &MockedPort::unplugged, this, [=] { report(who + " is gone"); });
@@ -169,10 +172,10 @@ void Simulation::carryOut(const QString& line)
     if (line == QLatin1String("quit")) {
         stop(0, SIGTERM);
     } else if (line == QLatin1String("stats")) {
-        QTextStream(stderr) << statistics();
+        QTextStream(stderr) << statisticsOf(ports);
         writeStatistics();
     } else {
-        const QString result = executeCommand(units, line);
+        const QString result = executeCommand(ports, line);
         if (!result.isEmpty()) {
             report(result);
         }
@@ -245,22 +248,13 @@ void Simulation::stop(int exitCode, int signalNumber)
     }
 }
 
-QString Simulation::statistics() const
-{
-    QString text;
-    for (const auto& unit : units) {
-        text += statisticsOf(unit->controller);
-    }
-    return text;
-}
-
 void Simulation::writeStatistics() const
 {
     if (options.statsPath.isEmpty()) {
         return;
     }
     QFile file(options.statsPath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(statistics().toUtf8()) < 0) {
+    if (!file.open(QIODevice::WriteOnly) || file.write(statisticsOf(ports).toUtf8()) < 0) {
         report("the counts cannot be written to " + options.statsPath);
     }
 }

@@ -50,13 +50,12 @@ private:
     void startProgram();
     void catchSignals();
     void stop(int exitCode, int signalNumber);
-    QString statistics() const;
     void writeStatistics() const;
 
     SimulationOptions options;
     QFile trace;
     Testbed testbed;
-    ControllerUnits units;
+    MockedPorts ports;
     std::vector<std::unique_ptr<CommandInput>> inputs;
     QProcess program;
     std::unique_ptr<QSocketNotifier> signalNotifier;

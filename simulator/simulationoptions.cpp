@@ -30,7 +30,6 @@ them. The same options always give the same controller; random values depend onl
 the seed.)";
 
 constexpr qint64 anyNumber = std::numeric_limits<int>::max();
-constexpr qint64 anyTime = std::numeric_limits<quint32>::max();
 
 // What is said of all controllers together.
 struct Common
@@ -59,9 +58,8 @@ Option number(
     const auto set = [=, &target](const QString& word) {
         bool isNumber = false;
         const qint64 read = word.toLongLong(&isNumber);
-        const bool isValid = isNumber && read >= least && read <= most;
-        target = isValid ? static_cast<Number>(read) : target;
-        return isValid;
+        target = static_cast<Number>(read);
+        return isNumber && read >= least && read <= most;
     };
     return {name, QStringLiteral("%1 [%2]").arg(text).arg(target), value, set};
 }
@@ -77,10 +75,16 @@ Option path(const char* name, const char* text, QString& target)
     return {name, text, "path", [&](const QString& word) { return target = word, true; }};
 }
 
+template <typename Value>
+Option flag(const char* name, const char* text, Value& target, Value value)
+{
+    return {name, text, {}, [=, &target](const QString&) { return target = value, true; }};
+}
+
 bool readMapSize(const QString& text, MapSize& size)
 {
-    constexpr unsigned int longestAxis = 1024;
-    size = {text.section('x', 0, 0).toUInt(), text.section('x', 1).toUInt()};
+    constexpr int longestAxis = 1024;
+    size = {text.section('x', 0, 0).toInt(), text.section('x', 1).toInt()};
     return qMin(size.columns, size.rows) > 0 && qMax(size.columns, size.rows) <= longestAxis;
 }
 
@@ -89,22 +93,13 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
 {
     ControllerOptions& unit = common.options;
     LinkFaults& faults = unit.linkFaults;
-    const auto addSerial = [&](const QString& text) {
-        common.serialNumbers += text;
-        return true;
-    };
-    const auto startAsBootloader = [&](const QString&) {
-        unit.mode = Mode::Bootloader;
-        return true;
-    };
+    const auto addSerial = [&](const QString& text) { return common.serialNumbers += text, true; };
     const auto setMapSize = [&](const QString& text) { return readMapSize(text, common.mapSize); };
-    const auto split = [&](const QString&) { return faults.split = 1; };
-    const auto makeInteractive = [&](const QString&) { return all.interactive = true; };
     return {
         number("controllers", "Number of controllers, 1 to 16.", "n", common.controllers, 1, 16),
         {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
          addSerial},
-        {"bootloader", "The controllers start as bootloaders.", {}, startAsBootloader},
+        flag("bootloader", "The controllers start as bootloaders.", unit.mode, Mode::Bootloader),
         number(
             "seed", "Seed of all random values; the second controller takes the next number.", "n",
             unit.seed),
@@ -116,7 +111,7 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
             unit.namedChannels, 0, logChannelCount),
         number(
             "start-time", "The controller's clock at power-up.", "ms", unit.startTimeMs, 0,
-            anyTime),
+            std::numeric_limits<quint32>::max()),
         rate("records-per-second", "Records pushed in a passive session.", unit.recordsPerSecond),
         rate("frames-per-second", "CAN frames while the capture runs.", unit.framesPerSecond),
         number(
@@ -133,7 +128,7 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
         number(
             "garbage", "Fault injection: a frame without meaning comes before every nth response.",
             "n", faults.garbageEvery),
-        {"split", "Fault injection: frames are sent in pieces.", {}, split},
+        flag("split", "Fault injection: frames are sent in pieces.", faults.split, 1),
         number(
             "unplug-after", "Unplug this long after plugging in; 0 for never.", "ms",
             all.unplugAfterMs),
@@ -143,7 +138,7 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
         number(
             "bootloader-after", "Reset into the bootloader this long after the start; 0 for never.",
             "ms", all.bootloaderAfterMs),
-        {"interactive", "Read line commands from standard input.", {}, makeInteractive},
+        flag("interactive", "Read line commands from standard input.", all.interactive, true),
         path("commands", "Read line commands from a file or named pipe.", all.commandsPath),
         path(
             "stats", "Write counts of messages to this file, at the end and at the command stats.",
@@ -225,9 +220,9 @@ SimulationOptions simulator::parseCommandLine(const QStringList& arguments)
         parser.showVersion();
     }
     for (const Option& option : known) {
-        const QStringList texts =
-            option.value.isEmpty() ? QStringList{QString()} : parser.values(option.name);
-        for (const QString& text : parser.isSet(option.name) ? texts : QStringList()) {
+        const bool isSwitch = option.value.isEmpty() && parser.isSet(option.name);
+        const QStringList texts = isSwitch ? QStringList{QString()} : parser.values(option.name);
+        for (const QString& text : texts) {
             if (!option.set(text)) {
                 const QString what = QStringLiteral("--%1 does not take \"%2\"");
                 end(stderr, complaint.arg(what.arg(option.name, text)), wrongUsage);

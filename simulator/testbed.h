@@ -5,7 +5,9 @@
 
 #include <QProcessEnvironment>
 #include <QString>
-#include <memory>
+
+using UMockdevTestbed = struct _UMockdevTestbed;
+using UMockdevIoctlBase = struct _UMockdevIoctlBase;
 
 namespace simulator {
 
@@ -34,9 +36,8 @@ public:
 private:
     QString nodePath(const QString& name) const;
 
-    struct Library;
-
-    std::unique_ptr<Library> library;
+    UMockdevTestbed* library;
+    UMockdevIoctlBase* ioctls;
     QString rootDirectory;
 };
 

@@ -60,12 +60,10 @@ int Pacer::take(int most)
 
 VirtualController::VirtualController(ControllerOptions options)
     : settings(std::move(options))
-    , currentMode(settings.mode)
     , writer(derive(settings.seed, Link))
     , datalogger(settings.channels, derive(settings.seed, Logger))
     , configurationMemory(configurationBlocks(settings.namedChannels))
-    , calibrationMaps(settings.maps, derive(settings.seed, Maps))
-    , faultMemory(settings.faults)
+    , calibrationMaps(makeMaps(settings.maps, derive(settings.seed, Maps)))
     , traffic(settings.identifiers, derive(settings.seed, Traffic))
     , recordPacer(settings.recordsPerSecond)
     , framePacer(settings.framesPerSecond)
@@ -101,12 +99,6 @@ void VirtualController::receive(const QByteArray& bytes)
         }
     }
     writer.flush();
-}
-
-int VirtualController::count(xcu::Command::ReqCase member) const
-{
-    const auto found = counts.find(member);
-    return found == counts.end() ? 0 : found->second;
 }
 
 void VirtualController::clearReceived()
@@ -171,7 +163,7 @@ void VirtualController::setFrameRate(double perSecond)
 
 void VirtualController::restart(Mode mode)
 {
-    currentMode = mode;
+    settings.mode = mode;
     steadyClock.restart();
     datalogger.powerUp();
     capturing = false;

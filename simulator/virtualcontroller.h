@@ -9,6 +9,7 @@
 
 #include <QByteArray>
 #include <QElapsedTimer>
+#include <QMap>
 #include <QObject>
 #include <QTimer>
 #include <functional>
@@ -27,7 +28,7 @@ constexpr double asFastAsTheLineTakes = std::numeric_limits<double>::infinity();
 struct ControllerOptions
 {
     QString serialNumber = QStringLiteral("XCU0001");
-    Mode mode = Mode::Device; // after power-up
+    Mode mode = Mode::Device; // at first
     quint32 seed = 1;
 
     int channels = 128;           // log channels that exist, 0 to 128; requests for more get less
@@ -39,7 +40,7 @@ struct ControllerOptions
     int identifiers = 24;         // different CAN identifiers among them
 
     std::vector<MapSize> maps = {{8, 8}, {16, 12}, {1, 16}, {24, 16}};
-    std::vector<xcu::FaultItem> faults;
+    std::vector<xcu::FaultItem> faults; // at first
     int calibrationMs = 3000; // an adaptation run; it reports busy and idle by itself, 0 never does
 
     LinkFaults linkFaults;
@@ -81,14 +82,14 @@ public:
     explicit VirtualController(ControllerOptions options = {});
 
     const ControllerOptions& options() const { return settings; }
-    Mode mode() const { return currentMode; }
+    Mode mode() const { return settings.mode; }
 
     // Line bytes from the PC, cut anywhere.
     void receive(const QByteArray& bytes);
 
     // What was received: how often, and the first so many commands in order. REQ_NOT_SET stands for
     // commands without a member.
-    int count(xcu::Command::ReqCase member) const;
+    int count(xcu::Command::ReqCase member) const { return counts.value(member); }
     const std::vector<xcu::Command>& received() const { return history; }
     quint64 brokenPayloads() const { return brokenTotal; } // whole frames that were no Command
     void clearReceived();
@@ -101,7 +102,7 @@ public:
     // The controller's memory, for tests to read and change. All of it survives a reset but the
     // logger's session.
     std::map<unsigned int, std::string>& configuration() { return configurationMemory; } // blocks
-    std::vector<xcu::FaultItem>& faults() { return faultMemory; }
+    std::vector<xcu::FaultItem>& faults() { return settings.faults; }
     CalibrationMaps& maps() { return calibrationMaps; }
     Datalogger& logger() { return datalogger; }
 
@@ -152,8 +153,7 @@ private:
     void schedulePushing();
     void push();
 
-    ControllerOptions settings;
-    Mode currentMode;
+    ControllerOptions settings; // mode and faults as they are now
     QElapsedTimer steadyClock;
     std::function<qint64()> clock;
 
@@ -164,7 +164,6 @@ private:
     Datalogger datalogger;
     std::map<unsigned int, std::string> configurationMemory; // blocks
     CalibrationMaps calibrationMaps;
-    std::vector<xcu::FaultItem> faultMemory;
     CanTraffic traffic;
     bool capturing = false;
     QTimer calibration; // of the driver, runs as long as it goes on
@@ -174,7 +173,7 @@ private:
     Pacer framePacer;
     xcu::Response recordResponse; // reused: a flood would allocate all day long
 
-    std::map<int, int> counts; // by member
+    QMap<int, int> counts; // by member
     std::vector<xcu::Command> history;
     quint64 brokenTotal = 0;
     quint64 recordTotal = 0;

@@ -81,20 +81,20 @@ private slots:
     {
         ConsoleHome home;
         PortRig rig;
-        simulator::ControllerUnit chosen(rig.testbed, unit("XCU0002"));
+        simulator::MockedPort chosen(rig.testbed, unit("XCU0002"));
         rig.port.plug();
-        chosen.port.plug();
+        chosen.plug();
         ConsoleRig console;
         auto* list = console.child<QComboBox>("xcuSerialNumber");
         QTRY_COMPARE(list->count(), 2);
         const int index = list->findText("XCU0002 XCU");
         list->setCurrentIndex(index);
-        const quint64 before = chosen.controller.responsesSent();
+        const quint64 before = chosen.controller().responsesSent();
         // An unchanged list leaves the selection alone.
         QMetaObject::invokeMethod(&console.window, "refreshPorts");
         QCOMPARE(list->currentIndex(), index);
         console.click("pushButton_2");
-        QTRY_COMPARE(chosen.controller.responsesSent(), before + 2);
+        QTRY_COMPARE(chosen.controller().responsesSent(), before + 2);
         QCOMPARE(rig.count(xcu::Command::kReadConfiguration), 0);
         // The other cable: the list is made anew, the connection stays.
         rig.port.unplug();

@@ -10,12 +10,12 @@
 struct PortRig
 {
     explicit PortRig(const simulator::ControllerOptions& options = {})
-        : controller(options)
+        : port(testbed, options)
     {}
 
     int count(xcu::Command::ReqCase member) const { return controller.count(member); }
 
     simulator::Testbed testbed;
-    simulator::VirtualController controller;
-    simulator::MockedPort port{testbed, controller};
+    simulator::MockedPort port;
+    simulator::VirtualController& controller = port.controller();
 };

@@ -44,10 +44,9 @@ private slots:
         bench = std::make_unique<ConnectedWorkbench>();
         QVERIFY(QTest::qWaitForWindowActive(bench->window.get()));
         QTRY_COMPARE(bench->entries("menuMap_Tuning").size(), 4);
-        simulator::CalibrationMaps::Map& map = *bench->controller.maps().map(1);
-        map.xLabels = {10, 20, 30};
-        map.yLabels = {7, 8};
-        map.values = {0, 1, std::numeric_limits<int>::min(), 3, 4, 5};
+        QVERIFY(google::protobuf::TextFormat::ParseFromString(
+            "x_labels: [10, 20, 30] y_labels: [7, 8] values: [0, 1, -2147483648, 3, 4, 5]",
+            &bench->controller.maps()[1]));
         table = openMap();
     }
 
