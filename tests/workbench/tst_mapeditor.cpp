@@ -6,7 +6,7 @@
 #include <QClipboard>
 #include <QMimeData>
 #include <QTableWidget>
-#include <limits>
+#include <google/protobuf/text_format.h>
 
 namespace {
 
