@@ -26,10 +26,6 @@ std::vector<unsigned int> comm::firstChannels(unsigned int count)
     return channels;
 }
 
-CommandsSender::CommandsSender(ComPort& port)
-    : comPort(port)
-{}
-
 template <typename Member, typename... Fill>
 void CommandsSender::send(Member member, const Fill&... fill)
 {

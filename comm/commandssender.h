@@ -25,7 +25,9 @@ class CommandsSender : public QObject
 public:
     enum class MapAxis { X = 0, Y = 1 };
 
-    explicit CommandsSender(ComPort& comPort); // the port must outlive the sender
+    explicit CommandsSender(ComPort& port) // must outlive the sender
+        : comPort(port)
+    {}
 
     void sendResetToBootloader();
     void sendRsaPublicKey(const std::string& key);

@@ -46,18 +46,18 @@ xcu::MapCommandResult store(CalibrationMaps& maps, const Request& request)
 } // namespace
 
 // Surfaces that rise towards high X and Y, with noise, so that neighbouring cells differ.
-CalibrationMaps simulator::makeMaps(const std::vector<MapSize>& sizes, quint32 seed)
+CalibrationMaps simulator::makeMaps(const std::vector<QSize>& sizes, quint32 seed)
 {
     std::mt19937 random(seed);
     CalibrationMaps maps;
-    for (const MapSize& size : sizes) {
+    for (const QSize& size : sizes) {
         Map& map = maps.emplace_back();
-        for (int x = 0; x < size.columns; ++x) {
+        for (int x = 0; x < size.width(); ++x) {
             map.add_x_labels(500 + 250 * x);
         }
-        for (int y = 0; y < size.rows; ++y) {
+        for (int y = 0; y < size.height(); ++y) {
             map.add_y_labels(-40 + 20 * y);
-            for (int x = 0; x < size.columns; ++x) {
+            for (int x = 0; x < size.width(); ++x) {
                 map.add_values(50 * x + 30 * y - 200 + static_cast<int>(random() % 16));
             }
         }
@@ -65,7 +65,7 @@ CalibrationMaps simulator::makeMaps(const std::vector<MapSize>& sizes, quint32 s
     return maps;
 }
 
-bool simulator::answer(CalibrationMaps& maps, const xcu::Command& command, xcu::Response& response)
+void simulator::answer(CalibrationMaps& maps, const xcu::Command& command, xcu::Response& response)
 {
     const auto find = [&](quint32 id) -> const Map& {
         return id < maps.size() ? maps[id] : Map::default_instance();
@@ -73,7 +73,7 @@ bool simulator::answer(CalibrationMaps& maps, const xcu::Command& command, xcu::
     switch (command.req_case()) {
     case xcu::Command::kMapTunerStart:
         response.mutable_map_tuner_started()->set_map_count(static_cast<quint32>(maps.size()));
-        return true;
+        return;
     case xcu::Command::kMapTunerGetMapDetails: {
         const auto& request = command.map_tuner_get_map_details();
         const Map& map = find(request.map_id());
@@ -81,13 +81,13 @@ bool simulator::answer(CalibrationMaps& maps, const xcu::Command& command, xcu::
         details.set_map_id(request.map_id());
         details.set_x_size(static_cast<quint32>(map.x_labels_size()));
         details.set_y_size(static_cast<quint32>(map.y_labels_size()));
-        return true;
+        return;
     }
     case xcu::Command::kMapTunerGetMap: {
         const auto& request = command.map_tuner_get_map();
         *response.mutable_map_data() = find(request.map_id());
         response.mutable_map_data()->set_map_id(request.map_id());
-        return true;
+        return;
     }
     case xcu::Command::kMapTunerSetMapLabel: {
         const auto& request = command.map_tuner_set_map_label();
@@ -96,7 +96,7 @@ bool simulator::answer(CalibrationMaps& maps, const xcu::Command& command, xcu::
         stored.set_axis(request.axis());
         stored.set_label_id(request.label_id());
         stored.set_result(store(maps, request));
-        return true;
+        return;
     }
     case xcu::Command::kMapTunerSetMapValue: {
         const auto& request = command.map_tuner_set_map_value();
@@ -105,9 +105,9 @@ bool simulator::answer(CalibrationMaps& maps, const xcu::Command& command, xcu::
         stored.set_x_id(request.x_id());
         stored.set_y_id(request.y_id());
         stored.set_result(store(maps, request));
-        return true;
+        return;
     }
     default:
-        return false;
+        return;
     }
 }

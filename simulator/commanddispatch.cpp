@@ -32,25 +32,24 @@ void loopBack(const xcu::CanSendMessageReq& request, quint32 timeMs, xcu::Candum
 
 } // namespace
 
-bool VirtualController::answer(const xcu::Command& command, xcu::Response& response)
+void VirtualController::answer(const xcu::Command& command, xcu::Response& response)
 {
     using Command = xcu::Command;
     switch (command.req_case()) { // as device and as bootloader
     case Command::kPing:
-        response.mutable_pong()->set_value(command.ping().value());
-        return true;
+        return response.mutable_pong()->set_value(command.ping().value());
     case Command::kReset:
-        emit leavingBus(Mode::Device);
-        return false;
+        return emit leavingBus(Mode::Device);
     case Command::kResetToBootloader:
-        emit leavingBus(Mode::Bootloader);
-        return false;
+        return emit leavingBus(Mode::Bootloader);
     default:
-        return settings.mode == Mode::Device && answerAsDevice(command, response);
+        if (settings.mode == Mode::Device) {
+            answerAsDevice(command, response);
+        }
     }
 }
 
-bool VirtualController::answerAsDevice(const xcu::Command& command, xcu::Response& response)
+void VirtualController::answerAsDevice(const xcu::Command& command, xcu::Response& response)
 {
     using Command = xcu::Command;
     switch (command.req_case()) {
@@ -59,42 +58,43 @@ bool VirtualController::answerAsDevice(const xcu::Command& command, xcu::Respons
         recordPacer.start();
         schedulePushing();
         response.mutable_logger_started();
-        return true;
+        return;
     case Command::kDataloggerStop:
         datalogger.stop();
         schedulePushing();
         response.mutable_logger_stopped();
-        return true;
+        return;
     case Command::kDataloggerData:
         if (datalogger.isRunning()) {
             put(nextRecord());
         }
-        return false;
+        return;
     case Command::kVirtualInputSet:
-        datalogger.setVirtualInput(
+        return datalogger.setVirtualInput(
             command.virtual_input_set().index(), command.virtual_input_set().value());
-        return false;
     case Command::kCandumpStart:
         capturing = true;
         framePacer.start();
         schedulePushing();
         response.mutable_candump_started();
-        return true;
+        return;
     case Command::kCandumpStop:
         capturing = false;
         schedulePushing();
         response.mutable_candump_stopped();
-        return true;
+        return;
     case Command::kCanSendMessage:
-        loopBack(command.can_send_message(), timeMs(), *response.mutable_candump_frame());
-        return capturing;
+        if (capturing) {
+            loopBack(command.can_send_message(), timeMs(), *response.mutable_candump_frame());
+        }
+        return;
     case Command::kReadConfiguration: {
         constexpr const char* emptyBlock = "\xFF\xFF\xFF\xFF"; // a length that none can have
         const auto block = configurationMemory.find(command.read_configuration().config_id());
         response.mutable_configuration()->set_config_id(command.read_configuration().config_id());
         response.mutable_configuration()->set_data(
             block == configurationMemory.end() ? emptyBlock : block->second);
-        return true;
+        return;
     }
     case Command::kDriverCalibrationStart:
         if (settings.calibrationMs > 0) {
@@ -104,15 +104,13 @@ bool VirtualController::answerAsDevice(const xcu::Command& command, xcu::Respons
             calibration.start(settings.calibrationMs);
         }
         response.mutable_driver_calibration_started();
-        return true;
+        return;
     case Command::kFaultGetFaultCount:
-        fill(*response.mutable_fault_count(), settings.faults);
-        return true;
+        return fill(*response.mutable_fault_count(), settings.faults);
     case Command::kFaultGetFaults:
-        response.mutable_fault_list()->mutable_faults()->Add(
+        return response.mutable_fault_list()->mutable_faults()->Add(
             settings.faults.begin(), settings.faults.end());
-        return true;
     default:
-        return simulator::answer(calibrationMaps, command, response);
+        simulator::answer(calibrationMaps, command, response);
     }
 }

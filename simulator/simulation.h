@@ -18,14 +18,9 @@ namespace simulator {
 // All of virtual-xcu: controllers on a bus, the program that uses them, if any, and line commands.
 // A process has one such object at the most, as it catches the process's signals.
 //
-// With a trace it writes down all that happens on the serial lines, as it happens, a line of text
-// each:
-//
-//   1764037750123 XCU0001 in 08000000080198010a...
-//
-// Milliseconds since 1970, the controller's serial number, and what it was: "in" and "out" with the
-// bytes from and to the program, cut anywhere; "plugged", "gone", "opened", "closed". Half a frame
-// ahead of one of these is never completed. Line commands stand as "- command <line>".
+// With a trace it writes down all that happens on the serial lines, as it happens; the format is in
+// the manual page. Bytes are cut anywhere; half a frame ahead of any other event is never
+// completed.
 class Simulation : public QObject
 {
     Q_OBJECT

@@ -38,7 +38,7 @@ struct Common
     int controllers = 1;
     QStringList serialNumbers;
     int maps = static_cast<int>(options.maps.size());
-    MapSize mapSize = {0, 0}; // of all maps; 0 for the usual ones
+    QSize mapSize; // of all maps; invalid for the usual ones
     int faults = 3;
 };
 
@@ -81,11 +81,11 @@ Option flag(const char* name, const char* text, Value& target, Value value)
     return {name, text, {}, [=, &target](const QString&) { return target = value, true; }};
 }
 
-bool readMapSize(const QString& text, MapSize& size)
+bool readMapSize(const QString& text, QSize& size)
 {
     constexpr int longestAxis = 1024;
     size = {text.section('x', 0, 0).toInt(), text.section('x', 1).toInt()};
-    return qMin(size.columns, size.rows) > 0 && qMax(size.columns, size.rows) <= longestAxis;
+    return !size.isEmpty() && qMax(size.width(), size.height()) <= longestAxis;
 }
 
 // The targets hold the defaults until the command line is read.
@@ -167,13 +167,12 @@ std::vector<xcu::FaultItem> plausibleFaults(int count, quint32 seed)
 std::vector<ControllerOptions> controllersOf(Common common)
 {
     ControllerOptions& unit = common.options;
-    const std::vector<MapSize> usual = unit.maps;
+    const std::vector<QSize> usual = unit.maps;
     unit.maps.assign(static_cast<std::size_t>(common.maps), common.mapSize);
-    for (std::size_t i = 0; common.mapSize.rows == 0 && i < unit.maps.size(); ++i) {
+    for (std::size_t i = 0; common.mapSize.isEmpty() && i < unit.maps.size(); ++i) {
         unit.maps[i] = usual[i % usual.size()];
     }
     unit.faults = plausibleFaults(common.faults, unit.seed);
-    unit.keepReceived = 0; // nobody would ask for them, and a drive is long
     std::vector<ControllerOptions> controllers;
     for (int i = 0; i < qMax(common.controllers, common.serialNumbers.size()); ++i, ++unit.seed) {
         const QString usualName = QStringLiteral("XCU%1").arg(i + 1, 4, 10, QLatin1Char('0'));

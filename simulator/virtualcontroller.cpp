@@ -90,21 +90,14 @@ void VirtualController::receive(const QByteArray& bytes)
             continue;
         }
         ++counts[command.req_case()];
-        if (history.size() < settings.keepReceived) {
-            history.push_back(command);
-        }
+        emit received(command);
         xcu::Response response = emptyResponse();
-        if (answer(command, response)) {
+        answer(command, response);
+        if (response.resp_case() != xcu::Response::RESP_NOT_SET) {
             put(response);
         }
     }
     writer.flush();
-}
-
-void VirtualController::clearReceived()
-{
-    counts.clear();
-    history.clear();
 }
 
 void VirtualController::put(const xcu::Response& response)

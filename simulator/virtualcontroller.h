@@ -39,14 +39,11 @@ struct ControllerOptions
     double framesPerSecond = 100; // CAN frames while the capture runs
     int identifiers = 24;         // different CAN identifiers among them
 
-    std::vector<MapSize> maps = {{8, 8}, {16, 12}, {1, 16}, {24, 16}};
-    std::vector<xcu::FaultItem> faults; // at first
+    std::vector<QSize> maps = {{8, 8}, {16, 12}, {1, 16}, {24, 16}}; // columns by rows
+    std::vector<xcu::FaultItem> faults;                              // at first
     int calibrationMs = 3000; // an adaptation run; it reports busy and idle by itself, 0 never does
 
     LinkFaults linkFaults;
-
-    // The first so many commands are kept for VirtualController::received().
-    std::size_t keepReceived = 20000;
 };
 
 // Counts out how many items of a steady stream are due by now.
@@ -87,12 +84,9 @@ public:
     // Line bytes from the PC, cut anywhere.
     void receive(const QByteArray& bytes);
 
-    // What was received: how often, and the first so many commands in order. REQ_NOT_SET stands for
-    // commands without a member.
+    // How often a command was received. REQ_NOT_SET stands for commands without a member.
     int count(xcu::Command::ReqCase member) const { return counts.value(member); }
-    const std::vector<xcu::Command>& received() const { return history; }
     quint64 brokenPayloads() const { return brokenTotal; } // whole frames that were no Command
-    void clearReceived();
 
     // What was sent; a doubled response counts twice, a dropped one not at all.
     quint64 recordsSent() const { return recordTotal; }
@@ -136,15 +130,16 @@ public:
     void dropLink();
 
 signals:
+    void received(const xcu::Command& command);
     void transmit(const QByteArray& bytes);
     // The controller wants to leave the bus and come back in this mode (a reset). Whoever owns the
     // port takes it away and calls restart; without a port nothing happens.
     void leavingBus(Mode mode);
 
 private:
-    // Do what the command says and fill in the answer; false if it has none.
-    bool answer(const xcu::Command& command, xcu::Response& response);
-    bool answerAsDevice(const xcu::Command& command, xcu::Response& response);
+    // Do what the command says and fill in the answer, if it has one.
+    void answer(const xcu::Command& command, xcu::Response& response);
+    void answerAsDevice(const xcu::Command& command, xcu::Response& response);
     void reportCalibration();
 
     void put(const xcu::Response& response); // with the injected faults
@@ -174,7 +169,6 @@ private:
     xcu::Response recordResponse; // reused: a flood would allocate all day long
 
     QMap<int, int> counts; // by member
-    std::vector<xcu::Command> history;
     quint64 brokenTotal = 0;
     quint64 recordTotal = 0;
     quint64 frameTotal = 0;

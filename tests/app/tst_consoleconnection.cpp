@@ -39,12 +39,11 @@ private slots:
         QTRY_COMPARE(console.text("pushButton_2"), "Connect");
         QTRY_COMPARE(list->currentText(), "XCU0007 XCU");
         QCOMPARE(console.status(), "Disconnected");
-        rig.controller.clearReceived();
+        rig.received.clear();
         console.click("pushButton_2");
         QTRY_COMPARE(rig.count(xcu::Command::kReadConfiguration), 2);
-        const auto& received = rig.controller.received();
-        QCOMPARE(received[0].read_configuration().config_id(), 0U);
-        QCOMPARE(received[1].read_configuration().config_id(), 6U);
+        QCOMPARE(rig.received[0].read_configuration().config_id(), 0U);
+        QCOMPARE(rig.received[1].read_configuration().config_id(), 6U);
         const QDir folder = home.controllerFolder("XCU0007");
         QVERIFY(folder.exists("extLoggerBackup") && folder.exists("extLoggerLogs"));
         QCOMPARE(folder.count(), 4U); // with "." and ".."

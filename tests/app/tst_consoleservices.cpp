@@ -97,7 +97,7 @@ private slots:
         console.click("canMsgSend");
         console.settle();
         QStringList sent;
-        for (const xcu::Command& command : console.controller.received()) {
+        for (const xcu::Command& command : console.received) {
             sent << QString::fromStdString(command.can_send_message().ShortDebugString());
         }
         QVERIFY(sent.contains("data: \"\\000\\0224\" bus: 3 id: 65535 extended: true"));

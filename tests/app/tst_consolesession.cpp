@@ -71,7 +71,7 @@ private slots:
         // A disconnect stops no timer: the new link is polled without a start.
         console.click("pushButton_2");
         console.connect();
-        console.controller.clearReceived();
+        console.received.clear();
         QTRY_VERIFY(console.count(xcu::Command::kDataloggerData) > 5);
         QTRY_VERIFY(console.count(xcu::Command::kFaultGetFaultCount) > 1);
         QCOMPARE(console.count(xcu::Command::kDataloggerStart), 0);

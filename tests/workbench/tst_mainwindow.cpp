@@ -66,7 +66,7 @@ private slots:
         QCOMPARE(bench.entries("menuPid_Tuning"), QStringList());
         const QStringList maps{"Map 0", "Map 1", "Map 2", "Map 3"};
         QTRY_COMPARE(bench.entries("menuMap_Tuning"), maps);
-        const auto& start = bench.controller.received()[0].datalogger_start();
+        const auto& start = bench.received[0].datalogger_start();
         QCOMPARE(start.channels_size(), 32);
         QCOMPARE(start.channels(31), 31U);
         QCOMPARE(start.passive(), 0U);
@@ -75,8 +75,8 @@ private slots:
         for (const char* count : {"1", "0", "65537"}) {
             bench.answer(std::string("map_tuner_started { map_count: ") + count + "}");
         }
-        const int requests = bench.controller.count(pollRequest);
-        QTRY_VERIFY(bench.controller.count(pollRequest) > requests + 1);
+        const int requests = bench.count(pollRequest);
+        QTRY_VERIFY(bench.count(pollRequest) > requests + 1);
         QCOMPARE(bench.entries("menuMap_Tuning"), maps);
     }
 
@@ -93,7 +93,7 @@ private slots:
                 unit.receive({1, byte});
             }
         };
-        QTRY_VERIFY(unit.count(pollRequest) > 1);
+        QTRY_VERIFY(bench.count(pollRequest) > 1);
         unit.receive(QByteArray("\x08\0\0", 3)); // half a frame goes with its link
         {
             const StdoutCapture capture;
@@ -108,9 +108,9 @@ private slots:
         const QString serialNumber = unit.options().serialNumber;
         QTRY_COMPARE(bench.entries("menuConnection"), QStringList(serialNumber));
         const auto connectAndPoll = [&] {
-            unit.clearReceived();
+            bench.received.clear();
             bench.choose("menuConnection", serialNumber);
-            QTRY_VERIFY(unit.count(pollRequest) > 4);
+            QTRY_VERIFY(bench.count(pollRequest) > 4);
         };
         const quint64 answers = unit.responsesSent();
         connectAndPoll();
@@ -148,8 +148,8 @@ private slots:
         }
         // This one stops none of them. One worker alone would need 20 s for what follows.
         bench.answer("logger_stopped {}");
-        const int requests = bench.controller.count(pollRequest);
-        QTRY_VERIFY(bench.controller.count(pollRequest) > requests + 200);
+        const int requests = bench.count(pollRequest);
+        QTRY_VERIFY(bench.count(pollRequest) > requests + 200);
         bench.choose("menuMap_Tuning", "Map 0");
         bench.choose("menuDataViewer", "Value Viewer");
         bench.choose("menuDataViewer", "Plot Viewer");

@@ -11,10 +11,10 @@
 namespace {
 
 // The edits among the commands: "X0=5" and "Y0=5" for labels, "v1,2=5" for X index 1, Y index 2.
-QString editsOf(const simulator::VirtualController& controller)
+QString editsOf(const std::vector<xcu::Command>& commands)
 {
     QStringList edits;
-    for (const xcu::Command& command : controller.received()) {
+    for (const xcu::Command& command : commands) {
         if (command.has_map_tuner_set_map_label()) {
             const auto& label = command.map_tuner_set_map_label();
             const QString axis = label.axis() == xcu::MAP_AXIS_X ? "X" : "Y";
@@ -177,8 +177,8 @@ private:
     QTableWidget* openMap()
     {
         bench->choose("menuMap_Tuning", "Map 1");
-        [this] { QTRY_COMPARE(editsOf(bench->controller), wholeMap); }();
-        bench->controller.clearReceived();
+        [this] { QTRY_COMPARE(editsOf(bench->received), wholeMap); }();
+        bench->received.clear();
         return bench->subWindows().last()->findChild<QTableWidget*>("mapValues");
     }
 
@@ -200,10 +200,10 @@ private:
     void compareEdits(const QString& expected)
     {
         constexpr auto marker = xcu::Command::kDataloggerData;
-        const int before = bench->controller.count(marker);
-        QTRY_VERIFY(bench->controller.count(marker) >= before + 2);
-        QCOMPARE(editsOf(bench->controller), expected);
-        bench->controller.clearReceived();
+        const int before = bench->count(marker);
+        QTRY_VERIFY(bench->count(marker) >= before + 2);
+        QCOMPARE(editsOf(bench->received), expected);
+        bench->received.clear();
     }
 
     std::unique_ptr<ConnectedWorkbench> bench;
