@@ -7,7 +7,7 @@
 #include "comm/commandsresponsereceiver.h"
 #include "comm/commandssender.h"
 #include "comm/comport.h"
-#include "comm/portlist.h"
+#include "comm/portdiscovery.h"
 #include "comm/responseinterfaces.h"
 #include "formats/canframes.h"
 #include "formats/cansignaldata.h"

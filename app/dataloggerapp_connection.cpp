@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
-#include "comm/portdiscovery.h"
 #include "ui_dataloggerapp.h"
 
 #include <QElapsedTimer>

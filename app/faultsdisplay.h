@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "comm/faultitemdata.h"
+#include "comm/responseinterfaces.h"
 
 #include <QWidget>
 #include <memory>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // bench_portlist: what the look for attached ports costs, ten times a second.
-#include "comm/portlist.h"
 #include "bench/benchmark.h"
+#include "comm/portdiscovery.h"
 
 int main()
 {
@@ -10,7 +10,7 @@ int main()
     constexpr int ticks = 30;
     const double enumeration = fastest([] { QSerialPortInfo::availablePorts(); });
     qint64 now = 0;
-    comm::PortList::Source source = comm::PortList::systemSource();
+    comm::PortSource source;
     source.milliseconds = [&now] { return now; };
     comm::PortList list(source);
     list.availablePorts();

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QDeadlineTimer>
 #include <QList>
 #include <QSerialPortInfo>
 #include <QString>
+#include <QStringList>
+#include <functional>
 #include <initializer_list>
+#include <utility>
 
 namespace comm {
 
@@ -23,6 +27,43 @@ bool isControllerPort(
 
 // Those of the ports that belong to controllers, as device or bootloader, in their order.
 QList<QSerialPortInfo> controllerPorts(QList<QSerialPortInfo> ports);
+
+// Of all ttys of the system, name and time of making, in any stable order; empty: unknown.
+QStringList ttyEntries();
+
+// Where a PortList has its facts from; a test gives its own.
+struct PortSource
+{
+    std::function<QStringList()> entries = ttyEntries;
+    std::function<QList<QSerialPortInfo>()> ports = QSerialPortInfo::availablePorts;
+    std::function<qint64()> milliseconds = [] { return QDeadlineTimer::current().deadline(); };
+};
+
+// The attached serial ports, cheap enough to be asked for ten times a second on the GUI thread.
+//
+// QSerialPortInfo::availablePorts() takes about 0.1 ms for each tty of the machine. This looks at
+// the tty class directory first and enumerates when an entry there has come, gone or been made anew
+// since the last call: a unit may be back as its bootloader under the same name. It also
+// enumerates for two seconds after such a change, while the system still fills in the properties of
+// a new port, and once a second in any case. Where the entries cannot be had, every call
+// enumerates.
+class PortList
+{
+public:
+    explicit PortList(PortSource facts = {})
+        : source(std::move(facts))
+    {}
+
+    // The ports in the order of QSerialPortInfo::availablePorts().
+    QList<QSerialPortInfo> availablePorts();
+
+private:
+    PortSource source;
+    QStringList entries;
+    QList<QSerialPortInfo> ports;
+    qint64 changedAt = 0;    // ms
+    qint64 enumeratedAt = 0; // ms
+};
 
 } // namespace comm
 

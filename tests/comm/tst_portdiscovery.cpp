@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/comport.h"
 #include "comm/portdiscovery.h"
-#include "comm/portlist.h"
 #include "mockedtty.h"
 
 #include <QSignalSpy>
@@ -148,9 +147,8 @@ private slots:
 
         // Under the same name, and so that the file system's clock has moved on.
         MockedTty tty("XCU1");
-        const auto systemEntries = comm::PortList::systemSource().entries;
-        const QStringList before = systemEntries();
-        QTRY_VERIFY((tty.remake(), systemEntries() != before));
+        const QStringList before = comm::ttyEntries();
+        QTRY_VERIFY((tty.remake(), comm::ttyEntries() != before));
     }
 };
 
