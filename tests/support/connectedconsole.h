@@ -9,8 +9,8 @@
 class ConnectedConsole : public ConsoleHome, public PortRig, public ConsoleRig
 {
 public:
-    ConnectedConsole()
-        : PortRig(quiet())
+    explicit ConnectedConsole(const QString& serialNumber = "XCU0001")
+        : PortRig(quiet(serialNumber))
     {
         controller.setClock([this] { return now; });
         port.plug();
@@ -45,9 +45,10 @@ public:
     qint64 now = 0;
 
 private:
-    static simulator::ControllerOptions quiet()
+    static simulator::ControllerOptions quiet(const QString& serialNumber)
     {
         simulator::ControllerOptions options;
+        options.serialNumber = serialNumber;
         options.recordsPerSecond = 0;
         options.framesPerSecond = 0;
         options.calibrationMs = 0;
