@@ -16,9 +16,6 @@ constexpr auto pollRequest = xcu::Command::kDataloggerData;
 
 struct Sink final : IDataPresenter
 {
-    explicit Sink(std::function<void()> action)
-        : onRecord(std::move(action))
-    {}
     void update(unsigned int, unsigned int, std::vector<int>&) override { onRecord(); }
     void updateLabels(std::vector<std::string>&) override {}
     void showData(std::vector<bool>&) override {}
@@ -39,13 +36,14 @@ private slots:
         CommandsSender sender(port);
         LoggerDataDistributor distributor(sender);
         QString calls;
-        Sink a{[&] { calls += 'a'; }};
-        Sink b{[&] { calls += 'b'; }};
-        Sink leaving{[&] {
+        Sink a, b, leaving;
+        a.onRecord = [&] { calls += 'a'; };
+        b.onRecord = [&] { calls += 'b'; };
+        leaving.onRecord = [&] {
             distributor.removeSink(&leaving);
             distributor.removeSink(&b);
             calls += 'l';
-        }};
+        };
         for (IDataPresenter* sink : {&b, &a, &leaving, &leaving, &b, &a}) {
             distributor.addSink(sink);
         }
