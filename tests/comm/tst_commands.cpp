@@ -114,11 +114,7 @@ private slots:
 
     void everyResponseReachesItsOperation()
     {
-        struct
-        {
-            const char* response;
-            std::string call;
-        } const rows[] = {
+        const std::pair<const char*, std::string> rows[] = {
             {"bootloader_value: 4294967295", "bootloaderValue 4294967295"},
             {"pong { value: 4275878400 }", "pongReceived 4275878400"},
             {"prompt {}", "promptReceived"},

@@ -69,28 +69,26 @@ private slots:
     void reassemblesFrames()
     {
         const QByteArray zeros("a\0b", 3);
-        struct
-        {
-            Payloads pieces;
-            Payloads payloads;
-            QByteArray traces;
-            bool reopens = false; // after each piece
-        } const rows[] = {
+        // Pieces, payloads, traces, and whether the port is opened anew after each piece.
+        const std::tuple<Payloads, Payloads, QByteArray, bool> rows[] = {
             {{frame(zeros) + frame("") + frame("c")},
              {zeros, "", "c"},
              "dataAvaliable 16\nHeader:  3\nWait for data:  3/12\nRed:  3\n"
              "dataAvaliable 9\nHeader:  0\nWait for data:  0/5\nRed:  0\n"
-             "dataAvaliable 5\nHeader:  1\nWait for data:  1/1\nRed:  1\n"},
+             "dataAvaliable 5\nHeader:  1\nWait for data:  1/1\nRed:  1\n",
+             false},
             {{frame("abc").left(3), frame("abc").mid(3, 2), "bc" + frame("de").left(5), "e"},
              {"abc", "de"},
              "dataAvaliable 3\n"
              "dataAvaliable 5\nHeader:  3\nWait for data:  3/1\n"
              "dataAvaliable 8\nWait for data:  3/8\nRed:  3\n"
              "dataAvaliable 5\nHeader:  2\nWait for data:  2/1\n"
-             "dataAvaliable 2\nWait for data:  2/2\nRed:  2\n"},
+             "dataAvaliable 2\nWait for data:  2/2\nRed:  2\n",
+             false},
             {{QByteArray("\0\0\0\x80xyz", 7)}, // no negative length, and waited for
              {},
-             "dataAvaliable 7\nHeader:  2147483648\nWait for data:  2147483648/3\n"},
+             "dataAvaliable 7\nHeader:  2147483648\nWait for data:  2147483648/3\n",
+             false},
             {{frame("abcdef").left(6), "uvwxyz" + frame("")}, // a cut frame goes on with what comes
              {"uvwxyz", ""},
              "dataAvaliable 6\nHeader:  6\nWait for data:  6/2\n"
@@ -98,21 +96,21 @@ private slots:
              "dataAvaliable 4\nHeader:  0\nWait for data:  0/0\nRed:  0\n",
              true},
         };
-        for (const auto& row : rows) {
+        for (const auto& [pieces, payloads, traces, reopens] : rows) {
             Link link;
             QVERIFY(link.open());
             const StdoutCapture output;
-            for (const QByteArray& piece : row.pieces) {
+            for (const QByteArray& piece : pieces) {
                 const int before = output.text().size();
                 link.tty.write(piece);
                 QTRY_VERIFY(output.text().size() > before);
-                if (row.reopens) {
+                if (reopens) {
                     link.port.close();
                     QVERIFY(link.open());
                 }
             }
-            QCOMPARE(output.text(), row.traces);
-            QCOMPARE(link.delivered, row.payloads);
+            QCOMPARE(output.text(), traces);
+            QCOMPARE(link.delivered, payloads);
         }
         rusage usage{};
         getrusage(RUSAGE_SELF, &usage);
@@ -168,11 +166,8 @@ private slots:
             });
             loop.exec();
         };
-        struct
-        {
-            std::function<void(ComPort&)> action;
-            Payloads payloads; // a port that is left takes its second frame with it
-        } const rows[] = {
+        // A port that is left takes its second frame with it.
+        const std::pair<std::function<void(ComPort&)>, Payloads> rows[] = {
             {readAgain, {"a", "b"}},
             {[](ComPort& port) { port.close(); }, {"a"}},
             {[&](ComPort& port) { port.open(otherPort); }, {"a"}},
@@ -184,15 +179,15 @@ private slots:
             QVERIFY(link.open());
             bool survived = false; // the port object, as long as its readyRead is on the stack
             link.handler = [&] {
-                row.action(link.port);
+                row.first(link.port);
                 survived = !watch.port.isNull();
             };
             link.tty.write(frame("a") + frame("b"));
-            QTRY_COMPARE(link.delivered, row.payloads);
+            QTRY_COMPARE(link.delivered, row.second);
             QVERIFY(survived);
             QVERIFY(link.open());
             link.tty.write(frame("z"));
-            QTRY_COMPARE(link.delivered, row.payloads + Payloads{"z"});
+            QTRY_COMPARE(link.delivered, row.second + Payloads{"z"});
         }
     }
 
@@ -218,22 +213,25 @@ private slots:
     {
         Link link;
         QVERIFY(link.open());
-        const auto payload = [](char from, int number) {
-            // The first is more than the line takes at once.
-            return std::string(number == 0 ? 200'000 : number, from);
+        const auto payloads = [](char from) {
+            std::vector<std::string> list{
+                std::string(200'000, from)}; // the line takes less at once
+            for (std::size_t size = 1; size < 50; ++size) {
+                list.emplace_back(size, from);
+            }
+            return list;
         };
         const auto send = [&](char from) {
-            for (int i = 0; i < 50; ++i) {
-                link.port.commandSend(payload(from, i));
+            for (const std::string& payload : payloads(from)) {
+                link.port.commandSend(payload);
             }
         };
         std::thread(send, 'w').join(); // although this thread does not run its event loop
         send('m');
         std::string expected;
-        for (const char from :
-             {'m', 'w'}) { // what was queued comes after what was written directly
-            for (int i = 0; i < 50; ++i) {
-                expected += comm::makeFrame(payload(from, i));
+        for (const char from : {'m', 'w'}) { // what was queued comes after what was written
+            for (const std::string& payload : payloads(from)) {
+                expected += comm::makeFrame(payload);
             }
         }
         QByteArray sent;
