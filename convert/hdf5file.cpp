@@ -145,7 +145,7 @@ void Hdf5File::commit()
     }
     columns.clear();
     check(H5Fflush(file, H5F_SCOPE_LOCAL));
-    file.close();
+    check(H5Idec_ref(file.release()));
     part.commit();
 }
 

@@ -41,13 +41,8 @@ public:
 
     operator hid_t() const { return id; }
 
-    // Ahead of the destructor, which cannot throw what goes wrong.
-    void close()
-    {
-        if (H5Idec_ref(std::exchange(id, H5I_INVALID_HID)) < 0) {
-            throw Hdf5Failure();
-        }
-    }
+    // For closing it ahead of the destructor, which cannot throw what goes wrong.
+    hid_t release() { return std::exchange(id, H5I_INVALID_HID); }
 
 private:
     hid_t id;

@@ -5,6 +5,8 @@
 
 #include <QtEndian>
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <iomanip>
 #include <map>
 #include <sstream>
@@ -140,25 +142,27 @@ void tellBlackbox(std::ostream& out, InputFile& file, Report& report)
 
 } // namespace
 
-std::string info(const std::string& input, Kind from, Report& report)
+void showInfo(const Job& job, Report& report)
 {
-    const auto file = openAs(input, from);
+    const auto file = openAs(job.input, job.from);
     std::ostringstream out;
     out << std::fixed << std::setprecision(3) << file->name() << ": ";
-    if (from == Kind::Backup) {
+    if (job.from == Kind::Backup) {
         out << "configuration backup\n";
         tellBackup(out, *file, report);
-    } else if (from == Kind::Log) {
+    } else if (job.from == Kind::Log) {
         out << "log\n";
-        tellLog(out, surveyOf(*file, from, report));
-    } else if (from == Kind::Blackbox) {
+        tellLog(out, surveyOf(*file, job.from, report));
+    } else if (job.from == Kind::Blackbox) {
         out << "black-box record\n";
         tellBlackbox(out, *file, report);
     } else {
         out << "CAN trace\n";
-        tellFrames(out, *file, from, report, false);
+        tellFrames(out, *file, job.from, report, false);
     }
-    return out.str();
+    if (std::fputs(out.str().c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
+        throw ConversionError("standard output", "cannot write", errno);
+    }
 }
 
 } // namespace convert

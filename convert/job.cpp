@@ -28,37 +28,32 @@ bool takesRecords(const Job& job)
     return hasRecords(job.from) && isTable && !job.wantsFrames && job.signalSet == nullptr;
 }
 
-template <typename Target, typename Output>
-void convertRecords(const Job& job, InputFile& file, Output& output, Report& report)
+formats::FrameFunction frameTaker(const Job& job, TextOutput& output, Report& report)
 {
-    const LogSurvey survey = surveyOf(file, job.from, report);
-    if (survey.isEmpty()) {
-        throw ConversionError(file.name() + ": has no records; for its CAN frames see --frames");
-    }
-    Target target(output, survey, report);
-    readRecordsOf(file, job.from, survey, target);
+    return job.signalSet != nullptr ? signalWriter(*job.signalSet, output)
+                                    : frameWriter(job.to, output, report);
 }
 
-void writeHdf5(const Job& job, InputFile& file, Report& report)
+formats::FrameFunction frameTaker(const Job& job, Hdf5File& output, Report& /*report*/)
 {
-    Hdf5File output(job.output, job.replaces);
-    if (takesRecords(job)) {
-        convertRecords<Hdf5Log>(job, file, output, report);
-    } else {
-        readFramesOf(file, job.from, signalWriter(*job.signalSet, output), report);
-    }
-    output.commit();
+    return signalWriter(*job.signalSet, output);
 }
 
-void writeText(const Job& job, InputFile& file, Report& report)
+template <typename Output, typename LogWriter>
+void convertTo(const Job& job, Report& report)
 {
-    TextOutput output(job.output, job.replaces);
+    const auto file = openAs(job.input, job.from);
+    Output output(job.output, job.replaces);
     if (takesRecords(job)) {
-        convertRecords<CsvLog>(job, file, output, report);
+        const LogSurvey survey = surveyOf(*file, job.from, report);
+        if (survey.isEmpty()) {
+            throw ConversionError(
+                file->name() + ": has no records; for its CAN frames see --frames");
+        }
+        LogWriter writer(output, survey, report);
+        readRecordsOf(*file, job.from, survey, writer);
     } else {
-        const auto take = job.signalSet != nullptr ? signalWriter(*job.signalSet, output)
-                                                   : frameWriter(job.to, output, report);
-        readFramesOf(file, job.from, take, report);
+        readFramesOf(*file, job.from, frameTaker(job, output, report), report);
     }
     output.commit();
 }
@@ -66,11 +61,11 @@ void writeText(const Job& job, InputFile& file, Report& report)
 // The program that reads databases is Python's; it writes beside and renames as well.
 void convertDatabase(const Job& job)
 {
-    QStringList arguments;
-    for (const std::string& word : {job.input, job.output, "--from=" + wordOf(job.from)}) {
-        arguments.append(QString::fromStdString(word));
+    const auto text = [](const std::string& word) { return QString::fromStdString(word); };
+    QStringList arguments{text(job.input), "-o", text(job.output)};
+    if (!job.fromWord.empty()) {
+        arguments.append("--from=" + text(job.fromWord));
     }
-    arguments.insert(1, "-o");
     if (job.replaces) {
         arguments.append("--force");
     }
@@ -100,7 +95,7 @@ std::string impossible(const Job& job)
     if (job.from == Kind::Backup) {
         return "a configuration backup is shown by --info and not converted";
     }
-    if (isDatabase(job.from)) {
+    if (job.from == Kind::Database) {
         return job.to == Kind::Csv ? "" : "a signal database becomes a signal set, .csv";
     }
     if (takesRecords(job)) {
@@ -162,19 +157,16 @@ void convertFile(const Job& job, Report& report)
         throw ConversionError(
             job.input + ": " + job.output + " is made of " + job.rival + " already");
     }
-    if (isDatabase(job.from)) {
+    if (job.from == Kind::Database) {
         convertDatabase(job);
-        return;
-    }
-    const auto file = openAs(job.input, job.from);
-    if (job.to != Kind::Hdf5) {
-        writeText(job, *file, report);
-        return;
-    }
-    try {
-        writeHdf5(job, *file, report);
-    } catch (const Hdf5Failure&) {
-        throw ConversionError(job.output + ": cannot write; is the disk full?");
+    } else if (job.to != Kind::Hdf5) {
+        convertTo<TextOutput, CsvLog>(job, report);
+    } else {
+        try {
+            convertTo<Hdf5File, Hdf5Log>(job, report);
+        } catch (const Hdf5Failure&) {
+            throw ConversionError(job.output + ": cannot write; is the disk full?");
+        }
     }
 }
 

@@ -15,6 +15,7 @@ struct Job
 {
     std::string input; // "-" is standard input
     Kind from = Kind::Log;
+    std::string fromWord; // if it is not `input` that tells
     Kind to = Kind::Csv;
     std::string output;
     std::string rival; // another input that has this output already, if there is one
@@ -29,8 +30,8 @@ std::string impossible(const Job& job);
 // Throws ConversionError; then there is no output.
 void convertFile(const Job& job, Report& report);
 
-// What is in a file, in lines for people. Throws ConversionError.
-std::string info(const std::string& input, Kind from, Report& report);
+// Tells on standard output what is in a file, in lines for people. Throws ConversionError.
+void showInfo(const Job& job, Report& report);
 
 // Opens a file and looks whether it can be of that kind. Throws ConversionError.
 std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind);

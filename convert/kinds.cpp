@@ -33,10 +33,10 @@ constexpr std::array rows{
     Row{"h5", Kind::Hdf5, Out, {}},
     Row{"hdf5", Kind::Hdf5, Out, {}},
     Row{"xcu", Kind::Backup, In, {}},
-    Row{"dbc", Kind::Dbc, In, {}},
-    Row{"arxml", Kind::Arxml, In, {}},
-    Row{"kcd", Kind::Kcd, In, {}},
-    Row{"xlsx", Kind::Xlsx, In, {}},
+    Row{"dbc", Kind::Database, In, {}},
+    Row{"arxml", Kind::Database, In, {}},
+    Row{"kcd", Kind::Database, In, {}},
+    Row{"xlsx", Kind::Database, In, {}},
 };
 
 const Row& rowOf(Kind kind)
@@ -82,11 +82,6 @@ std::string wordOf(Kind kind)
 bool isOutput(Kind kind)
 {
     return (rowOf(kind).use & Out) != 0;
-}
-
-bool isDatabase(Kind kind)
-{
-    return kind == Kind::Dbc || kind == Kind::Arxml || kind == Kind::Kcd || kind == Kind::Xlsx;
 }
 
 std::optional<TraceKind> traceKind(Kind kind)

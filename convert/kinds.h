@@ -10,22 +10,7 @@
 namespace convert {
 
 // What a file is, by its name or by --from and --to.
-enum class Kind {
-    Log,
-    Blackbox,
-    Txt,
-    Candump,
-    Trc,
-    Csv,
-    Asc,
-    Trace,
-    Hdf5,
-    Backup,
-    Dbc,
-    Arxml,
-    Kcd,
-    Xlsx
-};
+enum class Kind { Log, Blackbox, Txt, Candump, Trc, Csv, Asc, Trace, Hdf5, Backup, Database };
 
 // By the end of the name, whatever its case; none if that tells nothing.
 std::optional<Kind> kindOfName(const std::string& path);
@@ -36,10 +21,9 @@ std::optional<Kind> kindOfWord(const std::string& word);
 enum Use { In = 1, Out = 2, Both = In | Out };
 std::vector<std::string> wordsOf(Use use);
 
-std::string wordOf(Kind kind);
+std::string wordOf(Kind kind); // the usual one
 
 bool isOutput(Kind kind); // what can be written
-bool isDatabase(Kind kind);
 
 // The reader of a CAN trace in text form; none for other kinds.
 std::optional<formats::TraceKind> traceKind(Kind kind);

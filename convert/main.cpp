@@ -15,7 +15,6 @@
 
 namespace {
 
-using convert::ConversionError;
 using convert::Job;
 using convert::Kind;
 using convert::Report;
@@ -25,15 +24,12 @@ constexpr int WrongUse = 2;
 
 struct Options
 {
+    Job job; // what all have in common
     std::vector<std::string> inputs;
-    std::string output;
     std::string outDir;
-    std::string from;
     std::string to;
     std::string signalSet;
-    bool wantsFrames = false;
     bool info = false;
-    bool replaces = false;
     unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
 };
 
@@ -41,12 +37,12 @@ void declare(Options& options, CLI::App& app)
 {
     app.add_option("FILE", options.inputs, "files to convert; - is standard input")->required();
     auto* const output =
-        app.add_option("-o,--output", options.output, "file to write; - is standard output");
+        app.add_option("-o,--output", options.job.output, "file to write; - is standard output");
     auto* const outDir =
         app.add_option("--out-dir", options.outDir, "folder for the outputs of several files")
             ->check(CLI::ExistingDirectory)
             ->excludes(output);
-    app.add_option("--from", options.from, "what the files are, if not by their names")
+    app.add_option("--from", options.job.fromWord, "what the files are, if not by their names")
         ->check(CLI::IsMember(convert::wordsOf(convert::In)));
     auto* const to =
         app.add_option("--to", options.to, "what to write, if not by the name of the output")
@@ -54,10 +50,10 @@ void declare(Options& options, CLI::App& app)
     outDir->needs(to);
     auto* const signalSet =
         app.add_option("--signals", options.signalSet, "signal set: write values of these signals");
-    app.add_flag("--frames", options.wantsFrames, "CAN frames of black-box records as .csv")
+    app.add_flag("--frames", options.job.wantsFrames, "CAN frames of black-box records as .csv")
         ->excludes(signalSet);
     app.add_flag("--info", options.info, "tell what is in the files, write nothing");
-    app.add_flag("--force", options.replaces, "replace files that are there");
+    app.add_flag("--force", options.job.replaces, "replace files that are there");
     app.add_option("-j,--jobs", options.jobs, "files at a time")->check(CLI::Range(1, 256));
     app.set_version_flag("--version", "xcu-convert " XCU_VERSION);
 }
@@ -81,35 +77,34 @@ std::string outputIn(const std::string& folder, const std::string& input, Kind t
 }
 
 // Throws CLI::ValidationError for what cannot be done.
-std::vector<Job> plan(const Options& options, const convert::SignalSet* signalSet)
+std::vector<Job> plan(const Options& options)
 {
-    if (!options.info && options.output.empty() && options.outDir.empty()) {
+    const std::string& output = options.job.output;
+    if (!options.info && output.empty() && options.outDir.empty()) {
         throw CLI::ValidationError("where to", "either -o or --out-dir");
     }
-    if (!options.output.empty() && options.inputs.size() > 1) {
+    if (!output.empty() && options.inputs.size() > 1) {
         throw CLI::ValidationError("several files", "go to a folder: --out-dir");
     }
     std::vector<Job> jobs;
     std::map<std::string, std::string> makers; // of outputs
     for (const std::string& input : options.inputs) {
-        Job job;
+        Job job = options.job;
         job.input = input;
-        job.from = kindOf(input, options.from, "--from");
+        job.from = kindOf(input, job.fromWord, "--from");
         if (options.info) {
-            if (convert::isDatabase(job.from)) {
+            if (job.from == Kind::Database) {
                 throw CLI::ValidationError(input, "a signal database is converted, not shown");
             }
             jobs.push_back(job);
             continue;
         }
-        job.to = kindOf(options.output, options.to, "--to");
-        job.output =
-            options.outDir.empty() ? options.output : outputIn(options.outDir, input, job.to);
+        job.to = kindOf(output, options.to, "--to");
+        if (!options.outDir.empty()) {
+            job.output = outputIn(options.outDir, input, job.to);
+        }
         const auto [maker, isFirst] = makers.emplace(job.output, input);
         job.rival = isFirst ? "" : maker->second;
-        job.replaces = options.replaces;
-        job.wantsFrames = options.wantsFrames;
-        job.signalSet = signalSet;
         const std::string why = convert::impossible(job);
         if (!why.empty()) {
             throw CLI::ValidationError(convert::shownName(input), why);
@@ -194,18 +189,10 @@ std::uintmax_t bytesToRead(const std::vector<Job>& jobs)
     return bytes;
 }
 
-void tell(const Job& job, Report& report)
-{
-    const std::string text = convert::info(job.input, job.from, report);
-    if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
-        throw ConversionError("standard output", "cannot write", errno);
-    }
-}
-
 // Does the work on some files at a time. Whether all went well.
 bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(const Job&, Report&))
 {
-    Console console(work == tell ? 0 : bytesToRead(jobs));
+    Console console(work == convert::showInfo ? 0 : bytesToRead(jobs));
     std::atomic<std::size_t> next = 0;
     std::atomic<bool> isFine = true;
     const auto workOff = [&] {
@@ -252,13 +239,14 @@ int run(int argc, char** argv)
             signalSet = std::make_unique<convert::SignalSet>(options.signalSet, report);
             std::fputs(inLines(report.text()).c_str(), stderr);
         }
-        jobs = plan(options, signalSet.get());
+        options.job.signalSet = signalSet.get();
+        jobs = plan(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : WrongUse;
     }
     watchSignals();
-    const bool isFine =
-        options.info ? forEach(jobs, 1, tell) : forEach(jobs, options.jobs, convert::convertFile);
+    const bool isFine = options.info ? forEach(jobs, 1, convert::showInfo)
+                                     : forEach(jobs, options.jobs, convert::convertFile);
     return isFine ? 0 : SomeFilesFailed;
 }
 
