@@ -70,15 +70,10 @@ void setAttribute(hid_t object, const char* name, const std::string& value)
 
 void Hdf5Column::append(double value)
 {
-    waiting.push_back(value);
+    waiting.push_back(type == Whole && std::isnan(value) ? 0.0 : value);
     if (waiting.size() == ChunkSize) {
         flush();
     }
-}
-
-void Hdf5Column::appendMissing()
-{
-    append(type == Real ? std::nan("") : 0.0);
 }
 
 void Hdf5Column::flush()

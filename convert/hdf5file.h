@@ -59,9 +59,8 @@ public:
         , type(valueType)
     {}
 
-    void append(double value);
-    void appendMissing(); // 0 in a column of whole numbers
-    void flush();         // what waits for a whole chunk
+    void append(double value); // NaN is missing, and 0 among whole numbers
+    void flush();              // what waits for a whole chunk
 
 private:
     Hdf5Handle dataset;

@@ -28,12 +28,11 @@ void tellSpan(std::ostream& out, double first, double last)
 void tellLog(std::ostream& out, const LogSurvey& survey)
 {
     out << "  records   " << survey.records;
-    if (survey.records > 0) {
+    if (survey.records == 0) {
+        out << '\n';
+    } else {
         out << ", numbers " << survey.firstNumber << " to " << survey.lastNumber << ", "
-            << survey.missing << " missing in " << counted(survey.gaps, "gap");
-    }
-    out << '\n';
-    if (survey.records > 0) {
+            << survey.missing << " missing in " << counted(survey.gaps, "gap") << '\n';
         tellSpan(out, survey.firstTime / 1000.0, survey.lastTime / 1000.0);
     }
     out << "  channels  " << survey.widest << '\n';

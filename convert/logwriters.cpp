@@ -115,9 +115,9 @@ void CsvLog::addRecord(const LogRecord& record)
     openRow = record.milliseconds;
 }
 
-void CsvLog::appendToTag(const std::string& text)
+void CsvLog::appendToTag(std::string_view text)
 {
-    openTag += (openTag.empty() ? "" : "; ") + text;
+    openTag.append(openTag.empty() ? "" : "; ").append(text);
 }
 
 void CsvLog::putTagRow(const Tag& tag)
@@ -131,8 +131,7 @@ void CsvLog::putTagRow(const Tag& tag)
 void CsvLog::endRow()
 {
     if (openRow) {
-        out.put(csvField(openTag));
-        out.put("\r\n");
+        out.put(csvField(openTag) + "\r\n");
         openRow.reset();
         openTag.clear();
     }
@@ -141,7 +140,7 @@ void CsvLog::endRow()
 void CsvLog::addTag(std::optional<std::uint32_t> milliseconds, std::string_view text)
 {
     if (openRow && openRow == milliseconds) {
-        appendToTag(std::string(text));
+        appendToTag(text);
     } else {
         waiting.push_back({milliseconds, std::string(text)});
     }
@@ -176,16 +175,13 @@ void Hdf5Log::addRecord(const LogRecord& record)
     std::string_view values = record.values;
     for (std::size_t i = 0; i < channels.size(); ++i) {
         const std::string_view field = formats::takeField(values, ';');
-        if (const auto value = formats::plainNumber<int>(field)) {
-            channels[i]->append(*value);
-            continue;
-        }
-        if (i < wholeCount) {
+        const auto value = formats::plainNumber<int>(field);
+        if (!value && i < wholeCount) {
             report.odd("a value that is no number, taken as 0", record.line);
-        } else if (!field.empty()) {
+        } else if (!value && !field.empty()) {
             report.odd("a value that is no number, left empty", record.line);
         }
-        channels[i]->appendMissing();
+        channels[i]->append(value ? *value : std::nan(""));
     }
 }
 

@@ -26,7 +26,7 @@ private:
         std::string text;
     };
 
-    void appendToTag(const std::string& text);
+    void appendToTag(std::string_view text);
     char* putValues(char* place, std::string_view values, std::int64_t line);
     void putTagRow(const Tag& tag);
     void endRow();

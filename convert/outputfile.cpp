@@ -85,12 +85,10 @@ void PartFile::commit()
         return;
     }
     const char* const from = partPath.c_str();
-    int renamed = -1;
-    if (!mayReplace) {
-        renamed = renameat2(AT_FDCWD, from, AT_FDCWD, target.c_str(), RENAME_NOREPLACE);
-    }
-    // Some file systems cannot rename so; then the look at the start has to do.
-    if (mayReplace || (renamed != 0 && errno == EINVAL)) {
+    const unsigned flags = mayReplace ? 0 : RENAME_NOREPLACE;
+    int renamed = renameat2(AT_FDCWD, from, AT_FDCWD, target.c_str(), flags);
+    if (renamed != 0 && errno == EINVAL) {
+        // Some file systems cannot rename so; then the look at the start has to do.
         renamed = std::rename(from, target.c_str());
     }
     if (renamed != 0) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -14,7 +15,9 @@ class ConversionError : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
     // "<path>: <what>: <the system's word for an error number>"
-    ConversionError(const std::string& path, const std::string& what, int error);
+    ConversionError(const std::string& path, const std::string& what, int error)
+        : ConversionError(path + ": " + what + ": " + std::strerror(error))
+    {}
 };
 
 // What was odd in one input file: each kind once, with its first place and its count.
@@ -26,10 +29,27 @@ public:
     {}
 
     // `what` says what was found and what became of it. Line 0 is an oddity of the whole file.
-    void odd(const std::string& what, std::int64_t line = 0);
+    void odd(const std::string& what, std::int64_t line = 0)
+    {
+        for (Oddity& known : oddities) {
+            if (known.what == what) {
+                ++known.count;
+                return;
+            }
+        }
+        oddities.push_back({what, line, 1});
+    }
 
     // Lines "<file>:<line>: <what>", with " (<count> in all)" where it came again.
-    std::string text() const;
+    std::string text() const
+    {
+        std::string text;
+        for (const auto& [what, line, count] : oddities) {
+            text += name + (line > 0 ? ':' + std::to_string(line) : "") + ": " + what;
+            text += count > 1 ? " (" + std::to_string(count) + " in all)\n" : "\n";
+        }
+        return text;
+    }
 
 private:
     struct Oddity
