@@ -9,10 +9,8 @@
 #include "comm/comport.h"
 #include "comm/portdiscovery.h"
 #include "comm/responseinterfaces.h"
-#include "formats/canframes.h"
-#include "formats/cansignaldata.h"
 #include "formats/channels.h"
-#include "formats/frameindex.h"
+#include "formats/signaldecoder.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -70,26 +68,28 @@ public:
     void loggerStarted() override;
     void loggerDataReceived(
         unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values) override;
-    void loggerStopped() override;
+    // The file stays open on purpose: records that are still on their way are written, too.
+    void loggerStopped() override {}
 
-    void writeConfiguration(unsigned int result, unsigned int configId) override;
+    // The console reads the configuration and never changes it: answers to a change mean nothing.
+    void writeConfiguration(unsigned int /*result*/, unsigned int /*configId*/) override {}
     void readConfiguration(
         unsigned int result, unsigned int configId, const std::string& block) override;
-    void eraseConfiguration(unsigned int result, unsigned int configId) override;
-    void writeCalibration(unsigned int result, unsigned int configId) override;
+    void eraseConfiguration(unsigned int /*result*/, unsigned int /*configId*/) override {}
+    void writeCalibration(unsigned int /*result*/, unsigned int /*configId*/) override {}
 
     void adaptationStart() override;
     void adaptationStatus(IControlerAdaptationResponse::AdaptationStatus status) override;
 
     void candumpStart() override;
-    void candumpStop() override;
+    void candumpStop() override {}
     void candump(
         int busNumber, int timestampMs, int canId, bool isExtended, bool isFd, bool isBitrateSwitch,
         const std::string& frameData) override;
 
     void faultGetFaultCountResp(int first, int second) override;
     void faultGetFaultsResp(std::vector<FaultItemData>&& items) override;
-    void faultCleanFaultsResp() override;
+    void faultCleanFaultsResp() override {} // no control of the console clears faults
 
     // Marks the time of the latest record on the chart and, while a log is open, in the log.
     void addTag(QString text);
@@ -141,8 +141,6 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    class LogImport;
-
     static constexpr int VirtualInputTotal = 12;
 
     void restoreWindow();

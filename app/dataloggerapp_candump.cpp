@@ -28,8 +28,6 @@ void DataLoggerApp::openCandumpFile(const QString& path, QIODevice::OpenMode mod
     candumpFile.open(mode);
 }
 
-void DataLoggerApp::candumpStop() {}
-
 // Whether a frame is written depends on the file alone: the table shows frames that come before the
 // capture is confirmed, too.
 void DataLoggerApp::candump(

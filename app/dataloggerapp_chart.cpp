@@ -2,7 +2,7 @@
 #include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
-#include "formats/channels.h"
+#include "formats/logfile.h"
 #include "ui_dataloggerapp.h"
 
 #include <qcustomplot.h>
@@ -90,10 +90,8 @@ void DataLoggerApp::requestReplot()
 
 void DataLoggerApp::plotRecord(const std::vector<int>& values)
 {
-    // Single precision: from 16,777,216 ms on x steps by 2 ms.
-    const float x = static_cast<float>(elapsed()) / 1000.0F;
     // Values beyond the channels land on the curves of CAN signals, if there are any.
-    liveChart->addRecord(static_cast<double>(x), values);
+    liveChart->addRecord(formats::chartSeconds(elapsed()), values);
     if (liveChart->hasNews()) {
         requestReplot();
     }

@@ -35,14 +35,6 @@ void DataLoggerApp::readConfiguration(
     }
 }
 
-// The console reads the configuration and never changes it: the answers to a change mean nothing.
-
-void DataLoggerApp::writeConfiguration(unsigned int /*result*/, unsigned int /*configId*/) {}
-
-void DataLoggerApp::eraseConfiguration(unsigned int /*result*/, unsigned int /*configId*/) {}
-
-void DataLoggerApp::writeCalibration(unsigned int /*result*/, unsigned int /*configId*/) {}
-
 void DataLoggerApp::on_calibrationStart_clicked()
 {
     commandsSender.sendAdaptationStart();

@@ -22,6 +22,3 @@ void DataLoggerApp::faultGetFaultsResp(std::vector<FaultItemData>&& items)
 {
     faultsDisplay.faultGetFaultsResp(std::move(items));
 }
-
-// No control of the console clears faults.
-void DataLoggerApp::faultCleanFaultsResp() {}

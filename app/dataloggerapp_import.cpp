@@ -4,7 +4,7 @@
 #include "comm/trace.h"
 #include "formats/blackboxreader.h"
 #include "formats/filestamp.h"
-#include "formats/logreader.h"
+#include "formats/logfile.h"
 #include "formats/traceimport.h"
 #include "formats/tracereaders.h"
 #include "ui_dataloggerapp.h"
@@ -160,39 +160,22 @@ bool DataLoggerApp::importBlackbox(const QString& name)
 }
 
 // Takes up the lines of a log one by one, as if its session took place now.
-class DataLoggerApp::LogImport : public formats::LogSink
-{
-public:
-    explicit LogImport(DataLoggerApp& console)
-        : app(console)
-    {}
-
-    void addHeader(const QStringList& labels) override { app.labelStrip(labels); }
-
-    void addTag(int timestamp, const QString& text) override
-    {
-        app.takeTimestamp(timestamp);
-        app.addTag(text); // reaches the log of a session, too, if one is open
-        app.serveLink();
-    }
-
-    void addRecord(int timestamp, const std::vector<int>& values) override
-    {
-        app.takeTimestamp(timestamp);
-        const auto elapsed = static_cast<int>(app.elapsed());
-        app.liveChart->addRecord(formats::chartSeconds(elapsed), values);
-    }
-
-private:
-    DataLoggerApp& app;
-};
-
 void DataLoggerApp::importLog(const QString& name)
 {
     comm::traceLine("catchall");
     PausingFile file(name, [this] { serveLink(); });
-    LogImport import(*this);
-    formats::readLog(file, plot->graphCount(), import);
+    const auto takeHeader = [this](const QStringList& labels) { labelStrip(labels); };
+    const auto takeTag = [this](int timestamp, const QString& text) {
+        takeTimestamp(timestamp);
+        addTag(text); // reaches the log of a session, too, if one is open
+        serveLink();
+    };
+    const auto takeRecord = [this](int timestamp, const std::vector<int>& values) {
+        takeTimestamp(timestamp);
+        const auto sinceFirst = static_cast<int>(elapsed());
+        liveChart->addRecord(formats::chartSeconds(sinceFirst), values);
+    };
+    formats::readLog(file, plot->graphCount(), {takeHeader, takeTag, takeRecord});
 }
 
 // Channels that a log does not name lose their box for good.

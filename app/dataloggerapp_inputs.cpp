@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 #include "chart/axistag.h"
-#include "formats/logline.h"
+#include "formats/logfile.h"
 #include "ui_dataloggerapp.h"
 
 #include <QKeyEvent>

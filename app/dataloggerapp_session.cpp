@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 #include "formats/filestamp.h"
-#include "formats/logline.h"
+#include "formats/logfile.h"
 #include "ui_dataloggerapp.h"
 
 #include <QTimer>
@@ -86,9 +86,6 @@ void DataLoggerApp::on_stopLogging_clicked()
     }
     commandsSender.sendLoggerStop();
 }
-
-// The file stays open on purpose: records that are still on their way are written, too.
-void DataLoggerApp::loggerStopped() {}
 
 void DataLoggerApp::on_channelCount_currentIndexChanged(int index)
 {

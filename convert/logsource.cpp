@@ -4,7 +4,7 @@
 #include "formats/blackboxreader.h"
 #include "formats/channels.h"
 #include "formats/linereader.h"
-#include "formats/logline.h"
+#include "formats/logfile.h"
 #include "formats/textfield.h"
 
 #include <algorithm>
@@ -77,18 +77,18 @@ private:
         const bool isWhole = line.back() == '\n';
         line = line.substr(0, line.find_last_not_of("\r\n") + 1);
         const LogFields fields = formats::splitLogLine(line);
-        if (fields.kind == LogFields::Tag && fields.hasRest) {
+        if (fields.kind == LogFields::Tag && fields.rest) {
             if (!isWhole) {
                 odd("torn line");
             }
-            target.addTag(tagTime(fields.time, latest), fields.rest);
+            target.addTag(tagTime(fields.time, latest), *fields.rest);
         } else if (!isWhole) {
             odd("torn line, left out");
-        } else if (fields.kind == LogFields::Header && fields.hasRest) {
+        } else if (fields.kind == LogFields::Header && fields.rest) {
             if (lines.lineNumber() > 1) {
                 odd("another header; the last one names the columns");
             }
-            target.addHeader(labelsIn(fields.rest));
+            target.addHeader(labelsIn(*fields.rest));
         } else if (!line.empty()) {
             readRecord(line, fields);
         }
@@ -98,14 +98,15 @@ private:
     {
         const auto sample = formats::plainNumber<std::uint32_t>(fields.number);
         const auto time = formats::plainNumber<std::uint32_t>(fields.time);
+        const std::string_view values = fields.rest.value_or(std::string_view());
         // Fields that a zero byte cuts lack what stands behind.
         const bool isCut =
-            line.back() != ';' || (!fields.rest.empty() && &fields.rest.back() != &line.back());
+            line.back() != ';' || (!values.empty() && &values.back() != &line.back());
         if (fields.kind != LogFields::Record || !sample || !time || isCut) {
             odd("not a record, left out");
             return;
         }
-        const std::size_t width = countOf(';', fields.rest);
+        const std::size_t width = countOf(';', values);
         constexpr std::uint32_t halfRound = 1U << 31;
         if (latest && *time < *latest) {
             odd(*time - *latest < halfRound
@@ -117,7 +118,7 @@ private:
         }
         latest = time;
         latestWidth = width;
-        target.addRecord({*sample, *time, fields.rest, width, lines.lineNumber()});
+        target.addRecord({*sample, *time, values, width, lines.lineNumber()});
     }
 
     void odd(const char* what) { report.odd(what, lines.lineNumber()); }

@@ -3,7 +3,7 @@
 
 #include "convert/hdf5file.h"
 #include "convert/report.h"
-#include "formats/cansignaldata.h"
+#include "formats/signaldecoder.h"
 #include "formats/traceframes.h"
 
 #include <QVector>

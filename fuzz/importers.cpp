@@ -4,7 +4,7 @@
 // value of a black box is one of a channel that the record names.
 #include "formats/blackboxreader.h"
 #include "formats/channels.h"
-#include "formats/logreader.h"
+#include "formats/logfile.h"
 #include "formats/traceframes.h"
 #include "formats/traceimport.h"
 #include "formats/tracereaders.h"
@@ -14,15 +14,6 @@
 #include <google/protobuf/stubs/logging.h>
 
 namespace {
-
-struct LogCount : formats::LogSink
-{
-    std::size_t count = 0;
-
-    void addHeader(const QStringList& labels) override { count += unsigned(labels.size()); }
-    void addTag(int, const QString&) override { ++count; }
-    void addRecord(int, const std::vector<int>& values) override { count += values.size(); }
-};
 
 bool readsBlackbox(QIODevice& device)
 {
@@ -46,19 +37,21 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     QBuffer device;
     device.setData(reinterpret_cast<const char*>(data), static_cast<int>(size));
     device.open(QIODevice::ReadOnly);
-    LogCount log;
-    formats::readLog(device, 131, log);
-    bool isRight = log.count <= size;
+    std::size_t count = 0;
+    const auto takeHeader = [&](const QStringList& labels) { count += unsigned(labels.size()); };
+    const auto takeTag = [&](int, const QString&) { ++count; };
+    const auto takeRecord = [&](int, const std::vector<int>& values) { count += values.size(); };
+    formats::readLog(device, 131, {takeHeader, takeTag, takeRecord});
+    bool isRight = count <= size;
     for (const formats::TraceFormat& format : formats::traceFormats()) {
         device.seek(0);
         QVector<CanFrames> frames;
         formats::TraceImport import(frames);
-        const int count = format.read(device, import);
-        isRight &= count == frames.size() && static_cast<std::size_t>(count) <= size;
+        const int read = format.read(device, import);
+        isRight &= read == frames.size() && static_cast<std::size_t>(read) <= size;
     }
     device.seek(0);
     isRight &= readsBlackbox(device);
-    std::size_t count = 0;
     const auto take = [&](const formats::TraceFrame& frame) {
         ++count;
         isRight &= frame.length >= 0 && frame.length <= formats::TraceFrame::MostBytes;

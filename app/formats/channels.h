@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QColor>
+#include <cmath>
 
 namespace formats {
 
@@ -17,6 +18,14 @@ constexpr int channelCountOfChoice(int index)
 
 // Colour of a channel, and of the CAN signal of the same index: three sines of different pace, so
 // that neighbours differ. Each component lies between 0 and 200.
-QColor channelColour(int index);
+inline QColor channelColour(int index)
+{
+    // Cut, not rounded, so that colours stay those of older charts.
+    const auto component = [](double radians) {
+        return static_cast<int>(std::sin(radians) * 100 + 100);
+    };
+    return QColor(
+        component(0.3 * index), component(0.7 + 0.6 * index), component(0.6 + 0.4 * index));
+}
 
 } // namespace formats

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/cansignaldata.h"
+#include "formats/signaldecoder.h"
 
 #include <QVector>
 

@@ -3,7 +3,7 @@
 // Signals in frames, and the texts of signals, configuration blocks, log lines and frames.
 #include "formats/candumpline.h"
 #include "formats/configurationblock.h"
-#include "formats/logline.h"
+#include "formats/logfile.h"
 #include "formats/signaldecoder.h"
 #include "formats/signalset.h"
 #include "schema/configuration.pb.h"

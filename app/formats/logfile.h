@@ -2,11 +2,15 @@
 #pragma once
 
 #include <QByteArray>
-#include <QString>
+#include <QStringList>
 #include <QVector>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+class QIODevice;
 
 namespace formats {
 
@@ -26,8 +30,9 @@ struct LogFields
     Kind kind = None;
     std::string_view number;
     std::string_view time; // of a header the column's name
-    std::string_view rest; // labels, text or values, as far as the line goes, its end included
-    bool hasRest = false;
+    // Labels, text or values, as far as the line goes, its end included. None: no ";" follows
+    // `time`.
+    std::optional<std::string_view> rest;
 };
 LogFields splitLogLine(std::string_view line);
 
@@ -42,5 +47,30 @@ void composeLogLine(
 // (-1 before the first record, negative from 2^31 ms on), and no ";" follows the last field.
 // Readers of existing logs count on both.
 QByteArray logTagLine(int timestamp, const QString& text);
+
+// Take the lines of a log file, in file order. Times are controller time in ms, as the file has
+// them; above 2^31 - 1 they read 0.
+struct LogTakers
+{
+    // A header line: the names of the columns from the first channel on, at most ChannelTotal.
+    std::function<void(const QStringList& labels)> header;
+    std::function<void(int timestamp, const QString& text)> tag;
+    std::function<void(int timestamp, const std::vector<int>& values)> record;
+};
+
+// Reads a log file; a device that is not open reads as empty. Of a record at most so many values
+// are read. A line without a time is passed over.
+//
+// A line is not trimmed: its end stays in its last field. Behind the closing ";" of a record the
+// line end thus counts as one more column, which reads 0.
+void readLog(QIODevice& device, int columnLimit, const LogTakers& take);
+
+// Where a moment of a record lies on the chart, in s. Single precision: from 16,777,216 ms on the
+// places are 2 ms apart.
+template <typename Integer>
+double chartSeconds(Integer milliseconds)
+{
+    return static_cast<double>(static_cast<float>(milliseconds) / 1000.0F);
+}
 
 } // namespace formats
