@@ -35,24 +35,19 @@ void loopBack(const xcu::CanSendMessageReq& request, quint32 timeMs, xcu::Candum
 void VirtualController::answer(const xcu::Command& command, xcu::Response& response)
 {
     using Command = xcu::Command;
-    switch (command.req_case()) { // as device and as bootloader
+    const Command::ReqCase member = command.req_case();
+    const bool isBasic = member == Command::kPing || member == Command::kReset ||
+                         member == Command::kResetToBootloader;
+    if (settings.mode == Mode::Bootloader && !isBasic) {
+        return;
+    }
+    switch (member) {
     case Command::kPing:
         return response.mutable_pong()->set_value(command.ping().value());
     case Command::kReset:
         return emit leavingBus(Mode::Device);
     case Command::kResetToBootloader:
         return emit leavingBus(Mode::Bootloader);
-    default:
-        if (settings.mode == Mode::Device) {
-            answerAsDevice(command, response);
-        }
-    }
-}
-
-void VirtualController::answerAsDevice(const xcu::Command& command, xcu::Response& response)
-{
-    using Command = xcu::Command;
-    switch (command.req_case()) {
     case Command::kDataloggerStart:
         datalogger.start(command.datalogger_start());
         recordPacer.start();
@@ -89,12 +84,11 @@ void VirtualController::answerAsDevice(const xcu::Command& command, xcu::Respons
         }
         return;
     case Command::kReadConfiguration: {
-        constexpr const char* emptyBlock = "\xFF\xFF\xFF\xFF"; // a length that none can have
-        const auto block = configurationMemory.find(command.read_configuration().config_id());
-        response.mutable_configuration()->set_config_id(command.read_configuration().config_id());
-        response.mutable_configuration()->set_data(
-            block == configurationMemory.end() ? emptyBlock : block->second);
-        return;
+        const std::string emptyBlock = "\xFF\xFF\xFF\xFF"; // a length that none can have
+        const quint32 id = command.read_configuration().config_id();
+        response.mutable_configuration()->set_config_id(id);
+        return response.mutable_configuration()->set_data(
+            configurationMemory.value(id, emptyBlock));
     }
     case Command::kDriverCalibrationStart:
         if (settings.calibrationMs > 0) {

@@ -127,7 +127,7 @@ std::string simulator::configurationBlock(const xcu::ConfigData& configuration)
     return block.toStdString();
 }
 
-std::map<unsigned int, std::string> simulator::configurationBlocks(int namedChannels)
+QMap<unsigned int, std::string> simulator::configurationBlocks(int namedChannels)
 {
     constexpr int notLogged = -1; // connected all the same
     xcu::ConfigData main;

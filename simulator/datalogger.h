@@ -4,9 +4,8 @@
 #include "schema/configuration.pb.h"
 #include "schema/link.pb.h"
 
-#include <QtGlobal>
+#include <QMap>
 #include <array>
-#include <map>
 #include <string>
 #include <variant>
 #include <vector>
@@ -42,7 +41,7 @@ struct LogChannel
 std::string configurationBlock(const xcu::ConfigData& configuration);
 
 // Blocks 0 and 6 with entries for the first so many log channels, 0 to 128.
-std::map<unsigned int, std::string> configurationBlocks(int namedChannels);
+QMap<unsigned int, std::string> configurationBlocks(int namedChannels);
 
 // The controller's data logger: which channels a session asked for, what they show, and the
 // records. What a channel shows is a pure function of seed, channel and controller time, so that a

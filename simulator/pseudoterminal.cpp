@@ -92,28 +92,27 @@ void PseudoTerminal::discardUnread()
 
 PseudoTerminal::Use PseudoTerminal::takeUse()
 {
-    Events events = takeEvents();
-    Use use = {events.opened, events.opened && events.closed && events.openedLast};
+    QByteArray events = takeEvents();
+    Use use = {events.contains('o'), events.contains('c') && events.endsWith('o')};
     // Asking opens the far end, which is an event again. A program that opens it in that very
     // moment shows by the bytes that it sends.
-    while (events.closed) {
+    while (events.contains('c')) {
         use = isFarEndInUse() ? use : Use{false, true};
         events = takeEvents();
     }
     return use;
 }
 
-PseudoTerminal::Events PseudoTerminal::takeEvents()
+QByteArray PseudoTerminal::takeEvents()
 {
-    Events events;
+    QByteArray events;
     alignas(inotify_event) std::array<char, 4096> buffer;
     ssize_t size = 0;
     while ((size = ::read(watch, buffer.data(), buffer.size())) > 0) {
         for (ssize_t at = 0; at < size;) {
             const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
             at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-            events.openedLast = (event->mask & IN_OPEN) != 0;
-            (events.openedLast ? events.opened : events.closed) = true;
+            events += (event->mask & IN_OPEN) != 0 ? 'o' : 'c';
         }
     }
     return events;

@@ -51,15 +51,8 @@ signals:
     void useChanged(); // ask takeUse
 
 private:
-    struct Events
-    {
-        bool opened = false;
-        bool closed = false;
-        bool openedLast = false;
-    };
-
     void openFarEnd();
-    Events takeEvents();
+    QByteArray takeEvents(); // "o" for each opening of the far end, "c" for each closing
     bool isFarEndInUse();
 
     int nearEnd;

@@ -184,10 +184,9 @@ void Simulation::carryOut(const QString& line)
 
 void Simulation::printEnvironment()
 {
-    const QProcessEnvironment environment = testbed.addTo({});
     QTextStream out(stdout);
-    for (const QString& name : environment.keys()) {
-        out << "export " << name << '=' << environment.value(name) << '\n';
+    for (const QString& variable : testbed.addTo({}).toStringList()) {
+        out << "export " << variable << '\n';
     }
 }
 

@@ -102,24 +102,14 @@ void VirtualController::receive(const QByteArray& bytes)
 
 void VirtualController::put(const xcu::Response& response)
 {
-    countSent(response, writer.put(response));
+    sent[response.resp_case()] += writer.put(response);
 }
 
 void VirtualController::send(const xcu::Response& response)
 {
-    countSent(response, 1);
+    ++sent[response.resp_case()];
     writer.putUnharmed(response);
     writer.flush();
-}
-
-void VirtualController::countSent(const xcu::Response& response, int copies)
-{
-    responseTotal += copies;
-    if (response.has_logger_data()) {
-        recordTotal += copies;
-    } else if (response.has_candump_frame()) {
-        frameTotal += copies;
-    }
 }
 
 const xcu::Response& VirtualController::nextRecord()

@@ -14,7 +14,7 @@
 #include <QTimer>
 #include <functional>
 #include <limits>
-#include <map>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -89,13 +89,13 @@ public:
     quint64 brokenPayloads() const { return brokenTotal; } // whole frames that were no Command
 
     // What was sent; a doubled response counts twice, a dropped one not at all.
-    quint64 recordsSent() const { return recordTotal; }
-    quint64 framesSent() const { return frameTotal; }
-    quint64 responsesSent() const { return responseTotal; }
+    quint64 recordsSent() const { return sent.value(xcu::Response::kLoggerData); }
+    quint64 framesSent() const { return sent.value(xcu::Response::kCandumpFrame); }
+    quint64 responsesSent() const { return std::accumulate(sent.begin(), sent.end(), quint64(0)); }
 
     // The controller's memory, for tests to read and change. All of it survives a reset but the
     // logger's session.
-    std::map<unsigned int, std::string>& configuration() { return configurationMemory; } // blocks
+    QMap<unsigned int, std::string>& configuration() { return configurationMemory; } // blocks
     std::vector<xcu::FaultItem>& faults() { return settings.faults; }
     CalibrationMaps& maps() { return calibrationMaps; }
     Datalogger& logger() { return datalogger; }
@@ -137,14 +137,12 @@ signals:
     void leavingBus(Mode mode);
 
 private:
-    // Do what the command says and fill in the answer, if it has one.
+    // Does what the command says and fills in the answer, if it has one.
     void answer(const xcu::Command& command, xcu::Response& response);
-    void answerAsDevice(const xcu::Command& command, xcu::Response& response);
     void reportCalibration();
 
     void put(const xcu::Response& response); // with the injected faults
     const xcu::Response& nextRecord();
-    void countSent(const xcu::Response& response, int copies);
     void schedulePushing();
     void push();
 
@@ -157,7 +155,7 @@ private:
     bool lineReady = true;
 
     Datalogger datalogger;
-    std::map<unsigned int, std::string> configurationMemory; // blocks
+    QMap<unsigned int, std::string> configurationMemory; // blocks
     CalibrationMaps calibrationMaps;
     CanTraffic traffic;
     bool capturing = false;
@@ -168,11 +166,9 @@ private:
     Pacer framePacer;
     xcu::Response recordResponse; // reused: a flood would allocate all day long
 
-    QMap<int, int> counts; // by member
+    QMap<int, int> counts;   // of commands, by member
+    QMap<int, quint64> sent; // of responses, by member
     quint64 brokenTotal = 0;
-    quint64 recordTotal = 0;
-    quint64 frameTotal = 0;
-    quint64 responseTotal = 0;
 };
 
 } // namespace simulator
