@@ -8,7 +8,6 @@
 // 88 bytes a frame is in the figures of the whole import.
 #include "bench/benchmark.h"
 #include "formats/frameindex.h"
-#include "formats/linereader.h"
 #include "formats/logfile.h"
 #include "formats/traceimport.h"
 #include "formats/tracereaders.h"
@@ -50,7 +49,7 @@ void readTrace(const QString& name, QVector<CanFrames>& frames)
     traceFormat(name)->read(file, import);
 }
 
-// 30,000 records of 128 values, against looking for the ends of the lines alone.
+// 30,000 records of 128 values.
 void measureLog(Benchmark& bench)
 {
     const QTemporaryDir folder;
@@ -64,12 +63,6 @@ void measureLog(Benchmark& bench)
         file.write(line + "\n");
     }
     const double megabytes = static_cast<double>(file.size()) / 1e6;
-    const double lines = fastest([&] {
-        file.seek(0);
-        LineReader reader(file, LineReader::Bytes);
-        while (!reader.next().empty()) {
-        }
-    });
     qint64 sum = 0;
     const auto nothing = [](auto&&...) {};
     const auto addRecord = [&sum](int, const std::vector<int>& values) { sum += values[0]; };
@@ -77,7 +70,6 @@ void measureLog(Benchmark& bench)
         file.seek(0);
         readLog(file, 128, {nothing, nothing, addRecord});
     });
-    bench.figure("lines of a .log", megabytes / lines, "MB/s");
     bench.atLeast(".log read", megabytes / whole, sum != 0 ? 400 : 1e9, "MB/s");
 }
 
