@@ -181,12 +181,12 @@ def sent_by(program):
 
 
 def stall(build):
-    """A controller that neither reads nor answers, and then does. Nobody tells it that the console
-    goes: its session and its capture go on."""
+    """A controller that neither reads nor answers, and then does. The console's window closes with
+    others open and ends the program, and nobody tells the controller: session and capture go on."""
     with Bench(build) as bench:
         console = connect(bench)
         log(bench, console)
-        console.play("click candump")
+        console.play("click candump", "click faultStatus")
         bench.controllers.send_signal(signal.SIGSTOP)
         sent = sent_by(console)
         until(lambda: sent_by(console) > sent + 500, "requests go on")
@@ -273,8 +273,6 @@ def tuning(build):
         same(edits, [2 * (16 + 12), 2 * 16 * 12 + 1 + 3 * 9 + 9], "edits")
         last = workbench.output.read_text().rpartition("Received map data: x: 16")[2]
         assert "\nv[0, 0] = 777\n" in last, "the map was read again as it was"
-        pictures = sorted(path.name for path in bench.home.glob("*.png"))
-        same(pictures, ["map-again.png", "map.png", "plot.png", "values.png"], "pictures")
         workbench.close("MainWindow")
 
 
