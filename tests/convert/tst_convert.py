@@ -134,10 +134,7 @@ class Logs(Folder):
         with h5py.File(self.folder / "b.h5") as file:
             self.assertEqual(set(file["channels"]), {"a|b", "a|b (channel 1)", ". (channel 2)"})
 
-    def test_blackbox(self):
-        rows = self.rows(DATA / "drive.rbx")
-        self.assertEqual(rows[0], ["time_s", "In0", "In1", "Out0", "tag"])
-        self.assertEqual(rows[20], ["5.190", "19", "-19", "1900", ""])
+    def test_torn_blackbox(self):
         torn = self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100])
         self.assertLess(len(self.rows(torn)), 21)
         self.assertIn("the file breaks off", self.said)
@@ -317,9 +314,9 @@ class Databases(Folder):
 
 class Module(Folder):
     def test_log_like_the_converter(self):
-        text = "\n".join([HEADER, "$;-1;early", "1;10;1;2;3;4;5;", "$;10;Now", "$;10;again", "2;4294967295;4;5;-6;7;8;",
-                          "$;-1;late", "3;1;7;8"])
-        path = self.write("a.log", text)
+        path = self.write("a.log", "\n".join([
+            HEADER, "$;-1;early", "1;10;1;2;3;4;5;", "$;10;Now", "$;10;again", "2;4294967295;4;5;-6;7;8;",
+            "$;-1;late", "3;1;7;8"]))
         log = xcu_files.read_log(path)
         rows = self.rows(path)
         self.assertEqual(["time_s", *log.columns, "tag"], rows[0])
@@ -330,19 +327,18 @@ class Module(Folder):
         self.assertEqual(table["A"].iloc[2], 4)
         self.assertEqual(table.index[1].total_seconds(), 0.01)
 
-    def test_frames_like_the_converter(self):
+    def test_frames(self):
         self.write("a.candump", "(1.5) can1 123#0102aa\n(2.5) can0 00000123##1aa\n(3.5) can2  12#\n")
-        rows = self.rows("a.candump")[1:]
-        ours = [[f"{f.time:.6f}", str(f.bus), f"{f.id:0{8 if f.extended else 3}x}", str(int(f.extended)),
-                 str(int(f.fd)), str(int(f.brs)), "0", str(len(f.data)), f.data.hex()]
-                for f in xcu_files.read_candump(self.folder / "a.candump")]
-        self.assertEqual(ours, rows)
+        self.assertEqual(
+            xcu_files.read_candump(self.folder / "a.candump"),
+            [(1.5, 1, 0x123, False, False, False, b"\x01\x02\xaa"), (2.5, 0, 0x123, True, True, True, b"\xaa"),
+             (3.5, 2, 0x12, False, False, False, b"")])
         box = xcu_files.read_rbx(DATA / "drive.rbx")
         self.assertEqual(box.records[19], (5190, [19, -19], [1900]))
-        with self.assertRaises(ValueError):
-            xcu_files.read_rbx(self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100]))
         self.assertEqual(box.frames[0][:3] + box.frames[0][6:], (5.0, 2, 0x123, b"\x01\x02\xaa"))
         self.assertEqual(xcu_files.to_pandas(box.frames)["id"].iloc[1], 0x7FF)
+        with self.assertRaises(ValueError):
+            xcu_files.read_rbx(self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100]))
 
     def test_small_files(self):
         path = self.write("a.xcu", bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003 ffff"))

@@ -151,8 +151,8 @@ private slots:
             QTRY_COMPARE(editorsLeft(), 1);
             bench->answer("map_details { map_id: 7 x_size: 1 y_size: 1 }"); // no editor
             bench->answer("map_data { map_id: 7 x_labels: 1 }");
-            bench->answer(
-                "map_details { map_id: 1 x_size: 1025 y_size: 1 }"); // no controller has it
+            // No controller has these.
+            bench->answer("map_details { map_id: 1 x_size: 1025 y_size: 1 }");
             bench->answer("map_details { map_id: 1 x_size: 1 y_size: 4294967295 }");
             bench->answer("map_data { map_id: 1 x_labels: 100 values: 200 }"); // the rest stays
             compareEdits("v0,0=77 X0=100 v0,0=200");
