@@ -62,7 +62,6 @@ DataLoggerApp::DataLoggerApp(QWidget* parent)
     createVirtualInputs();
     restorePanel(ui->virtualInputsShow, ui->virtualInputsWidget, VirtualInputsHidden);
     restorePanel(ui->canMsg, ui->CanbusWidget, CanSendHidden);
-    startPortRefresh();
     connectLink();
     prepareFolders();
     labelSignalColumns();
@@ -113,15 +112,11 @@ void DataLoggerApp::restoreControls()
         static_cast<Qt::CheckState>(qBound<int>(Qt::Unchecked, autostart, Qt::Checked)));
 }
 
-void DataLoggerApp::startPortRefresh()
+void DataLoggerApp::connectLink()
 {
     portRefreshTimer = new QTimer;
     connect(portRefreshTimer, &QTimer::timeout, this, &DataLoggerApp::refreshPorts);
     portRefreshTimer->start(PortRefreshMs);
-}
-
-void DataLoggerApp::connectLink()
-{
     // Left to itself the bar is painted in every pass of the event loop, which costs more than the
     // few records that such a pass brings.
     auto* pacer = new display::FramePacer([bar = ui->statusBar] { bar->update(); }, ui->statusBar);

@@ -28,7 +28,6 @@
 #include <vector>
 
 class AxisTag;
-class QCPGraph;
 class QCheckBox;
 class QCustomPlot;
 class QSlider;
@@ -149,7 +148,6 @@ private:
     void createChannels();
     void finishChart();
     void createVirtualInputs();
-    void startPortRefresh();
     void connectLink();
     void prepareFolders();
     void labelSignalColumns();

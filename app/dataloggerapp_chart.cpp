@@ -115,13 +115,11 @@ void DataLoggerApp::seriesVisible_stateChanged(int /*arg1*/)
 void DataLoggerApp::on_mapTuner_clicked()
 {
     holdStrip = true;
-    for (int channel = 0; channel < formats::ChannelTotal; ++channel) {
-        plot->graph(channel)->setVisible(false);
-        seriesCheckBoxes[channel]->setCheckState(Qt::Unchecked);
-        settings.setValue(selectedKey(channel), false);
+    for (QCheckBox* box : seriesCheckBoxes) {
+        box->setCheckState(Qt::Unchecked);
     }
     holdStrip = false;
-    requestReplot();
+    seriesVisible_stateChanged(Qt::Unchecked);
 }
 
 void DataLoggerApp::on_splitter_splitterMoved(int /*pos*/, int /*index*/)

@@ -134,7 +134,8 @@ void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QStrin
         import.reserveFor(file);
         count = format.read(file, import);
     });
-    emit addLog(format.statusText(count));
+    const auto text = QStringLiteral("Read %1 file. %2 canbus frames");
+    emit addLog(text.arg(QLatin1String(format.statusName)).arg(count));
 }
 
 // False for a record without log lines: the identifiers of its frames wait for the next import.

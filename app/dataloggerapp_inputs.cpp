@@ -4,6 +4,7 @@
 #include "formats/logfile.h"
 #include "ui_dataloggerapp.h"
 
+#include <QHash>
 #include <QKeyEvent>
 #include <QSlider>
 
@@ -11,36 +12,24 @@ namespace {
 
 constexpr int VirtualInputMaximum = 1024;
 
-struct KeyTag
-{
-    int key;
-    const char* text;
-};
-
-// The drivers' vocabulary. The scale of the function keys has no "Hard" on purpose.
-constexpr KeyTag KeyTags[] = {
-    {Qt::Key_S, "Engine stall"}, {Qt::Key_L, "Lost drive"},  {Qt::Key_H, "Hard shift"},
-    {Qt::Key_P, "Prefill"},      {Qt::Key_T, "Clutch slip"}, {Qt::Key_W, "Wheel lock"},
-    {Qt::Key_K, "Diff knock"},   {Qt::Key_X, "Disregard"},   {Qt::Key_F1, "Very Light"},
-    {Qt::Key_F2, "Light"},       {Qt::Key_F3, "Medium"},     {Qt::Key_F4, "Very Hard"},
-    {Qt::Key_Up, "High"},        {Qt::Key_Down, "Low"},
-};
-
 // Null for a key that is no tag.
 QString tagOfKey(const QKeyEvent& event)
 {
+    // The drivers' vocabulary. The scale of the function keys has no "Hard" on purpose.
+    static const QHash<int, QString> tags = {
+        {Qt::Key_S, "Engine stall"}, {Qt::Key_L, "Lost drive"},  {Qt::Key_H, "Hard shift"},
+        {Qt::Key_P, "Prefill"},      {Qt::Key_T, "Clutch slip"}, {Qt::Key_W, "Wheel lock"},
+        {Qt::Key_K, "Diff knock"},   {Qt::Key_X, "Disregard"},   {Qt::Key_F1, "Very Light"},
+        {Qt::Key_F2, "Light"},       {Qt::Key_F3, "Medium"},     {Qt::Key_F4, "Very Hard"},
+        {Qt::Key_Up, "High"},        {Qt::Key_Down, "Low"},
+    };
     const int key = event.key();
     if (key >= Qt::Key_0 && key <= Qt::Key_9) {
         // With a modifier the text may be a control character, as Ctrl+2 gives a zero byte.
         const QString text = event.text();
         return text.size() == 1 && text[0].isDigit() ? text : QString(QChar('0' + key - Qt::Key_0));
     }
-    for (const KeyTag& tag : KeyTags) {
-        if (tag.key == key) {
-            return QLatin1String(tag.text);
-        }
-    }
-    return {};
+    return tags.value(key);
 }
 
 } // namespace

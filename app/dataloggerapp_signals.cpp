@@ -42,17 +42,11 @@ void DataLoggerApp::on_canTraceFrames_itemChanged(QTableWidgetItem* item)
     const formats::CellEdit edit = writingCells
                                        ? formats::CellEdit::Unchanged
                                        : formats::applySignalCell(signal, column, item->text());
-    switch (edit) {
-    case formats::CellEdit::Changed:
+    if (edit == formats::CellEdit::Changed) {
         rebuildSignalGraph(row);
-        break;
-    case formats::CellEdit::Unchanged: {
+    } else if (edit == formats::CellEdit::Unchanged) {
         const QScopedValueRollback<bool> writing(writingCells, true);
         item->setText(formats::signalCellText(signal, column));
-        break;
-    }
-    case formats::CellEdit::Renamed:
-        break;
     }
 }
 

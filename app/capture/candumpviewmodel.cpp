@@ -27,8 +27,6 @@ CandumpViewModel::CandumpViewModel()
     colourTimer.start();
 }
 
-CandumpViewModel::~CandumpViewModel() = default;
-
 int CandumpViewModel::rowCount(const QModelIndex&) const
 {
     return static_cast<int>(framesById.size());
@@ -58,11 +56,6 @@ QVariant CandumpViewModel::data(const QModelIndex& index, int role) const
     }
 }
 
-bool CandumpViewModel::setData(const QModelIndex&, const QVariant&, int)
-{
-    return true;
-}
-
 QVariant CandumpViewModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
     const int count = orientation == Qt::Horizontal ? columnCount() : rowCount();
@@ -74,11 +67,6 @@ QVariant CandumpViewModel::headerData(int section, Qt::Orientation orientation, 
     }
     const int canId = framesById[static_cast<std::size_t>(section)].canId;
     return QStringLiteral("0x%1").arg(static_cast<quint64>(canId), 3, 16, QLatin1Char('0'));
-}
-
-Qt::ItemFlags CandumpViewModel::flags(const QModelIndex&) const
-{
-    return Qt::NoItemFlags;
 }
 
 // Here and in updateFrame the bottom right index lies one column past the last, on purpose: it is

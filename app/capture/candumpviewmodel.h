@@ -36,15 +36,15 @@ class CandumpViewModel : public QAbstractTableModel
 {
 public:
     CandumpViewModel();
-    ~CandumpViewModel() override;
+    ~CandumpViewModel() override = default;
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     int columnCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
-    bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
+    bool setData(const QModelIndex&, const QVariant&, int = Qt::EditRole) override { return true; }
     QVariant headerData(
         int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
-    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    Qt::ItemFlags flags(const QModelIndex&) const override { return Qt::NoItemFlags; }
 
     void refreshColours();
 

@@ -42,11 +42,6 @@ CellEdit store(Value& stored, const QString& text, int base = 10)
     return CellEdit::Changed;
 }
 
-QString realText(double value)
-{
-    return QStringLiteral("%1").arg(value, 0, 'g', -1);
-}
-
 CanSignalData parseSignal(const QString& line)
 {
     const QStringList fields = line.split(QLatin1Char(';'));
@@ -74,9 +69,9 @@ QString loadedSignalCellText(const CanSignalData& signal, int column)
     case FrameIdColumn:
         return QLatin1String("0x") + QString::number(static_cast<quint64>(signal.frameId), 16);
     case MultiplierColumn:
-        return realText(signal.multiplier);
+        return QString::number(signal.multiplier);
     case AddendColumn:
-        return realText(signal.addend);
+        return QString::number(signal.addend);
     case MuxValueColumn:
         return QString::number(static_cast<quint64>(signal.muxValue), 16);
     case NameColumn:

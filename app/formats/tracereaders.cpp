@@ -155,13 +155,6 @@ int TraceFormat::read(QIODevice& device, TraceImport& import) const
     return count;
 }
 
-QString TraceFormat::statusText(int frameCount) const
-{
-    return QStringLiteral("Read %1 file. %2 canbus frames")
-        .arg(QLatin1String(statusName))
-        .arg(frameCount);
-}
-
 const std::vector<TraceFormat>& traceFormats()
 {
     // Three kinds share the words of .candump, on purpose.

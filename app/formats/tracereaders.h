@@ -27,9 +27,6 @@ struct TraceFormat
     // does not have is empty, a bad number is 0, and the payload is cut at 64 bytes. Of a .csv file
     // lines of too few fields are refused with a line of diagnosis; a .trc file has no empty line.
     int read(QIODevice& device, TraceImport& import) const;
-
-    // What the operator is told about so many frames.
-    QString statusText(int frameCount) const;
 };
 
 // In the order in which they are tried on a name.
