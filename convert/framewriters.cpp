@@ -11,7 +11,9 @@ namespace convert {
 
 namespace {
 
+using formats::LowerHexDigits;
 using formats::putDecimal;
+using formats::putHexByte;
 using formats::putMicroseconds;
 using formats::putText;
 using formats::TraceFrame;
@@ -22,19 +24,6 @@ constexpr std::size_t MaxLineLength = 512;
 constexpr std::uint32_t ErrorMark = 0x20000000; // in identifiers, as in candump logs
 
 constexpr char upperDigits[] = "0123456789ABCDEF";
-constexpr char lowerDigits[] = "0123456789abcdef";
-
-bool hasFlag(const TraceFrame& frame, unsigned flag)
-{
-    return (frame.flags & flag) != 0;
-}
-
-char* putByte(char* out, unsigned char byte, const char* digits)
-{
-    *out++ = digits[byte >> 4];
-    *out++ = digits[byte & 0x0f];
-    return out;
-}
 
 char* putId(char* out, std::uint32_t id, int width, const char* digits)
 {
@@ -63,7 +52,7 @@ char* putAscData(char* out, const TraceFrame& frame)
 {
     for (int i = 0; i < frame.length; ++i) {
         *out++ = ' ';
-        out = putByte(out, frame.payload()[i], upperDigits);
+        out = putHexByte(out, frame.payload()[i], upperDigits);
     }
     return out;
 }
@@ -73,7 +62,7 @@ char* putAscClassic(char* out, const TraceFrame& frame, int channel)
     out = putText(putDecimal(out, channel), "  ");
     out = putAscId(out, frame, 15);
     out = putText(out, frame.isRemote ? " Rx   r " : " Rx   d ");
-    *out++ = lowerDigits[frame.length & 0x0f];
+    *out++ = LowerHexDigits[frame.length & 0x0f];
     return frame.isRemote ? out : putAscData(out, frame);
 }
 
@@ -81,15 +70,15 @@ char* putAscFd(char* out, const TraceFrame& frame, int channel)
 {
     static constexpr std::array sizes{0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 20, 24, 32, 48, 64};
     const auto code = std::lower_bound(sizes.begin(), sizes.end(), frame.length);
-    const bool hasSwitch = hasFlag(frame, TraceFrame::BitRateSwitch);
-    const bool hasError = hasFlag(frame, TraceFrame::ErrorState);
+    const bool hasSwitch = (frame.flags & TraceFrame::BitRateSwitch) != 0;
+    const bool hasError = (frame.flags & TraceFrame::ErrorState) != 0;
     out = putText(out, "CANFD ");
     out = padTo(out, putDecimal(out, channel), 3);
     out = putAscId(putText(out, " Rx   "), frame, 9);
     out = std::fill_n(out, 33, ' '); // no name
     out = putText(out, hasSwitch ? "1 " : "0 ");
     out = putText(out, hasError ? "1 " : "0 ");
-    *out++ = lowerDigits[code - sizes.begin()];
+    *out++ = LowerHexDigits[code - sizes.begin()];
     out = putText(out, frame.length < 10 ? "  " : " "); // asc2log wants two places
     out = putAscData(putDecimal(out, frame.length), frame);
     // Duration, length, flags, check sum and bit timing, which no trace tells.
@@ -123,9 +112,9 @@ void writeCsv(TextOutput& output, const TraceFrame& frame)
     *out++ = ',';
     out = frame.bus < 0 ? out : putDecimal(out, frame.bus);
     *out++ = ',';
-    out = putId(out, frame.id | (frame.isError ? ErrorMark : 0), isLong ? 8 : 3, lowerDigits);
+    out = putId(out, frame.id | (frame.isError ? ErrorMark : 0), isLong ? 8 : 3, LowerHexDigits);
     for (const bool is :
-         {frame.isExtended, frame.isFd, hasFlag(frame, TraceFrame::BitRateSwitch),
+         {frame.isExtended, frame.isFd, (frame.flags & TraceFrame::BitRateSwitch) != 0,
           frame.isRemote}) {
         out = putText(out, is ? ",1" : ",0");
     }
@@ -133,7 +122,7 @@ void writeCsv(TextOutput& output, const TraceFrame& frame)
     out = putDecimal(out, frame.length);
     *out++ = ',';
     for (int i = 0; i < (frame.isRemote ? 0 : frame.length); ++i) {
-        out = putByte(out, frame.payload()[i], lowerDigits);
+        out = putHexByte(out, frame.payload()[i]);
     }
     output.advanceTo(putText(out, "\r\n"));
 }
@@ -153,7 +142,7 @@ formats::FrameFunction frameWriter(Kind kind, TextOutput& output, Report& report
         output.put("time_s,bus,id,extended,fd,brs,remote,length,data\r\n");
         return [&](const TraceFrame& frame) {
             writeCsv(output, frame);
-            if (hasFlag(frame, TraceFrame::ErrorState)) {
+            if ((frame.flags & TraceFrame::ErrorState) != 0) {
                 report.odd("error state of a CAN FD frame, which .csv cannot say");
             }
         };

@@ -49,56 +49,62 @@ void tellLog(std::ostream& out, const LogSurvey& survey)
     }
 }
 
-class FrameCount
+struct FrameCount
 {
-public:
+    double first = 0; // s
+    double last = 0;
+    std::int64_t count = 0;
+    int longest = 0;
+    bool isFd = false;
+
     void add(const formats::TraceFrame& frame)
     {
         first = count == 0 ? frame.time : first;
         last = frame.time;
         ++count;
-        Row& row =
-            rows.try_emplace({frame.bus, frame.isExtended, frame.id}, Row{last}).first->second;
-        ++row.count;
-        row.last = frame.time;
-        row.longest = std::max(row.longest, frame.length);
-        row.isFd = row.isFd || frame.isFd;
+        longest = std::max(longest, frame.length);
+        isFd = isFd || frame.isFd;
     }
-
-    void tell(std::ostream& out) const
-    {
-        out << "  frames    " << count << '\n';
-        if (count > 0) {
-            tellSpan(out, first, last);
-        }
-        for (const auto& [key, row] : rows) {
-            const auto& [bus, isExtended, id] = key;
-            out << "    " << (bus < 0 ? "no bus" : "can" + std::to_string(bus)) << "  " << std::hex
-                << std::setfill('0') << std::setw(isExtended ? 8 : 3) << id << std::dec << "  "
-                << counted(row.count, "frame") << ", up to " << counted(row.longest, "byte");
-            if (row.count > 1) {
-                const auto gaps = static_cast<double>(row.count - 1);
-                out << ", every " << (row.last - row.first) / gaps << " s";
-            }
-            out << (row.isFd ? ", FD\n" : "\n");
-        }
-    }
-
-private:
-    struct Row
-    {
-        double first; // s
-        double last = 0;
-        std::int64_t count = 0;
-        int longest = 0;
-        bool isFd = false;
-    };
-
-    std::map<std::tuple<int, bool, std::uint32_t>, Row> rows; // by bus and identifier
-    std::int64_t count = 0;
-    double first = 0;
-    double last = 0;
 };
+
+using FrameCounts = std::map<std::tuple<int, bool, std::uint32_t>, FrameCount>;
+
+void tellFrameCounts(std::ostream& out, const FrameCount& all, const FrameCounts& countOf)
+{
+    out << "  frames    " << all.count << '\n';
+    if (all.count > 0) {
+        tellSpan(out, all.first, all.last);
+    }
+    for (const auto& [key, frames] : countOf) {
+        const auto& [bus, isExtended, id] = key;
+        out << "    " << (bus < 0 ? "no bus" : "can" + std::to_string(bus)) << "  " << std::hex
+            << std::setfill('0') << std::setw(isExtended ? 8 : 3) << id << std::dec << "  "
+            << counted(frames.count, "frame") << ", up to " << counted(frames.longest, "byte");
+        if (frames.count > 1) {
+            const auto gaps = static_cast<double>(frames.count - 1);
+            out << ", every " << (frames.last - frames.first) / gaps << " s";
+        }
+        out << (frames.isFd ? ", FD\n" : "\n");
+    }
+}
+
+void tellFrames(std::ostream& out, InputFile& file, Kind kind, Report& report, bool mayLack)
+{
+    FrameCount all;
+    FrameCounts countOf;
+    const auto take = [&](const formats::TraceFrame& frame) {
+        all.add(frame);
+        countOf[{frame.bus, frame.isExtended, frame.id}].add(frame);
+    };
+    try {
+        readFramesOf(file, kind, take, report);
+    } catch (const ConversionError&) {
+        if (!mayLack) {
+            throw;
+        }
+    }
+    tellFrameCounts(out, all, countOf);
+}
 
 void tellBackup(std::ostream& out, InputFile& file, Report& report)
 {
@@ -115,20 +121,6 @@ void tellBackup(std::ostream& out, InputFile& file, Report& report)
     for (const auto& label : labels) {
         out << "    " << label.channel << "  " << label.text.toStdString() << '\n';
     }
-}
-
-void tellFrames(std::ostream& out, InputFile& file, Kind kind, Report& report, bool mayLack)
-{
-    FrameCount frames;
-    try {
-        readFramesOf(
-            file, kind, [&](const formats::TraceFrame& frame) { frames.add(frame); }, report);
-    } catch (const ConversionError&) {
-        if (!mayLack) {
-            throw;
-        }
-    }
-    frames.tell(out);
 }
 
 void tellBlackbox(std::ostream& out, InputFile& file, Report& report)

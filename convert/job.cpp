@@ -12,20 +12,11 @@ namespace convert {
 
 namespace {
 
-bool hasRecords(Kind kind)
-{
-    return kind == Kind::Log || kind == Kind::Blackbox;
-}
-
-bool hasFrames(Kind kind)
-{
-    return kind == Kind::Blackbox || traceKind(kind).has_value();
-}
-
 bool takesRecords(const Job& job)
 {
+    const bool hasRecords = job.from == Kind::Log || job.from == Kind::Blackbox;
     const bool isTable = job.to == Kind::Csv || job.to == Kind::Hdf5;
-    return hasRecords(job.from) && isTable && !job.wantsFrames && job.signalSet == nullptr;
+    return hasRecords && isTable && !job.wantsFrames && job.signalSet == nullptr;
 }
 
 formats::FrameFunction frameTaker(const Job& job, TextOutput& output, Report& report)
@@ -101,7 +92,7 @@ std::string impossible(const Job& job)
     if (takesRecords(job)) {
         return "";
     }
-    if (!hasFrames(job.from)) {
+    if (job.from == Kind::Log) {
         return "a log has no CAN frames";
     }
     if (job.signalSet != nullptr) {

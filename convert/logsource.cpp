@@ -57,8 +57,7 @@ class LogReader
 {
 public:
     LogReader(InputFile& logFile, LogTarget& logTarget, Report& fileReport)
-        : file(logFile)
-        , lines(logFile, formats::LineReader::Bytes)
+        : lines(logFile, formats::LineReader::Bytes)
         , target(logTarget)
         , report(fileReport)
     {}
@@ -68,7 +67,6 @@ public:
         for (auto line = lines.next(); !line.empty(); line = lines.next()) {
             readLine(line);
         }
-        file.check();
     }
 
 private:
@@ -123,7 +121,6 @@ private:
 
     void odd(const char* what) { report.odd(what, lines.lineNumber()); }
 
-    InputFile& file;
     formats::LineReader lines;
     LogTarget& target;
     Report& report;
@@ -138,7 +135,6 @@ void readBlackbox(InputFile& file, const formats::RecordFunction& take, Report& 
     const auto noFrames = [](const formats::TraceFrame&) {};
     const auto tell = [&](const char* what, std::int64_t line) { report.odd(what, line); };
     formats::readBlackbox(file, noFrames, take, tell);
-    file.check();
 }
 
 void surveyBlackbox(InputFile& file, LogSurvey& survey, Report& report)
@@ -195,9 +191,10 @@ LogSurvey surveyOf(InputFile& file, Kind kind, Report& report)
         surveyBlackbox(file, survey, report);
     } else {
         LogReader(file, survey, report).read();
-        if (survey.isEmpty()) {
-            throw ConversionError(file.name() + ": has no record of a log");
-        }
+    }
+    file.check();
+    if (kind == Kind::Log && survey.isEmpty()) {
+        throw ConversionError(file.name() + ": has no record of a log");
     }
     file.seek(0);
     return survey;
@@ -211,6 +208,7 @@ void readRecordsOf(InputFile& file, Kind kind, const LogSurvey& survey, LogTarge
     } else {
         LogReader(file, target, known).read();
     }
+    file.check();
     target.finish();
 }
 

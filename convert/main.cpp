@@ -92,6 +92,9 @@ std::vector<Job> plan(const Options& options)
         Job job = options.job;
         job.input = input;
         job.from = kindOf(input, job.fromWord, "--from");
+        if (job.from == Kind::Hdf5) {
+            throw CLI::ValidationError(input, "such a file is written, not read");
+        }
         if (options.info) {
             if (job.from == Kind::Database) {
                 throw CLI::ValidationError(input, "a signal database is converted, not shown");

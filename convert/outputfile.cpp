@@ -48,7 +48,9 @@ PartFile::PartFile(std::string targetPath, bool replaces)
         partPath += '.' + std::to_string(std::random_device{}()) + ".part";
         fd = open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, all);
         isPart = fd >= 0;
-        parts.insert(partPath);
+        if (isPart) {
+            parts.insert(partPath);
+        }
     }
     if (fd < 0) {
         fail();

@@ -31,7 +31,6 @@ char* putFrame(
     char* out, int busNumber, int canId, int idWidth, char idFill, std::string_view fdMarker,
     std::string_view payload)
 {
-    static constexpr char digits[] = "0123456789abcdef";
     out = putText(out, ") can");
     out = putDecimal(out, busNumber);
     *out++ = ' ';
@@ -39,8 +38,7 @@ char* putFrame(
     *out++ = '#';
     out = putText(out, fdMarker);
     for (const char byte : payload) {
-        *out++ = digits[static_cast<unsigned char>(byte) >> 4];
-        *out++ = digits[static_cast<unsigned char>(byte) & 0x0f];
+        out = putHexByte(out, static_cast<unsigned char>(byte));
     }
     *out++ = '\n';
     return out;
@@ -65,12 +63,12 @@ void composeTraceLine(std::string& line, const TraceFrame& frame)
     line.resize(MaxFixedLength + MaxSecondsLength + std::size_t{2} * TraceFrame::MostBytes);
     const int id = static_cast<int>(frame.id) | (frame.isError ? errorMark : 0);
     const bool isLong = frame.isExtended || frame.isError;
-    std::array<char, 2> mark{'#', "0123456789abcdef"[frame.flags & 0x0f]};
+    std::array<char, 2> mark{'#', LowerHexDigits[frame.flags & 0x0f]};
     std::size_t markSize = frame.isFd ? 2 : 0;
     std::string_view payload(
         reinterpret_cast<const char*>(frame.payload()), static_cast<std::size_t>(frame.length));
     if (frame.isRemote) { // the length that was asked for, if it is not 0
-        mark = {'R', "0123456789abcdef"[frame.length & 0x0f]};
+        mark = {'R', LowerHexDigits[frame.length & 0x0f]};
         markSize = frame.length > 0 ? 2 : 1;
         payload = {};
     }

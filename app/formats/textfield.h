@@ -90,6 +90,16 @@ inline char* putDecimal(char* out, Integer value)
     return std::to_chars(out, out + MaxDecimalLength, value).ptr;
 }
 
+constexpr char LowerHexDigits[] = "0123456789abcdef";
+
+// A byte as two of these digits.
+inline char* putHexByte(char* out, unsigned char byte, const char* digits = LowerHexDigits)
+{
+    *out++ = digits[byte >> 4];
+    *out++ = digits[byte & 0x0f];
+    return out;
+}
+
 inline char* putText(char* out, std::string_view text)
 {
     std::memcpy(out, text.data(), text.size());

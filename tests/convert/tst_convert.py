@@ -374,6 +374,7 @@ class Manners(Folder):
             (2, "--to", "a.log", "-o", "b"),
             (2, "cannot be made a .trc file", "words.candump", "-o", "b.trc"),
             (2, "not shown", "--info", "a.dbc"),
+            (2, "not read", "--info", "a.h5"),
             (2, "-o or --out-dir", "a.log"),
             (2, "--out-dir", "a.log", "a.log", "-o", "b.csv"),
             (2, "no CAN frames", "a.log", "-o", "b.asc"),
