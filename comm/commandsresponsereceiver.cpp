@@ -49,7 +49,6 @@ std::vector<int> toVector(const RepeatedField& field)
 std::vector<FaultItemData> toFaults(const xcu::FaultGetFaultsResp& response)
 {
     std::vector<FaultItemData> faults;
-    faults.reserve(static_cast<std::size_t>(response.faults_size()));
     for (const xcu::FaultItem& item : response.faults()) {
         FaultItemData fault{};
         fault.type = static_cast<std::uint8_t>(item.type());
@@ -83,6 +82,9 @@ void CommandsResponseReceiver::decodeResponse(const std::string& data)
         if (auto* interface = std::get<decltype(interfaceOf(operation))>(interfaces)) {
             (interface->*operation)(std::forward<decltype(arguments)>(arguments)...);
         }
+    };
+    const auto callWithResult = [&](auto operation, const auto& fields) {
+        call(operation, fields.result(), fields.config_id());
     };
     switch (response.resp_case()) {
     case Response::kBootloaderValue:
@@ -168,22 +170,16 @@ void CommandsResponseReceiver::decodeResponse(const std::string& data)
             &Maps::mapTuningGetLastGetValue, fields.map_id(), fields.x_id(), fields.y_id(),
             fields.value());
     }
-    case Response::kConfigurationWritten: {
-        const auto& fields = response.configuration_written();
-        return call(&Config::writeConfiguration, fields.result(), fields.config_id());
-    }
+    case Response::kConfigurationWritten:
+        return callWithResult(&Config::writeConfiguration, response.configuration_written());
     case Response::kConfiguration: {
         const auto& fields = response.configuration();
         return call(&Config::readConfiguration, fields.result(), fields.config_id(), fields.data());
     }
-    case Response::kConfigurationErased: {
-        const auto& fields = response.configuration_erased();
-        return call(&Config::eraseConfiguration, fields.result(), fields.config_id());
-    }
-    case Response::kCalibrationWritten: {
-        const auto& fields = response.calibration_written();
-        return call(&Config::writeCalibration, fields.result(), fields.config_id());
-    }
+    case Response::kConfigurationErased:
+        return callWithResult(&Config::eraseConfiguration, response.configuration_erased());
+    case Response::kCalibrationWritten:
+        return callWithResult(&Config::writeCalibration, response.calibration_written());
     case Response::kDriverCalibrationStarted:
         return call(&Adaptation::adaptationStart);
     case Response::kDriverCalibrationStatus:

@@ -27,7 +27,7 @@ CanTraffic::CanTraffic(int identifiers, quint32 seed)
         do {
             id = random() % (kind.extended ? 1U << 29 : 1U << 11);
         } while (!used.insert(id).second);
-        xcu::CandumpFrame frame;
+        xcu::CandumpFrame& frame = frames.emplace_back();
         frame.set_bus((i + i / busCount) % busCount);
         frame.set_id(static_cast<int>(id));
         frame.set_extended(kind.extended);
@@ -36,7 +36,6 @@ CanTraffic::CanTraffic(int identifiers, quint32 seed)
         std::string data(kind.lengths[random() % kind.lengths.size()], '\0');
         std::generate(data.begin(), data.end(), [&] { return static_cast<char>(random()); });
         frame.set_data(data);
-        frames.push_back(frame);
     }
 }
 

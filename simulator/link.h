@@ -42,7 +42,6 @@ public:
     void append(const QByteArray& bytes);
     // Takes the next whole payload; false if there is none yet.
     bool next(std::string& payload);
-    void clear() { *this = FrameReader(); }
 
 private:
     QByteArray buffer;

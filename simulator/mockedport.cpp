@@ -71,8 +71,7 @@ void MockedPort::unplug()
     // One of its own signals may have led here.
     terminal->close();
     terminal.release()->deleteLater();
-    dropOutput();
-    setInUse(false);
+    endUse();
     emit unplugged();
 }
 
@@ -141,8 +140,7 @@ void MockedPort::updateUse()
         if (!use.opened) {
             readAll(); // what the program sent last
         }
-        dropOutput();
-        setInUse(false);
+        endUse();
     }
     if (use.opened) {
         setInUse(true);
@@ -156,15 +154,11 @@ void MockedPort::setInUse(bool used)
     }
     inUse = used;
     updateReadiness();
-    if (inUse) {
-        emit opened();
-    } else {
-        emit closed();
-    }
+    emit useChanged(inUse);
 }
 
 // The next program must not find half a frame of the one before.
-void MockedPort::dropOutput()
+void MockedPort::endUse()
 {
     output.clear();
     outputStart = 0;
@@ -173,4 +167,5 @@ void MockedPort::dropOutput()
         terminal->setWriteNotification(false);
         terminal->discardUnread();
     }
+    setInUse(false);
 }

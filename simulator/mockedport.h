@@ -43,8 +43,7 @@ public:
 signals:
     void plugged();
     void unplugged();
-    void opened();                          // by a program
-    void closed();                          // by the last program, or by its death
+    void useChanged(bool isInUse); // a program opened the port; the last one closed it, or died
     void received(const QByteArray& bytes); // from the program
     void sent(const QByteArray& bytes);     // taken over by the terminal; valid in the slot only
 
@@ -54,7 +53,7 @@ private:
     void write();
     void updateUse();
     void setInUse(bool used);
-    void dropOutput();
+    void endUse();
     int backlog() const { return output.size() - outputStart; }
     void updateReadiness();
 

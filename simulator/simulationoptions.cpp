@@ -81,20 +81,17 @@ Option flag(const char* name, const char* text, Value& target, Value value)
     return {name, text, {}, [=, &target](const QString&) { return target = value, true; }};
 }
 
-bool readMapSize(const QString& text, QSize& size)
-{
-    constexpr int longestAxis = 1024;
-    size = {text.section('x', 0, 0).toInt(), text.section('x', 1).toInt()};
-    return !size.isEmpty() && qMax(size.width(), size.height()) <= longestAxis;
-}
-
 // The targets hold the defaults until the command line is read.
 std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
 {
     ControllerOptions& unit = common.options;
     LinkFaults& faults = unit.linkFaults;
     const auto addSerial = [&](const QString& text) { return common.serialNumbers += text, true; };
-    const auto setMapSize = [&](const QString& text) { return readMapSize(text, common.mapSize); };
+    const auto setMapSize = [&size = common.mapSize](const QString& text) {
+        constexpr int longestAxis = 1024;
+        size = {text.section('x', 0, 0).toInt(), text.section('x', 1).toInt()};
+        return !size.isEmpty() && qMax(size.width(), size.height()) <= longestAxis;
+    };
     return {
         number("controllers", "Number of controllers, 1 to 16.", "n", common.controllers, 1, 16),
         {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
@@ -196,10 +193,8 @@ SimulationOptions simulator::parseCommandLine(const QStringList& arguments)
     for (const Option& option : known) {
         parser.addOption({option.name, option.description, option.value});
     }
-    const QCommandLineOption help(
-        {QStringLiteral("h"), QStringLiteral("help")}, "Print this text.");
-    parser.addOption(help);
-    const QCommandLineOption version = parser.addVersionOption();
+    parser.addOption({{"h", "help"}, "Print this text."});
+    parser.addVersionOption();
     parser.addPositionalArgument(
         QStringLiteral("PROGRAM"), QStringLiteral("The program to start, with its arguments."),
         QStringLiteral("[--] [PROGRAM [ARGUMENT...]]"));
@@ -212,10 +207,10 @@ SimulationOptions simulator::parseCommandLine(const QStringList& arguments)
     if (!parser.parse(arguments)) {
         end(stderr, complaint.arg(parser.errorText()), wrongUsage);
     }
-    if (parser.isSet(help)) {
+    if (parser.isSet("help")) {
         end(stdout, parser.helpText() + commandsHelp(), 0);
     }
-    if (parser.isSet(version)) {
+    if (parser.isSet("version")) {
         parser.showVersion();
     }
     for (const Option& option : known) {

@@ -6,6 +6,7 @@
 #include <QProcessEnvironment>
 #include <QString>
 
+// umockdev.h stays out of headers: its names clash with Qt's keyword macros.
 using UMockdevTestbed = struct _UMockdevTestbed;
 using UMockdevIoctlBase = struct _UMockdevIoctlBase;
 
@@ -34,8 +35,6 @@ public:
     void removePort(const QString& name);
 
 private:
-    QString nodePath(const QString& name) const;
-
     UMockdevTestbed* library;
     UMockdevIoctlBase* ioctls;
     QString rootDirectory;

@@ -168,7 +168,7 @@ void VirtualController::setLineReady(bool ready)
 
 void VirtualController::dropLink()
 {
-    reader.clear();
+    reader = {};
     writer.clear();
 }
 

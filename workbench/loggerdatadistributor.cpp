@@ -14,10 +14,6 @@ constexpr std::size_t mostValues = 1024; // of a record; more than any controlle
 
 } // namespace
 
-LoggerDataDistributor::LoggerDataDistributor(CommandsSender& sender)
-    : commandsSender(sender)
-{}
-
 LoggerDataDistributor::~LoggerDataDistributor()
 {
     stop();

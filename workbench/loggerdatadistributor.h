@@ -17,7 +17,9 @@ class IDataPresenter;
 class LoggerDataDistributor : public IDataLoggerCommandsResponse
 {
 public:
-    explicit LoggerDataDistributor(CommandsSender& sender); // must outlive the workers
+    explicit LoggerDataDistributor(CommandsSender& sender) // must outlive the workers
+        : commandsSender(sender)
+    {}
     ~LoggerDataDistributor() override;
 
     // A sink added twice is called twice; removing it removes both. It must be removed before it

@@ -13,10 +13,6 @@ constexpr unsigned int mostMaps = 65536; // more than any controller has
 
 } // namespace
 
-MapContainer::MapContainer(CommandsSender* sender)
-    : commandsSender(sender)
-{}
-
 void MapContainer::showMapTuner(QMdiArea* area, int mapId)
 {
     auto* editor = new MapTuning(static_cast<unsigned int>(mapId), commandsSender, nullptr);

@@ -17,7 +17,9 @@ class QMdiArea;
 class MapContainer : public IMapTuningCommandsResponse
 {
 public:
-    explicit MapContainer(CommandsSender* sender); // not owned
+    explicit MapContainer(CommandsSender* sender) // not owned
+        : commandsSender(sender)
+    {}
     virtual ~MapContainer() = default;
 
     // Map ids and display names. Entries stay when a later controller has fewer maps.

@@ -82,12 +82,11 @@ void PlotViewer::mousePressEvent(QMouseEvent* event)
     if (event->button() != Qt::RightButton) {
         return;
     }
-    if (panelOpen == 0) {
-        panelOpen = 1;
-        panel->show();
+    panelOpen = panelOpen == 0 ? 1 : 0;
+    panel->setVisible(panelOpen == 1);
+    if (panelOpen == 1) {
         return;
     }
-    panelOpen = 0;
     for (int channel = 0; channel < static_cast<int>(channelChecks.size()); ++channel) {
         const bool chosen = channelChecks[channel]->checkState() == Qt::Checked;
         if (chosen && !series.contains(channel)) {
@@ -96,7 +95,6 @@ void PlotViewer::mousePressEvent(QMouseEvent* event)
             removeCurve(channel);
         }
     }
-    panel->hide();
 }
 
 void PlotViewer::addCurve(int channel)
