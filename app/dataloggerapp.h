@@ -158,7 +158,6 @@ private:
     void disconnectPort();
     void listPorts();
     QTimer* startSessionTimer(int intervalMs, void (DataLoggerApp::*tick)());
-    void plotRecord(const std::vector<int>& values);
     void requestReplot();
     void openCandumpFile(const QString& path, QIODevice::OpenMode mode);
 

@@ -2,7 +2,6 @@
 #include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
-#include "formats/logfile.h"
 #include "ui_dataloggerapp.h"
 
 #include <qcustomplot.h>
@@ -85,15 +84,6 @@ void DataLoggerApp::requestReplot()
 {
     if (!importing) {
         liveChart->requestReplot();
-    }
-}
-
-void DataLoggerApp::plotRecord(const std::vector<int>& values)
-{
-    // Values beyond the channels land on the curves of CAN signals, if there are any.
-    liveChart->addRecord(formats::chartSeconds(elapsed()), values);
-    if (liveChart->hasNews()) {
-        requestReplot();
     }
 }
 

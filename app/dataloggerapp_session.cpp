@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
+#include "chart/livechart.h"
 #include "formats/filestamp.h"
 #include "formats/logfile.h"
 #include "ui_dataloggerapp.h"
@@ -74,7 +75,11 @@ void DataLoggerApp::loggerDataReceived(
     formats::composeLogLine(logLine, sampleNumber, timestamp, values);
     logFile.write(logLine.data(), static_cast<qint64>(logLine.size()));
     logFile.flush();
-    plotRecord(values);
+    // Values beyond the channels land on the curves of CAN signals, if there are any.
+    liveChart->addRecord(formats::chartSeconds(elapsed()), values);
+    if (liveChart->hasNews()) {
+        requestReplot();
+    }
 }
 
 void DataLoggerApp::on_stopLogging_clicked()

@@ -18,13 +18,6 @@ namespace {
 constexpr hsize_t ChunkSize = 8192; // values
 constexpr unsigned CompressionLevel = 3;
 
-void check(herr_t result)
-{
-    if (result < 0) {
-        throw Hdf5Failure();
-    }
-}
-
 Hdf5Handle createFile(const std::string& path)
 {
     if (path == "-") {
@@ -38,8 +31,8 @@ Hdf5Handle createFile(const std::string& path)
 Hdf5Handle textType()
 {
     Hdf5Handle type = H5Tcopy(H5T_C_S1);
-    check(H5Tset_size(type, H5T_VARIABLE));
-    check(H5Tset_cset(type, H5T_CSET_UTF8));
+    checkHdf5(H5Tset_size(type, H5T_VARIABLE));
+    checkHdf5(H5Tset_cset(type, H5T_CSET_UTF8));
     return type;
 }
 
@@ -52,8 +45,8 @@ struct TagRow
 Hdf5Handle tagType()
 {
     Hdf5Handle type = H5Tcreate(H5T_COMPOUND, sizeof(TagRow));
-    check(H5Tinsert(type, "time_s", offsetof(TagRow, seconds), H5T_NATIVE_DOUBLE));
-    check(H5Tinsert(type, "text", offsetof(TagRow, text), textType()));
+    checkHdf5(H5Tinsert(type, "time_s", offsetof(TagRow, seconds), H5T_NATIVE_DOUBLE));
+    checkHdf5(H5Tinsert(type, "text", offsetof(TagRow, text), textType()));
     return type;
 }
 
@@ -63,7 +56,7 @@ void setAttribute(hid_t object, const char* name, const std::string& value)
     const Hdf5Handle space = H5Screate(H5S_SCALAR);
     const Hdf5Handle attribute = H5Acreate2(object, name, type, space, H5P_DEFAULT, H5P_DEFAULT);
     const char* const text = value.c_str();
-    check(H5Awrite(attribute, type, &text));
+    checkHdf5(H5Awrite(attribute, type, &text));
 }
 
 } // namespace
@@ -80,7 +73,7 @@ void Hdf5Column::flush()
 {
     if (!waiting.empty()) {
         const void* const values = waiting.data();
-        check(H5DOappend(dataset, H5P_DEFAULT, 0, waiting.size(), H5T_NATIVE_DOUBLE, values));
+        checkHdf5(H5DOappend(dataset, H5P_DEFAULT, 0, waiting.size(), H5T_NATIVE_DOUBLE, values));
         waiting.clear();
     }
 }
@@ -97,14 +90,14 @@ Hdf5Handle Hdf5File::addDataset(const std::string& path, hid_t type)
     const hsize_t unlimited = H5S_UNLIMITED;
     const Hdf5Handle space = H5Screate_simple(1, &none, &unlimited);
     const Hdf5Handle creation = H5Pcreate(H5P_DATASET_CREATE);
-    check(H5Pset_chunk(creation, 1, &ChunkSize));
-    check(H5Pset_shuffle(creation));
-    check(H5Pset_deflate(creation, CompressionLevel));
+    checkHdf5(H5Pset_chunk(creation, 1, &ChunkSize));
+    checkHdf5(H5Pset_shuffle(creation));
+    checkHdf5(H5Pset_deflate(creation, CompressionLevel));
     const Hdf5Handle access = H5Pcreate(H5P_DATASET_ACCESS);
-    check(H5Pset_chunk_cache(access, 1, 0, 1.0));
+    checkHdf5(H5Pset_chunk_cache(access, 1, 0, 1.0));
     const Hdf5Handle links = H5Pcreate(H5P_LINK_CREATE);
-    check(H5Pset_char_encoding(links, H5T_CSET_UTF8));
-    check(H5Pset_create_intermediate_group(links, 1));
+    checkHdf5(H5Pset_char_encoding(links, H5T_CSET_UTF8));
+    checkHdf5(H5Pset_create_intermediate_group(links, 1));
     return H5Dcreate2(file, path.c_str(), type, space, links, creation, access);
 }
 
@@ -130,7 +123,7 @@ void Hdf5File::appendTag(hid_t tags, double seconds, std::string_view text)
 {
     const std::string copy(text);
     const TagRow row{seconds, copy.c_str()};
-    check(H5DOappend(tags, H5P_DEFAULT, 0, 1, tagType(), &row));
+    checkHdf5(H5DOappend(tags, H5P_DEFAULT, 0, 1, tagType(), &row));
 }
 
 void Hdf5File::commit()
@@ -139,8 +132,8 @@ void Hdf5File::commit()
         column.flush();
     }
     columns.clear();
-    check(H5Fflush(file, H5F_SCOPE_LOCAL));
-    check(H5Idec_ref(file.release()));
+    checkHdf5(H5Fflush(file, H5F_SCOPE_LOCAL));
+    checkHdf5(H5Idec_ref(file.release()));
     part.commit();
 }
 

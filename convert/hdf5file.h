@@ -16,17 +16,22 @@ namespace convert {
 struct Hdf5Failure
 {};
 
+// Throws Hdf5Failure for a negative number, which is what failed calls give.
+inline void checkHdf5(hid_t result)
+{
+    if (result < 0) {
+        throw Hdf5Failure();
+    }
+}
+
 // An object of the library, closed at the end; all functions that make one take and give these.
 class Hdf5Handle
 {
 public:
-    // Throws Hdf5Failure for a negative number, which is what failed calls give.
     Hdf5Handle(hid_t handle)
         : id(handle)
     {
-        if (id < 0) {
-            throw Hdf5Failure();
-        }
+        checkHdf5(id);
     }
     Hdf5Handle(Hdf5Handle&& other) noexcept
         : id(std::exchange(other.id, H5I_INVALID_HID))

@@ -135,21 +135,22 @@ void tellBlackbox(std::ostream& out, InputFile& file, Report& report)
 
 void showInfo(const Job& job, Report& report)
 {
-    const auto file = openAs(job.input, job.from);
+    InputFile file(job.input);
+    checkKind(file, job.from);
     std::ostringstream out;
-    out << std::fixed << std::setprecision(3) << file->name() << ": ";
+    out << std::fixed << std::setprecision(3) << file.name() << ": ";
     if (job.from == Kind::Backup) {
         out << "configuration backup\n";
-        tellBackup(out, *file, report);
+        tellBackup(out, file, report);
     } else if (job.from == Kind::Log) {
         out << "log\n";
-        tellLog(out, surveyOf(*file, job.from, report));
+        tellLog(out, surveyOf(file, job.from, report));
     } else if (job.from == Kind::Blackbox) {
         out << "black-box record\n";
-        tellBlackbox(out, *file, report);
+        tellBlackbox(out, file, report);
     } else {
         out << "CAN trace\n";
-        tellFrames(out, *file, job.from, report, false);
+        tellFrames(out, file, job.from, report, false);
     }
     if (std::fputs(out.str().c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
         throw ConversionError("standard output", "cannot write", errno);

@@ -19,32 +19,24 @@ bool takesRecords(const Job& job)
     return hasRecords && isTable && !job.wantsFrames && job.signalSet == nullptr;
 }
 
-formats::FrameFunction frameTaker(const Job& job, TextOutput& output, Report& report)
-{
-    return job.signalSet != nullptr ? signalWriter(*job.signalSet, output)
-                                    : frameWriter(job.to, output, report);
-}
-
-formats::FrameFunction frameTaker(const Job& job, Hdf5File& output, Report& /*report*/)
-{
-    return signalWriter(*job.signalSet, output);
-}
-
 template <typename Output, typename LogWriter>
 void convertTo(const Job& job, Report& report)
 {
-    const auto file = openAs(job.input, job.from);
+    InputFile file(job.input);
+    checkKind(file, job.from);
     Output output(job.output, job.replaces);
     if (takesRecords(job)) {
-        const LogSurvey survey = surveyOf(*file, job.from, report);
+        const LogSurvey survey = surveyOf(file, job.from, report);
         if (survey.isEmpty()) {
             throw ConversionError(
-                file->name() + ": has no records; for its CAN frames see --frames");
+                file.name() + ": has no records; for its CAN frames see --frames");
         }
         LogWriter writer(output, survey, report);
-        readRecordsOf(*file, job.from, survey, writer);
-    } else {
-        readFramesOf(*file, job.from, frameTaker(job, output, report), report);
+        readRecordsOf(file, job.from, survey, writer);
+    } else if (job.signalSet != nullptr) {
+        readFramesOf(file, job.from, signalWriter(*job.signalSet, output), report);
+    } else if constexpr (std::is_same_v<Output, TextOutput>) { // no frames become HDF5
+        readFramesOf(file, job.from, frameWriter(job.to, output, report), report);
     }
     output.commit();
 }
@@ -101,22 +93,20 @@ std::string impossible(const Job& job)
     return job.to == Kind::Hdf5 ? "frames become .h5 only as signals, see --signals" : "";
 }
 
-std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind)
+void checkKind(InputFile& file, Kind kind)
 {
-    auto file = std::make_unique<InputFile>(path);
     constexpr int sampleSize = 4096;
-    const QByteArray sample = file->peek(sampleSize);
+    const QByteArray sample = file.peek(sampleSize);
     const bool isWide = sample.startsWith("\xff\xfe") || sample.startsWith("\xfe\xff") ||
                         sample.startsWith(QByteArray("\0\0\xfe\xff", 4));
     // A log that a power cut has torn may have zero bytes, but not ahead of its header.
     const bool isText = kind == Kind::Log ? sample.startsWith("#;") : isWide;
     if (kind != Kind::Blackbox && kind != Kind::Backup && sample.contains('\0') && !isText) {
-        throw ConversionError(file->name() + ": is binary, not a ." + wordOf(kind) + " file");
+        throw ConversionError(file.name() + ": is binary, not a ." + wordOf(kind) + " file");
     }
     if (kind == Kind::Log && sample.startsWith('(')) {
-        throw ConversionError(file->name() + ": looks like a CAN trace; try --from candump");
+        throw ConversionError(file.name() + ": looks like a CAN trace; try --from candump");
     }
-    return file;
 }
 
 void readFramesOf(InputFile& file, Kind kind, formats::FrameFunction take, Report& report)

@@ -6,8 +6,6 @@
 #include "convert/report.h"
 #include "convert/signaltable.h"
 
-#include <memory>
-
 namespace convert {
 
 // One file to be converted.
@@ -33,8 +31,8 @@ void convertFile(const Job& job, Report& report);
 // Tells on standard output what is in a file, in lines for people. Throws ConversionError.
 void showInfo(const Job& job, Report& report);
 
-// Opens a file and looks whether it can be of that kind. Throws ConversionError.
-std::unique_ptr<InputFile> openAs(const std::string& path, Kind kind);
+// Throws ConversionError for a file that cannot be of that kind, by its first bytes.
+void checkKind(InputFile& file, Kind kind);
 
 // Gives the frames of a trace or a black-box record. Throws ConversionError if there is none.
 void readFramesOf(InputFile& file, Kind kind, formats::FrameFunction take, Report& report);

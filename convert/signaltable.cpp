@@ -49,7 +49,6 @@ SignalSet::SignalSet(const std::string& path, Report& report)
 {
     InputFile file(path);
     std::int64_t line = 0;
-    std::vector<std::string> given;
     for (CanSignalData signal : formats::readSignalSet(file)) {
         ++line;
         const std::string name = signal.signalName.toStdString();
@@ -62,14 +61,14 @@ SignalSet::SignalSet(const std::string& path, Report& report)
             report.odd("\"Show\" is 0, taken as 1", line);
             signal.showMode = formats::UnsignedLeastFirst;
         }
-        byId[signal.frameId].push_back(given.size());
+        byId[signal.frameId].push_back(names.size());
         signalList.append(signal);
-        given.push_back(shown);
+        names.push_back(shown);
     }
     if (signalList.isEmpty()) {
         throw ConversionError(shownName(path) + ": has no signal");
     }
-    names = uniqueNames(given, {"time_s"}, "signal");
+    names = uniqueNames(names, {"time_s"}, "signal");
 }
 
 formats::FrameFunction signalWriter(const SignalSet& set, TextOutput& output)
