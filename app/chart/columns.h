@@ -3,71 +3,49 @@
 
 #include "chart/history.h"
 
-#include <QVarLengthArray>
-
 namespace chart {
-
-struct Point
-{
-    double key;
-    double value;
-};
 
 // The points of a channel in one column of pixels.
 struct Column
 {
-    static constexpr int Few = 4;
+    bool isCluster() const { return count > 1 && !values.isEmpty(); }
 
-    bool isCrowded() const { return count > Few && !values.isEmpty(); }
-    Point last() const { return pointOf(*lastBlock, lastIndex); }
-    Point pointOf(const Block& block, int index) const
-    {
-        return {block.keys()[static_cast<std::size_t>(index)], block.value(channel, index)};
-    }
-    void add(const Block& block, int begin, int end)
-    {
-        for (int i = begin; i < end && few.size() < Few; ++i) {
-            few.append(pointOf(block, i));
-        }
-        count += end - begin;
-        lastBlock = &block;
-        lastIndex = end - 1;
-        values.unite(block.extent(channel, begin, end));
-    }
-
-    int channel;
-    int number = 0;
+    double number;
     int count = 0;
-    QVarLengthArray<Point, Few> few = {}; // the first
-    const Block* lastBlock = nullptr;
-    int lastIndex = 0;
-    Span values = {};
+    Point first = {};
+    Point last = {};
+    Span values = {}; // of the points that have numbers
 };
 
-// Calls use(column) for the points of a channel between two keys and some beside them, column by
+// Calls use(column) for the points of a channel between two keys and one on either side, column by
 // column. columnOf(key) gives the number of a column.
 template <typename ColumnOf, typename Use>
 void visitColumns(const History& history, int channel, const Span& keys, ColumnOf columnOf, Use use)
 {
-    Column column{channel};
+    Column column{};
     history.visit(channel, keys, [&](const Block& block, int begin, int end) {
         const double* const all = block.keys().data();
         while (begin < end) {
-            const int next = columnOf(all[begin]);
-            const auto isInNext = [&](double key) { return columnOf(key) == next; };
+            const double number = columnOf(all[begin]);
+            const auto isInColumn = [&](double key) { return columnOf(key) == number; };
             int stop = begin + 1;
-            if (history.isOrdered() && isInNext(all[end - 1])) {
+            if (history.isOrdered() && isInColumn(all[end - 1])) {
                 stop = end;
             } else if (history.isOrdered()) {
-                const double* const found = std::partition_point(all + begin, all + end, isInNext);
-                stop = static_cast<int>(found - all);
+                const double* const next = std::partition_point(all + stop, all + end, isInColumn);
+                stop = static_cast<int>(next - all);
             }
-            if (next != column.number && column.count > 0) {
+            if (column.count > 0 && column.number != number) {
                 use(column);
-                column = Column{channel};
+                column = Column{};
             }
-            column.number = next;
-            column.add(block, begin, stop);
+            if (column.count == 0) {
+                column.number = number;
+                column.first = block.point(channel, begin);
+            }
+            column.count += stop - begin;
+            column.last = block.point(channel, stop - 1);
+            column.values.unite(block.extent(channel, begin, stop));
             begin = stop;
         }
     });

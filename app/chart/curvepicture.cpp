@@ -155,10 +155,10 @@ QRect CurvePicture::area() const
 Scene CurvePicture::currentScene(double pixelRatio) const
 {
     // Half a pixel: the plot's painters put the middle of an antialiased line there.
-    const auto scale = [pixelRatio](const QCPAxis& axis, double origin) {
+    const auto scale = [](const QCPAxis& axis, double origin) {
         const QCPRange range = axis.range();
         const auto pixel = [&](double coordinate) {
-            return (axis.coordToPixel(coordinate) + 0.5 - origin) * pixelRatio;
+            return axis.coordToPixel(coordinate) + 0.5 - origin;
         };
         const bool isLogarithmic = axis.scaleType() == QCPAxis::stLogarithmic;
         return Scale{
@@ -167,17 +167,14 @@ Scene CurvePicture::currentScene(double pixelRatio) const
     const QSizeF size = QSizeF(area().size()) * pixelRatio;
     Scene scene{
         QSize(qCeil(size.width()), qCeil(size.height())),
+        pixelRatio,
         scale(*mParentPlot->xAxis, area().left()),
         scale(*mParentPlot->yAxis, area().top()),
         {}};
     for (int i = 0; i < mParentPlot->graphCount(); ++i) {
         const auto* graph = qobject_cast<const Graph*>(mParentPlot->graph(i));
         if (graph && graph->isPartOf(this) && graph->realVisibility() && graph->isPlainLine()) {
-            Curve curve = graph->curve();
-            // The library draws a line of width 1 as thin as the device can.
-            const double width = curve.pen.widthF();
-            curve.pen.setWidthF(width <= 1 ? 1 : width * pixelRatio);
-            scene.curves.push_back(curve);
+            scene.curves.push_back(graph->curve());
         }
     }
     return scene;
@@ -206,9 +203,10 @@ void CurvePicture::draw(QCPPainter* painter)
     }
     // Where the picture lies in the view as it is now.
     const auto place = [&](int x, int y) {
-        return QPointF(
-            wanted.keys.pixel(pictured.keys.coordinate(x)),
-            wanted.values.pixel(pictured.values.coordinate(y)));
+        const QPointF old = QPointF(x, y) / pictured.pixelRatio;
+        return pixelRatio * QPointF(
+                                wanted.keys.pixel(pictured.keys.coordinate(old.x())),
+                                wanted.values.pixel(pictured.values.coordinate(old.y())));
     };
     const QRectF target(place(0, 0), place(picture.width(), picture.height()));
     const QSizeF most = 200.0 * picture.size(); // larger, nothing can be made out
@@ -244,15 +242,17 @@ bool CurvePicture::update(const Scene& wanted)
     if (changes.isEmpty()) {
         return true;
     }
-    double reach = 0; // of a point into the columns beside its own
+    double reach = 0; // of a point into the pixels beside its own
     for (const Curve& curve : wanted.curves) {
-        reach = qMax(reach, 1 + curve.pen.widthF());
+        reach = qMax(reach, 2 + curve.pen.widthF());
     }
+    const auto column = [&](double pixel) {
+        return qBound(0.0, pixel * wanted.pixelRatio, double(picture.width()));
+    };
     const double one = wanted.keys.pixel(changes.lowest);
     const double other = wanted.keys.pixel(changes.highest);
-    const double most = picture.width();
-    const int first = qFloor(qBound(0.0, qMin(one, other) - reach, most));
-    const int count = qCeil(qBound(0.0, qMax(one, other) + reach, most)) - first;
+    const int first = qFloor(column(qMin(one, other) - reach));
+    const int count = qCeil(column(qMax(one, other) + reach)) - first;
     if (count > MostColumnsAtOnce || std::isnan(one + other)) {
         return false;
     }

@@ -37,9 +37,23 @@ bool Graph::isPlainLine() const
 Curve Graph::curve() const
 {
     absorb();
-    return {
-        history.get(), channel,
-        selected() && mSelectionDecorator ? mSelectionDecorator->pen() : mPen};
+    QPen pen = selected() && mSelectionDecorator ? mSelectionDecorator->pen() : mPen;
+    if (pen.widthF() <= 1) {
+        pen.setWidth(0); // as thin as the device can: faster, and what the library does
+    }
+    return {history.get(), channel, isThinned(), pen};
+}
+
+// Whether the library would use its adaptive sampling.
+bool Graph::isThinned() const
+{
+    const QCPRange view = mKeyAxis->range();
+    const int begin = findBegin(view.lower);
+    const int end = findEnd(view.upper);
+    const auto pixel = [this](int index) { return mKeyAxis->coordToPixel(dataMainKey(index)); };
+    // A point far outside the view may ask for more points than a picture has room for.
+    const double most = 4.0 * mKeyAxis->axisRect()->width();
+    return begin < end && end - begin >= qMin(most, 2 * qAbs(pixel(end - 1) - pixel(begin)) + 2);
 }
 
 // Takes over what addData() has put into the library's container.
@@ -97,13 +111,13 @@ int Graph::dataCount() const
 double Graph::dataMainKey(int index) const
 {
     absorb();
-    return history->point(channel, index).first;
+    return history->point(channel, index).key;
 }
 
 double Graph::dataMainValue(int index) const
 {
     absorb();
-    return history->point(channel, index).second;
+    return history->point(channel, index).value;
 }
 
 int Graph::findBegin(double sortKey, bool expandedRange) const
@@ -140,17 +154,14 @@ double Graph::selectTest(const QPointF& pos, bool onlySelectable, QVariant* deta
     Span keys;
     keys.include(mKeyAxis->pixelToCoord(pos.x() - reach));
     keys.include(mKeyAxis->pixelToCoord(pos.x() + reach));
-    const auto columnOf = [this](double key) { return qFloor(mKeyAxis->coordToPixel(key)); };
+    const auto columnOf = [this](double key) { return std::floor(mKeyAxis->coordToPixel(key)); };
     QVector<QCPGraphData> points;
     visitColumns(*history, channel, keys, columnOf, [&](const Column& column) {
-        for (const Point& point : column.few) {
-            points.append({point.key, point.value});
-        }
-        if (column.isCrowded()) {
-            const Point last = column.last();
-            points.append({last.key, column.values.lowest});
-            points.append({last.key, column.values.highest});
-            points.append({last.key, last.value});
+        points.append({column.first.key, column.first.value});
+        if (column.count > 1 && !column.values.isEmpty()) {
+            points.append({column.last.key, column.values.lowest});
+            points.append({column.last.key, column.values.highest});
+            points.append({column.last.key, column.last.value});
         }
     });
     return withLibrary(points, [&] { return QCPGraph::selectTest(pos, onlySelectable, details); });

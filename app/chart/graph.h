@@ -49,6 +49,7 @@ protected:
 
 private:
     void absorb() const;
+    bool isThinned() const;
     QVector<QCPGraphData> pointsBetween(const Span& keys = {-Infinite, Infinite}) const;
     template <typename Work>
     auto withLibrary(const QVector<QCPGraphData>& points, Work work) const;

@@ -284,15 +284,15 @@ const std::vector<int>& History::startsOf(int channel) const
     return list;
 }
 
-std::pair<double, double> History::point(int channel, int index) const
+Point History::point(int channel, int index) const
 {
     if (index < 0 || index >= count(channel)) {
-        return {0, 0};
+        return {};
     }
     const std::vector<int>& list = startsOf(channel);
     const auto start = std::upper_bound(list.begin(), list.end(), index) - 1;
     const Block& block = *blocks[static_cast<std::size_t>(start - list.begin())];
-    return {block.keys()[place(index - *start)], block.value(channel, index - *start)};
+    return block.point(channel, index - *start);
 }
 
 int History::lowerBound(int channel, double key) const

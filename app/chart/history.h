@@ -34,6 +34,12 @@ struct Span
     }
 };
 
+struct Point
+{
+    double key = 0;
+    double value = 0;
+};
+
 // Points of neighbouring channels at the same keys. An open block takes points, a packed one stays
 // as it is: any thread may read it.
 class Block
@@ -60,6 +66,10 @@ public:
         return static_cast<int>(std::upper_bound(times.begin(), times.end(), key) - times.begin());
     }
     double value(int channel, int index) const;
+    Point point(int channel, int index) const
+    {
+        return {times[static_cast<std::size_t>(index)], value(channel, index)};
+    }
     Span extent(int channel, int begin, int end) const; // of one point or more
 
     // Does not throw.
@@ -108,11 +118,11 @@ public:
 
     // These are no walk over the points. Not for a history that grows in another thread.
     int count(int channel) const { return pointsOf(channel).count; }
-    std::pair<double, double> point(int channel, int index) const; // key and value; 0 if none
+    Point point(int channel, int index) const;     // 0, 0 if there is none
     int lowerBound(int channel, double key) const; // the first index whose key is not less
 
-    // Calls use(block, begin, end) for the points of a channel between two keys and for two or more
-    // on either side, as far as there are any.
+    // Calls use(block, begin, end) for the points of a channel between two keys and for one on
+    // either side, as far as there are any.
     template <typename Use>
     void visit(int channel, const Span& keys, Use use) const;
 
@@ -150,40 +160,47 @@ private:
 template <typename Use>
 void History::visit(int channel, const Span& keys, Use use) const
 {
-    constexpr int more = 2;
     const Points points = pointsOf(channel);
     if (points.count == 0) {
         return;
     }
-    // Else a search for the points beside a view without any might walk all blocks.
-    const double lowest = std::clamp(keys.lowest, points.keys.lowest, points.keys.highest);
-    const double highest = std::clamp(keys.highest, lowest, points.keys.highest);
+    // Beyond the points there is one to find, or a search for it might walk all blocks.
+    const double before = std::nextafter(points.keys.lowest, -Infinite);
+    const double behind = std::nextafter(points.keys.highest, Infinite);
+    const double lowest = std::clamp(keys.lowest, before, behind);
+    const double highest = std::clamp(keys.highest, lowest, behind);
+    const auto reachesBefore = [lowest](const Block& block) {
+        return block.keys().front() < lowest;
+    };
+    const auto reachesBehind = [highest](const Block& block) {
+        return block.keys().back() > highest;
+    };
     auto begin = blocks.begin();
     auto end = blocks.end();
     if (ordered) {
         begin += static_cast<std::ptrdiff_t>(blockAt(lowest));
         end = std::partition_point(
             begin, end, [&](const auto& block) { return block->keys().front() <= highest; });
-        int before = points.keys.lowest < lowest ? more : 0;
-        int behind = points.keys.highest > highest ? more : 0;
-        while (before > 0 && begin != blocks.begin()) {
-            --begin;
-            before -= (*begin)->holds(channel) ? (*begin)->size() : 0;
+        if (lowest > points.keys.lowest) {
+            while (begin == blocks.end() || !(*begin)->holds(channel) || !reachesBefore(**begin)) {
+                --begin;
+            }
         }
-        for (; behind > 0 && end != blocks.end(); ++end) {
-            behind -= (*end)->holds(channel) ? (*end)->size() : 0;
+        if (highest < points.keys.highest) {
+            while (end == blocks.begin() || !(*(end - 1))->holds(channel) ||
+                   !reachesBehind(**(end - 1))) {
+                ++end;
+            }
         }
     }
     for (; begin != end; ++begin) {
         const Block& block = **begin;
-        if (!block.holds(channel)) {
-            continue;
+        if (block.holds(channel)) {
+            const bool isCutBefore = ordered && reachesBefore(block);
+            const bool isCutBehind = ordered && reachesBehind(block);
+            use(block, isCutBefore ? block.lowerBound(lowest) - 1 : 0,
+                isCutBehind ? block.upperBound(highest) + 1 : block.size());
         }
-        const bool isCutBefore = ordered && block.keys().front() < lowest;
-        const bool isCutBehind = ordered && block.keys().back() > highest;
-        const int first = isCutBefore ? block.lowerBound(lowest) - more : 0;
-        const int last = isCutBehind ? block.upperBound(highest) + more : block.size();
-        use(block, std::max(first, 0), std::min(last, block.size()));
     }
 }
 

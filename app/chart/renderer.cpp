@@ -5,89 +5,159 @@
 
 #include <QPainter>
 #include <QVector>
+#include <QtMath>
 
 namespace chart {
 
 namespace {
 
-// Follows a curve from column to column. A few points in a column are joined by lines. More are
-// drawn as a bar from the lowest to the highest, which is faster and hides no more.
+// Lays an opaque colour over another, on a share of a pixel in 256ths.
+QRgb blend(QRgb below, QRgb colour, int share)
+{
+    const auto part = [](QRgb of, int in256) {
+        const auto parts = static_cast<unsigned>(in256);
+        constexpr QRgb everyOther = 0x00ff00ff; // two channels at once
+        return ((of & everyOther) * parts >> 8 & everyOther) |
+               ((of >> 8 & everyOther) * parts & ~everyOther);
+    };
+    return part(colour, share) + part(below, 256 - share);
+}
+
+// A line as wide as a pixel, antialiased as QPainter does it, but several times as fast: a dense
+// picture is full of them.
+void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
+{
+    QSize size = picture.size();
+    int right = 1;
+    int down = picture.bytesPerLine() / static_cast<int>(sizeof(QRgb));
+    if (qAbs(to.x() - from.x()) > qAbs(to.y() - from.y())) { // the same, lying on its side
+        from = from.transposed();
+        to = to.transposed();
+        size.transpose();
+        std::swap(right, down);
+    }
+    if (from.y() > to.y()) {
+        std::swap(from, to);
+    }
+    const double begin = qMax(0.0, from.y());
+    const double end = qMin<double>(size.height(), to.y());
+    const double slope = (to.x() - from.x()) / (to.y() - from.y()); // -1 to 1, or NaN for a dot
+    const double x = from.x() + (qFloor(begin) + 0.5 - from.y()) * slope - 0.5;
+    if (!(begin < end && x > -size.height() - 2 && x < size.width() + size.height() + 1)) {
+        return;
+    }
+    auto* const pixels = reinterpret_cast<QRgb*>(picture.bits());
+    const auto isInside = [&](int column) { return column >= 0 && column < size.width(); };
+    // In 256ths and 65536ths of a pixel.
+    const int first = static_cast<int>(begin * 256);
+    const int last = static_cast<int>(end * 256);
+    auto place = static_cast<qint64>(std::floor(x * 65536));
+    const auto step = static_cast<qint64>(slope * 65536);
+    for (int y = first / 256; y * 256 < last; ++y, place += step) {
+        const int column = static_cast<int>(place >> 16);
+        const int share = qMin(y * 256 + 256, last) - qMax(y * 256, first);
+        const int beside = share * static_cast<int>(place & 0xffff) >> 16;
+        QRgb* const pixel = pixels + y * down + column * right;
+        if (isInside(column)) {
+            *pixel = blend(*pixel, colour, share - beside);
+        }
+        if (isInside(column + 1)) {
+            pixel[right] = blend(pixel[right], colour, beside);
+        }
+    }
+}
+
 class CurvePainter
 {
 public:
-    CurvePainter(const Scene& ofScene, int firstColumn, QImage& columns)
+    CurvePainter(const Scene& ofScene, int firstColumn, QImage& picture)
         : scene(ofScene)
-        , frame(firstColumn, 0, columns.width(), columns.height())
-        , painter(&columns)
+        , columns(picture)
+        , left(firstColumn / scene.pixelRatio)
+        , right((firstColumn + picture.width()) / scene.pixelRatio)
+        , direction(scene.keys.lowerPixel < scene.keys.upperPixel ? 1 : -1)
+        , painter(&picture)
     {
         painter.setRenderHint(QPainter::Antialiasing);
         painter.translate(-firstColumn, 0);
+        painter.scale(scene.pixelRatio, scene.pixelRatio);
     }
 
     void paint(const Curve& curve);
 
 private:
-    int columnOf(double key) const;
+    double startOf(double key) const;
     QPointF position(const Point& point) const
     {
         return {scene.keys.pixel(point.key), scene.values.pixel(point.value)};
     }
-    void paint(const Column& column);
+    void addColumn(const Column& column);
     void addToLine(QPointF point);
     void finishLine();
 
     const Scene& scene;
-    QRectF frame; // of the columns
+    QImage& columns;
+    double left; // of the columns, in pixels of the plot
+    double right;
+    int direction; // of the key axis
     QPainter painter;
 
-    QVector<QPointF> line; // begins with the last point of a bar, if there is one before it
+    bool isThin = false; // of the curve's lines
+    QVector<QPointF> line;
+    Column previous{}; // the last that was added, if any
 };
 
-int CurvePainter::columnOf(double key) const
+// The pixel of the plot in which a key is begins here.
+double CurvePainter::startOf(double key) const
 {
-    constexpr double farOutside = 1e9;
-    const double pixel = scene.keys.pixel(key);
-    return std::isnan(pixel) ? std::numeric_limits<int>::min()
-                             : static_cast<int>(std::floor(qBound(-farOutside, pixel, farOutside)));
+    const double pixel = std::floor(scene.keys.pixel(key) - 0.5) + 0.5;
+    return direction > 0 ? pixel : pixel + 1;
 }
 
 void CurvePainter::paint(const Curve& curve)
 {
     painter.setPen(curve.pen);
-    const double reach = 1 + curve.pen.widthF(); // of a point into the columns beside its own
+    isThin = curve.isThinned && curve.pen.widthF() <= 1 && curve.pen.color().alpha() == 255;
+    const double reach = 2 + curve.pen.widthF(); // of a point into the pixels beside its own
     Span keys;
-    keys.include(scene.keys.coordinate(frame.left() - reach));
-    keys.include(scene.keys.coordinate(frame.right() + reach));
-    visitColumns(
-        *curve.history, curve.channel, keys, [this](double key) { return columnOf(key); },
-        [this](const Column& column) { paint(column); });
+    keys.include(scene.keys.coordinate(left - reach));
+    keys.include(scene.keys.coordinate(right + reach));
+    keys = {std::max(keys.lowest, scene.keys.lower), std::min(keys.highest, scene.keys.upper)};
+    previous = {};
+    if (curve.isThinned) {
+        visitColumns(
+            *curve.history, curve.channel, keys, [this](double key) { return startOf(key); },
+            [this](const Column& column) { addColumn(column); });
+    } else {
+        curve.history->visit(curve.channel, keys, [&](const Block& block, int begin, int end) {
+            for (int i = begin; i < end; ++i) {
+                addToLine(position(block.point(curve.channel, i)));
+            }
+        });
+    }
     finishLine();
 }
 
-void CurvePainter::paint(const Column& column)
+// Leads the line to a column and through it, as the library's adaptive sampling does.
+void CurvePainter::addColumn(const Column& column)
 {
-    Span extent; // from the top down
-    extent.include(scene.values.pixel(column.values.lowest));
-    extent.include(scene.values.pixel(column.values.highest));
-    if (column.count <= Column::Few || extent.isEmpty()) {
-        for (const Point& point : column.few) {
-            addToLine(position(point));
-        }
-        return;
+    const auto add = [this](const Column& of, double share, double value) {
+        addToLine({of.number + direction * share, scene.values.pixel(value)});
+    };
+    const bool isApart = previous.count > 0 && column.number - previous.number != direction;
+    if (isApart && previous.isCluster()) {
+        add(previous, 0.8, previous.last.value);
     }
-    const QPointF entry = position(column.few.front());
-    if (line.size() == 1 && qAbs(entry.x() - line.first().x()) < 1 && std::isfinite(entry.y())) {
-        extent.include(line.first().y()); // bars that meet need no line between them
-        line.resize(0);
+    if (isApart && column.isCluster()) {
+        add(column, 0.2, column.first.value);
+    }
+    if (column.isCluster()) {
+        add(column, 0.25, column.values.lowest);
+        add(column, 0.75, column.values.highest);
     } else {
-        addToLine(entry);
-        finishLine();
+        addToLine(position(column.first));
     }
-    const double width = painter.pen().widthF();
-    QRectF bar(0, 0, width, qMax(width, extent.highest - extent.lowest));
-    bar.moveCenter(QPointF(column.number + 0.5, (extent.lowest + extent.highest) / 2));
-    painter.fillRect(bar & frame, painter.pen().color());
-    addToLine(position(column.last()));
+    previous = column;
 }
 
 void CurvePainter::addToLine(QPointF point)
@@ -101,7 +171,13 @@ void CurvePainter::addToLine(QPointF point)
 
 void CurvePainter::finishLine()
 {
-    if (line.size() > 1) {
+    if (isThin) {
+        const QRgb colour = painter.pen().color().rgba();
+        for (int i = 1; i < line.size(); ++i) {
+            const QTransform& toPicture = painter.transform();
+            drawThinLine(columns, colour, toPicture.map(line[i - 1]), toPicture.map(line[i]));
+        }
+    } else if (line.size() > 1) {
         painter.drawPolyline(line.constData(), line.size());
     }
     line.resize(0);

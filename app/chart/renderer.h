@@ -10,7 +10,8 @@
 
 namespace chart {
 
-// Turns the coordinates of an axis into pixels of a picture; pixel 0 lies between 0 and 1.
+// Turns the coordinates of an axis into pixels of the plot from the edge of a picture on; pixel 0
+// lies between 0 and 1. Of a display with a pixel ratio, a picture has more pixels than the plot.
 struct Scale
 {
     double lower; // the range of the axis
@@ -34,32 +35,39 @@ struct Curve
 {
     const History* history;
     int channel;
-    QPen pen; // solid; its width in pixels of the picture
+    bool isThinned;
+    QPen pen; // solid
 
     bool operator==(const Curve& other) const
     {
-        return history == other.history && channel == other.channel && pen == other.pen;
+        const auto tie = [](const Curve& c) {
+            return std::tie(c.history, c.channel, c.isThinned, c.pen);
+        };
+        return tie(*this) == tie(other);
     }
 };
 
 struct Scene
 {
     QSize size; // of the picture
+    double pixelRatio;
     Scale keys; // from left to right
     Scale values;
     std::vector<Curve> curves; // lowest first
 
     bool operator==(const Scene& other) const
     {
-        return size == other.size && keys == other.keys && values == other.values &&
-               curves == other.curves;
+        const auto tie = [](const Scene& s) {
+            return std::tie(s.size, s.pixelRatio, s.keys, s.values, s.curves);
+        };
+        return tie(*this) == tie(other);
     }
 };
 
 // Paints the columns of a scene's picture from column `first` on: lines through the points, on
-// nothing. The curves are those of the scene, or copies. For any thread. A column shows its points
-// from the lowest to the highest, however many they are. Ends soon, with anything, once
-// `isCancelled` is set.
+// nothing. The curves are those of the scene, or copies. For any thread. A thinned curve is led
+// through the lowest and the highest point of each pixel, as QCPGraph does it. Ends soon, with
+// anything, once `isCancelled` is set.
 void render(
     const Scene& scene, const std::vector<Curve>& curves, int first, QImage& columns,
     const std::atomic<bool>& isCancelled);
