@@ -44,7 +44,7 @@ Curve Graph::curve() const
     return {history.get(), channel, isThinned(), pen};
 }
 
-// Whether the library would use its adaptive sampling.
+// Whether the library would use its adaptive sampling: from two points a pixel on.
 bool Graph::isThinned() const
 {
     const QCPRange view = mKeyAxis->range();
@@ -53,7 +53,8 @@ bool Graph::isThinned() const
     const auto pixel = [this](int index) { return mKeyAxis->coordToPixel(dataMainKey(index)); };
     // A point far outside the view may ask for more points than a picture has room for.
     const double most = 4.0 * mKeyAxis->axisRect()->width();
-    return begin < end && end - begin >= qMin(most, 2 * qAbs(pixel(end - 1) - pixel(begin)) + 2);
+    const double span = qMin(most, qAbs(pixel(end - 1) - pixel(begin)));
+    return mAdaptiveSampling && begin < end && end - begin >= static_cast<int>(2 * span + 2);
 }
 
 // Takes over what addData() has put into the library's container.
