@@ -38,80 +38,56 @@ class TestMapEditor : public QObject
     Q_OBJECT
 
 private slots:
-    // A map of 3 columns and 2 rows.
     void init()
     {
         bench = std::make_unique<ConnectedWorkbench>();
         QVERIFY(QTest::qWaitForWindowActive(bench->window.get()));
         QTRY_COMPARE(bench->entries("menuMap_Tuning").size(), 4);
-        QVERIFY(google::protobuf::TextFormat::ParseFromString(
-            "x_labels: [10, 20, 30] y_labels: [7, 8] values: [0, 1, -2147483648, 3, 4, 5]",
-            &bench->controller.maps()[1]));
-        table = openMap();
+        openMap();
     }
 
     void cleanup() { bench.reset(); }
-    void edits_data()
-    {
-        QTest::addColumn<Cells>("selection");
-        // "=" and the text to type into the first cell, "p", "l", "v" and the text to paste, or a
-        // slot
-        QTest::addColumn<QStringList>("actions");
-        QTest::addColumn<QString>("sent");
-        const auto row = [](const char* name, const Cells& cells, const QStringList& actions,
-                            const QString& sent) {
-            QTest::newRow(name) << cells << actions << sent;
-        };
-        const Cells value{{2, 1}};
-        const Cells block{{2, 1}, {1, 2}}; // with the other two corners
-        row("X label", {{3, 0}}, {"=-5"}, "X2=-5");
-        row("Y label", {{0, 2}}, {"=5"}, "Y1=5");
-        row("value", value, {"=2147483647", "=2147483647"}, "v1,0=2147483647"); // once
-        row("no number is sent as 0", value, {"=abc", "=abc", "=2147483648"}, "v1,0=0 v1,0=0");
-        row("corner is label -1", {{0, 0}}, {"=9"}, "X4294967295=9");
-        row("minus sign and space of a spreadsheet", value, {QStringLiteral("v\u22125\u00a0")},
-            "v1,0=-5");
-        row("step labels, skip the corner", {{0, 0}, {1, 2}}, {"p"},
-            "X0=11 Y0=8 v0,0=1 Y1=9 v0,1=4");
-        row("step no text", block, {"=x", "p"}, "v1,0=0 v0,0=1 v0,1=4 v1,1=5");
-        row("step down wraps", {{3, 1}, {3, 2}}, {"l"}, "v2,0=2147483647 v2,1=4");
-        row("nothing selected", {}, {"p", "l", "v9"}, "");
-        row("a block onto itself", block, {"v0\t1\t\n3\t4\t\n"}, "");
-        row("a block blanks what is beside and below", {{1, 0}, {3, 2}}, {"v10\t20\t\n0\t1\t\n"},
-            "X2=0 v2,0=0 v0,1=0");
-        row("one cell takes the first field", value, {"v6\t7\n8"}, "v1,0=6");
-        row("cut, and the rest stays", block, {"v6\t7\t8"}, "v0,0=6 v1,0=7");
-        row("nothing to paste", {{0, 0}, {1, 1}}, {"v"}, "X4294967295=0 X4294967295=0");
-        row("stored as text, sent as 0", {{0, 2}, {1, 2}}, {"v=A\t1.5", "v=A\t1.5"}, "Y1=0 v0,1=0");
-        row("returns stay, and are read over", value, {"v5\r\n6\r", "v5"}, "v1,0=5 v1,0=5");
-        row("10 MB", block, {"v" + QString(10'000'000, '\t')}, "v0,0=0 v1,0=0");
-        row("slots of boxes", {}, {"onLabelXChanged", "onLabelYChanged", "onValueChanged"},
-            "X0=5 Y0=5 v0,0=5");
-    }
 
     void edits()
     {
-        QFETCH(Cells, selection);
-        QFETCH(QStringList, actions);
-        QFETCH(QString, sent);
-        for (const QString& action : actions) {
-            select(selection);
-            if (action.startsWith('=')) {
-                table->setCurrentCell(selection[0].y(), selection[0].x());
-                table->edit(table->currentIndex());
-                QWidget* editor = QApplication::focusWidget();
-                QTest::keyClicks(editor, action.mid(1));
-                QTest::keyClick(editor, Qt::Key_Return);
-            } else if (action.startsWith('v')) {
-                QApplication::clipboard()->setText(action.mid(1));
-                press(Qt::Key_V, Qt::ControlModifier);
-            } else if (action.startsWith("on")) {
-                QMetaObject::invokeMethod(table->parent(), qPrintable(action), Q_ARG(int, 5));
-            } else {
-                press(action == "p" ? Qt::Key_P : Qt::Key_L);
+        const Cells value{{2, 1}};
+        const Cells block{{2, 1}, {1, 2}}; // with the other two corners
+        // "=" and the text to type into the first cell, "p", "l", "v" and the text to paste, or a
+        // slot; and what is sent.
+        const QList<std::tuple<QString, Cells, QStringList, QString>> rows = {
+            {"X label", {{3, 0}}, {"=-5"}, "X2=-5"},
+            {"Y label", {{0, 2}}, {"=5"}, "Y1=5"},
+            {"value", value, {"=2147483647", "=2147483647"}, "v1,0=2147483647"}, // once
+            {"no number is sent as 0", value, {"=abc", "=abc", "=2147483648"}, "v1,0=0 v1,0=0"},
+            {"corner is label -1", {{0, 0}}, {"=9"}, "X4294967295=9"},
+            {"a spreadsheet's minus, space", value, {QStringLiteral("v\u22125\u00a0")}, "v1,0=-5"},
+            {"step no corner", {{0, 0}, {1, 2}}, {"p"}, "X0=11 Y0=8 v0,0=1 Y1=9 v0,1=4"},
+            {"step no text", block, {"=x", "p"}, "v1,0=0 v0,0=1 v0,1=4 v1,1=5"},
+            {"step down wraps", {{3, 1}, {3, 2}}, {"l"}, "v2,0=2147483647 v2,1=4"},
+            {"nothing selected", {}, {"p", "l", "v9"}, ""},
+            {"a block onto itself", block, {"v0\t1\t\n3\t4\t\n"}, ""},
+            {"blank what is around",
+             {{1, 0}, {3, 2}},
+             {"v10\t20\t\n0\t1\t\n"},
+             "X2=0 v2,0=0 v0,1=0"},
+            {"one cell takes the first field", value, {"v6\t7\n8"}, "v1,0=6"},
+            {"cut, and the rest stays", block, {"v6\t7\t8"}, "v0,0=6 v1,0=7"},
+            {"nothing to paste", {{0, 0}, {1, 1}}, {"v"}, "X4294967295=0 X4294967295=0"},
+            {"text is sent as 0", {{0, 2}, {1, 2}}, {"v=A\t1.5", "v=A\t1.5"}, "Y1=0 v0,1=0"},
+            {"returns stay, and are read over", value, {"v5\r\n6\r", "v5"}, "v1,0=5 v1,0=5"},
+            {"10 MB", block, {"v" + QString(10'000'000, '\t')}, "v0,0=0 v1,0=0"},
+            {"slots",
+             {},
+             {"onLabelXChanged", "onLabelYChanged", "onValueChanged"},
+             "X0=5 Y0=5 v0,0=5"},
+        };
+        for (const auto& [name, selection, actions, sent] : rows) {
+            openMap();
+            for (const QString& action : actions) {
+                act(action, selection);
             }
+            compareEdits(sent, name);
         }
-        compareEdits(sent);
     }
 
     void copying()
@@ -145,7 +121,7 @@ private slots:
         };
         const QByteArray traces = stdoutOf([&] {
             QTableWidget* older = table;
-            table = openMap();
+            openMap();
             older->item(1, 1)->setText("77");     // still sends
             bench->subWindows().first()->close(); // must not cut off the newer one
             QTRY_COMPARE(editorsLeft(), 1);
@@ -173,13 +149,35 @@ private slots:
     }
 
 private:
-    // Loading sends every cell back.
-    QTableWidget* openMap()
+    // An editor of a map of 3 columns and 2 rows. Loading sends every cell back.
+    void openMap()
     {
+        QVERIFY(google::protobuf::TextFormat::ParseFromString(
+            "x_labels: [10, 20, 30] y_labels: [7, 8] values: [0, 1, -2147483648, 3, 4, 5]",
+            &bench->controller.maps()[1]));
         bench->choose("menuMap_Tuning", "Map 1");
-        [this] { QTRY_COMPARE(editsOf(bench->received), wholeMap); }();
+        QTRY_COMPARE(editsOf(bench->received), wholeMap);
         bench->received.clear();
-        return bench->subWindows().last()->findChild<QTableWidget*>("mapValues");
+        table = bench->subWindows().last()->findChild<QTableWidget*>("mapValues");
+    }
+
+    void act(const QString& action, const Cells& selection)
+    {
+        select(selection);
+        if (action.startsWith('=')) {
+            table->setCurrentCell(selection[0].y(), selection[0].x());
+            table->edit(table->currentIndex());
+            QWidget* editor = QApplication::focusWidget();
+            QTest::keyClicks(editor, action.mid(1));
+            QTest::keyClick(editor, Qt::Key_Return);
+        } else if (action.startsWith('v')) {
+            QApplication::clipboard()->setText(action.mid(1));
+            press(Qt::Key_V, Qt::ControlModifier);
+        } else if (action.startsWith("on")) {
+            QMetaObject::invokeMethod(table->parent(), qPrintable(action), Q_ARG(int, 5));
+        } else {
+            press(action == "p" ? Qt::Key_P : Qt::Key_L);
+        }
     }
 
     void select(const Cells& cells)
@@ -197,12 +195,12 @@ private:
     }
 
     // The second request for a record from now on was sent after all edits: no more are under way.
-    void compareEdits(const QString& expected)
+    void compareEdits(const QString& expected, const QString& name = {})
     {
         constexpr auto marker = xcu::Command::kDataloggerData;
         const int before = bench->count(marker);
         QTRY_VERIFY(bench->count(marker) >= before + 2);
-        QCOMPARE(editsOf(bench->received), expected);
+        QCOMPARE(name + ": " + editsOf(bench->received), name + ": " + expected);
         bench->received.clear();
     }
 
