@@ -23,6 +23,7 @@ public:
     using Bytes = const std::string;
     using U = unsigned;
     using I = int;
+    using A = MapAxis;
     using R = MapCommandResult;
 
     std::vector<std::string> calls;
@@ -49,19 +50,16 @@ public:
 
     void pidTunerStart(U v) override { record(__func__, v); }
     void pidTunerSetPid(U v) override { record(__func__, v); }
-    void pidTunerGetPid(U id, I a, I b, I c, I d, I e) override
+    void pidTunerGetPid(U i, I a, I b, I c, I d, I e) override
     {
-        record(__func__, id, a, b, c, d, e);
+        record(__func__, i, a, b, c, d, e);
     }
     void pidTunerReset(U v) override { record(__func__, v); }
 
     void mapTuningStart(U n) override { record(__func__, n); }
     void mapTuningMapDetails(U id, U x, U y) override { record(__func__, id, x, y); }
-    void mapTuningGetMapLabel(U m, MapAxis a, U l, I v, R r) override
-    {
-        record(__func__, m, a, l, v, r);
-    }
-    void mapTuningSetMapLabel(U m, MapAxis a, U l, R r) override { record(__func__, m, a, l, r); }
+    void mapTuningGetMapLabel(U m, A a, U l, I v, R r) override { record(__func__, m, a, l, v, r); }
+    void mapTuningSetMapLabel(U m, A a, U l, R r) override { record(__func__, m, a, l, r); }
     void mapTuningGetMapValue(U m, U x, U y, I v, R r) override { record(__func__, m, x, y, v, r); }
     void mapTuningSetMapValue(U m, U x, U y, R r) override { record(__func__, m, x, y, r); }
     void mapTuningMap(U m, Ints&& x, Ints&& y, Ints&& v) override { record(__func__, m, x, y, v); }
