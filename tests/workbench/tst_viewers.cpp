@@ -135,8 +135,7 @@ private slots:
         viewer.findChild<QCheckBox*>()->setChecked(false);
         const QString all = "SeqNo: 1|Timestamp: 1|data 1|1|data 2|2";
         const QString reading = "SeqNo: 1|Timestamp: 1|(data 1)|(1)|data 2|2";
-        // The viewer begins as if it were in the reading view, so that the first click hides
-        // nothing.
+        // It begins as if it were in the reading view, so that the first click hides nothing.
         for (const QString& expected : {all, reading, all, reading}) {
             QTest::mouseClick(&viewer, Qt::LeftButton);
             rightClick(viewer);
@@ -151,9 +150,8 @@ private slots:
             textsOf(viewer),
             QString("SeqNo: 1234567|Timestamp: 1|(data 1)|(7)|data 2|-2147483648|data 3|9"));
         QVERIFY(!viewer.findChildren<QCheckBox*>().last()->isHidden());
-        for (const QLabel* label : viewer.findChildren<QLabel*>()) {
-            QVERIFY(
-                label->width() >= label->sizeHint().width() || label->isHidden()); // none is cut
+        for (const QLabel* label : viewer.findChildren<QLabel*>()) { // none is cut
+            QVERIFY(label->width() >= label->sizeHint().width() || label->isHidden());
         }
         const QImage seen = viewer.screen()->grabWindow(viewer.winId()).toImage();
         QCOMPARE(differenceOf(seen, viewer.grab().toImage()), 0);
@@ -196,9 +194,7 @@ private slots:
         for (int index = 0; index < 20'000; ++index) {
             const int peak = index % 977 == 0 ? 2000 : index % 977 == 500 ? -2000 : 0;
             all << QPointF((index + 1) * 0.25, index * 7919 % 601 + peak);
-            if (peak != 0) {
-                peaks << all.last();
-            }
+            peaks << all.mid(index, peak != 0 ? 1 : 0);
             feed(plot.viewer, 0, unsigned(index + 1) * 250, {int(all.last().y())});
             QVERIFY(index >= 2000 || plot.points() == all); // a short curve is there point by point
         }
@@ -246,8 +242,7 @@ private slots:
         QTRY_COMPARE(plot.chart->animationOptions(), QChart::SeriesAnimations);
     }
 
-    // What each record adds to the screen gives the picture of a chart that draws all points at
-    // once.
+    // What each record adds to the screen gives the picture of a chart that draws all points.
     void curvesLookAsTheChartDrawsThem()
     {
         Plot plot({0});
@@ -316,8 +311,7 @@ private slots:
             Qt::LeftButton, {});
         QCoreApplication::sendEvent(viewport, &drag);
         QTest::mouseRelease(viewport, Qt::LeftButton, {}, band.bottomRight());
-        QVERIFY(
-            plot.range().left() > 0 && plot.range().bottom() < 1024); // zoomed into the rectangle
+        QVERIFY(plot.range().left() > 0 && plot.range().bottom() < 1024); // zoomed in
         QVERIFY(isAnimated());
         QTest::touchEvent(viewport, QTest::createTouchDevice()).press(0, QPoint(9, 9), plot.view);
         QVERIFY(!isAnimated());
