@@ -122,6 +122,7 @@ def full_disk(build):
         see(bench, 100)
         console.play("click pushButton_2")
         console.close("DataLoggerApp")
+        bench.tell("unplug")  # from here on the trace holds all that was sent
         written, whole = written_log(path), expected_logs(bench.line())[-1]
         before = os.path.commonprefix([written, whole]).rpartition("\n")[0]
         assert len(before) > limit + 10000, f"lost from {len(before)} on of {limit}"

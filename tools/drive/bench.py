@@ -163,6 +163,8 @@ class Bench:
     def hush(self, number, program):
         """No answers from here on, and all that were given have been read: nothing is cut."""
         self.tell(f"{number} trouble split 0", f"{number} trouble drop 1")
+        given = self.counts()["responses sent"]  # of a flood not all have left
+        until(lambda: len(self.line(number).responses) >= given, "all has left")
         until(lambda: program.sizes_read() == self.line(number).sizes(), "all is read")
 
     def counts(self):
