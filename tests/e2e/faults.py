@@ -40,8 +40,8 @@ def written_log(path):
     """The records that a file holds, behind the labels of all channels: "x" for those without."""
     header, _, records = path.read_text().partition("\n")
     labels = header.split(";")
-    ends = ["#", "timestamp", "Oil pressure (ADC3)", "Oil temperature °C (ADC4)", "Main relay (PWR0)"]
-    same(labels[:4] + labels[41:], [*ends, *["x"] * 88, ""], "header")
+    named = ["Oil pressure (ADC3)", "Oil temperature °C (ADC4)", "Main relay (PWR0)"]
+    same(labels[:4] + labels[41:], ["#", "timestamp", *named, *["x"] * 88, ""], "header")
     return records
 
 
@@ -126,8 +126,8 @@ def full_disk(build):
         written, whole = written_log(path), expected_logs(bench.line())[-1]
         before = os.path.commonprefix([written, whole]).rpartition("\n")[0]
         assert len(before) > limit + 10000, f"lost from {len(before)} on of {limit}"
-        after = written[len(before) :]
-        assert after.count("\n") > 50 and after[:-1] in whole, "no whole lines behind the gap"
+        after = written[len(before) + 1 :].splitlines()  # with gaps where memory had room meanwhile
+        assert len(after) > 50 and set(after) <= set(whole.splitlines()), "torn lines"
 
 
 def forget_root():
