@@ -52,6 +52,10 @@ public:
     Block(const Block& other, int begin, int end); // packed, with these points of another one
 
     bool holds(int channel) const { return channel >= first && channel < first + width(); }
+    bool isFor(int firstOfThem, int howMany) const // these channels and no others
+    {
+        return first == firstOfThem && width() == howMany;
+    }
     int firstChannel() const { return first; }
     int width() const { return static_cast<int>(columns.size()); }
 
@@ -113,6 +117,7 @@ public:
         open = nullptr;
         channels.clear();
         starts.clear();
+        isMixed = false;
         ordered = true;
     }
 
@@ -153,7 +158,9 @@ private:
     Block* open = nullptr; // the one that takes points
     std::size_t openAt = 0;
     std::vector<Points> channels;
-    // By channel, if somebody asked: how many of its points are before each block.
+    bool isMixed = false; // blocks differ in their channels
+    // How many points of a channel are before each block, if somebody asked. Where blocks are not
+    // mixed, there is one list for all channels.
     mutable std::map<int, std::vector<int>> starts;
 };
 

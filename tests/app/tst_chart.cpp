@@ -133,6 +133,12 @@ private slots:
                         record.push_back(k == 1 ? 7 : k == 2 ? int(chance()) : below(100));
                     }
                     twins.addRecord(time + (mixes ? i * 1e-3 : 0), record);
+                    if (below(3) == 0) { // with blocks as they are just now
+                        const int channel = below(4);
+                        QCOMPARE(
+                            twins.live.graph(channel)->findBegin(time - 30),
+                            twins.stock.graph(channel)->findBegin(time - 30));
+                    }
                 }
                 if (drive == 1 && round % 5 == 0) {
                     twins.both([&](QCustomPlot& plot) { plot.graph(1)->addData(time / 2, 0.5); });
@@ -227,6 +233,7 @@ private slots:
                 });
                 return "no number";
             default:
+                time += below(4) == 0 ? 5 : 0; // a break
                 for (int records = 1 + below(int(2 + 2 / pace)); records > 0; --records) {
                     time += pace * (50 + below(100)) / 100;
                     std::vector<int> values(below(9) > 0 ? 3 : 1 + below(5));
