@@ -212,8 +212,3 @@ void ComPort::waitForDevicePortAvaliable()
 {
     waitFor(getDevicePortBySerialNumber, serialNumber);
 }
-
-std::string ComPort::error() const
-{
-    return serialPort ? serialPort->errorString().toStdString() : std::string();
-}

@@ -40,7 +40,11 @@ public:
     quint16 getVid() const { return openedPort.vendorIdentifier(); }
     quint16 getPid() const { return openedPort.productIdentifier(); }
     QSerialPortInfo getOpenedPort() const { return openedPort; }
-    std::string error() const; // the port's error text, UTF-8; empty without a port object
+    // The port's error text, UTF-8; empty without a port object.
+    std::string error() const
+    {
+        return serialPort ? serialPort->errorString().toStdString() : std::string();
+    }
 
     // Look for the unit with the serial number of the last open, device or bootloader, every 100
     // ms until it is found and opened. The first attempt is made before the call returns.

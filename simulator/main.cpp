@@ -261,8 +261,8 @@ void Simulation::catchSignals()
     connect(signalNotifier.get(), &QSocketNotifier::activated, this, [this] {
         siginfo_t caught = {};
         while (::read(signalPipe[0], &caught, sizeof caught) == sizeof caught) {
-            // A terminal, for which the kernel stands, has signalled the program as well, and twice
-            // may mean more than once.
+            // A terminal, whose signals come from the kernel, has signalled the program as well,
+            // and twice may mean more than once.
             if (caught.si_code != SI_KERNEL || program.state() == QProcess::NotRunning) {
                 stop(signalBase + caught.si_signo, caught.si_signo);
             }
@@ -291,7 +291,8 @@ void Simulation::writeStatistics() const
         return;
     }
     QFile file(options.statsPath);
-    if (!file.open(QIODevice::WriteOnly) || file.write(statisticsOf(ports).toUtf8()) < 0) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ||
+        file.write(statisticsOf(ports).toUtf8()) < 0) {
         report("the counts cannot be written to " + options.statsPath);
     }
 }
