@@ -5,10 +5,7 @@
 
 #include <QProcessEnvironment>
 #include <QString>
-
-// umockdev.h stays out of headers: its names clash with Qt's keyword macros.
-using UMockdevTestbed = struct _UMockdevTestbed;
-using UMockdevIoctlBase = struct _UMockdevIoctlBase;
+#include <memory>
 
 namespace simulator {
 
@@ -35,8 +32,9 @@ public:
     void removePort(const QString& name);
 
 private:
-    UMockdevTestbed* library;
-    UMockdevIoctlBase* ioctls;
+    struct Library;
+
+    std::unique_ptr<Library> library;
     QString rootDirectory;
 };
 

@@ -132,18 +132,6 @@ void VirtualController::reportCalibration()
     writer.flush();
 }
 
-void VirtualController::setRecordRate(double perSecond)
-{
-    recordPacer.setRate(perSecond);
-    schedulePushing();
-}
-
-void VirtualController::setFrameRate(double perSecond)
-{
-    framePacer.setRate(perSecond);
-    schedulePushing();
-}
-
 void VirtualController::restart(Mode mode)
 {
     settings.mode = mode;
@@ -164,12 +152,6 @@ void VirtualController::setLineReady(bool ready)
     recordPacer.start();
     framePacer.start();
     schedulePushing();
-}
-
-void VirtualController::dropLink()
-{
-    reader = {};
-    writer.clear();
 }
 
 void VirtualController::schedulePushing()

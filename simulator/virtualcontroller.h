@@ -110,8 +110,16 @@ public:
     void setLinkFaults(const LinkFaults& faults) { writer.setFaults(faults); }
     const LinkFaults& linkFaults() const { return writer.faults(); }
     // In items a second; 0 pushes nothing.
-    void setRecordRate(double perSecond);
-    void setFrameRate(double perSecond);
+    void setRecordRate(double perSecond)
+    {
+        recordPacer.setRate(perSecond);
+        schedulePushing();
+    }
+    void setFrameRate(double perSecond)
+    {
+        framePacer.setRate(perSecond);
+        schedulePushing();
+    }
 
     // The controller's time in milliseconds, start value included. It wraps at 32 bits.
     quint32 timeMs() const { return settings.startTimeMs + static_cast<quint32>(clock()); }
@@ -127,7 +135,11 @@ public:
     void setLineReady(bool ready);
     // The unit was unplugged, or the program at the other end is gone: half a frame is forgotten in
     // both directions. Sessions go on, as the vehicle powers the controller.
-    void dropLink();
+    void dropLink()
+    {
+        reader = {};
+        writer.clear();
+    }
 
 signals:
     void received(const xcu::Command& command);
