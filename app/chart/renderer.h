@@ -22,13 +22,8 @@ struct Scale
 
     double pixel(double coordinate) const;
     double coordinate(double pixel) const;
-    bool operator==(const Scale& other) const
-    {
-        const auto tie = [](const Scale& s) {
-            return std::tie(s.lower, s.upper, s.lowerPixel, s.upperPixel, s.isLogarithmic);
-        };
-        return tie(*this) == tie(other);
-    }
+    auto tie() const { return std::tie(lower, upper, lowerPixel, upperPixel, isLogarithmic); }
+    bool operator==(const Scale& other) const { return tie() == other.tie(); }
 };
 
 struct Curve
@@ -38,13 +33,8 @@ struct Curve
     bool isThinned;
     QPen pen; // solid
 
-    bool operator==(const Curve& other) const
-    {
-        const auto tie = [](const Curve& c) {
-            return std::tie(c.history, c.channel, c.isThinned, c.pen);
-        };
-        return tie(*this) == tie(other);
-    }
+    auto tie() const { return std::tie(history, channel, isThinned, pen); }
+    bool operator==(const Curve& other) const { return tie() == other.tie(); }
 };
 
 struct Scene
@@ -55,13 +45,8 @@ struct Scene
     Scale values;
     std::vector<Curve> curves; // lowest first
 
-    bool operator==(const Scene& other) const
-    {
-        const auto tie = [](const Scene& s) {
-            return std::tie(s.size, s.pixelRatio, s.keys, s.values, s.curves);
-        };
-        return tie(*this) == tie(other);
-    }
+    auto tie() const { return std::tie(size, pixelRatio, keys, values, curves); }
+    bool operator==(const Scene& other) const { return tie() == other.tie(); }
 };
 
 // Paints the columns of a scene's picture from column `first` on: lines through the points, on
