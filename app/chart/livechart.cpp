@@ -14,7 +14,8 @@ LiveChart::LiveChart(QCustomPlot* customPlot)
 {
     addPicture();
     headroom.reserve(4'194'304); // 32 MiB. Never touched, it takes none.
-    connect(plot, &QCustomPlot::afterReplot, &pacer, &display::FramePacer::painted);
+    connect(plot, &QCustomPlot::beforeReplot, &pacer, &display::FramePacer::beforePainting);
+    connect(plot, &QCustomPlot::afterReplot, &pacer, &display::FramePacer::afterPainting);
     plot->installEventFilter(this);
 }
 

@@ -15,23 +15,27 @@ FramePacer::FramePacer(std::function<void()> paintFunction, QObject* parent)
 void FramePacer::request()
 {
     // Also when the timer is due: a flood of records may keep the event loop from running it.
-    if (!sincePainting.isValid() || sincePainting.hasExpired(FrameMs - 1)) {
+    if (!sincePainting.isValid() || sincePainting.hasExpired(frameMs - 1)) {
         paintNow();
     } else if (!timer.isActive()) {
-        timer.start(FrameMs - static_cast<int>(sincePainting.elapsed()));
+        timer.start(frameMs - static_cast<int>(sincePainting.elapsed()));
     }
 }
 
-void FramePacer::painted()
+void FramePacer::afterPainting()
 {
+    constexpr int rest = 9; // times as long as the painting
+    const qint64 ms = rest * duration.nsecsElapsed() / 1'000'000;
+    frameMs = static_cast<int>(qBound<qint64>(FrameMs, ms, LongestFrameMs));
     timer.stop();
     sincePainting.start();
 }
 
 void FramePacer::paintNow()
 {
+    beforePainting();
     paint();
-    painted();
+    afterPainting();
 }
 
 } // namespace display

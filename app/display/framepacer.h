@@ -13,26 +13,31 @@ namespace display {
 //
 // A request that comes a frame or more after the end of the last painting is painted before
 // request() returns. Requests that come faster are painted together, the last one no later than a
-// frame after that painting, or as soon as the event loop runs again.
+// frame after that painting, or as soon as the event loop runs again. Where painting takes long, a
+// frame is longer: nine tenths of the time are for the session.
 class FramePacer : public QObject
 {
     Q_OBJECT
 
 public:
     static constexpr int FrameMs = 16;
+    static constexpr int LongestFrameMs = 100;
 
     FramePacer(std::function<void()> paintFunction, QObject* parent);
 
     // Call after any change that is to show.
     void request();
 
-    // Call when somebody else has painted: what waited has been shown.
-    void painted();
+    // Call both when somebody else paints: what waited has been shown.
+    void beforePainting() { duration.start(); }
+    void afterPainting();
 
 private:
     void paintNow();
 
     std::function<void()> paint;
+    int frameMs = FrameMs;
+    QElapsedTimer duration;      // of the painting
     QElapsedTimer sincePainting; // invalid before the first one
     QTimer timer;                // runs while requests wait
 };
