@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QSerialPortInfo>
+#include <QTest>
 #include <functional>
 
 // A serial port on the USB bus whose far end the test holds byte by byte. It is plugged in as long
@@ -23,8 +24,6 @@ public:
         add();
     }
     ~MockedTty() { testbed().removePort(name); }
-    MockedTty(const MockedTty&) = delete;
-    MockedTty& operator=(const MockedTty&) = delete;
 
     // Unplugged and plugged in again.
     void remake()
@@ -39,9 +38,7 @@ public:
     void replaceProperty(const QByteArray& property, const QByteArray& replacement)
     {
         QFile file(testbed().root() + "/sys/class/tty/" + name + "/uevent");
-        if (!file.open(QIODevice::ReadWrite)) {
-            qFatal("the device has no properties");
-        }
+        QVERIFY(file.open(QIODevice::ReadWrite));
         const QByteArray properties = file.readAll().replace(property, replacement);
         file.resize(0);
         file.write(properties);
@@ -49,9 +46,7 @@ public:
 
     void write(const QByteArray& bytes) // towards the program
     {
-        if (terminal.write(bytes.constData(), bytes.size()) != bytes.size()) {
-            qFatal("the line takes no more");
-        }
+        QCOMPARE(terminal.write(bytes.constData(), bytes.size()), bytes.size());
     }
     QByteArray read() { return terminal.read(); } // some of what the program has sent
 
