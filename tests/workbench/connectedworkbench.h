@@ -34,14 +34,11 @@ struct ConnectedWorkbench : PortRig
         return texts;
     }
 
-    // Chooses an entry of a menu by its text; false if it is not there.
-    bool choose(const char* menuName, const QString& text)
+    void choose(const char* menuName, const QString& text)
     {
         const int index = entries(menuName).indexOf(text);
-        if (index >= 0) {
-            window->findChild<QMenu*>(menuName)->actions()[index]->trigger();
-        }
-        return index >= 0;
+        QVERIFY(index >= 0);
+        window->findChild<QMenu*>(menuName)->actions()[index]->trigger();
     }
 
     // Has the controller answer what nobody asked. The answer is in protobuf's text form.
