@@ -31,6 +31,32 @@ using Cells = QVector<QPoint>; // column and row of each
 const QString wholeMap = "X0=10 X1=20 X2=30 Y0=7 Y1=8 v0,0=0 v0,1=3 v1,0=1 v1,1=4 "
                          "v2,0=-2147483648 v2,1=5";
 
+const Cells value{{2, 1}};
+const Cells block{{2, 1}, {1, 2}}; // with the other two corners
+// "=" and the text to type into the first cell, "p", "l", "v" and the text to paste, or a slot; and
+// what is sent.
+const std::tuple<QString, Cells, QStringList, QString> edits[] = {
+    {"X label", {{3, 0}}, {"=-5"}, "X2=-5"},
+    {"Y label", {{0, 2}}, {"=5"}, "Y1=5"},
+    {"value", value, {"=2147483647", "=2147483647"}, "v1,0=2147483647"}, // once
+    {"no number is sent as 0", value, {"=abc", "=abc", "=2147483648"}, "v1,0=0 v1,0=0"},
+    {"corner is label -1", {{0, 0}}, {"=9"}, "X4294967295=9"},
+    {"a spreadsheet's minus, space", value, {QStringLiteral("v\u22125\u00a0")}, "v1,0=-5"},
+    {"step no corner", {{0, 0}, {1, 2}}, {"p"}, "X0=11 Y0=8 v0,0=1 Y1=9 v0,1=4"},
+    {"step no text", block, {"=x", "p"}, "v1,0=0 v0,0=1 v0,1=4 v1,1=5"},
+    {"step down wraps", {{3, 1}, {3, 2}}, {"l"}, "v2,0=2147483647 v2,1=4"},
+    {"nothing selected", {}, {"p", "l", "v9"}, ""},
+    {"a block onto itself", block, {"v0\t1\t\n3\t4\t\n"}, ""},
+    {"blank what is around", {{1, 0}, {3, 2}}, {"v10\t20\t\n0\t1\t\n"}, "X2=0 v2,0=0 v0,1=0"},
+    {"one cell takes the first field", value, {"v6\t7\n8"}, "v1,0=6"},
+    {"cut, and the rest stays", block, {"v6\t7\t8"}, "v0,0=6 v1,0=7"},
+    {"nothing to paste", {{0, 0}, {1, 1}}, {"v"}, "X4294967295=0 X4294967295=0"},
+    {"text is sent as 0", {{0, 2}, {1, 2}}, {"v=A\t1.5", "v=A\t1.5"}, "Y1=0 v0,1=0"},
+    {"returns stay, and are read over", value, {"v5\r\n6\r", "v5"}, "v1,0=5 v1,0=5"},
+    {"10 MB", block, {"v" + QString(10'000'000, '\t')}, "v0,0=0 v1,0=0"},
+    {"slots", {}, {"onLabelXChanged", "onLabelYChanged", "onValueChanged"}, "X0=5 Y0=5 v0,0=5"},
+};
+
 } // namespace
 
 class TestMapEditor : public QObject
@@ -48,40 +74,9 @@ private slots:
 
     void cleanup() { bench.reset(); }
 
-    void edits()
+    void editsAreSent()
     {
-        const Cells value{{2, 1}};
-        const Cells block{{2, 1}, {1, 2}}; // with the other two corners
-        // "=" and the text to type into the first cell, "p", "l", "v" and the text to paste, or a
-        // slot; and what is sent.
-        const QList<std::tuple<QString, Cells, QStringList, QString>> rows = {
-            {"X label", {{3, 0}}, {"=-5"}, "X2=-5"},
-            {"Y label", {{0, 2}}, {"=5"}, "Y1=5"},
-            {"value", value, {"=2147483647", "=2147483647"}, "v1,0=2147483647"}, // once
-            {"no number is sent as 0", value, {"=abc", "=abc", "=2147483648"}, "v1,0=0 v1,0=0"},
-            {"corner is label -1", {{0, 0}}, {"=9"}, "X4294967295=9"},
-            {"a spreadsheet's minus, space", value, {QStringLiteral("v\u22125\u00a0")}, "v1,0=-5"},
-            {"step no corner", {{0, 0}, {1, 2}}, {"p"}, "X0=11 Y0=8 v0,0=1 Y1=9 v0,1=4"},
-            {"step no text", block, {"=x", "p"}, "v1,0=0 v0,0=1 v0,1=4 v1,1=5"},
-            {"step down wraps", {{3, 1}, {3, 2}}, {"l"}, "v2,0=2147483647 v2,1=4"},
-            {"nothing selected", {}, {"p", "l", "v9"}, ""},
-            {"a block onto itself", block, {"v0\t1\t\n3\t4\t\n"}, ""},
-            {"blank what is around",
-             {{1, 0}, {3, 2}},
-             {"v10\t20\t\n0\t1\t\n"},
-             "X2=0 v2,0=0 v0,1=0"},
-            {"one cell takes the first field", value, {"v6\t7\n8"}, "v1,0=6"},
-            {"cut, and the rest stays", block, {"v6\t7\t8"}, "v0,0=6 v1,0=7"},
-            {"nothing to paste", {{0, 0}, {1, 1}}, {"v"}, "X4294967295=0 X4294967295=0"},
-            {"text is sent as 0", {{0, 2}, {1, 2}}, {"v=A\t1.5", "v=A\t1.5"}, "Y1=0 v0,1=0"},
-            {"returns stay, and are read over", value, {"v5\r\n6\r", "v5"}, "v1,0=5 v1,0=5"},
-            {"10 MB", block, {"v" + QString(10'000'000, '\t')}, "v0,0=0 v1,0=0"},
-            {"slots",
-             {},
-             {"onLabelXChanged", "onLabelYChanged", "onValueChanged"},
-             "X0=5 Y0=5 v0,0=5"},
-        };
-        for (const auto& [name, selection, actions, sent] : rows) {
+        for (const auto& [name, selection, actions, sent] : edits) {
             openMap();
             for (const QString& action : actions) {
                 act(action, selection);
