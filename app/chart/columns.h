@@ -10,7 +10,7 @@ struct Column
 {
     bool isCluster() const { return count > 1 && !values.isEmpty(); }
 
-    double number;
+    double pixel; // where it begins
     int count = 0;
     Point first = {};
     Point last = {};
@@ -18,7 +18,7 @@ struct Column
 };
 
 // Calls use(column) for the points of a channel between two keys and one on either side, column by
-// column. columnOf(key) gives the number of a column.
+// column. columnOf(key) gives where a column begins.
 template <typename ColumnOf, typename Use>
 void visitColumns(const History& history, int channel, const Span& keys, ColumnOf columnOf, Use use)
 {
@@ -26,8 +26,8 @@ void visitColumns(const History& history, int channel, const Span& keys, ColumnO
     history.visit(channel, keys, [&](const Block& block, int begin, int end) {
         const double* const all = block.keys().data();
         while (begin < end) {
-            const double number = columnOf(all[begin]);
-            const auto isInColumn = [&](double key) { return columnOf(key) == number; };
+            const double pixel = columnOf(all[begin]);
+            const auto isInColumn = [&](double key) { return columnOf(key) == pixel; };
             int stop = begin + 1;
             if (history.isOrdered() && isInColumn(all[end - 1])) {
                 stop = end;
@@ -35,12 +35,12 @@ void visitColumns(const History& history, int channel, const Span& keys, ColumnO
                 const double* const next = std::partition_point(all + stop, all + end, isInColumn);
                 stop = static_cast<int>(next - all);
             }
-            if (column.count > 0 && column.number != number) {
+            if (column.count > 0 && column.pixel != pixel) {
                 use(column);
                 column = Column{};
             }
             if (column.count == 0) {
-                column.number = number;
+                column.pixel = pixel;
                 column.first = block.point(channel, begin);
             }
             column.count += stop - begin;
@@ -48,6 +48,7 @@ void visitColumns(const History& history, int channel, const Span& keys, ColumnO
             column.values.unite(block.extent(channel, begin, stop));
             begin = stop;
         }
+        return true;
     });
     if (column.count > 0) {
         use(column);

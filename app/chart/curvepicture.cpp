@@ -53,8 +53,14 @@ struct CurvePicture::Job
         }
         age.start();
         const std::size_t cores = qMax(1U, std::thread::hardware_concurrency());
-        while (workers.size() < qMin(cores, isDone.size())) {
-            workers.push_back(std::async(std::launch::async, [this] { paint(); }));
+        try {
+            while (workers.size() < qMin(cores, isDone.size())) {
+                workers.push_back(std::async(std::launch::async, [this] { paint(); }));
+            }
+        } catch (const std::system_error&) {
+            if (workers.empty()) {
+                throw; // else one does
+            }
         }
     }
 
@@ -131,11 +137,15 @@ bool CurvePicture::hasNews() const
     return shows && changes.lowest <= view.upper && changes.highest >= view.lower;
 }
 
-void CurvePicture::waitForWorkers() const
+void CurvePicture::makeExact()
 {
-    if (job) {
-        for (const auto& worker : job->workers) {
-            worker.wait();
+    const Scene wanted = currentScene(mParentPlot->bufferDevicePixelRatio());
+    // The job of an earlier view, the right one, and taking its picture. Not for ever: workers may
+    // run out of memory.
+    for (int step = 0; step < 3; ++step) {
+        prepare(wanted);
+        for (std::size_t i = 0; job && i < job->workers.size(); ++i) {
+            job->workers[i].wait();
         }
     }
 }
@@ -210,7 +220,8 @@ void CurvePicture::draw(QCPPainter* painter)
     };
     const QRectF target(place(0, 0), place(picture.width(), picture.height()));
     const QSizeF most = 200.0 * picture.size(); // larger, nothing can be made out
-    if (target.isValid() && target.width() < most.width() && target.height() < most.height()) {
+    if (target.isValid() && target.intersects(QRectF(QPointF(), wanted.size)) &&
+        target.width() < most.width() && target.height() < most.height()) {
         painter->drawImage(target.toRect(), picture);
     }
     painter->restore();
@@ -242,9 +253,9 @@ bool CurvePicture::update(const Scene& wanted)
     if (changes.isEmpty()) {
         return true;
     }
-    double reach = 0; // of a point into the pixels beside its own
+    double reach = 0;
     for (const Curve& curve : wanted.curves) {
-        reach = qMax(reach, 2 + curve.pen.widthF());
+        reach = qMax(reach, curve.reach());
     }
     const auto column = [&](double pixel) {
         return qBound(0.0, pixel * wanted.pixelRatio, double(picture.width()));

@@ -30,9 +30,8 @@ public:
     // False in an export, where each graph draws itself.
     bool inReplot() const { return isReplotting; }
 
-    // While this is so, replots do not show the exact picture.
-    bool isInWork() const { return job != nullptr; }
-    void waitForWorkers() const;
+    // Waits for the workers: the next replot shows the exact picture.
+    void makeExact();
 
 signals:
     void improved(); // a replot would show more

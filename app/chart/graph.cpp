@@ -47,14 +47,22 @@ Curve Graph::curve() const
 // Whether the library would use its adaptive sampling: from two points a pixel on.
 bool Graph::isThinned() const
 {
+    // With one far outside the view, so many points would still be drawn one by one.
+    const double most = 8.0 * mKeyAxis->axisRect()->width() + 2;
     const QCPRange view = mKeyAxis->range();
-    const int begin = findBegin(view.lower);
-    const int end = findEnd(view.upper);
-    const auto pixel = [this](int index) { return mKeyAxis->coordToPixel(dataMainKey(index)); };
-    // A point far outside the view may ask for more points than a picture has room for.
-    const double most = 4.0 * mKeyAxis->axisRect()->width();
-    const double span = qMin(most, qAbs(pixel(end - 1) - pixel(begin)));
-    return mAdaptiveSampling && begin < end && end - begin >= static_cast<int>(2 * span + 2);
+    double count = 0;
+    QCPRange pixels;
+    history->visit(channel, {view.lower, view.upper}, [&](const Block& block, int begin, int end) {
+        const auto pixel = [&](int i) {
+            return mKeyAxis->coordToPixel(block.point(channel, i).key);
+        };
+        pixels.lower = count == 0 ? pixel(begin) : pixels.lower;
+        pixels.upper = pixel(end - 1);
+        count += end - begin;
+        return count < most;
+    });
+    const double fewest = std::floor(2 * qAbs(pixels.size()) + 2); // false with a NaN
+    return mAdaptiveSampling && (count >= most || count >= fewest);
 }
 
 // Takes over what addData() has put into the library's container.
@@ -69,7 +77,7 @@ void Graph::absorb() const
     }
 }
 
-// Between two keys, and some beside them.
+// Between two keys, and one on either side.
 QVector<QCPGraphData> Graph::pointsBetween(const Span& keys) const
 {
     absorb();
@@ -78,6 +86,7 @@ QVector<QCPGraphData> Graph::pointsBetween(const Span& keys) const
         for (int i = begin; i < end; ++i) {
             points.append({block.keys()[static_cast<std::size_t>(i)], block.value(channel, i)});
         }
+        return true;
     });
     return points;
 }
@@ -159,7 +168,7 @@ double Graph::selectTest(const QPointF& pos, bool onlySelectable, QVariant* deta
     QVector<QCPGraphData> points;
     visitColumns(*history, channel, keys, columnOf, [&](const Column& column) {
         points.append({column.first.key, column.first.value});
-        if (column.count > 1 && !column.values.isEmpty()) {
+        if (column.isCluster()) {
             points.append({column.last.key, column.values.lowest});
             points.append({column.last.key, column.values.highest});
             points.append({column.last.key, column.last.value});

@@ -223,9 +223,6 @@ int History::makeRoom(double key, int firstChannel, int width)
 // Packs the points of a block before an index, and the rest if there is any.
 void History::split(std::size_t at, int index)
 {
-    if (at + 1 < blocks.size()) {
-        starts.clear();
-    }
     const std::shared_ptr<Block> whole = blocks[at];
     auto front = std::make_shared<Block>(*whole, 0, index);
     if (index < whole->size()) {
@@ -255,10 +252,6 @@ void History::unpack(std::size_t at)
 void History::startBlock(std::size_t at, int firstChannel, int width)
 {
     auto block = std::make_shared<Block>(firstChannel, width);
-    if (!blocks.empty() && !isMixed && !blocks.front()->isFor(firstChannel, width)) {
-        isMixed = true;
-        starts.clear();
-    }
     blocks.insert(blocks.begin() + static_cast<std::ptrdiff_t>(at), block);
     open = block.get();
     openAt = at;
@@ -274,11 +267,14 @@ std::size_t History::blockAt(double key) const
 
 const std::vector<int>& History::startsOf(int channel) const
 {
-    std::vector<int>& list = starts[isMixed ? channel : 0];
-    for (std::size_t i = list.size(); i < blocks.size(); ++i) {
-        const Block* const before = i > 0 ? blocks[i - 1].get() : nullptr;
-        const int points = before && before->holds(channel) ? before->size() : 0;
-        list.push_back(before ? list.back() + points : 0);
+    std::vector<int>& list = starts[channel];
+    if (list.size() != blocks.size()) {
+        list.clear();
+        int points = 0;
+        for (const auto& block : blocks) {
+            list.push_back(points);
+            points += block->holds(channel) ? block->size() : 0;
+        }
     }
     return list;
 }
@@ -297,7 +293,7 @@ Point History::point(int channel, int index) const
 int History::lowerBound(int channel, double key) const
 {
     const std::size_t at = blockAt(key);
-    if (at == blocks.size() || count(channel) == 0) {
+    if (at == blocks.size()) {
         return count(channel);
     }
     return startsOf(channel)[at] + (blocks[at]->holds(channel) ? blocks[at]->lowerBound(key) : 0);

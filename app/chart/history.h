@@ -117,11 +117,11 @@ public:
         open = nullptr;
         channels.clear();
         starts.clear();
-        isMixed = false;
         ordered = true;
     }
 
-    // These are no walk over the points. Not for a history that grows in another thread.
+    // These walk over blocks after a change, never over points. Not for a history that grows in
+    // another thread.
     int count(int channel) const { return pointsOf(channel).count; }
     Point point(int channel, int index) const;     // 0, 0 if there is none
     int lowerBound(int channel, double key) const; // the first index whose key is not less
@@ -158,9 +158,7 @@ private:
     Block* open = nullptr; // the one that takes points
     std::size_t openAt = 0;
     std::vector<Points> channels;
-    bool isMixed = false; // blocks differ in their channels
-    // How many points of a channel are before each block, if somebody asked. Where blocks are not
-    // mixed, there is one list for all channels.
+    // By channel, if somebody asked: how many of its points are before each block.
     mutable std::map<int, std::vector<int>> starts;
 };
 
@@ -200,13 +198,15 @@ void History::visit(int channel, const Span& keys, Use use) const
             }
         }
     }
-    for (; begin != end; ++begin) {
+    bool goesOn = true;
+    for (; goesOn && begin != end; ++begin) {
         const Block& block = **begin;
         if (block.holds(channel)) {
             const bool isCutBefore = ordered && reachesBefore(block);
             const bool isCutBehind = ordered && reachesBehind(block);
-            use(block, isCutBefore ? block.lowerBound(lowest) - 1 : 0,
-                isCutBehind ? block.upperBound(highest) + 1 : block.size());
+            goesOn =
+                use(block, isCutBefore ? block.lowerBound(lowest) - 1 : 0,
+                    isCutBehind ? block.upperBound(highest) + 1 : block.size());
         }
     }
 }

@@ -119,18 +119,10 @@ void LiveChart::makeExact()
     if (pictures.front()->inReplot() || isOnScreen()) {
         return;
     }
-    // Not for ever: a picture on a hidden layer takes nothing from its workers.
-    constexpr int most = 4;
-    bool isReady = false;
-    for (int i = 0; i < most && !isReady; ++i) {
-        for (const CurvePicture* picture : pictures) {
-            picture->waitForWorkers();
-        }
-        plot->replot(QCustomPlot::rpQueuedRefresh);
-        isReady = std::none_of(pictures.begin(), pictures.end(), [](const auto* picture) {
-            return picture->isInWork();
-        });
+    for (CurvePicture* picture : pictures) {
+        picture->makeExact();
     }
+    plot->replot(QCustomPlot::rpQueuedRefresh);
 }
 
 // In a paint event of the plot.

@@ -30,9 +30,11 @@ struct Curve
 {
     const History* history;
     int channel;
-    bool isThinned;
-    QPen pen; // solid
+    bool isThinned; // led through the lowest and highest of each pixel, as QCPGraph does it
+    QPen pen;       // solid
 
+    // How far beside a point, in pixels of the plot, the curve may change with it.
+    double reach() const { return 1.75 + pen.widthF() / 2; }
     auto tie() const { return std::tie(history, channel, isThinned, pen); }
     bool operator==(const Curve& other) const { return tie() == other.tie(); }
 };
@@ -50,9 +52,8 @@ struct Scene
 };
 
 // Paints the columns of a scene's picture from column `first` on: lines through the points, on
-// nothing. The curves are those of the scene, or copies. For any thread. A thinned curve is led
-// through the lowest and the highest point of each pixel, as QCPGraph does it. Ends soon, with
-// anything, once `isCancelled` is set.
+// nothing. The curves are those of the scene, or copies. For any thread. Ends soon, with anything,
+// once `isCancelled` is set.
 void render(
     const Scene& scene, const std::vector<Curve>& curves, int first, QImage& columns,
     const std::atomic<bool>& isCancelled);

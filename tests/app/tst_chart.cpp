@@ -255,6 +255,29 @@ private slots:
         QCOMPARE(twins.live.toPixmap().toImage(), twins.stock.toPixmap().toImage());
     }
 
+    // Channels without a sensor lie on each other.
+    void aPileOfCurvesFadesNothingBesideIt()
+    {
+        chart::History history;
+        std::vector<double> row(128, 50);
+        row[0] = 49;
+        for (int i = 0; i < 1000; ++i) {
+            history.add(i * 0.1, row.data(), 0, 128);
+        }
+        const double rest = 4.0 / 256; // of the pile, in the pixel below
+        chart::Scene scene{
+            {100, 100}, 1, {0, 100, 0, 100, false}, {0, 100, 99.5 + rest, rest - 0.5, false}, {}};
+        for (int channel = 0; channel < 128; ++channel) {
+            scene.curves.push_back({&history, channel, true, QPen(Qt::red, 0)});
+        }
+        QImage picture(scene.size, QImage::Format_ARGB32_Premultiplied);
+        const auto ink = [&](const std::vector<chart::Curve>& curves) {
+            chart::render(scene, curves, 0, picture, false);
+            return qAlpha(picture.pixel(50, 50));
+        };
+        QVERIFY(ink(scene.curves) >= ink({scene.curves.front()}));
+    }
+
     // Workers read while the history grows, views change, and the window closes on them.
     void anythingMayChangeWhileWorkersPaint()
     {
