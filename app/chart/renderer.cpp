@@ -27,8 +27,8 @@ QRgb blend(QRgb below, QRgb colour, int share)
 void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
 {
     QSize size = picture.size();
-    int right = 1;
-    int down = picture.bytesPerLine() / static_cast<int>(sizeof(QRgb));
+    std::ptrdiff_t right = 1;
+    std::ptrdiff_t down = picture.bytesPerLine() / static_cast<int>(sizeof(QRgb));
     if (qAbs(to.x() - from.x()) > qAbs(to.y() - from.y())) { // the same, lying on its side
         from = from.transposed();
         to = to.transposed();
@@ -45,7 +45,7 @@ void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
     }
     const double slope = (to.x() - from.x()) / (to.y() - from.y()); // -1 to 1
     const double x = from.x() + (qFloor(begin) + 0.5 - from.y()) * slope - 0.5;
-    if (x < -size.height() - 2 || x > size.width() + size.height() + 1) {
+    if (!(x > -size.height() - 2 && x < size.width() + size.height() + 1)) { // or NaN
         return;
     }
     auto* const pixels = reinterpret_cast<QRgb*>(picture.bits());
