@@ -8,23 +8,15 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QSettings>
 #include <QStatusBar>
 #include <QtTest>
 #include <functional>
 #include <qcustomplot.h>
 
-// A throw-away home whose settings the console reads. Qt looks the place of settings up once in a
-// process, so it is told of each new home.
+// A throw-away home with the settings of the console.
 class ConsoleHome : public TestHome
 {
 public:
-    ConsoleHome()
-    {
-        QSettings::setPath(
-            QSettings::NativeFormat, QSettings::UserScope, root().filePath(".config"));
-    }
-
     QVariant stored(const QString& key) { return settings().value(key); }
     void store(const QString& key, const QVariant& value) { settings().setValue(key, value); }
     QStringList keys() { return settings().allKeys(); }
@@ -51,8 +43,7 @@ void withFile(
     QTimer::singleShot(0, [path, meanwhile] {
         auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
         dialog->selectFile(path);
-        QObject::connect(
-            dialog, &QDialog::finished, [meanwhile] { QTimer::singleShot(0, meanwhile); });
+        QTimer::singleShot(0, meanwhile);
         QMetaObject::invokeMethod(dialog, "accept");
     });
     action();
@@ -79,11 +70,7 @@ public:
     template <typename Widget>
     Widget* child(const char* name)
     {
-        auto* found = window.findChild<Widget*>(QLatin1String(name));
-        if (!found) {
-            qFatal("The console has no %s", name);
-        }
-        return found;
+        return window.findChild<Widget*>(QLatin1String(name));
     }
 
     void open(

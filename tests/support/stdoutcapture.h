@@ -28,8 +28,6 @@ public:
         std::fputs(text().constData(), stdout);
         std::fflush(stdout);
     }
-    StdoutCapture(const StdoutCapture&) = delete;
-    StdoutCapture& operator=(const StdoutCapture&) = delete;
 
     // What has reached the descriptor so far. What was not flushed is missing, as after a crash.
     QByteArray text() const { return contents(file.fileName()); }

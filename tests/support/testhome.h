@@ -4,12 +4,12 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
+#include <QSettings>
 #include <QStringList>
 #include <QTemporaryDir>
 
 // A home directory that lives as long as this object. Settings, documents and the working directory
-// of the process point into it, so that a test never touches the user's files. Make it before the
-// first QSettings or QStandardPaths call.
+// of the process point into it, so that a test never touches the user's files.
 class TestHome
 {
 public:
@@ -19,11 +19,11 @@ public:
         qputenv("HOME", directory.path().toLocal8Bit());
         qputenv("XDG_CONFIG_HOME", directory.filePath(".config").toLocal8Bit());
         qunsetenv("XDG_CONFIG_DIRS");
+        // Qt has read these variables once before, if there was another home in this process.
+        QSettings::setPath(
+            QSettings::NativeFormat, QSettings::UserScope, directory.filePath(".config"));
         QDir::setCurrent(directory.path());
     }
-    ~TestHome() { QDir::setCurrent(workingDirectory); }
-    TestHome(const TestHome&) = delete;
-    TestHome& operator=(const TestHome&) = delete;
 
     QDir root() const { return QDir(directory.path()); }
     QDir documents() const { return QDir(directory.filePath("Documents")); }
@@ -52,7 +52,6 @@ public:
 
 private:
     QTemporaryDir directory;
-    QString workingDirectory = QDir::currentPath();
 };
 
 // The bytes of a file; "no such file" if it cannot be read.
