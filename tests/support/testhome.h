@@ -19,7 +19,7 @@ public:
         qputenv("HOME", directory.path().toLocal8Bit());
         qputenv("XDG_CONFIG_HOME", directory.filePath(".config").toLocal8Bit());
         qunsetenv("XDG_CONFIG_DIRS");
-        // Qt has read these variables once before, if there was another home in this process.
+        // Qt looks it up once in a process, so it is told of each new home.
         QSettings::setPath(
             QSettings::NativeFormat, QSettings::UserScope, directory.filePath(".config"));
         QDir::setCurrent(directory.path());

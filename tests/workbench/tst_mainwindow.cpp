@@ -59,8 +59,6 @@ private slots:
         QStatusTipEvent menuEntryWithoutTip{QString()};
         QCoreApplication::sendEvent(bench.window.get(), &menuEntryWithoutTip);
         QCOMPARE(bench.status(), QString("Connected"));
-        QCOMPARE(bench.entries("menuDataViewer"), QStringList({"Value Viewer", "Plot Viewer"}));
-        QCOMPARE(bench.entries("menuPid_Tuning"), QStringList());
         const QStringList maps{"Map 0", "Map 1", "Map 2", "Map 3"};
         QTRY_COMPARE(bench.entries("menuMap_Tuning"), maps);
         const auto& start = bench.received[0].datalogger_start();
