@@ -65,10 +65,9 @@ const std::pair<const char*, std::string> responses[] = {
     {"driver_calibration_status { status: 2 }", "adaptationStatus 0"},
     {"fault_count { first_count: 3 second_count: -4 }", "faultGetFaultCountResp 3 -4"},
     // The component stands before the fault number, and what is too large loses its top.
-    {"fault_list { faults { type: 1 mode: 2 category: 3 fault_id: 4 component_id: 5 } "
-     "faults { type: 257 mode: 511 category: 65537 fault_id: 65536 component_id: 131071 } "
-     "}",
-     "faultGetFaultsResp [[1 2 3 5 4] [1 255 1 65535 0]]"},
+    {"fault_list { faults {} faults { type: 257 mode: 510 category: 65539 fault_id: 65540 "
+     "component_id: 131077 } }",
+     "faultGetFaultsResp [[0 0 0 0 0] [1 254 3 5 4]]"},
     {"faults_cleaned {}", "faultCleanFaultsResp"},
     {"scope_samples { samples: [9, 8] first_value: 1 second_value: 2 third_value: 3 }",
      "scopeDataReceived 1 2 3 [9 8]"},

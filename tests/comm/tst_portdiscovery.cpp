@@ -23,41 +23,33 @@ class TestPortDiscovery : public QObject
     Q_OBJECT
 
 private slots:
-    void findsUnitsBySerialNumberAndState()
+    void portsAreFoundByIdentifiersAndEqualByTexts()
     {
-        const std::pair<QByteArray, QByteArray> strangers[] = {
-            {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1"},
-            {"ID_VENDOR_ID=04d8", "ID_VENDOR_ID=0403"},
-            {"ID_VENDOR_ID=04d8\n", ""},
-            {"ID_MODEL_ID=eef0\n", ""}};
-        for (const auto& [property, replacement] : strangers) {
-            MockedTty stranger("XCU7");
-            stranger.replaceProperty(property, replacement);
-            QCOMPARE(QSerialPortInfo::availablePorts().size(), 1);
-            QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), QString());
+        // What is replaced, whether the unit is found then, and whether the port equals what it
+        // was.
+        const std::tuple<QByteArray, QByteArray, bool, bool> rows[] = {
+            {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1", false, true},
+            {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef", true, true},
+            {"ID_MODEL_ID=eef0\n", "", false, true},
+            {"ID_VENDOR_ID=04d8", "ID_VENDOR_ID=0403", false, true},
+            {"ID_VENDOR_ID=04d8\n", "", false, true},
+            {"ID_SERIAL_SHORT=XCU7", "ID_SERIAL_SHORT=xcu7", false, false},
+            {"ID_MODEL=XCU", "ID_MODEL=Loader", true, false}, // how a bootloader is seen
+            {"ID_BUS=usb", "ID_BUS=usb\nID_VENDOR=Another", true, false},
+        };
+        for (const auto& [property, replacement, isFound, isEqual] : rows) {
+            MockedTty tty("XCU7");
+            const QList<QSerialPortInfo> before{tty.info()};
+            tty.replaceProperty(property, replacement);
+            QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), isFound ? tty.name : QString());
+            QCOMPARE(before == QList<QSerialPortInfo>{tty.info()}, isEqual);
         }
         const MockedTty device("XCU7");
-        const MockedTty other("xcu7", simulator::Mode::Bootloader);
-        QCOMPARE(nameOf(getPortBySerialNumber, "XCU7"), device.name);
         QCOMPARE(nameOf(getDevicePortBySerialNumber, "XCU7"), device.name);
         QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "XCU7"), QString());
-        QCOMPARE(nameOf(getDevicePortBySerialNumber, "xcu7"), QString());
-        QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "xcu7"), other.name);
-    }
-
-    void comparesPortsByTheirTexts()
-    {
-        const MockedTty two("XCU2");
-        const auto isEqualAs = [&](const QByteArray& property, const QByteArray& replacement) {
-            MockedTty one("XCU1");
-            const QList<QSerialPortInfo> before{one.info(), two.info()};
-            one.replaceProperty(property, replacement);
-            return before == QList<QSerialPortInfo>{one.info(), two.info()};
-        };
-        QVERIFY(!isEqualAs("ID_SERIAL_SHORT=XCU1", "ID_SERIAL_SHORT=XCU2"));
-        QVERIFY(!isEqualAs("ID_MODEL=XCU", "ID_MODEL=Loader")); // how a bootloader is seen
-        QVERIFY(!isEqualAs("ID_BUS=usb", "ID_BUS=usb\nID_VENDOR=Another"));
-        QVERIFY(isEqualAs("ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef")); // not by the identifiers
+        const MockedTty bootloader("XCU8", simulator::Mode::Bootloader);
+        QCOMPARE(nameOf(getDevicePortBySerialNumber, "XCU8"), QString());
+        QCOMPARE(nameOf(getBootloaderPortBySerialNumber, "XCU8"), bootloader.name);
     }
 
     void keepsLookingUntilTheUnitIsBack()
