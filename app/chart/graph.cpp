@@ -118,16 +118,10 @@ int Graph::dataCount() const
     return history->count(channel);
 }
 
-double Graph::dataMainKey(int index) const
+Point Graph::pointAt(int index) const
 {
     absorb();
-    return history->point(channel, index).key;
-}
-
-double Graph::dataMainValue(int index) const
-{
-    absorb();
-    return history->point(channel, index).value;
+    return history->point(channel, index);
 }
 
 int Graph::findBegin(double sortKey, bool expandedRange) const
@@ -142,17 +136,6 @@ int Graph::findEnd(double sortKey, bool expandedRange) const
     const int count = dataCount();
     const int end = history->lowerBound(channel, std::nextafter(sortKey, Infinite));
     return expandedRange ? qMin(count, end + 1) : end;
-}
-
-QCPRange Graph::dataValueRange(int index) const
-{
-    const double value = dataMainValue(index);
-    return {value, value};
-}
-
-QPointF Graph::dataPixelPosition(int index) const
-{
-    return coordsToPixels(dataMainKey(index), dataMainValue(index));
 }
 
 // The plot asks every graph at each press and each step of the wheel. Of a crowded column the

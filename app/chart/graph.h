@@ -29,11 +29,17 @@ public:
     bool isPartOf(const CurvePicture* of) const { return picture == of; }
 
     int dataCount() const override;
-    double dataMainKey(int index) const override;
+    double dataMainKey(int index) const override { return pointAt(index).key; }
     double dataSortKey(int index) const override { return dataMainKey(index); }
-    double dataMainValue(int index) const override;
-    QCPRange dataValueRange(int index) const override;
-    QPointF dataPixelPosition(int index) const override;
+    double dataMainValue(int index) const override { return pointAt(index).value; }
+    QCPRange dataValueRange(int index) const override
+    {
+        return {dataMainValue(index), dataMainValue(index)};
+    }
+    QPointF dataPixelPosition(int index) const override
+    {
+        return coordsToPixels(dataMainKey(index), dataMainValue(index));
+    }
     int findBegin(double sortKey, bool expandedRange = true) const override;
     int findEnd(double sortKey, bool expandedRange = true) const override;
     double selectTest(
@@ -49,6 +55,7 @@ protected:
 
 private:
     void absorb() const;
+    Point pointAt(int index) const;
     bool isThinned() const;
     QVector<QCPGraphData> pointsBetween(const Span& keys = {-Infinite, Infinite}) const;
     template <typename Work>
