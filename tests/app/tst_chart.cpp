@@ -24,7 +24,7 @@ public:
             plot.resize(320, 160);
             plot.axisRect()->setAutoMargins(QCP::msNone); // which remember earlier labels
             plot.axisRect()->setMargins(QMargins(50, 15, 15, 30));
-            plot.xAxis->setVisible(false); // ticks hide curves
+            plot.xAxis->setVisible(false); // curves alone, on white
             plot.yAxis->setVisible(false);
             plot.xAxis->setRange(0, 60);
             plot.yAxis->setRange(0, 1024);
@@ -61,20 +61,14 @@ public:
             plot.replot();
             pictures[&plot == &live] = plot.grab().toImage().convertToFormat(QImage::Format_RGB32);
         });
-        const QVector<bool> visible = hideAll();
-        stock.replot();
-        const QImage ground = stock.grab().toImage().convertToFormat(QImage::Format_RGB32);
-        for (int i = 0; i < visible.size(); ++i) {
-            stock.graph(i)->setVisible(visible[i]);
-        }
         for (int picture = 0; picture < 2; ++picture) {
             const QImage& one = pictures[size_t(picture)];
             const QImage& other = pictures[size_t(1 - picture)];
             for (int y = 1; y < one.height() - 1; ++y) {
                 for (int x = 1; x < one.width() - 1; ++x) {
-                    bool isNear = !isInk(one, ground, x, y);
+                    bool isNear = !isInk(one.pixel(x, y));
                     for (int i = 0; i < 9 && !isNear; ++i) {
-                        isNear = isInk(other, ground, x + i % 3 - 1, y + i / 3 - 1);
+                        isNear = isInk(other.pixel(x + i % 3 - 1, y + i / 3 - 1));
                     }
                     lonely += isNear ? 0 : 1;
                 }
@@ -89,22 +83,9 @@ public:
     chart::LiveChart* chart = new chart::LiveChart(&live);
 
 private:
-    static bool isInk(const QImage& picture, const QImage& ground, int x, int y)
+    static bool isInk(QRgb colour) // on white
     {
-        const QRgb a = picture.pixel(x, y);
-        const QRgb b = ground.pixel(x, y);
-        return qAbs(qRed(a) - qRed(b)) > 32 || qAbs(qGreen(a) - qGreen(b)) > 32 ||
-               qAbs(qBlue(a) - qBlue(b)) > 32;
-    }
-
-    QVector<bool> hideAll()
-    {
-        QVector<bool> visible;
-        for (int i = 0; i < stock.graphCount(); ++i) {
-            visible << stock.graph(i)->visible();
-            stock.graph(i)->setVisible(false);
-        }
-        return visible;
+        return qMin(qRed(colour), qMin(qGreen(colour), qBlue(colour))) < 255 - 32;
     }
 };
 
@@ -314,15 +295,13 @@ private slots:
         for (int i = 0; i < 20'000; ++i) {
             twins.addRecord(i * 1e-3, {i % 1000, 200, 300});
         }
-        twins.live.replot();
         const QImage exact = twins.live.grab().toImage();
-        twins.live.xAxis->setRange(5, 15);
-        twins.live.replot();
+        twins.live.xAxis->setRange(5, 65);
+        twins.live.grab();
         twins.live.xAxis->setRange(0, 60);
-        QSignalSpy replots(&twins.live, &QCustomPlot::afterReplot);
         twins.live.replot();
-        QTRY_VERIFY(replots.count() > 1);
-        QTRY_COMPARE(twins.live.grab().toImage(), exact);
+        // A grab would make it exact.
+        QTRY_COMPARE(twins.live.screen()->grabWindow(twins.live.winId()).toImage(), exact);
     }
 
     void aClickFindsTheCurveBeneath()
