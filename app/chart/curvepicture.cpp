@@ -12,7 +12,7 @@ namespace chart {
 
 namespace {
 
-constexpr int WorkerNiceness = 5;
+constexpr int WorkerNiceness = 10;
 constexpr int PollMs = 5;
 constexpr int StripeWidth = 64;       // columns that a worker paints in one go
 constexpr int MostColumnsAtOnce = 64; // that are painted on the GUI thread

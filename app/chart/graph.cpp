@@ -51,17 +51,17 @@ bool Graph::isThinned() const
     const double most = 8.0 * mKeyAxis->axisRect()->width() + 2;
     const QCPRange view = mKeyAxis->range();
     double count = 0;
-    QCPRange pixels;
+    double first = 0;
+    double last = 0;
     history->visit(channel, {view.lower, view.upper}, [&](const Block& block, int begin, int end) {
-        const auto pixel = [&](int i) {
-            return mKeyAxis->coordToPixel(block.point(channel, i).key);
-        };
-        pixels.lower = count == 0 ? pixel(begin) : pixels.lower;
-        pixels.upper = pixel(end - 1);
+        const double* const keys = block.keys().data();
+        first = count > 0 ? first : keys[begin];
+        last = keys[end - 1];
         count += end - begin;
         return count < most;
     });
-    const double fewest = std::floor(2 * qAbs(pixels.size()) + 2); // false with a NaN
+    const double pixels = mKeyAxis->coordToPixel(last) - mKeyAxis->coordToPixel(first);
+    const double fewest = std::floor(2 * qAbs(pixels) + 2); // false with a NaN
     return mAdaptiveSampling && (count >= most || count >= fewest);
 }
 
