@@ -98,9 +98,9 @@ private:
 };
 
 // Points in the order in which QCPDataContainer::add keeps them: one that is not before the last
-// goes behind it, a late one in front of the first whose key is not less. A copy shares the packed
-// blocks; another thread may read it while the original grows. It takes 0.2 ms with 3.6 million
-// records.
+// goes behind it, a late one in front of the first whose key is not less. Late is what is before
+// the last point of any channel. A copy shares the packed blocks; another thread may read it while
+// the original grows. It takes 0.2 ms with 3.6 million records.
 class History
 {
 public:
