@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "display/framepacer.h"
 
+#include <algorithm>
+
 namespace display {
 
 FramePacer::FramePacer(std::function<void()> paintFunction, QObject* parent)
@@ -26,7 +28,7 @@ void FramePacer::afterPainting()
 {
     constexpr int rest = 9; // times as long as the painting
     const qint64 ms = rest * duration.nsecsElapsed() / 1'000'000;
-    frameMs = static_cast<int>(qBound<qint64>(FrameMs, ms, LongestFrameMs));
+    frameMs = static_cast<int>(std::clamp<qint64>(ms, FrameMs, LongestFrameMs));
     timer.stop();
     sincePainting.start();
 }
