@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/chartlogo.h"
 #include "app/dataloggerapp.h"
+#include "chart/chartlogo.h"
 #include "chart/livechart.h"
 #include "ui_dataloggerapp.h"
 

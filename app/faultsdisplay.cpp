@@ -1,16 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/faultsdisplay.h"
 
-#include "app/faultdictionary.h"
 #include "comm/commandssender.h"
 #include "ui_faultsdisplay.h"
 
+#include <map>
+
 namespace {
+
+// By category, then by number within the category. The place for descriptions.
+std::map<int, std::map<int, std::string>> faultData;
 
 // By the number of the mode. "Intermitten" is spelled as operators know it.
 constexpr const char* ModeTexts[] = {nullptr, "Intermitten", "Continuous", "RunFault", "Inactive"};
 
 } // namespace
+
+// The look-up adds an empty text for each new pair: entries are made by asking for them.
+std::string getFaultDescription(int category, int faultId)
+{
+    return faultData[category][faultId];
+}
 
 FaultsDisplay::FaultsDisplay(CommandsSender& sender, QWidget* parent)
     : QWidget(parent)

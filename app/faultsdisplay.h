@@ -5,6 +5,7 @@
 
 #include <QWidget>
 #include <memory>
+#include <string>
 #include <vector>
 
 class CommandsSender;
@@ -12,6 +13,10 @@ class CommandsSender;
 namespace Ui {
 class FaultsDisplay;
 }
+
+// Description of a fault by its category and its number within the category, for the GUI thread.
+// The dictionary holds no texts yet, so it is empty for every fault.
+std::string getFaultDescription(int category, int faultId);
 
 // The list of the controller's faults. It is asked for and filled only when the operator presses
 // "Refresh"; the last list stays until the next answer. An open window does not keep the program

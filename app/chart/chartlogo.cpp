@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "app/chartlogo.h"
+#include "chart/chartlogo.h"
 
 ChartLogo::ChartLogo(QCustomPlot* plot)
     : QCPItemPixmap(plot)
