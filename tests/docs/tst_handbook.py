@@ -5,7 +5,7 @@
 Every ```sh block of the chapters runs with bash in one throw-away home, in the order of the table of
 contents, with the installed programs on the path. An ```output block behind it is what it has to
 print; "..." stands for anything within a line. A comment <!-- operator: NAME --> ahead of a block
-names the script in docs/pictures that plays the operator in the programs that the block starts. With
+names the script in scripts/drive that plays the operator in the programs that the block starts. With
 "twice" behind the name the block runs twice, so that the recipes behind it find the files of two
 sessions, as those of most readers will.
 """
@@ -47,7 +47,7 @@ def environment(build, home):
 
 def run(block, home, variables):
     if block["operator"]:
-        script = SOURCE / "docs" / "pictures" / f"{block['operator']}.txt"
+        script = SOURCE / "scripts" / "drive" / f"{block['operator']}.txt"
         variables = dict(
             variables, QT_QPA_GENERIC_PLUGINS="xcudrive", XCU_DRIVE_SCRIPT=str(script)
         )
