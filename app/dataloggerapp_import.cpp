@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
-#include "comm/trace.h"
 #include "formats/blackboxreader.h"
 #include "formats/filestamp.h"
 #include "formats/logfile.h"
 #include "formats/traceimport.h"
 #include "formats/tracereaders.h"
+#include "platform/trace.h"
 #include "ui_dataloggerapp.h"
 
 #include <QFileDialog>
@@ -117,7 +117,7 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
     }
     {
         formats::TraceImport import(
-            canTraceFrameList, &conversion, &comm::traceLine<std::string_view>);
+            canTraceFrameList, &conversion, &platform::traceLine<std::string_view>);
         read(import);
     }
     if (conversionPattern != nullptr) {
@@ -163,7 +163,7 @@ bool DataLoggerApp::importBlackbox(const QString& name)
 // Takes up the lines of a log one by one, as if its session took place now.
 void DataLoggerApp::importLog(const QString& name)
 {
-    comm::traceLine("catchall");
+    platform::traceLine("catchall");
     PausingFile file(name, [this] { serveLink(); });
     const auto takeHeader = [this](const QStringList& labels) { labelStrip(labels); };
     const auto takeTag = [this](int timestamp, const QString& text) {

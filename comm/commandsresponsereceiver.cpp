@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/commandsresponsereceiver.h"
 
-#include "comm/trace.h"
+#include "platform/trace.h"
 #include "schema/link.pb.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 #include <tuple>
 #include <utility>
 
-using comm::traceLine;
+using platform::traceLine;
 using xcu::Response;
 
 namespace {

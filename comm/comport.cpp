@@ -4,7 +4,7 @@
 #include "comm/frame.h"
 #include "comm/hexdump.h"
 #include "comm/portdiscovery.h"
-#include "comm/trace.h"
+#include "platform/trace.h"
 
 #include <QMutexLocker>
 #include <QScopeGuard>
@@ -13,8 +13,8 @@
 #include <optional>
 #include <utility>
 
-using comm::traceLine;
-using comm::traceText;
+using platform::traceLine;
+using platform::traceText;
 
 namespace {
 

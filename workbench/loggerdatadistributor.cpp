@@ -2,7 +2,7 @@
 #include "workbench/loggerdatadistributor.h"
 
 #include "comm/commandssender.h"
-#include "comm/trace.h"
+#include "platform/trace.h"
 #include "workbench/idatapresenter.h"
 
 #include <algorithm>
@@ -38,7 +38,8 @@ void LoggerDataDistributor::loggerDataReceived(
     unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
 {
     if (values.size() > mostValues) {
-        comm::traceLine("Refused record of ", values.size(), " values"); // each would make a row
+        platform::traceLine(
+            "Refused record of ", values.size(), " values"); // each would make a row
         return;
     }
     const std::list<IDataPresenter*> registered = sinks;

@@ -2,17 +2,16 @@
 #include "chart/curvepicture.h"
 
 #include "chart/graph.h"
+#include "platform/threadpriority.h"
 
 #include <QtMath>
 #include <deque>
 #include <future>
-#include <sys/resource.h>
 
 namespace chart {
 
 namespace {
 
-constexpr int WorkerNiceness = 10;
 constexpr int PollMs = 5;
 constexpr int StripeWidth = 64;       // columns that a worker paints in one go
 constexpr int MostColumnsAtOnce = 64; // that are painted on the GUI thread
@@ -68,7 +67,7 @@ struct CurvePicture::Job
 
     void paint() // in each worker
     {
-        setpriority(PRIO_PROCESS, 0, WorkerNiceness); // of this thread: the session goes first
+        platform::yieldToOtherThreads(); // the session goes first
         for (std::size_t i = next++; i < isDone.size() && !isCancelled; i = next++) {
             const QRect place = stripe(i);
             QImage columns = columnsOf(bits, picture, place.x(), place.width());

@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
-namespace comm {
+namespace platform {
 
 // The diagnostic channel: standard output. Every call is flushed before it returns, so that after a
 // crash the last line tells how far the program came. A reader of the pipe that does not drain it
 // therefore stops the caller. Whole calls never interleave, from whatever thread.
-inline void traceText(std::string_view text)
-{
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
-}
+void traceText(std::string_view text);
 
 // One line of the given texts and decimal numbers, with nothing between them.
 template <typename... Parts>
@@ -33,4 +28,4 @@ void traceLine(const Parts&... parts)
     traceText(line += '\n');
 }
 
-} // namespace comm
+} // namespace platform
