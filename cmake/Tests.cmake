@@ -33,7 +33,8 @@ endfunction()
 function(xcu_test_surroundings name timeout)
     set(environment LC_ALL=C.UTF-8 QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES= ${ARGN})
     if(XCU_SANITIZE MATCHES "address")
-        list(APPEND environment ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0
+        list(APPEND environment ASAN_OPTIONS=verify_asan_link_order=0
+             "LSAN_OPTIONS=print_suppressions=0:suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp"
              UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1)
     elseif(XCU_SANITIZE MATCHES "thread")
         list(APPEND environment
