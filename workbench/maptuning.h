@@ -23,6 +23,7 @@ class MapTuning : public QWidget
 public:
     MapTuning(unsigned int id, CommandsSender* sender, QWidget* parent = nullptr);
     ~MapTuning() override;
+    QSize sizeHint() const override { return {400, 300}; } // which a sub-window opens with
 
     // Sizes the table for xSize columns and ySize rows of values and asks for the map. Sizes above
     // 1,024 are refused with a line on standard output and change nothing.

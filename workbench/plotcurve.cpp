@@ -4,7 +4,6 @@
 #include <QPainter>
 #include <QSignalBlocker>
 #include <QStyleOptionGraphicsItem>
-#include <QTimer>
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -13,9 +12,8 @@ using workbench::PlotCurve;
 
 namespace {
 
-constexpr std::size_t mostDrawnByChart = 50; // points
-constexpr std::size_t mostWhole = 2000;      // points up to which a series holds all of them
-constexpr qreal besidePoint = 4; // pixels that a curve may take up left and right of a point
+constexpr std::size_t mostWhole = 2000; // points up to which a series holds all of them
+constexpr qreal besidePoint = 4;        // pixels that a curve may take up left and right of a point
 constexpr double beyond = std::numeric_limits<double>::infinity();
 constexpr double ownColumn = std::numeric_limits<double>::quiet_NaN(); // not equal to any other
 
@@ -30,6 +28,9 @@ PlotCurve::PlotCurve(QLineSeries& lineSeries, QValueAxis& horizontalAxis, QValue
     constexpr qreal asSeries = 4; // so that all curves lie in the order of their choice
     setZValue(asSeries);
     setFlag(ItemUsesExtendedStyleOption); // tells paint what is exposed
+    QPen noPen = pen;
+    noPen.setStyle(Qt::NoPen); // the colour stays: the legend shows it
+    series.setPen(noPen);
     connect(&axisX, &QValueAxis::rangeChanged, this, &PlotCurve::changeView);
     connect(&verticalAxis, &QValueAxis::rangeChanged, this, [this] { update(); });
     connect(series.chart(), &QChart::plotAreaChanged, this, &PlotCurve::changeView);
@@ -40,9 +41,7 @@ void PlotCurve::append(float x, int y)
 {
     history.push_back({x, y});
     const std::size_t points = history.size();
-    if (points <= mostDrawnByChart) {
-        series.append(qreal(x), qreal(y));
-    } else if (points == mostDrawnByChart + 1 || points == mostWhole + 1) {
+    if (points == mostWhole + 1) {
         changeView();
     } else if (show(static_cast<int>(points) - 1)) {
         fillSeries();
@@ -54,13 +53,6 @@ void PlotCurve::changeView()
 {
     prepareGeometryChange();
     plotArea = series.chart()->plotArea();
-    if (history.size() <= mostDrawnByChart) {
-        return;
-    }
-    suspendAnimation();
-    QPen noPen = pen;
-    noPen.setStyle(Qt::NoPen); // the colour stays: the legend shows it
-    series.setPen(noPen);
     left = axisX.min();
     right = axisX.max();
     width = (right - left) / plotArea.width();
@@ -71,17 +63,6 @@ void PlotCurve::changeView()
     }
     fillSeries();
     update();
-}
-
-// Otherwise the chart lays out series without a pen sixty times a second.
-void PlotCurve::suspendAnimation()
-{
-    QChart* chart = series.chart();
-    const QChart::AnimationOptions options = chart->animationOptions();
-    if (options != QChart::NoAnimation) {
-        chart->setAnimationOptions(QChart::NoAnimation);
-        QTimer::singleShot(0, chart, [chart, options] { chart->setAnimationOptions(options); });
-    }
 }
 
 // All that lies on one side of the view is one column.

@@ -12,10 +12,9 @@ namespace workbench {
 
 // One curve of a plot. It keeps all points for as long as it lives, 8 bytes each.
 //
-// A chart lays out and paints a whole series for each new point, and sixty times a second while it
-// is animated. It does so for the first 50 points. From then on this item paints the curve, and a
-// new point changes only a narrow strip; the series has no pen, and its signals are blocked when
-// points are added.
+// A chart lays out and paints a whole series for each new point. This item paints the curve in its
+// place, and a new point changes only a narrow strip; the series has no pen, and its signals are
+// blocked when points are added.
 //
 // The series holds all points up to 2,000. Beyond, it holds what can be seen: of each column of
 // pixels the first, the lowest, the highest and the last point, so that no peak is lost and a gap
@@ -43,7 +42,6 @@ private:
     };
 
     void changeView();
-    void suspendAnimation();
     double columnOf(float x) const;
     bool show(int index);
     void fillSeries();

@@ -10,6 +10,8 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QScrollArea>
+#include <QScrollBar>
 
 namespace {
 
@@ -33,18 +35,24 @@ PlotViewer::PlotViewer(QWidget* parent)
     , axisY(new QValueAxis)
     , panelLayout(new QFormLayout)
     , panel(new QWidget)
+    , panelArea(new QScrollArea)
 {
     ui->setupUi(this);
     chart->addAxis(axisX, Qt::AlignBottom);
     chart->addAxis(axisY, Qt::AlignLeft);
     axisY->setRange(0, largestValue);
     axisX->setRange(0, largestTime);
+    // Curves are not animated: a chart would lay out series without a pen sixty times a second.
+    chart->setAnimationDuration(0);
     auto* view = new ChartView(chart);
     view->setRenderHint(QPainter::Antialiasing);
     ui->horizontalLayout->addWidget(view);
     panel->setLayout(panelLayout);
-    panel->hide();
-    ui->horizontalLayout->addWidget(panel);
+    panelArea->setFrameShape(QFrame::NoFrame);
+    panelArea->setWidgetResizable(true);
+    panelArea->setWidget(panel);
+    showPanel(false);
+    ui->horizontalLayout->addWidget(panelArea);
     // These count from 0 and the rows that come with the data from 1, on purpose: "data 4" is
     // followed by "data 6".
     for (int row = 0; row < firstRows; ++row) {
@@ -83,7 +91,7 @@ void PlotViewer::mousePressEvent(QMouseEvent* event)
         return;
     }
     panelOpen = panelOpen == 0 ? 1 : 0;
-    panel->setVisible(panelOpen == 1);
+    showPanel(panelOpen == 1);
     if (panelOpen == 1) {
         return;
     }
@@ -95,6 +103,14 @@ void PlotViewer::mousePressEvent(QMouseEvent* event)
             removeCurve(channel);
         }
     }
+}
+
+void PlotViewer::showPanel(bool shown)
+{
+    const int width = panel->sizeHint().width();
+    panelArea->setFixedWidth(width + panelArea->verticalScrollBar()->sizeHint().width());
+    panel->setVisible(shown);
+    panelArea->setVisible(shown);
 }
 
 void PlotViewer::addCurve(int channel)

@@ -13,6 +13,7 @@
 class QCheckBox;
 class QFormLayout;
 class QLabel;
+class QScrollArea;
 
 namespace workbench {
 class PlotCurve;
@@ -38,12 +39,14 @@ public:
         unsigned int sampleNumber, unsigned int timestamp, std::vector<int>& values) override;
     void updateLabels(std::vector<std::string>& /*labels*/) override {}
     void showData(std::vector<bool>& /*shown*/) override {}
+    QSize sizeHint() const override { return {400, 300}; } // which a sub-window opens with
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
 
 private:
     void addRow(const QString& name);
+    void showPanel(bool shown);
     void addCurve(int channel);
     void removeCurve(int channel);
 
@@ -56,6 +59,7 @@ private:
     std::vector<QCheckBox*> channelChecks;
     QFormLayout* panelLayout;
     QWidget* panel;
+    QScrollArea* panelArea;                  // around it
     int panelOpen = 0;                       // 1 while the panel is shown
     QMap<int, workbench::PlotCurve*> curves; // of series; in the chart, which owns them
 };

@@ -8,12 +8,13 @@
 #include <QIcon>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QScrollArea>
+#include <QVBoxLayout>
 #include <limits>
 
 namespace {
 
-// A new text makes the layout compute all rows again, unless the label counts as hidden. Fixed
-// sizes would do that too, but labels of a fixed height overlap where the window is too small.
+// A new text makes the layout compute all rows again, unless the label counts as hidden.
 void setTextInPlace(QLabel* label, const QString& text)
 {
     const bool wasHidden = label->isHidden();
@@ -35,12 +36,13 @@ void setHeading(QLabel* label, const QString& text)
 
 ValueViewer::ValueViewer(QWidget* parent)
     : QWidget(parent)
-    , gridLayout(new QGridLayout(this))
+    , rows(new QWidget)
+    , gridLayout(new QGridLayout(rows))
     , seqNo(new QLabel(QStringLiteral("SeqNo: ")))
     , timestamp(new QLabel(QStringLiteral("Timestamp: ")))
 {
     setObjectName(QStringLiteral("ValueViewer"));
-    resize(400, 300);
+    resize(ValueViewer::sizeHint());
     setWindowIcon(QIcon(QStringLiteral(":/zelmark.ico")));
     setWindowTitle(QStringLiteral("Form"));
     setToolTip(QStringLiteral(
@@ -50,6 +52,13 @@ ValueViewer::ValueViewer(QWidget* parent)
     timestamp->setObjectName(QStringLiteral("timestamp"));
     gridLayout->addWidget(seqNo, 0, 0);
     gridLayout->addWidget(timestamp, 0, 1);
+    auto* area = new QScrollArea;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setWidget(rows);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins({});
+    layout->addWidget(area);
 }
 
 void ValueViewer::update(
@@ -57,8 +66,8 @@ void ValueViewer::update(
 {
     setHeading(seqNo, QStringLiteral("SeqNo: %1").arg(sampleNumber));
     setHeading(timestamp, QStringLiteral("Timestamp: %1").arg(timestampMs));
-    const int rows = static_cast<int>(channelLabels.size());
-    for (const QString& name : workbench::channelNames(rows, static_cast<int>(values.size()))) {
+    const int known = static_cast<int>(channelLabels.size());
+    for (const QString& name : workbench::channelNames(known, static_cast<int>(values.size()))) {
         addRow(name);
     }
     QRect column;
@@ -70,7 +79,7 @@ void ValueViewer::update(
         value->setAttribute(Qt::WA_UpdatesDisabled, false);
         column |= value->geometry();
     }
-    update(column);
+    rows->update(column);
 }
 
 void ValueViewer::addRow(const QString& name)

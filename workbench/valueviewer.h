@@ -26,6 +26,7 @@ public:
         unsigned int sampleNumber, unsigned int timestamp, std::vector<int>& values) override;
     void updateLabels(std::vector<std::string>& /*labels*/) override {}
     void showData(std::vector<bool>& /*shown*/) override {}
+    QSize sizeHint() const override { return {400, 300}; } // which a sub-window opens with
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
@@ -33,6 +34,7 @@ protected:
 private:
     void addRow(const QString& name);
 
+    QWidget* rows; // scrolls in the window
     QGridLayout* gridLayout;
     QLabel* seqNo;
     QLabel* timestamp;

@@ -67,6 +67,11 @@ private slots:
         QCOMPARE(start.passive(), 0U);
         bench.choose("menuDataViewer", "Value Viewer");
         QTRY_COMPARE(bench.window->findChildren<QCheckBox*>().size(), 32);
+        bench.choose("menuDataViewer", "Plot Viewer");
+        bench.choose("menuMap_Tuning", "Map 0");
+        for (const QMdiSubWindow* opened : bench.subWindows()) {
+            QTRY_COMPARE(opened->widget()->size(), QSize(400, 300));
+        }
         for (const char* count : {"1", "0", "65537"}) {
             bench.answer(std::string("map_tuner_started { map_count: ") + count + "}");
         }
