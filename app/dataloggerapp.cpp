@@ -65,6 +65,8 @@ DataLoggerApp::DataLoggerApp(QWidget* parent)
     connectLink();
     prepareFolders();
     labelSignalColumns();
+    attachWindow(ui->candump, candumpWindow);
+    attachWindow(ui->faultStatus, faultsDisplay);
 }
 
 DataLoggerApp::~DataLoggerApp()
@@ -105,6 +107,8 @@ void DataLoggerApp::restoreControls()
         settings.value(QStringLiteral("ui/channelsCount"), 1).toInt());
     // Without a stored pace this is 0, and the box makes it 1 ms, not the form's 200 ms.
     ui->refreshRate->setValue(settings.value(QStringLiteral("ui/refreshRate")).toInt());
+    // What a window has beyond the smallest size is for chart and panels, not for the signal table.
+    ui->splitter_2->setSizes({1, 1});
     ui->splitter->restoreState(settings.value(QStringLiteral("ui/channelLayout")).toByteArray());
     ui->splitter_2->restoreState(settings.value(QStringLiteral("ui/canLayout")).toByteArray());
     const int autostart = settings.value(QStringLiteral("ui/autostart")).toInt();
@@ -138,8 +142,24 @@ void DataLoggerApp::labelSignalColumns()
         title->setToolTip(QLatin1String(text.tip));
         ui->canTraceFrames->setHorizontalHeaderItem(column++, title);
     }
-    ui->canTraceFrames->horizontalHeader()->setToolTip(
-        QStringLiteral("Name of the signal, free text; it has no effect."));
+    QHeaderView* header = ui->canTraceFrames->horizontalHeader();
+    header->setToolTip(QStringLiteral("Name of the signal, free text; it has no effect."));
+    header->setResizeContentsPrecision(100); // rows: a loaded set may have thousands
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(header->count() - 1, QHeaderView::Stretch);
+    connect(
+        ui->addCanTrace, &QPushButton::clicked, ui->canTraceFrames, &QTableWidget::scrollToBottom);
+}
+
+// The button's slot shows the window, which leaves an open one behind others.
+void DataLoggerApp::attachWindow(QPushButton* button, QWidget& window)
+{
+    window.setWindowIcon(windowIcon());
+    connect(button, &QPushButton::clicked, &window, [&window] {
+        window.setWindowState(window.windowState() & ~Qt::WindowMinimized);
+        window.raise();
+        window.activateWindow();
+    });
 }
 
 void DataLoggerApp::restorePanel(QCheckBox* box, QWidget* panel, const QString& hiddenKey)

@@ -30,6 +30,7 @@
 class AxisTag;
 class QCheckBox;
 class QCustomPlot;
+class QPushButton;
 class QSlider;
 class QTableWidgetItem;
 class QTimer;
@@ -151,6 +152,7 @@ private:
     void connectLink();
     void prepareFolders();
     void labelSignalColumns();
+    void attachWindow(QPushButton* button, QWidget& window);
 
     void restorePanel(QCheckBox* box, QWidget* panel, const QString& hiddenKey);
     void showPanel(QWidget* panel, const QString& hiddenKey, int state);

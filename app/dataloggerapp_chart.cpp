@@ -4,6 +4,7 @@
 #include "chart/livechart.h"
 #include "ui_dataloggerapp.h"
 
+#include <QScrollBar>
 #include <qcustomplot.h>
 
 namespace {
@@ -68,6 +69,11 @@ void DataLoggerApp::createChannels()
         showChannel(box, channel);
         seriesCheckBoxes[channel] = box;
     }
+    // Three rows in the smallest window. A fourth would not fit on a screen of 768 lines.
+    const QScrollArea* strip = ui->dataSeriesWidget;
+    ui->dataSeriesWidget->setMinimumHeight(
+        3 * seriesCheckBoxes[0]->sizeHint().height() + 2 * strip->frameWidth() +
+        strip->horizontalScrollBar()->sizeHint().height());
 }
 
 void DataLoggerApp::finishChart()

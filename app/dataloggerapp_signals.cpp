@@ -71,12 +71,15 @@ void DataLoggerApp::rebuildSignalGraph(int row)
 
 void DataLoggerApp::on_saveCanSignals_clicked()
 {
-    const QString name =
-        QFileDialog::getSaveFileName(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
-    if (name.isEmpty()) {
+    // Not getSaveFileName(): it knows no suffix, and one that is added behind its back would
+    // replace a file without a question.
+    QFileDialog dialog(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    dialog.setDefaultSuffix(QStringLiteral("csv"));
+    if (dialog.exec() != QDialog::Accepted) {
         return;
     }
-    QFile file(name);
+    QFile file(dialog.selectedFiles().constFirst());
     file.open(QIODevice::WriteOnly);
     file.write(formats::signalSet(canSignals));
 }

@@ -4,6 +4,7 @@
 #include "comm/commandssender.h"
 #include "ui_faultsdisplay.h"
 
+#include <QHeaderView>
 #include <map>
 
 namespace {
@@ -33,6 +34,9 @@ FaultsDisplay::FaultsDisplay(CommandsSender& sender, QWidget* parent)
         {QStringLiteral("Type"), QStringLiteral("Mode"), QStringLiteral("Category"),
          QStringLiteral("Fault ID"), QStringLiteral("Component ID"),
          QStringLiteral("Fault Description")});
+    QHeaderView* header = ui->faultList->horizontalHeader();
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(header->count() - 1, QHeaderView::Stretch);
 }
 
 FaultsDisplay::~FaultsDisplay() = default;

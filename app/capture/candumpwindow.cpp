@@ -3,6 +3,8 @@
 
 #include "ui_candumpwindow.h"
 
+#include <QHeaderView>
+
 CandumpWindow::CandumpWindow(QAbstractTableModel* model, QWidget* parent)
     : QWidget(parent)
     , ui(std::make_unique<Ui::CandumpWindow>())
@@ -10,6 +12,14 @@ CandumpWindow::CandumpWindow(QAbstractTableModel* model, QWidget* parent)
     ui->setupUi(this);
     setAttribute(Qt::WA_QuitOnClose, false);
     ui->tableView->setModel(model);
+    // As wide as their longest text and some room around it. Not by ResizeToContents, which would
+    // ask the cells after each frame.
+    constexpr int Bytes = 8;
+    for (int column = 0; column < model->columnCount(); ++column) {
+        const QString widest = column < Bytes ? QStringLiteral("B000") : QStringLiteral("CAN0000");
+        ui->tableView->setColumnWidth(column, fontMetrics().horizontalAdvance(widest));
+    }
+    ui->tableView->horizontalHeader()->setStretchLastSection(true);
 }
 
 CandumpWindow::~CandumpWindow() = default;

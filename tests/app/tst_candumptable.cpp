@@ -125,6 +125,7 @@ private slots:
         CandumpWindow window(model.get(), nullptr);
         QTableView stock;
         stock.setModel(model.get());
+        stock.horizontalHeader()->setStretchLastSection(true);
         auto* ours = window.findChild<QTableView*>("tableView");
         window.show();
         stock.resize(ours->size());

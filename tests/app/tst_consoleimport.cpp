@@ -197,7 +197,7 @@ private slots:
             QCOMPARE(console.cell(row, 10), "Oil %1");
         }
         const QString saved = console.root().filePath("saved.csv");
-        withFile(saved, [&] { console.click("saveCanSignals"); });
+        withFile(console.root().filePath("saved"), [&] { console.click("saveCanSignals"); });
         QVERIFY(contents(saved).endsWith(";;%12\r\n" + line + line));
         // A loaded signal draws when "Show" changes, with all digits, whatever its cell says.
         console.type(9, "3", 1);

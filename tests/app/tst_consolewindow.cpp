@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/windowplacement.h"
 #include "support/consolerig.h"
 
 #include <QMetaMethod>
+#include <QScrollArea>
 #include <QSpinBox>
 #include <QSplitter>
 #include <QTableView>
@@ -134,6 +136,67 @@ private slots:
                 QCOMPARE(container->isHidden(), !isHidden);
             }
             console.click(box);
+        }
+    }
+
+    void framesLieOnTheirScreen()
+    {
+        const QRect screen(1600, 24, 1366, 744); // right of another one, with a panel at the top
+        const auto at = [&](int x, int y, int width = 1358, int height = 700) {
+            return platform::framePosition({x, y, width, height}, screen);
+        };
+        QCOMPARE(at(1600, 24), QPoint(1600, 24)); // right as they are, to the last pixel
+        QCOMPARE(at(1608, 68), QPoint(1608, 68));
+        QCOMPARE(at(1609, 69), QPoint(1608, 68));
+        QCOMPARE(at(1599, -100), QPoint(1600, 24));
+        QCOMPARE(at(9000, 9000, 1366, 744), QPoint(1600, 24));
+        QCOMPARE(at(9000, 30, 1400, 800), QPoint(1600, 24)); // too large: the title bar counts
+    }
+
+    void windowsOpenWithEverythingInReach()
+    {
+        ConsoleHome home;
+        home.store("ui/size", QSize(1500, 1000));
+        home.store("ui/pidTunerShow", true);
+        ConsoleRig console;
+        console.window.show();
+        // What the window has beyond its smallest size is for the chart and the strip.
+        const auto* signalArea = console.child<QWidget>("widget_2");
+        const auto* sliders = console.child<QWidget>("virtualInputsWidget");
+        QCOMPARE(signalArea->height(), signalArea->minimumSizeHint().height());
+        QCOMPARE(sliders->height(), sliders->sizeHint().height());
+        console.click("canMsg");
+        console.window.resize(console.window.minimumSizeHint());
+        QTRY_COMPARE(signalArea->height(), signalArea->minimumSizeHint().height());
+        const int strip = console.child<QScrollArea>("dataSeriesWidget")->viewport()->height();
+        QVERIFY(strip > console.channelBox(2)->geometry().bottom()); // its third row
+
+        auto* signalTable = console.child<QTableWidget>("canTraceFrames");
+        for (int row = 0; row < 40; ++row) {
+            console.click("addCanTrace");
+        }
+        const QRect newest = signalTable->visualRect(signalTable->model()->index(39, 0));
+        QVERIFY(signalTable->viewport()->rect().contains(newest));
+        const int before = signalTable->columnWidth(3);
+        signalTable->setItem(39, 3, new QTableWidgetItem("1.234567890123456e-123"));
+        QTRY_VERIFY(signalTable->columnWidth(3) > before);
+        QVERIFY(signalTable->columnWidth(10) > 100); // the name
+
+        console.window.faultGetFaultsResp(std::vector<FaultItemData>(30, {1, 1, 65535, 7, 12}));
+        const QList<QPair<const char*, const char*>> windows = {
+            {"candump", "CandumpWindow"}, {"faultStatus", "FaultsDisplay"}};
+        for (const auto& [button, name] : windows) {
+            console.click(button);
+            auto* table = inOpenWindow<QTableView>(name);
+            QTRY_VERIFY(table->horizontalHeader()->length() <= table->viewport()->width());
+            QVERIFY(table->columnWidth(table->model()->columnCount() - 1) > 50);
+            QCOMPARE(
+                table->window()->windowIcon().cacheKey(), console.window.windowIcon().cacheKey());
+            console.window.activateWindow();
+            QTRY_VERIFY(console.window.isActiveWindow());
+            table->window()->showMinimized();
+            console.click(button);
+            QTRY_VERIFY(table->window()->isActiveWindow() && !table->window()->isMinimized());
         }
     }
 
