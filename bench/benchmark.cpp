@@ -10,23 +10,29 @@
 
 namespace {
 
-// With three digits or all that stand before the point.
-QString rounded(double value)
+bool isMissed = false;
+
+void row(
+    const QString& name, double value, const QString& unit, const QString& bound = {},
+    const char* verdict = "")
 {
+    // With three digits or all that stand before the point.
     const int decimals = value >= 100 || value == 0 ? 0 : value >= 10 ? 1 : value >= 1 ? 2 : 3;
-    return QString::number(value, 'f', decimals);
+    const QStringList cells{name, QString::number(value, 'f', decimals), unit, bound, verdict};
+    std::fprintf(stderr, "| %s |\n", qUtf8Printable(cells.join(" | ")));
+}
+
+void goal(const QString& name, double value, const QString& unit, const QString& bound, bool isMet)
+{
+    isMissed = isMissed || !isMet;
+    row(name, value, unit, bound, isMet ? "met" : "**missed**");
 }
 
 double seconds(clockid_t clock)
 {
     timespec time = {};
     clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-}
-
-double seconds(const timeval& time)
-{
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
 rusage programsUsage()
@@ -38,41 +44,34 @@ rusage programsUsage()
 
 } // namespace
 
-Benchmark::Benchmark()
-    : output(dup(STDOUT_FILENO))
+void figure(const QString& name, double value, const QString& unit)
 {
-    if (!std::freopen("/dev/null", "w", stdout)) {
-        std::perror("/dev/null");
-    }
+    row(name, value, unit);
 }
 
-Benchmark::~Benchmark()
-{
-    ::close(output);
-}
-
-void Benchmark::figure(const QString& name, double value, const QString& unit)
-{
-    goal(name, value, unit, QString(), true);
-}
-
-void Benchmark::atLeast(const QString& name, double value, double bound, const QString& unit)
+void atLeast(const QString& name, double value, double bound, const QString& unit)
 {
     goal(name, value, unit, QStringLiteral("at least %1").arg(bound), value >= bound);
 }
 
-void Benchmark::atMost(const QString& name, double value, double bound, const QString& unit)
+void atMost(const QString& name, double value, double bound, const QString& unit)
 {
     goal(name, value, unit, QStringLiteral("at most %1").arg(bound), value <= bound);
 }
 
-void Benchmark::goal(
-    const QString& name, double value, const QString& unit, const QString& bound, bool isMet)
+int exitCode()
 {
-    missed = missed || !isMet;
-    const char* verdict = bound.isEmpty() ? "" : isMet ? "met" : "**missed**";
-    const QStringList row{name, rounded(value), unit, bound, verdict};
-    dprintf(output, "| %s |\n", qUtf8Printable(row.join(QLatin1String(" | "))));
+    return isMissed ? 1 : 0;
+}
+
+double realTime()
+{
+    return seconds(CLOCK_MONOTONIC);
+}
+
+double threadTime()
+{
+    return seconds(CLOCK_THREAD_CPUTIME_ID);
 }
 
 double ownTime()
@@ -83,44 +82,68 @@ double ownTime()
 double programsTime()
 {
     const rusage usage = programsUsage();
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-double realTime()
-{
-    return seconds(CLOCK_MONOTONIC);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
 void run(const QStringList& command)
 {
     if (QProcess::execute(command[0], command.mid(1)) != 0) {
-        qFatal("%s does not work", qPrintable(command.join(QLatin1Char(' '))));
+        qFatal("%s does not work", qPrintable(command.join(' ')));
     }
+}
+
+double timeOf(const QStringList& command, int runs)
+{
+    return fastest([&] { run(command); }, programsTime, runs);
 }
 
 double programsMemory()
 {
-    return static_cast<double>(programsUsage().ru_maxrss) / 1024;
+    return double(programsUsage().ru_maxrss) / 1024;
 }
 
-qint64 residentSize()
+double ownMemory()
 {
-    QFile file(QStringLiteral("/proc/self/statm"));
-    if (!file.open(QIODevice::ReadOnly)) {
-        return 0;
-    }
-    const qint64 pages = file.readAll().split(' ').value(1).toLongLong();
-    return pages * (sysconf(_SC_PAGESIZE) / 1024);
+    QFile file("/proc/self/statm");
+    file.open(QIODevice::ReadOnly);
+    return file.readAll().split(' ').value(1).toDouble() * double(sysconf(_SC_PAGESIZE)) / 1048576;
 }
 
-void needPreload(char** argv)
+QString writeLog(const QString& name, int records)
 {
-    const QByteArray library = "libumockdev-preload.so.0";
-    QByteArray preload = qgetenv("LD_PRELOAD");
-    if (!preload.contains(library)) {
-        preload += (preload.isEmpty() ? "" : ":") + library;
-        qputenv("LD_PRELOAD", preload);
-        execv("/proc/self/exe", argv);
-        std::perror("the preload for mocked ports");
+    QByteArray header = "#;timestamp;";
+    QByteArray values;
+    for (int channel = 0; channel < 128; ++channel) {
+        header += "Channel (ADC" + QByteArray::number(channel) + ");";
+        values += QByteArray::number(channel * 977 % 4096 - 1000) + ";";
     }
+    QFile file(name);
+    file.open(QIODevice::WriteOnly);
+    file.write(header + '\n');
+    for (int i = 0; i < records; ++i) {
+        file.write(QByteArray::number(i) + ';' + QByteArray::number(10 * i) + ';' + values + '\n');
+    }
+    return name;
+}
+
+QString writeTrace(const QString& name, int frames)
+{
+    QFile file(name);
+    file.open(QIODevice::WriteOnly);
+    const bool isAsc = name.endsWith(".asc");
+    if (isAsc) {
+        file.write("base hex  timestamps absolute\n"); // for the peers; to the console a frame more
+    }
+    for (int i = 0; i < frames; ++i) {
+        const QByteArray time = QByteArray::number(1000 + i / 2000.0, 'f', 6);
+        const QByteArray id = QByteArray::number(0x100 + i * 7 % 200, 16).toUpper();
+        const QByteArray hex = QByteArray::number(0x1000000000000000LL + i * 2654435761LL, 16);
+        file.write(
+            isAsc
+                ? "   " + time + " 2  " + id + "             Rx   d 8 " +
+                      QByteArray::fromHex(hex).toHex(' ').toUpper() + '\n'
+                : '(' + time + ") can" + char('0' + i % 4) + ' ' + id + '#' + hex.toUpper() + '\n');
+    }
+    return name;
 }

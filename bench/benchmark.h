@@ -6,61 +6,57 @@
 #include <algorithm>
 #include <limits>
 
-// What the benchmarks share: figures and goals as rows of a table (see bench/run), and standard
-// output that is out of the way.
-class Benchmark
-{
-public:
-    // Sends the program's traces to the null device; the rows still reach the real standard output.
-    Benchmark();
-    ~Benchmark();
-    Benchmark(const Benchmark&) = delete;
-    Benchmark& operator=(const Benchmark&) = delete;
+// What the benchmarks share. Figures and goals go to standard error, as rows of a table (see
+// bench/run): standard output has the traces of the programs.
 
-    void figure(const QString& name, double value, const QString& unit);
+void figure(const QString& name, double value, const QString& unit);
 
-    // A figure that has to be at least, or at most, what the bound says.
-    void atLeast(const QString& name, double value, double bound, const QString& unit);
-    void atMost(const QString& name, double value, double bound, const QString& unit);
+// A figure that has to be at least, or at most, what the bound says.
+void atLeast(const QString& name, double value, double bound, const QString& unit);
+void atMost(const QString& name, double value, double bound, const QString& unit);
 
-    int exitCode() const { return missed ? 1 : 0; }
+// For main: 1 if a goal was missed.
+int exitCode();
 
-private:
-    void goal(
-        const QString& name, double value, const QString& unit, const QString& bound, bool isMet);
-
-    int output; // a descriptor of the real standard output
-    bool missed = false;
-};
-
-// Seconds since some moment: of processor time of this process, or of the programs that it has run,
-// which hold neither the load of the machine nor what is waited for; and of real time.
+// Seconds since some moment: of real time, and of processor time of this thread, of this process,
+// and of the programs that it has run. Processor time does not depend on the load of the machine.
+using Clock = double (*)();
+double realTime();
+double threadTime();
 double ownTime();
 double programsTime();
-double realTime();
 
-// Seconds by that clock of the fastest of so many runs: a cold cache is not in it.
 template <typename Work>
-double fastest(Work work, double (*clock)() = ownTime, int runs = 5)
+double secondsOf(Work work, Clock clock = realTime)
+{
+    const double start = clock();
+    work();
+    return clock() - start;
+}
+
+// Seconds of the fastest of so many runs: a cold cache is not in it.
+template <typename Work>
+double fastest(Work work, Clock clock = ownTime, int runs = 5)
 {
     double best = std::numeric_limits<double>::infinity();
     for (int run = 0; run < runs; ++run) {
-        const double start = clock();
-        work();
-        best = std::min(best, clock() - start);
+        best = std::min(best, secondsOf(work, clock));
     }
     return best;
 }
 
 // Runs a program, given with its arguments. If it does not work, this one ends.
 void run(const QStringList& command);
+// The same, so many times. Seconds of processor time of the fastest run.
+double timeOf(const QStringList& command, int runs = 3);
 
-// MB in RAM at the most of one of the programs that were run.
+// The memory in RAM, in MB: the most that one of the programs had that were run, and what this
+// process has now.
 double programsMemory();
+double ownMemory();
 
-// Memory of this process that is in RAM, in KiB.
-qint64 residentSize();
-
-// Starts the program again under the preload that mocked serial ports need, unless it is there. To
-// be called first in main.
-void needPreload(char** argv);
+// Write a file and give its name: a log with so many records of 128 values, and a .candump or .asc
+// with so many frames of 8 bytes, on buses can0 to can3 or, as the console takes no other from an
+// .asc, on channel 2.
+QString writeLog(const QString& name, int records);
+QString writeTrace(const QString& name, int frames);

@@ -8,28 +8,12 @@
 
 #include <QApplication>
 #include <cmath>
-#include <ctime>
 #include <malloc.h>
 #include <random>
 
 namespace {
 
 constexpr int channels = 128;
-
-double seconds(clockid_t clock)
-{
-    timespec time = {};
-    clock_gettime(clock, &time);
-    return double(time.tv_sec) + 1e-9 * double(time.tv_nsec);
-}
-
-template <typename Work>
-double milliseconds(clockid_t clock, Work work)
-{
-    const double start = seconds(clock);
-    work();
-    return 1e3 * (seconds(clock) - start);
-}
 
 enum class Data { Waves, Noise, FullNoise };
 
@@ -68,10 +52,9 @@ public:
         }
     }
 
-    // Shows all records.
-    void showAll()
+    void show(double seconds)
     {
-        plot.xAxis->setRange(0, records / 1000.0);
+        plot.xAxis->setRange(0, seconds);
         plot.replot();
         plot.grab(); // waits for the exact picture
     }
@@ -85,39 +68,34 @@ private:
     std::vector<int> record = std::vector<int>(channels);
 };
 
-void measureViews(
-    Benchmark& bench, Data data, const char* name, int records, double boundMs, double boundBytes)
+void measureViews(Data data, const char* name, int records, double boundMs, double boundBytes)
 {
     malloc_trim(0); // what earlier measurements left would hide what this one takes
-    const qint64 before = residentSize();
+    const double before = ownMemory();
     Chart chart(data);
-    const double packing =
-        milliseconds(CLOCK_THREAD_CPUTIME_ID, [&] { chart.addRecords(records); });
-    const double bytes = 1024.0 * double(residentSize() - before);
+    const double packing = secondsOf([&] { chart.addRecords(records); }, threadTime);
+    const double bytes = 1048576 * (ownMemory() - before);
     const QString what = QStringLiteral(", %1, %2 records").arg(name).arg(records);
-    chart.showAll();
+    chart.show(records / 1000.0);
     double gui = 0;
     double exact = 0;
     for (int i = 0; i < 5; ++i) {
         chart.plot.xAxis->moveRange(i % 2 == 0 ? 0.3 : -0.3);
-        const double moved = milliseconds(CLOCK_THREAD_CPUTIME_ID, [&] { chart.plot.replot(); });
-        const double waited = milliseconds(CLOCK_MONOTONIC, [&] { chart.plot.grab(); });
-        gui = std::max(gui, moved);
-        exact = std::max(exact, waited);
+        gui = std::max(gui, secondsOf([&] { chart.plot.replot(); }, threadTime));
+        exact = std::max(exact, secondsOf([&] { chart.plot.grab(); }));
     }
-    bench.atMost("GUI thread for a change of the view" + what, gui, 5, "ms");
-    bench.atMost("exact picture" + what, exact, boundMs, "ms");
-    bench.atMost("memory" + what, bytes / channels / records, boundBytes, "bytes a value");
-    bench.figure("taken in" + what, 1e6 * packing / channels / records, "ns a value");
+    atMost("GUI thread for a change of the view" + what, 1e3 * gui, 5, "ms");
+    atMost("exact picture" + what, 1e3 * exact, boundMs, "ms");
+    atMost("memory" + what, bytes / channels / records, boundBytes, "bytes a value");
+    figure("taken in" + what, 1e9 * packing / channels / records, "ns a value");
 }
 
-void measureSession(Benchmark& bench)
+void measureSession()
 {
+    constexpr double seconds = 10;
     Chart chart(Data::Waves);
-    chart.plot.xAxis->setRange(0, 60);
     chart.addRecords(48'000);
-    chart.plot.replot();
-    chart.plot.grab();
+    chart.show(60);
     QEventLoop loop;
     QTimer timer;
     timer.setTimerType(Qt::PreciseTimer);
@@ -128,18 +106,17 @@ void measureSession(Benchmark& bench)
         if (chart.chart->hasNews()) {
             chart.chart->requestReplot();
         }
-        if (wall.elapsed() >= 10'000) {
+        if (wall.elapsed() >= 1000 * seconds) {
             loop.quit();
         }
     });
     wall.start();
     timer.start(1);
     double gui = 0;
-    const double all = milliseconds(CLOCK_PROCESS_CPUTIME_ID, [&] {
-        gui = milliseconds(CLOCK_THREAD_CPUTIME_ID, [&] { loop.exec(); });
-    });
-    bench.atMost("1 kHz, 60 s in view, GUI thread", gui / 100, 10, "% of a core");
-    bench.atMost("1 kHz, 60 s in view, all threads", all / 100, 30, "% of a core");
+    const double all =
+        secondsOf([&] { gui = secondsOf([&] { loop.exec(); }, threadTime); }, ownTime);
+    atMost("1 kHz, 60 s in view, GUI thread", 100 * gui / seconds, 10, "% of a core");
+    atMost("1 kHz, 60 s in view, all threads", 100 * all / seconds, 30, "% of a core");
 }
 
 } // namespace
@@ -148,12 +125,11 @@ int main(int argc, char* argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-    Benchmark bench;
-    measureViews(bench, Data::Waves, "waves", 60'000, 400, 4.5);
-    measureViews(bench, Data::Waves, "waves", 600'000, 400, 1.6);
-    measureViews(bench, Data::Waves, "waves", 3'600'000, 2000, 1.6);
-    measureViews(bench, Data::Noise, "noise", 600'000, 2000, 4.5);
-    measureViews(bench, Data::FullNoise, "32-bit noise", 600'000, 2000, 4.5);
-    measureSession(bench);
-    return bench.exitCode();
+    measureViews(Data::Waves, "waves", 60'000, 400, 4.5);
+    measureViews(Data::Waves, "waves", 600'000, 400, 1.6);
+    measureViews(Data::Waves, "waves", 3'600'000, 2000, 1.6);
+    measureViews(Data::Noise, "noise", 600'000, 2000, 4.5);
+    measureViews(Data::FullNoise, "32-bit noise", 600'000, 2000, 4.5);
+    measureSession();
+    return exitCode();
 }

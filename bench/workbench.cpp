@@ -3,19 +3,15 @@
 // bench_workbench: what a record costs the window in plots and in value viewers, and how long a map
 // of 64 by 64 holds it up.
 #include "bench/benchmark.h"
-#include "bench/rigthread.h"
-#include "schema/link.pb.h"
+#include "support/connectedworkbench.h"
 #include "workbench/chartview.h"
-#include "workbench/mainwindow.h"
 #include "workbench/maptuning.h"
 #include "workbench/plotviewer.h"
 #include "workbench/valueviewer.h"
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QMenu>
 #include <QTableWidget>
-#include <QTest>
 #include <cmath>
 
 namespace {
@@ -43,7 +39,7 @@ double costOfARecord(
     return 1e3 * (ownTime() - start) / records;
 }
 
-void measurePlots(Benchmark& bench)
+void measurePlots()
 {
     PlotViewer viewer;
     viewer.resize(1000, 600);
@@ -61,23 +57,23 @@ void measurePlots(Benchmark& bench)
     auto* view = viewer.findChild<ChartView*>();
     auto* axisX = qobject_cast<QValueAxis*>(view->chart()->axes(Qt::Horizontal).first());
     QTest::mouseClick(view->viewport(), Qt::LeftButton); // from now on the chart is animated
-    bench.atMost("8 curves, the first 10 s", cost(100, 100), 5, "ms a record");
+    atMost("8 curves, the first 10 s", cost(100, 100), 5, "ms a record");
     for (const unsigned int hours : {1, 8}) {
         axisX->setRange(0, 1);
         while (time < hours * 3'600'000) {
             cost(1000);
         }
         const QString age = QStringLiteral("8 curves, %1 h, ").arg(hours);
-        bench.atMost(age + "beyond the view", cost(100), 5, "ms a record");
+        atMost(age + "beyond the view", cost(100), 5, "ms a record");
         axisX->setRange(time / 1000 - 150, time / 1000 + 50);
-        bench.atMost(age + "last 200 s in view", cost(100), 5, "ms a record");
+        atMost(age + "last 200 s in view", cost(100), 5, "ms a record");
         axisX->setRange(0, time / 900);
-        bench.atMost(age + "all in view", cost(100), 5, "ms a record");
+        atMost(age + "all in view", cost(100), 5, "ms a record");
     }
 }
 
 // Side by side in one window, with some 40 rows of each in view.
-void measureValues(Benchmark& bench)
+void measureValues()
 {
     QWidget window;
     window.resize(1920, 1080);
@@ -90,48 +86,42 @@ void measureValues(Benchmark& bench)
     unsigned int time = 0;
     costOfARecord(viewers, time, 128, 1);
     const double share = costOfARecord(viewers, time, 128, 100);
-    bench.atMost("10 value viewers of 128 rows at 10 Hz", share, 10, "% of the GUI thread");
+    atMost("10 value viewers of 128 rows at 10 Hz", share, 10, "% of the GUI thread");
 }
 
-void measureMaps(Benchmark& bench)
+// With the controller in the same thread.
+void measureMaps()
 {
-    simulator::ControllerOptions options;
-    options.maps = {{64, 64}};
-    RigThread rig(options);
-    rig.plug();
-    MainWindow window;
-    window.show();
-    const auto choose = [&](const char* name) {
-        auto* menu = window.findChild<QMenu*>(name);
-        do {
+    ConnectedWorkbench workbench;
+    workbench.controller.maps()[0] = simulator::makeMaps({{64, 64}}, 1)[0];
+    const auto runUntil = [](auto condition) {
+        while (!condition()) {
             QCoreApplication::processEvents();
-            emit menu->aboutToShow();
-        } while (menu->actions().isEmpty());
-        menu->actions().first()->trigger();
+        }
     };
-    choose("menuConnection");
-    const double opened = realTime();
-    choose("menuMap_Tuning");
-    while (rig.count(xcu::Command::kMapTunerSetMapValue) < 64 * 64) {
-        QCoreApplication::processEvents();
-    }
-    bench.atMost("map of 64 by 64, opened and echoed", 1e3 * (realTime() - opened), 1000, "ms");
+    runUntil([&] { return !workbench.entries("menuMap_Tuning").isEmpty(); });
+    const double opening = secondsOf([&] {
+        workbench.choose("menuMap_Tuning", "Map 0");
+        runUntil([&] {
+            return workbench.controller.count(xcu::Command::kMapTunerSetMapValue) == 64 * 64;
+        });
+    });
+    atMost("map of 64 by 64, opened and echoed", 1e3 * opening, 1000, "ms");
+    MainWindow& window = *workbench.window;
     window.findChild<QTableWidget*>("mapValues")->setRangeSelected({1, 1, 64, 64}, true);
-    const double stepped = realTime();
-    window.findChild<MapTuning*>()->mapValues_increaseValues();
-    bench.atMost("4,096 cells stepped", 1e3 * (realTime() - stepped), 200, "ms");
+    auto* editor = window.findChild<MapTuning*>();
+    const double stepping = secondsOf([&] { editor->mapValues_increaseValues(); });
+    atMost("4,096 cells stepped", 1e3 * stepping, 200, "ms");
 }
 
 } // namespace
 
 int main(int argc, char* argv[])
 {
-    needPreload(argv);
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-    Benchmark bench;
-    measurePlots(bench);
-    measureValues(bench);
-    measureMaps(bench);
-    return bench.exitCode();
+    measurePlots();
+    measureValues();
+    measureMaps();
+    return exitCode();
 }

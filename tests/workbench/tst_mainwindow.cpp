@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/commandssender.h"
-#include "connectedworkbench.h"
+#include "support/connectedworkbench.h"
 #include "support/testhome.h"
 #include "workbench/idatapresenter.h"
 

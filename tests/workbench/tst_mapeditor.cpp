@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "connectedworkbench.h"
+#include "support/connectedworkbench.h"
 #include "support/stdoutcapture.h"
 
 #include <QApplication>
