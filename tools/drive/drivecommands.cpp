@@ -20,15 +20,11 @@ namespace {
 using Words = QStringList;
 
 const DriveResult done;
-
-DriveResult notYet(int extraPatienceMs = 0)
-{
-    return {false, QString(), extraPatienceMs};
-}
+const DriveResult notYet{false};
 
 DriveResult wrong(const QString& error)
 {
-    return {true, error, 0};
+    return {true, error};
 }
 
 // The object of that name below any window; the latest window wins, so that the newest of several
@@ -75,7 +71,7 @@ template <typename Target, DriveResult (*work)(Target&, const Words&)>
 DriveResult on(const Words& words)
 {
     auto* target = qobject_cast<Target*>(findObject(words[1]));
-    return target ? work(*target, words) : notYet();
+    return target ? work(*target, words) : notYet;
 }
 
 // Keys go to the active window, which nobody chooses where there is no window manager.
@@ -91,7 +87,7 @@ template <Qt::MouseButton button>
 DriveResult click(QWidget& widget, const Words& words)
 {
     if (!widget.isVisible()) {
-        return notYet();
+        return notYet;
     }
     activate(widget);
     const QPoint point =
@@ -112,7 +108,7 @@ DriveResult key(const Words& words)
         return wrong(QStringLiteral("no such key"));
     }
     if (!widget) {
-        return notYet();
+        return notYet;
     }
     activate(*widget); // a menu that was entered leaves no window active
     QTest::keySequence(widget, sequence);
@@ -135,14 +131,14 @@ DriveResult set(QObject& object, const Words& words)
 DriveResult wait(QObject& object, const Words& words)
 {
     const QRegularExpression pattern(words[3]);
-    return pattern.match(shownText(object, words[2])).hasMatch() ? done : notYet();
+    return pattern.match(shownText(object, words[2])).hasMatch() ? done : notYet;
 }
 
 DriveResult cell(QAbstractItemView& view, const Words& words)
 {
     const QModelIndex index = view.model()->index(words[2].toInt(), words[3].toInt());
     view.model()->setData(index, words[4]);
-    return index.isValid() ? done : notYet();
+    return index.isValid() ? done : notYet;
 }
 
 DriveResult select(QAbstractItemView& view, const Words& words)
@@ -150,7 +146,7 @@ DriveResult select(QAbstractItemView& view, const Words& words)
     const QModelIndex first = view.model()->index(words[2].toInt(), words[3].toInt());
     const QModelIndex last = view.model()->index(words[4].toInt(), words[5].toInt());
     if (!first.isValid() || !last.isValid()) {
-        return notYet();
+        return notYet;
     }
     view.setFocus();
     view.selectionModel()->select(QItemSelection(first, last), QItemSelectionModel::ClearAndSelect);
@@ -170,7 +166,7 @@ DriveResult menu(QMenu& menu, const Words& words)
     QAction* action = menu.actions().value(words[2].toInt());
     if (!action) {
         menu.close();
-        return notYet();
+        return notYet;
     }
     menu.setActiveAction(action);
     QTest::keyClick(&menu, Qt::Key_Return);
@@ -182,7 +178,7 @@ DriveResult chooseFile(const Words& words)
     auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
     auto* name = dialog ? dialog->findChild<QLineEdit*>("fileNameEdit") : nullptr;
     if (!name) {
-        return notYet();
+        return notYet;
     }
     // Not selectFile(): that leaves alone what a person seems to be typing.
     name->setText(QDir::current().absoluteFilePath(words[1]));
@@ -193,7 +189,7 @@ DriveResult chooseFile(const Words& words)
 DriveResult grab(QWidget& widget, const Words& words)
 {
     if (!widget.isVisible()) {
-        return notYet();
+        return notYet;
     }
     QPixmap picture = widget.grab();
     if (words.size() > 4) {
@@ -251,7 +247,7 @@ DriveResult points(QCustomPlot& plot, const Words& words)
                           .arg(graph->dataMainKey(i), 0, 'g', 17)
                           .arg(graph->dataMainValue(i), 0, 'g', 17));
     }
-    return graph ? answer(words, "points", listed.join(';')) : notYet();
+    return graph ? answer(words, "points", listed.join(';')) : notYet;
 }
 
 struct Command
@@ -284,12 +280,8 @@ constexpr Command commands[] = {
 
 } // namespace
 
-DriveResult runDriveCommand(const QStringList& words, qint64 elapsedMs)
+DriveResult runDriveCommand(const QStringList& words)
 {
-    if (words[0] == QLatin1String("pause") && words.size() == 2) {
-        const int length = words[1].toInt();
-        return elapsedMs >= length ? done : notYet(length);
-    }
     QString known = QStringLiteral("no such command; there are: pause MS");
     for (const Command& command : commands) {
         const QString usage = QStringLiteral("%1 %2").arg(command.name, command.usage);

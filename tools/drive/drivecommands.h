@@ -6,10 +6,9 @@
 
 struct DriveResult
 {
-    bool done = true;        // false: try again later
-    QString error;           // not empty: the line makes no sense
-    int extraPatienceMs = 0; // how much longer than usual a line may be tried
+    bool done = true;   // false: try again later
+    QString error = {}; // not empty: the line makes no sense
 };
 
-// Carries out one command; elapsedMs is the time since it was first tried.
-DriveResult runDriveCommand(const QStringList& words, qint64 elapsedMs);
+// Carries out one command, all but a pause.
+DriveResult runDriveCommand(const QStringList& words);

@@ -1,8 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "drivescript.h"
 
-#include <QApplication>
+// Plays a script of operator actions in the program that loaded this plugin. Qt loads it where
+// QT_PLUGIN_PATH names the folder build/<preset>/plugins and QT_QPA_GENERIC_PLUGINS is xcudrive;
+// XCU_DRIVE_SCRIPT names the script. The program needs no hook for it.
+//
+// A line is one command; words are split at blanks, "double quotes" keep blanks, a word that begins
+// with # starts a comment. Objects are named by their object names; the table in drivecommands.cpp
+// lists the commands. A command that cannot be carried out yet is tried again for 30 s; then the
+// script prints the line to standard error and ends the program with exit code 3.
+//
+// If the script is a named pipe, lines may come at any time, and each one that has been carried out
+// is reported on standard error: "drive: line 7 is done".
+#include "drivecommands.h"
+
+#include <QElapsedTimer>
 #include <QFile>
+#include <QGenericPlugin>
+#include <QProcess>
 #include <QTimer>
 #include <array>
 #include <cstdio>
@@ -10,43 +24,38 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
-constexpr int kStepMs = 20;
-constexpr int kPatienceMs = 30000;
+constexpr int stepMs = 20;
+constexpr int patienceMs = 30000;
 
-// The words of one line; none for a blank line or a comment.
-QStringList wordsOf(const QString& line)
+class DriveScript : public QObject
 {
-    QStringList result;
-    QString word;
-    bool quoted = false;
-    bool open = false;
-    for (const QChar c : line) {
-        if (c == QLatin1Char('"')) {
-            quoted = !quoted;
-            open = true;
-        } else if (!quoted && c == QLatin1Char('#') && !open) {
-            break;
-        } else if (!quoted && c.isSpace()) {
-            if (open) {
-                result.append(word);
-            }
-            word.clear();
-            open = false;
-        } else {
-            word.append(c);
-            open = true;
-        }
-    }
-    if (open) {
-        result.append(word);
-    }
-    return result;
-}
+public:
+    explicit DriveScript(const QString& path);
 
-} // namespace
+private:
+    struct Line
+    {
+        int number;
+        QStringList words;
+    };
+
+    void readOn();
+    void scheduleStep();
+    void step();
+    [[noreturn]] static void fail(const Line& line, const QString& reason);
+
+    int source;          // descriptor of the script
+    bool isPipe = false; // more may come
+    QByteArray unread;   // the beginning of a line
+    int linesRead = 0;
+    std::vector<Line> lines;
+    std::size_t next = 0;
+    QElapsedTimer waiting; // since the present line was first tried
+};
 
 DriveScript::DriveScript(const QString& path)
 {
@@ -72,10 +81,11 @@ void DriveScript::readOn()
         unread.append('\n'); // the last line may lack its end
     }
     for (int end = 0; (end = unread.indexOf('\n')) >= 0;) {
-        const QStringList parts = wordsOf(QString::fromUtf8(unread.left(end)));
+        QStringList words = QProcess::splitCommand(QString::fromUtf8(unread.left(end)));
         unread.remove(0, end + 1);
         ++linesRead;
-        if (parts.isEmpty()) {
+        words = words.mid(0, words.indexOf(QRegularExpression(QStringLiteral("#.*"))));
+        if (words.isEmpty()) {
             continue;
         }
         if (next == lines.size()) {
@@ -83,7 +93,7 @@ void DriveScript::readOn()
             next = 0;
             waiting.start(); // not before there is something to wait for
         }
-        lines.push_back({linesRead, parts});
+        lines.push_back({linesRead, words});
     }
 }
 
@@ -91,7 +101,7 @@ void DriveScript::readOn()
 // that its own tick has opened.
 void DriveScript::scheduleStep()
 {
-    QTimer::singleShot(kStepMs, this, &DriveScript::step);
+    QTimer::singleShot(stepMs, this, &DriveScript::step);
 }
 
 void DriveScript::step()
@@ -109,7 +119,10 @@ void DriveScript::step()
     // counts as done before it is carried out.
     const std::size_t current = next++;
     const Line line = lines[current];
-    const DriveResult result = runDriveCommand(line.words, waiting.elapsed());
+    const bool isPause = line.words[0] == QLatin1String("pause");
+    const int pauseMs = isPause ? line.words.value(1).toInt() : 0;
+    const DriveResult result =
+        isPause ? DriveResult{waiting.elapsed() >= pauseMs} : runDriveCommand(line.words);
     if (!result.error.isEmpty()) {
         fail(line, result.error);
     }
@@ -123,7 +136,7 @@ void DriveScript::step()
         return;
     }
     next = current;
-    if (waiting.elapsed() > kPatienceMs + result.extraPatienceMs) {
+    if (waiting.elapsed() > patienceMs + pauseMs) {
         fail(line, QStringLiteral("waited in vain"));
     }
 }
@@ -135,3 +148,22 @@ void DriveScript::fail(const Line& line, const QString& reason)
         qPrintable(line.words.join(QLatin1Char(' '))), qPrintable(reason));
     std::exit(3);
 }
+
+} // namespace
+
+class DrivePlugin : public QGenericPlugin
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "xcudrive.json")
+
+public:
+    QObject* create(const QString& name, const QString&) override
+    {
+        if (name.compare(QLatin1String("xcudrive"), Qt::CaseInsensitive) != 0) {
+            return nullptr;
+        }
+        return new DriveScript(qEnvironmentVariable("XCU_DRIVE_SCRIPT"));
+    }
+};
+
+#include "drivescript.moc"
