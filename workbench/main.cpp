@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/endrequests.h"
+#include "platform/programoptions.h"
+#include "platform/trace.h"
 #include "platform/windowplacement.h"
 #include "workbench/mainwindow.h"
 
@@ -6,7 +9,13 @@
 
 int main(int argc, char* argv[])
 {
+    const platform::StandardStreams streams;
+    if (platform::answerOptions(
+            argc, argv, "tuning-workbench", "Live values and maps of an XCU.")) {
+        return 0;
+    }
     QApplication application(argc, argv);
+    const platform::EndRequests endRequests;
     MainWindow window(nullptr);
     window.show();
     platform::placeWhenFramed(window.windowHandle());

@@ -3,13 +3,16 @@
 #include "comm/frame.h"
 #include "comm/portdiscovery.h"
 #include "mockedtty.h"
+#include "platform/trace.h"
 #include "support/stdoutcapture.h"
 
 #include <QEventLoop>
 #include <QPointer>
 #include <QTest>
+#include <fcntl.h>
 #include <functional>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace {
@@ -20,6 +23,40 @@ QByteArray frame(const QByteArray& payload)
 {
     return QByteArray::fromStdString(comm::makeFrame(payload.toStdString()));
 }
+
+// Stands in for a standard stream.
+class UnreadPipe
+{
+public:
+    explicit UnreadPipe(int streamDescriptor)
+        : descriptor(streamDescriptor)
+        , original(dup(streamDescriptor))
+    {
+        if (pipe2(ends, O_CLOEXEC) != 0 || fcntl(ends[0], F_SETFL, O_NONBLOCK) != 0) {
+            qFatal("no pipe");
+        }
+        dup2(ends[1], descriptor);
+    }
+    ~UnreadPipe()
+    {
+        restore();
+        for (const int end : {original, ends[0], ends[1]}) {
+            ::close(end);
+        }
+    }
+    void restore() { dup2(original, descriptor); }
+    QByteArray read()
+    {
+        QByteArray bytes(1 << 16, '\0'); // as much as it holds
+        bytes.resize(int(qMax<ssize_t>(0, ::read(ends[0], bytes.data(), size_t(bytes.size())))));
+        return bytes;
+    }
+
+private:
+    int descriptor;
+    int original;
+    int ends[2] = {};
+};
 
 // A ComPort with a line to it, and what it delivered.
 struct Link : QObject
@@ -205,6 +242,41 @@ private slots:
         };
         QVERIFY(QTest::qWaitFor(isAllSent, 30'000));
         QVERIFY(sent == written + queued);
+    }
+
+    // Nothing that is said waits for a reader who stands still: 4 MB are kept, in order, and of the
+    // rest whole lines are left out and counted, though a line may come in parts.
+    void traceWaitsForItsReader()
+    {
+        constexpr int total = 100'000;
+        const auto line = [](int number) {
+            return QByteArray::number(number).rightJustified(63) + '\n';
+        };
+        UnreadPipe output(STDOUT_FILENO);
+        UnreadPipe errors(STDERR_FILENO);
+        for (int i = 0; i < total; ++i) {
+            platform::traceText(line(i).left(i % 64).toStdString());
+            platform::traceText(line(i).mid(i % 64).toStdString());
+        }
+        QByteArray text;
+        QByteArray complaint;
+        const bool hasEnded = QTest::qWaitFor([&] {
+            text += output.read();
+            return !(complaint += errors.read()).isEmpty();
+        });
+        platform::traceLine("next");
+        const QByteArray next = output.read();
+        output.restore();
+        errors.restore();
+        QVERIFY(hasEnded);
+        const int kept = text.count('\n');
+        for (int i = 0; i < kept; ++i) {
+            QCOMPARE(text.mid(64 * i, 64), line(i));
+        }
+        QVERIFY(text.size() > 4 << 20);
+        const QByteArray lost = QByteArray::number(total - kept);
+        QCOMPARE(complaint, "standard output: not read, " + lost + " lines left out\n");
+        QCOMPARE(next, QByteArray("next\n"));
     }
 };
 
