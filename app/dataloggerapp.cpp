@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int PortRefreshMs = 100;
+constexpr QSize MostSize(16384, 16384); // more cannot be painted
 
 // The stored value says the opposite of what these names suggest: true is a hidden panel. Stores in
 // the field hold it so. The last one belongs to the CAN send panel.
@@ -92,7 +93,8 @@ bool DataLoggerApp::event(QEvent* event)
 
 void DataLoggerApp::restoreWindow()
 {
-    resize(settings.value(QStringLiteral("ui/size"), QSize(400, 400)).toSize());
+    const QSize size = settings.value(QStringLiteral("ui/size"), QSize(400, 400)).toSize();
+    resize(size.boundedTo(MostSize));
     move(settings.value(QStringLiteral("ui/pos"), QPoint(200, 200)).toPoint());
     // Not toBool(): of the texts that a store may hold only "true" counts.
     if (settings.value(QStringLiteral("ui/isMaximized")).toString() == QLatin1String("true")) {

@@ -11,10 +11,10 @@
 #include "comm/responseinterfaces.h"
 #include "formats/channels.h"
 #include "formats/signaldecoder.h"
+#include "platform/durablefile.h"
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QList>
 #include <QMainWindow>
 #include <QMap>
@@ -199,8 +199,8 @@ private:
     QVector<chart::Graph*> canSignalGraphs; // by row of the signal table
     QVector<CanSignalData> canSignals;      // likewise
     std::array<QSlider*, VirtualInputTotal> virtualInputSliders{};
-    QFile logFile;
-    QFile candumpFile;
+    platform::DurableFile logFile;
+    platform::DurableFile candumpFile;
     int recordCounter = 0;
     int firstTimestamp = -1;  // controller time in ms, an unsigned 32-bit pattern; -1 before the
     int lastTimestamp = -1;   // first record of the program's run

@@ -8,7 +8,7 @@ namespace {
 
 void writeBackup(const QDir& directory, const std::string& block)
 {
-    QFile file(directory.filePath(formats::stampedName("%1.xcu")));
+    platform::DurableFile file(directory.filePath(formats::stampedName("%1.xcu")));
     file.open(QIODevice::WriteOnly);
     file.write(block.data(), static_cast<qint64>(block.size()));
 }

@@ -25,12 +25,11 @@ QString folderName(QString serialNumber)
     return isName ? serialNumber : QStringLiteral("no serial number");
 }
 
-// A folder that cannot be made or entered leaves the directory where it is.
+// Makes the whole path again, of which parts may have gone since the start. A folder that cannot
+// be made or entered leaves the directory where it is.
 void enterFolder(QDir& directory, const QString& name)
 {
-    if (!directory.exists(name)) {
-        directory.mkdir(name);
-    }
+    directory.mkpath(name);
     directory.cd(name);
 }
 

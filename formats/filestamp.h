@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QLocale>
 #include <QString>
 
 namespace formats {
@@ -10,7 +11,9 @@ namespace formats {
 // for its "%1". Two files of one kind within a second share a name.
 inline QString stampedName(const char* pattern)
 {
-    const QString stamp = QDateTime::currentDateTime().toString("yyyy.MM.dd-HHmmss");
+    // Not QDateTime's own toString(): in some languages that has other digits.
+    const QString stamp =
+        QLocale::c().toString(QDateTime::currentDateTime(), QStringLiteral("yyyy.MM.dd-HHmmss"));
     return QString::fromLatin1(pattern).arg(stamp);
 }
 

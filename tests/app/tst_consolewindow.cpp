@@ -81,8 +81,9 @@ private slots:
     {
         ConsoleHome home;
         home.store("ui/refreshRate", 5000);
-        home.store("ui/channelsCount", 9); // no such choice
-        home.store("ui/autostart", 2);
+        home.store("ui/channelsCount", 9);       // no such choice
+        home.store("ui/autostart", 7);           // likewise
+        home.store("ui/size", QSize(40000, -1)); // more than can be painted
         home.store("ui/channels/3/selected", false);
         home.store("ui/channels/3/label", "Oil");
         home.store("ui/channelLayout", QByteArray("no splitter state"));
@@ -93,6 +94,7 @@ private slots:
             QCOMPARE(home.stored("ui/channelsCount").toInt(), -1);
             QCOMPARE(console.child<QCheckBox>("autostart")->checkState(), Qt::Checked);
             QVERIFY(!console.window.isMaximized());
+            QCOMPARE(console.window.width(), 16384);
             QCOMPARE(console.channelBox(3)->checkState(), Qt::Unchecked);
             QCOMPARE(console.channelBox(3)->text(), "Oil");
             QCOMPARE(console.plot()->graph(3)->name(), "Oil");

@@ -4,9 +4,12 @@
 import ctypes
 import os
 import pathlib
+import pty
 import re
 import resource
+import shutil
 import signal
+import subprocess
 import sys
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "drive"))
@@ -60,8 +63,8 @@ def point_count(console, channel):
     return sum(point != "" for point in points.split(";"))
 
 
-def connect(bench, *lines, setup=None):
-    console = bench.start(setup=setup)
+def connect(bench, *lines, **options):
+    console = bench.start(**options)
     answered = len(bench.line().answers("configuration"))
     console.play('wait xcuSerialNumber currentText "XCU0001 XCU"', "set refreshRate value 2",
                  *lines, "click pushButton_2", "wait pushButton_2 text Disconnect")
@@ -145,6 +148,18 @@ def bad_folders(build):
         log_text = leave(bench, console)
         (path,) = (bench.home / FOLDER).glob("*.log")
         same(written_log(path), log_text, "log in the working directory")
+    with Bench(build) as bench:
+        console = connect(bench, LC_ALL="fa_IR.UTF-8")  # a language with digits of its own
+        for lines in (["click startLogging"], ["click pushButton_2", "click pushButton_2"],
+                      ["click startLogging", "click candump"]):
+            shutil.rmtree(bench.documents)
+            console.play(*lines)
+            until(lambda: bench.files("*.*"), "a file in a new folder")
+        until(lambda: len(bench.files("*.*")) == 2, "log and capture")
+        names = [re.sub(r"[0-9]", "0", path.name) for path in bench.files("*.*")]
+        same(sorted(names), ["0000.00.00-000000.log", "can-0000.00.00-000000.candump"], "names")
+        log_text = leave(bench, console)
+        same(written_log(bench.files("*.log")[0]), log_text, "log in a new folder")
     with Bench(build) as bench:
         (bench.documents / FOLDER).mkdir(parents=True)
         (bench.documents / FOLDER).chmod(0o555)
@@ -232,18 +247,93 @@ def successor(build):
         console.close("DataLoggerApp")
 
 
+def end(bench, program, number):
+    """By a signal: as its close button does."""
+    locks = f"LCK..ttyACM{bench.controllers.pid}x*"
+    assert list(pathlib.Path("/var/lock").glob(locks)), "no lock of a port"
+    program.process.send_signal(number)
+    program.see_end()
+    same(list(pathlib.Path("/var/lock").glob(locks)), [], "locks of ports")
+
+
+def see_all(bench):
+    """No answers from here on, and all that were given are in the log."""
+    bench.tell("trouble drop 1")
+    given = bench.counts()["responses sent"]
+    until(lambda: len(bench.line().responses) >= given, "all has left")
+    path, log_text = bench.files("*.log")[-1], expected_logs(bench.line())[-1]
+    until(lambda: written_log(path) == log_text, "the whole log")
+    times = [one.time for one in bench.line().responses if one.answer[0] == "logger_data"]
+    longest = max(after - before for before, after in zip(times, times[1:]))
+    print(f"{len(times)} records, the longest pause {longest} ms")
+    assert longest < 900, "requests are late"
+
+
+def unread(build):
+    """Nobody reads what a program prints. Its reader has gone, stands still (a pipe, which goes on
+    later, and a terminal), or there never was one."""
+    for way, number in (("gone", signal.SIGHUP), ("pipe", signal.SIGINT),
+                        ("terminal", signal.SIGTERM), ("none", signal.SIGTERM)):
+        with Bench(build) as bench:
+            reader, writer = pty.openpty() if way == "terminal" else os.pipe()
+
+            def setup():
+                signal.signal(number, signal.SIG_DFL)
+                if way == "none":
+                    os.close(1)
+
+            console = connect(bench, setup=setup, stdout=writer)
+            os.close(writer)
+            if way == "gone":
+                os.close(reader)
+            log(bench, console, 1000)
+            console.play("click candump", "click faultStatus")  # windows that are open besides
+            see_all(bench)
+            if way == "pipe":
+                with subprocess.Popen("cat", stdin=reader, stdout=console.output.open("wb")):
+                    os.write(console.pipe, b"trigger actionOpen_with_Timestamp\n")
+                    console.play("wait QFileDialog visible true")  # which nobody answers
+                    end(bench, console, number)
+                same(console.sizes_read(), bench.line().sizes(), "the trace, read late")
+            else:
+                end(bench, console, number)
+            settings = bench.home / ".config/CorvaneMotionSystems/DataLogger.conf"
+            assert "refreshRate=2\n" in settings.read_text(), "the settings are not stored"
+
+
+def slow_disk(build):
+    """What is written is put on the disk, and nothing waits for that."""
+    with Bench(build) as bench:
+        report = bench.home / "report"
+        preload = f"{bench.attached['LD_PRELOAD']}:{bench.build}/plugins/libslowdisk.so"
+        console = connect(bench, LD_PRELOAD=preload, SLOW_DISK=str(report))
+        log(bench, console)
+        until(lambda: report.exists() and report.read_text().count(".log") > 1, "a second time")
+        console.play("click pushButton_2", "click pushButton_2", "click startLogging")
+        see_all(bench)
+        end(bench, console, signal.SIGTERM)
+        done = dict(line.rsplit(" ", 1) for line in report.read_text().splitlines())
+        files = bench.files("*.*")
+        same({str(path): done.get(str(path)) for path in files},
+             {str(path): str(path.stat().st_size) for path in files}, "bytes on the disk")
+        folders = {str(folder) for path in files for folder in path.parents[:4]}
+        assert folders <= set(done), f"folders on the disk: {set(done)}"
+
+
 def departure(build):
     """The workbench keeps the port open when its controller has left, and has nothing to do."""
     with Bench(build) as bench:
-        workbench = bench.start("tuning-workbench")
+        ignore = lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)  # as nohup does
+        workbench = bench.start("tuning-workbench", setup=ignore)
         workbench.play("menu menuConnection 0", "wait statusbar message Connected")
+        workbench.process.send_signal(signal.SIGHUP)
         see(bench, 5)
         bench.tell("unplug")
         sent, used = sent_by(workbench), workbench.processor_time()
         until(lambda: sent_by(workbench) > sent + 20, "requests go on")  # two seconds
         used = workbench.processor_time() - used
         assert used < 0.5, f"{used} s of processor time for nothing"
-        workbench.close("MainWindow")
+        end(bench, workbench, signal.SIGTERM)
 
 
 def shared(build):
@@ -302,8 +392,8 @@ def cycles(build, count=200):
         console.close("DataLoggerApp")
 
 
-SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, successor, departure,
-             shared, tuning, cycles]
+SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, successor, unread,
+             slow_disk, departure, shared, tuning, cycles]
 
 
 def main(build, name=None, *arguments):

@@ -42,17 +42,18 @@ def same(got, expected, what):
 class Program:
     """One of ours under the drive plugin. All that it says on standard error is kept."""
 
-    def __init__(self, bench, name, environment, setup):
+    def __init__(self, bench, name, environment, setup, stdout):
         stem = bench.home / f"{name}{len(bench.programs)}"
         os.mkfifo(f"{stem}.pipe")
         self.pipe = os.open(f"{stem}.pipe", os.O_RDWR)
         self.output = pathlib.Path(f"{stem}.out")
+        output = self.output.open("wb")
         self.said = []
         self.sent = self.done = 0
         self.process = subprocess.Popen(
             [bench.build / "bin" / name], cwd=bench.home, preexec_fn=setup,
             env=dict(environment, XCU_DRIVE_SCRIPT=f"{stem}.pipe"), stdin=subprocess.DEVNULL,
-            stdout=self.output.open("wb"), stderr=subprocess.PIPE, text=True, errors="replace",
+            stdout=stdout or output, stderr=subprocess.PIPE, text=True, errors="replace",
         )
         self.tail, self.read = Tail(self.output), []
         self.listener = threading.Thread(target=self.listen, daemon=True)
@@ -87,6 +88,9 @@ class Program:
 
     def close(self, window):
         os.write(self.pipe, f"close {window}\n".encode())
+        self.see_end()
+
+    def see_end(self):
         code = self.process.wait(PATIENCE)
         self.listener.join()
         same(code, 0, f"exit code ({self.said[-5:]})")
@@ -141,13 +145,13 @@ class Bench:
         self.controllers.wait(PATIENCE)
         self.folder.cleanup()
 
-    def start(self, name="datalogger", setup=None, **variables):
+    def start(self, name="datalogger", setup=None, stdout=None, **variables):
         environment = dict(
-            os.environ, **self.attached, **variables, LC_ALL="C.UTF-8", HOME=str(self.home),
+            os.environ, **self.attached, LC_ALL="C.UTF-8", HOME=str(self.home),
             XDG_CONFIG_HOME=str(self.home / ".config"), QT_QPA_PLATFORM="offscreen",
             QT_QPA_GENERIC_PLUGINS="xcudrive", QT_PLUGIN_PATH=str(self.build / "plugins"),
         )
-        self.programs.append(Program(self, name, environment, setup))
+        self.programs.append(Program(self, name, environment | variables, setup, stdout))
         return self.programs[-1]
 
     def tell(self, *lines):
