@@ -27,16 +27,16 @@ struct SignalColumn
 };
 
 constexpr SignalColumn SignalColumns[] = {
-    {"Frame", "Identifier in hexadecimal; frames of all buses count."},
+    {"Frame", "Identifier of the frames in hexadecimal, on any bus."},
     {"Offset", "First bit, counted in the bit order of Show."},
-    {"Length", "Number of bits; offset and length together make at most 512."},
-    {"Multiplier", "Factor for the raw value; 0 in a new row, so its curve is flat."},
+    {"Length", "Number of bits. Offset plus length is at most 512."},
+    {"Multiplier", "Factor for the raw value. An empty cell is 0: the curve is flat."},
     {"Add", "Added after the multiplication."},
-    {"Show", "0 off; 1, 3 least significant bit first; 2, 4 most significant first; 3, 4 signed."},
+    {"Show", "0: off. 1, 3: least significant bit first. 2, 4: most significant. 3, 4: signed."},
     {"Mux offset", "First bit of the multiplexer, counted in the bit order of Show."},
-    {"Mux length", "Number of bits of the multiplexer; 0 is no multiplexer."},
-    {"Mux value", "Only frames whose multiplexer has this hexadecimal value count."},
-    {"FrameLength", "Only frames with this number of bytes count; -1 takes all."},
+    {"Mux length", "Number of bits of the multiplexer. 0: no multiplexer."},
+    {"Mux value", "Value of the multiplexer in hexadecimal. Other frames are left out."},
+    {"FrameLength", "Length of the frames in bytes. Other frames are left out. -1: any length."},
 };
 
 } // namespace
@@ -145,7 +145,7 @@ void DataLoggerApp::labelSignalColumns()
         ui->canTraceFrames->setHorizontalHeaderItem(column++, title);
     }
     QHeaderView* header = ui->canTraceFrames->horizontalHeader();
-    header->setToolTip(QStringLiteral("Name of the signal, free text; it has no effect."));
+    header->setToolTip(QStringLiteral("Name of the signal. It has no effect."));
     header->setResizeContentsPrecision(100); // rows: a loaded set may have thousands
     header->setSectionResizeMode(QHeaderView::ResizeToContents);
     header->setSectionResizeMode(header->count() - 1, QHeaderView::Stretch);

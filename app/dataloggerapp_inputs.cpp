@@ -41,7 +41,7 @@ void DataLoggerApp::createVirtualInputs()
         slider = new QSlider(Qt::Vertical);
         slider->setRange(0, VirtualInputMaximum);
         slider->setToolTip(
-            QStringLiteral("Sets virtual input %1 of the controller; each step also makes a tag.")
+            QStringLiteral("Sets virtual input %1 of the controller. Each step also makes a tag.")
                 .arg(number - 1));
         auto* label = new QLabel(QString::number(number++));
         label->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);

@@ -46,7 +46,7 @@ ValueViewer::ValueViewer(QWidget* parent)
     setWindowIcon(QIcon(QStringLiteral(":/zelmark.ico")));
     setWindowTitle(QStringLiteral("Form"));
     setToolTip(QStringLiteral(
-        "A right click switches between choosing channels and reading those chosen."));
+        "A right click switches between choosing and reading. The first one changes nothing."));
     gridLayout->setObjectName(QStringLiteral("gridLayout"));
     seqNo->setObjectName(QStringLiteral("seqNo"));
     timestamp->setObjectName(QStringLiteral("timestamp"));
