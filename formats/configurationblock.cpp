@@ -30,14 +30,17 @@ QString labelText(const std::string& name, const QString& word, unsigned int num
 }
 
 // The words by the number of their type. Another one, as enumerations are open on the wire, has no
-// word and is shown by its number alone.
+// word and is shown by its number alone. Where the block breaks off, channel 0 may be one that the
+// last entry has lost: better no name than a wrong one.
 template <typename Entries>
 void appendLabels(
-    std::vector<ChannelLabel>& labels, const Entries& entries, const QStringList& words)
+    std::vector<ChannelLabel>& labels, const Entries& entries, const QStringList& words,
+    bool breaksOff)
 {
     for (const auto& entry : entries) {
         const int channel = entry.logchannel();
-        if (channel >= 0 && channel < ChannelTotal) {
+        const bool isDoubtful = breaksOff && channel == 0 && &entry == &*entries.rbegin();
+        if (channel >= 0 && channel < ChannelTotal && !isDoubtful) {
             const QString word = words.value(entry.type());
             labels.push_back({channel, labelText(entry.name(), word, entry.number())});
         }
@@ -64,11 +67,11 @@ std::vector<ChannelLabel> readChannelLabels(const std::string& block)
     const std::size_t length =
         std::min<std::size_t>(storedLength(block), block.size() - LengthSize);
     xcu::ConfigData configuration;
-    // A failure is passed over on purpose. The entry that the damage hit is kept as far as it was
-    // read, with channel 0 where its channel was not reached.
-    configuration.ParseFromString(block.substr(LengthSize, length));
-    appendLabels(labels, configuration.inputs(), inputWords);
-    appendLabels(labels, configuration.outputs(), outputWords);
+    // A failure is passed over on purpose: what was read up to the damage counts.
+    const bool isDamaged = !configuration.ParseFromString(block.substr(LengthSize, length));
+    const bool isOutput = configuration.outputs_size() > 0; // that the damage hit
+    appendLabels(labels, configuration.inputs(), inputWords, isDamaged && !isOutput);
+    appendLabels(labels, configuration.outputs(), outputWords, isDamaged && isOutput);
     return labels;
 }
 

@@ -22,7 +22,8 @@ bool isEmptyConfigurationBlock(const std::string& block);
 
 // The channels that the block names, inputs first, each in the order of the block: a later label of
 // a channel replaces an earlier one. Text is "name (word and number)", or for an entry without a
-// name the bare word of its type. A damaged block gives what was read up to the damage.
+// name the bare word of its type. What of a name is not UTF-8 becomes U+FFFD. A damaged block gives
+// what was read up to the damage.
 std::vector<ChannelLabel> readChannelLabels(const std::string& block);
 
 } // namespace formats

@@ -195,9 +195,13 @@ private slots:
                   "0=PWM|0=DAC|0=CAN|0=I|0=MAP|0=SPL|0=PWR"},
             {output("n", 5, 7) + input("n", 6), "6=n (ADC3)|5=n (3)"},
             {input("n", 127) + input("n", 128) + input("n", -1), "127=n (ADC3)"},
-            // The entry that the damage hits may keep its name and lose its channel, to channel 0.
-            {one + two.substr(0, 8), "1=one (ADC3)|0=two (ADC0)"},
-            {one + input("\xff", 2), QStringLiteral("1=one (ADC3)|0=\ufffd (ADC0)")},
+            // The entry that the damage hits may keep its name and lose its channel.
+            {one + two.substr(0, 8), "1=one (ADC3)"},
+            {input("n", 0) + output("n", 0, 1).substr(0, 6), "0=n (ADC3)"},
+            {input("n", 0) + two.substr(0, 10), "0=n (ADC3)|2=two (ADC0)"},
+            // Latin-1, and cut within a character.
+            {input("\xd6l", 2) + one, QStringLiteral("2=\ufffdl (ADC3)|1=one (ADC3)")},
+            {input("\xe2\x84", 2) + one, QStringLiteral("2=\ufffd\ufffd (ADC3)|1=one (ADC3)")},
         };
         for (const auto& [message, expected] : rows) {
             QCOMPARE(labels(message, quint32(message.size())), expected);
