@@ -5,7 +5,6 @@
 #include "formats/textfield.h"
 
 #include <algorithm>
-#include <array>
 
 namespace formats {
 
@@ -113,10 +112,21 @@ bool splitAsc(std::string_view line, TraceFields& fields)
 
 LineSplitter lineSplitter(TraceKind kind)
 {
-    // By TraceKind.
-    constexpr std::array splitters{splitTxt, splitCandump, splitTrc,
-                                   splitCsv, splitAsc,     splitDotTrace};
-    return splitters[static_cast<std::size_t>(kind)];
+    switch (kind) {
+    case TraceKind::Txt:
+        return splitTxt;
+    case TraceKind::Candump:
+        return splitCandump;
+    case TraceKind::Trc:
+        return splitTrc;
+    case TraceKind::Csv:
+        return splitCsv;
+    case TraceKind::Asc:
+        return splitAsc;
+    case TraceKind::DotTrace:
+        break;
+    }
+    return splitDotTrace;
 }
 
 void splitAscData(TraceFields& fields, int nameWords)

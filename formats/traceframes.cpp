@@ -46,17 +46,13 @@ public:
 
     void readLine(std::string_view line, std::int64_t number)
     {
-        // By TraceKind.
-        static constexpr Outcome (FrameReader::*parsers[])(TraceFields&) = {
-            &FrameReader::parseTxt, &FrameReader::parseCandump, &FrameReader::parseTrc,
-            &FrameReader::parseCsv, &FrameReader::parseAsc,     &FrameReader::parseDotTrace};
         TraceFields fields;
         Outcome outcome = kind == TraceKind::Csv ? Nonsense : NoFrame;
         if (lineSplitter(kind)(line, fields)) {
             frame = {};
             frame.isFd = fields.isFd;
             lineNumber = number;
-            outcome = (this->*parsers[static_cast<std::size_t>(kind)])(fields);
+            outcome = parse(fields);
         }
         if (outcome == Nonsense) {
             tell("not a frame, left out", number);
@@ -74,6 +70,25 @@ public:
 
 private:
     enum Outcome { Frame, NoFrame, Nonsense };
+
+    Outcome parse(TraceFields& fields)
+    {
+        switch (kind) {
+        case TraceKind::Txt:
+            return parseTxt(fields);
+        case TraceKind::Candump:
+            return parseCandump(fields);
+        case TraceKind::Trc:
+            return parseTrc(fields);
+        case TraceKind::Csv:
+            return parseCsv(fields);
+        case TraceKind::Asc:
+            return parseAsc(fields);
+        case TraceKind::DotTrace:
+            break;
+        }
+        return parseDotTrace(fields);
+    }
 
     static Outcome frameIf(bool makesSense) { return makesSense ? Frame : Nonsense; }
 

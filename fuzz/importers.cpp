@@ -57,13 +57,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         isRight &= frame.length >= 0 && frame.length <= formats::TraceFrame::MostBytes;
     };
     const auto tell = [](const char*, std::int64_t) {};
-    using formats::TraceKind;
-    for (const TraceKind kind :
-         {TraceKind::Txt, TraceKind::Candump, TraceKind::Trc, TraceKind::Csv, TraceKind::Asc,
-          TraceKind::DotTrace}) {
+    for (const formats::TraceFormat& format : formats::traceFormats()) {
         device.seek(0);
         count = 0;
-        formats::readFrames(device, kind, take, tell);
+        formats::readFrames(device, format.kind, take, tell);
         isRight &= count <= size;
     }
     device.seek(0);
