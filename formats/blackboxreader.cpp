@@ -16,7 +16,8 @@ namespace formats {
 
 namespace {
 
-constexpr std::size_t ClassicSize = 8; // bytes that are kept of a frame
+constexpr std::size_t ClassicSize = 8;            // bytes that are kept of a frame
+constexpr std::uint32_t LongestElement = 1 << 20; // bytes, hundreds of times what a record takes
 
 constexpr int LogField = xcu::BlackboxFileL::kLogLinesFieldNumber;
 constexpr int FrameField = xcu::BlackboxFileL::kCandumpLinesFieldNumber;
@@ -48,8 +49,8 @@ private:
 };
 
 // Gives the elements of a BlackboxFileL one by one to take(field number, bytes). As with a message
-// that is parsed whole, one that the end of the file cuts is given as far as it goes. Returns
-// whether the file is whole.
+// that is parsed whole, one that the end of the file cuts is given as far as it goes. So is a
+// longer one than makes sense: noise, that states gigabytes. Returns whether the file is whole.
 template <typename Take>
 bool readElements(DeviceStream& device, Take take)
 {
@@ -73,9 +74,13 @@ bool readElements(DeviceStream& device, Take take)
         }
         std::uint32_t size = 0;
         bytes.clear();
-        const bool isWhole = input.ReadVarint32(&size) &&
-                             size <= static_cast<std::uint32_t>(std::numeric_limits<int>::max()) &&
-                             input.ReadString(&bytes, static_cast<int>(size));
+        bool isWhole = input.ReadVarint32(&size) &&
+                       size <= static_cast<std::uint32_t>(std::numeric_limits<int>::max());
+        if (isWhole) {
+            const std::uint32_t kept = std::min(size, LongestElement);
+            isWhole = input.ReadString(&bytes, static_cast<int>(kept)) &&
+                      input.Skip(static_cast<int>(size - kept));
+        }
         take(field, bytes);
         if (!isWhole) {
             return false;
@@ -85,28 +90,45 @@ bool readElements(DeviceStream& device, Take take)
 
 } // namespace
 
-BlackboxRecord::BlackboxRecord(QIODevice& device, std::function<void()> pauseFunction)
-    : pause(std::move(pauseFunction))
+BlackboxRecord::BlackboxRecord(QIODevice& source, std::function<void()> pauseFunction)
+    : device(source)
+    , pause(std::move(pauseFunction))
 {
     DeviceStream stream(device);
-    if (device.isOpen()) {
-        readElements(stream, [this](int field, const std::string& bytes) {
-            (field == LogField ? logLines : candumpLines).push_back(bytes);
-        });
-    }
     xcu::BlackboxFileLine first;
-    if (hasLog()) {
-        first.ParseFromString(logLines.front());
+    qint64 frameCount = 0;
+    if (device.isOpen()) {
+        readElements(stream, [&](int field, const std::string& bytes) {
+            if (field == FrameField) {
+                ++frameCount;
+            } else if (recordCount++ == 0) {
+                first.ParseFromString(bytes);
+            }
+        });
     }
     status = QStringLiteral("Read log file. %4 log points (%1 IN/%2 OUT), %3 canbus frames, %5")
                  .arg(first.inputs_size())
                  .arg(first.outputs_size())
-                 .arg(candumpLines.size())
-                 .arg(logLines.size())
+                 .arg(frameCount)
+                 .arg(recordCount)
                  .arg(stream.isAtEnd ? 1 : 0);
     firstTime = first.timestamp();
     inputCount = std::min(first.inputs_size(), ChannelTotal);
     outputCount = std::min(first.outputs_size(), ChannelTotal - inputCount);
+}
+
+template <typename Take>
+void BlackboxRecord::readAgain(int wanted, Take take) const
+{
+    if (device.isOpen() && device.seek(0)) {
+        DeviceStream stream(device);
+        readElements(stream, [&](int field, const std::string& bytes) {
+            pause();
+            if (field == wanted) {
+                take(bytes);
+            }
+        });
+    }
 }
 
 QStringList BlackboxRecord::channelTexts() const
@@ -123,10 +145,9 @@ QStringList BlackboxRecord::channelTexts() const
 void BlackboxRecord::readFrames(TraceImport& import) const
 {
     xcu::BlackboxCandumpFileLine record;
-    for (const std::string& bytes : candumpLines) {
-        pause();
+    readAgain(FrameField, [&](const std::string& bytes) {
         if (!record.ParseFromString(bytes)) {
-            continue;
+            return;
         }
         CanFrames frame;
         frame.frameTime = record.timestamp() / 1000.0;
@@ -137,7 +158,7 @@ void BlackboxRecord::readFrames(TraceImport& import) const
         std::memcpy(frame.payload, record.framedata().data(), size);
         import.addFrame(frame);
         import.convert(frame.frameTime / 1000.0, frame);
-    }
+    });
 }
 
 void BlackboxRecord::readRecords(
@@ -146,8 +167,7 @@ void BlackboxRecord::readRecords(
 {
     xcu::BlackboxFileLine record;
     std::vector<int> values;
-    for (const std::string& bytes : logLines) {
-        pause();
+    readAgain(LogField, [&](const std::string& bytes) {
         record.ParseFromString(bytes); // a damaged record keeps what came before the damage
         values.clear();
         append(values, record.inputs(), inputCount);
@@ -158,7 +178,7 @@ void BlackboxRecord::readRecords(
         }
         append(values, record.outputs(), outputCount);
         take(record.timestamp(), inputs < inputCount ? inputCount : 0, values);
-    }
+    });
 }
 
 std::int64_t readBlackbox(

@@ -16,14 +16,15 @@ namespace formats {
 class TraceImport;
 
 // The controller's black-box record. The numbers of inputs and outputs of the whole file are those
-// of its first log record. What cannot be parsed leaves what was read up to there.
+// of its first log record. What cannot be parsed leaves what was read up to there. The file is read
+// anew for what it gives out, so that one of any size takes no memory.
 class BlackboxRecord
 {
 public:
-    // Reads the device; one that is not open reads as empty. The pause function is called ahead of
-    // each frame and record that is given out.
+    // Counts what is on the device, which has to outlive the record; one that is not open reads as
+    // empty. The pause function is called ahead of each frame and record that is given out.
     explicit BlackboxRecord(
-        QIODevice& device, std::function<void()> pauseFunction = [] {});
+        QIODevice& source, std::function<void()> pauseFunction = [] {});
 
     // Counts, and whether the reading came to the end of the device.
     const QString& statusText() const { return status; }
@@ -32,7 +33,7 @@ public:
     int firstTimestamp() const { return firstTime; }
 
     // Without log records there is nothing to draw.
-    bool hasLog() const { return !logLines.empty(); }
+    bool hasLog() const { return recordCount > 0; }
 
     // Inputs, behind them outputs, as far as the chart has channels.
     QStringList channelTexts() const;
@@ -48,10 +49,13 @@ public:
             take) const;
 
 private:
-    std::vector<std::string> logLines; // serialized, as they stand in the file
-    std::vector<std::string> candumpLines;
+    template <typename Take>
+    void readAgain(int wanted, Take take) const; // elements of this field
+
+    QIODevice& device;
     std::function<void()> pause;
     QString status;
+    qint64 recordCount = 0;
     int firstTime = 0;
     int inputCount = 0; // of those that have a channel
     int outputCount = 0;

@@ -3,6 +3,8 @@
 
 #include "formats/textfield.h"
 
+#include <algorithm>
+
 namespace formats {
 
 namespace {
@@ -37,9 +39,10 @@ std::string_view LineReader::next()
         const std::string_view rest(buffer.data() + begin, buffer.size() - begin);
         if (const std::size_t hit = rest.find(separator, searched); hit != std::string_view::npos) {
             begin += hit + 1;
-            return rest.substr(0, hit + 1);
+            return rest.substr(0, std::min(hit + 1, LongestLine));
         }
-        searched = rest.size();
+        buffer.resize(std::min(buffer.size(), begin + LongestLine));
+        searched = buffer.size() - begin;
         if (!readBlock()) {
             begin = buffer.size();
             ended = searched == 0;

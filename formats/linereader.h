@@ -11,8 +11,9 @@
 namespace formats {
 
 // Cuts the content of a device into lines, a block at a time, so that a file of any size costs no
-// more memory than its longest line. Blocks are read and not mapped: a file that shrinks, or whose
-// medium is removed, then ends early instead of ending the program.
+// more memory than its longest line, and that no more than LongestLine. Blocks are read and not
+// mapped: a file that shrinks, or whose medium is removed, then ends early instead of ending the
+// program.
 class LineReader
 {
 public:
@@ -21,11 +22,15 @@ public:
         Text,  // UTF-8, or by byte order mark UTF-16 or UTF-32, which come out as UTF-8; no mark
     };
 
+    // In bytes. The rest of a longer line is passed over, its separator too: a file without lines,
+    // chosen by mistake, may have gigabytes.
+    static constexpr std::size_t LongestLine = 1 << 20;
+
     // A device that is not open reads as empty.
     LineReader(QIODevice& source, Content content, char lineSeparator = '\n');
 
-    // The next line with its separator, which only the last line may lack; empty at the end. Valid
-    // until the next call.
+    // The next line with its separator, which only a cut or the last line may lack; empty at the
+    // end. Valid until the next call.
     std::string_view next();
 
     // The next line of a text without white space at either end, as QString::trimmed knows it.

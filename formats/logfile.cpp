@@ -109,7 +109,7 @@ void readLog(QIODevice& device, int columnLimit, const LogTakers& take)
             take.header(labels);
         } else if (fields.kind == LogFields::Tag && fields.rest) {
             take.tag(decimalInt(fields.time), textOf(takePart(fields.rest)).trimmed());
-        } else if (fields.kind == LogFields::Record) {
+        } else if (fields.kind != LogFields::None) { // a tag without a text has a time, too
             values.clear();
             while (fields.rest && static_cast<int>(values.size()) < columnLimit) {
                 values.push_back(takeInt(fields.rest));

@@ -59,10 +59,11 @@ struct LogTakers
 };
 
 // Reads a log file; a device that is not open reads as empty. Of a record at most so many values
-// are read. A line without a time is passed over.
+// are read. A line without a time is passed over; a tag without a text is given as a record without
+// values, since its time counts.
 //
 // A line is not trimmed: its end stays in its last field. Behind the closing ";" of a record the
-// line end thus counts as one more column, which reads 0.
+// line end thus counts as one more column, which reads 0; behind a number it is white space.
 void readLog(QIODevice& device, int columnLimit, const LogTakers& take);
 
 // Where a moment of a record lies on the chart, in s. Single precision: from 16,777,216 ms on the

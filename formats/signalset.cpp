@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/signalset.h"
 
+#include "formats/linereader.h"
 #include "formats/textfield.h"
 
 #include <QIODevice>
@@ -50,15 +51,19 @@ CanSignalData parseSignal(const QString& line)
     for (int column = 0; column < SignalColumnCount; ++column) {
         applySignalCell(signal, column, fields.value(column));
     }
+    // Other than in a cell, a number that is too large counts, as infinity.
+    signal.multiplier = fields.value(MultiplierColumn).toDouble();
+    signal.addend = fields.value(AddendColumn).toDouble();
     signal.plotted = false;
     return signal;
 }
 
 // A zero byte ends the line's text.
-QString nextLine(QIODevice& device)
+QString nextLine(LineReader& lines)
 {
-    const QByteArray line = device.readLine().trimmed();
-    return QString::fromUtf8(line.constData());
+    const std::string_view line = lines.next();
+    const QByteArray text = QByteArray(line.data(), static_cast<int>(line.size())).trimmed();
+    return QString::fromUtf8(text.constData());
 }
 
 } // namespace
@@ -123,14 +128,14 @@ QByteArray signalSet(const QVector<CanSignalData>& signalList)
     return content.toUtf8();
 }
 
-QVector<CanSignalData> readSignalSet(QIODevice& device)
+QVector<CanSignalData> readSignalSet(QIODevice& device, int most)
 {
     QVector<CanSignalData> signalList;
-    if (!device.isOpen()) {
-        return signalList;
-    }
-    for (QString line = nextLine(device); !line.isEmpty(); line = nextLine(device)) {
+    LineReader lines(device, LineReader::Bytes);
+    QString line = nextLine(lines);
+    while (!line.isEmpty() && signalList.size() < most) {
         signalList.append(parseSignal(line));
+        line = nextLine(lines);
     }
     return signalList;
 }

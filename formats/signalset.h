@@ -4,6 +4,7 @@
 #include "formats/signaldecoder.h"
 
 #include <QVector>
+#include <limits>
 
 class QIODevice;
 
@@ -53,9 +54,9 @@ CellEdit applySignalCell(CanSignalData& signal, int column, const QString& text)
 // Each line ends in a twelfth field, the characters "%12", as all files in use have it.
 QByteArray signalSet(const QVector<CanSignalData>& signalList);
 
-// The signals up to the first empty line. A number that cannot be read is 0, as is one that a short
-// line does not have. A negative multiplexer value, which is written with 16 digits, comes back as
-// 0. A device that is not open gives no signals.
-QVector<CanSignalData> readSignalSet(QIODevice& device);
+// The signals up to the first empty line, at most so many. A number that cannot be read is 0, as is
+// one that a short line does not have. A negative multiplexer value, which is written with 16
+// digits, comes back as 0. A device that is not open gives no signals.
+QVector<CanSignalData> readSignalSet(QIODevice& device, int most = std::numeric_limits<int>::max());
 
 } // namespace formats

@@ -157,10 +157,10 @@ private slots:
     void signalSets()
     {
         QByteArray content(
-            "\t0x1;x\n2;1;1;1,5;\xc2\xa0"
+            "\t0x1;;;1e400;-1e400\n2;1;1;1,5;\xc2\xa0"
             "1;1;1;1;80000000;1;A\0;B\n0x18daf110;-1;2;0.1;1e6;6;3;4;f;7;\xc3\x96 %1;%12\r\n"
             " \r\n3\n",
-            93);
+            106);
         QBuffer device(&content);
         device.open(QIODevice::ReadOnly);
         QVector<CanSignalData> read = readSignalSet(device);
@@ -169,7 +169,7 @@ private slots:
         read[2].multiplier = 0.123456789;
         QCOMPARE(
             QString(signalSet(read)),
-            QString("0x1;0;0;0;0;0;0;0;0xfffffffffffffffb;0;;%12\r\n"
+            QString("0x1;0;0;inf;-inf;0;0;0;0xfffffffffffffffb;0;;%12\r\n"
                     "0x2;1;1;0;1;1;1;1;0x0;1;A;%12\r\n"
                     "0x18daf110;-1;2;0.123457;1e+06;6;3;4;0xf;7;\u00d6 %1;%12\r\n"));
     }
