@@ -2,6 +2,7 @@
 #include "app/dataloggerapp.h"
 
 #include "chart/axistag.h"
+#include "chart/graph.h"
 #include "display/framepacer.h"
 #include "ui_dataloggerapp.h"
 
@@ -80,6 +81,9 @@ DataLoggerApp::~DataLoggerApp()
     // Tags in the order of their making: the plot itself would take them off from the back and look
     // through all that are left for each, which takes seconds after a day of slider moves.
     qDeleteAll(plot->xAxis->findChildren<AxisTag*>(QString(), Qt::FindDirectChildrenOnly));
+    for (chart::Graph* graph : qAsConst(canSignalGraphs)) {
+        plot->removeGraph(graph); // likewise
+    }
     delete pongClock;
     delete portRefreshTimer;
 }

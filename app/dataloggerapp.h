@@ -23,6 +23,7 @@
 #include <QSettings>
 #include <QVector>
 #include <array>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,6 +36,10 @@ class QSlider;
 class QTableWidgetItem;
 class QTimer;
 class Ui_DataLoggerApp;
+
+namespace app {
+class ChosenFile;
+} // namespace app
 
 namespace chart {
 class Graph;
@@ -165,9 +170,12 @@ private:
 
     void addSignal(const CanSignalData& signal);
     void rebuildSignalGraph(int row);
-    void importTrace(const formats::TraceFormat& format, const QString& name);
-    bool importBlackbox(const QString& name);
-    void importLog(const QString& name);
+    void readChosenFile(const QString& name, const std::function<void(app::ChosenFile&)>& read);
+    bool importFile(app::ChosenFile& file);
+    void importTrace(const formats::TraceFormat& format, QIODevice& file);
+    bool importBlackbox(QIODevice& file);
+    void loadSignals(QFile& file);
+    void importLog(app::ChosenFile& file);
     void takeTimestamp(int timestamp);
     unsigned elapsed() const;
     void labelStrip(const QStringList& labels);
@@ -218,6 +226,8 @@ private:
     formats::FrameIndex frameIndex; // of canTraceFrameList; extend() before use
     bool holdStrip = false;         // the strip waits until many boxes have changed
     bool importing = false;         // a file is being read; the chart waits
+    bool captureBegan = false;      // since a file began to be read
+    bool tagsToLog = true;          // those of the file that is being read
     QElapsedTimer sinceServed;      // since the event loop last ran during an import
     bool writingCells = false;      // the console itself is changing cells
 };

@@ -18,6 +18,7 @@ void DataLoggerApp::on_candump_clicked(bool /*checked*/) {}
 void DataLoggerApp::candumpStart()
 {
     openCandumpFile(logDir.filePath(formats::stampedName("can-%1.candump")), QIODevice::WriteOnly);
+    captureBegan = true;
     emit addLog(QStringLiteral("Candump started"));
 }
 

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/chosenfile.h"
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
 #include "formats/blackboxreader.h"
@@ -11,6 +12,8 @@
 
 #include <QFileDialog>
 #include <QSet>
+#include <cstdio>
+#include <new>
 #include <qcustomplot.h>
 
 namespace {
@@ -18,28 +21,6 @@ namespace {
 // Between two turns of the event loop while a file is read, in ms: at the fastest pace of a session
 // every request still leaves.
 constexpr int ServeIntervalMs = 1;
-
-// Calls a function before each block is read.
-class PausingFile : public QFile
-{
-public:
-    PausingFile(const QString& name, std::function<void()> pauseFunction)
-        : QFile(name)
-        , pause(std::move(pauseFunction))
-    {
-        open(QIODevice::ReadOnly);
-    }
-
-protected:
-    qint64 readData(char* data, qint64 size) override
-    {
-        pause();
-        return QFile::readData(data, size);
-    }
-
-private:
-    std::function<void()> pause;
-};
 
 } // namespace
 
@@ -52,24 +33,46 @@ void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
     }
     const QString name = QFileDialog::getOpenFileName(
         this, tr("Open log file"), QString(), tr("Log Files (*.log);; Any File (*.*)"));
+    readChosenFile(name, [this](app::ChosenFile& file) {
+        if (importFile(file)) {
+            listIdentifiers();
+        }
+    });
+}
+
+// The rest of the program goes on whatever the file is: a name that is empty was cancelled, and
+// what memory cannot hold is given up, but for what has been taken from the file so far.
+void DataLoggerApp::readChosenFile(
+    const QString& name, const std::function<void(app::ChosenFile&)>& read)
+{
     if (name.isEmpty()) {
         return;
     }
     importing = true;
+    captureBegan = false;
     sinceServed.start();
-    bool isComplete = true;
-    if (const formats::TraceFormat* format = formats::traceFormat(name)) {
-        importTrace(*format, name);
-    } else if (name.endsWith(QLatin1String(".rbx"))) {
-        isComplete = importBlackbox(name);
-    } else {
-        importLog(name);
-    }
-    if (isComplete) {
-        listIdentifiers();
+    try {
+        app::ChosenFile file(name, [this] { serveLink(); });
+        read(file);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s: out of memory, not read to the end\n", qPrintable(name));
     }
     importing = false;
+    tagsToLog = true;
     requestReplot();
+}
+
+// False for a record without log lines: the identifiers of its frames wait for the next import.
+bool DataLoggerApp::importFile(app::ChosenFile& file)
+{
+    if (const formats::TraceFormat* format = formats::traceFormat(file.fileName())) {
+        importTrace(*format, file);
+    } else if (file.fileName().endsWith(QLatin1String(".rbx"))) {
+        return importBlackbox(file);
+    } else {
+        importLog(file);
+    }
+    return true;
 }
 
 // Called all the time while a file is read: runs what is due in the event loop, so that a session
@@ -106,7 +109,7 @@ void DataLoggerApp::listIdentifiers()
 
 // Has frames put into the list, and into the file of a conversion if there is a name for it. It
 // lies in the working directory. A capture that runs keeps its file until the conversion is
-// complete, and goes on behind it.
+// complete, and goes on behind it; one that has begun meanwhile keeps its file for good.
 template <typename Read>
 void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
 {
@@ -122,13 +125,14 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
     }
     if (conversionPattern != nullptr) {
         conversion.close();
-        openCandumpFile(conversion.fileName(), QIODevice::Append);
+        if (!captureBegan) {
+            openCandumpFile(conversion.fileName(), QIODevice::Append);
+        }
     }
 }
 
-void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QString& name)
+void DataLoggerApp::importTrace(const formats::TraceFormat& format, QIODevice& file)
 {
-    PausingFile file(name, [this] { serveLink(); });
     int count = 0;
     importFrames(format.convertedName, [&](formats::TraceImport& import) {
         import.reserveFor(file);
@@ -138,16 +142,15 @@ void DataLoggerApp::importTrace(const formats::TraceFormat& format, const QStrin
     emit addLog(text.arg(QLatin1String(format.statusName)).arg(count));
 }
 
-// False for a record without log lines: the identifiers of its frames wait for the next import.
-bool DataLoggerApp::importBlackbox(const QString& name)
+bool DataLoggerApp::importBlackbox(QIODevice& file)
 {
-    const auto pause = [this] { serveLink(); };
-    PausingFile file(name, pause);
-    const formats::BlackboxRecord record(file, pause);
+    const formats::BlackboxRecord record(file, [this] { serveLink(); });
+    // For sessions, whose records may come while the frames are read; the file's times stay
+    // absolute.
+    firstTimestamp = record.firstTimestamp();
+    emit addLog(record.statusText());
     importFrames(
         "canbb-%1.candump", [&record](formats::TraceImport& import) { record.readFrames(import); });
-    firstTimestamp = record.firstTimestamp(); // for sessions: the record's times stay absolute
-    emit addLog(record.statusText());
     if (record.hasLog()) {
         const QStringList texts = record.channelTexts();
         for (int channel = 0; channel < texts.size(); ++channel) {
@@ -161,14 +164,14 @@ bool DataLoggerApp::importBlackbox(const QString& name)
 }
 
 // Takes up the lines of a log one by one, as if its session took place now.
-void DataLoggerApp::importLog(const QString& name)
+void DataLoggerApp::importLog(app::ChosenFile& file)
 {
     platform::traceLine("catchall");
-    PausingFile file(name, [this] { serveLink(); });
+    tagsToLog = !file.isSameAs(logFile);
     const auto takeHeader = [this](const QStringList& labels) { labelStrip(labels); };
     const auto takeTag = [this](int timestamp, const QString& text) {
         takeTimestamp(timestamp);
-        addTag(text); // reaches the log of a session, too, if one is open
+        addTag(text); // reaches the log of a session, too, if it is another one
         serveLink();
     };
     const auto takeRecord = [this](int timestamp, const std::vector<int>& values) {

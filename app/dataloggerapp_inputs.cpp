@@ -85,7 +85,7 @@ void DataLoggerApp::addTag(QString text)
     tag->updatePosition(static_cast<int>(elapsed()) / 1000.0);
     tags[lastTimestamp] = tag;
     requestReplot();
-    if (logFile.isOpen()) {
+    if (logFile.isOpen() && tagsToLog) {
         logFile.write(formats::logTagLine(lastTimestamp, text));
         logFile.flush();
     }

@@ -31,6 +31,7 @@ void DataLoggerApp::loggerStarted()
     logFile.open(QIODevice::WriteOnly);
     logFile.write(formats::logHeaderLine(channelLabels));
     logFile.flush();
+    tagsToLog = !importing; // an import that has begun earlier is not of this session
     // Timers of earlier sessions tick on: each confirmed start adds to the pace.
     if (ui->passiveDatalogger->checkState() != Qt::Checked) {
         pingTimer = startSessionTimer(ui->refreshRate->value(), &DataLoggerApp::on_ping_timer);

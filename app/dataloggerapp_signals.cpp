@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/chosenfile.h"
 #include "app/dataloggerapp.h"
 #include "chart/livechart.h"
 #include "formats/channels.h"
@@ -12,13 +13,22 @@
 #include <new>
 #include <qcustomplot.h>
 
+namespace {
+
+// Rows of the signal table. Many times what anybody needs; a table of frames, chosen by mistake for
+// a signal set, has more, and each row takes 4 kB and some time at every drawing of the chart.
+constexpr int MostSignals = 100'000;
+
+} // namespace
+
 void DataLoggerApp::on_addCanTrace_clicked()
 {
     addSignal(CanSignalData());
+    ui->canTraceFrames->setRowCount(canSignals.size());
 }
 
-// Adds a row without items to the table, and its curve to the chart. The signal stands in the list
-// before any cell does: each new cell runs the slot below.
+// For one more row of the table, adds the curve to the chart. The signal stands in the list before
+// any cell does: each new cell runs the slot below.
 void DataLoggerApp::addSignal(const CanSignalData& signal)
 {
     chart::Graph* graph = liveChart->addGraph();
@@ -26,7 +36,6 @@ void DataLoggerApp::addSignal(const CanSignalData& signal)
     graph->setPen(QPen(formats::channelColour(canSignalGraphs.size())));
     canSignalGraphs.append(graph);
     canSignals.append(signal);
-    ui->canTraceFrames->setRowCount(canSignals.size());
 }
 
 void DataLoggerApp::on_canTraceFrames_itemChanged(QTableWidgetItem* item)
@@ -87,20 +96,35 @@ void DataLoggerApp::on_saveCanSignals_clicked()
 // The rows are added to those that are there. They draw nothing until "Show" is changed.
 void DataLoggerApp::on_loadCanSignals_clicked()
 {
-    const QString name =
-        QFileDialog::getOpenFileName(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
-    if (name.isEmpty()) {
+    if (importing) {
         return;
     }
-    QFile file(name);
-    file.open(QIODevice::ReadOnly);
+    const QString name =
+        QFileDialog::getOpenFileName(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
+    readChosenFile(name, [this](app::ChosenFile& file) { loadSignals(file); });
+}
+
+void DataLoggerApp::loadSignals(QFile& file)
+{
     const QScopedValueRollback<bool> writing(writingCells, true);
-    for (const CanSignalData& signal : formats::readSignalSet(file)) {
+    const int room = qMax(0, MostSignals - canSignals.size());
+    QVector<CanSignalData> loaded = formats::readSignalSet(file, room + 1);
+    if (loaded.size() > room) {
+        loaded.resize(room);
+        std::fprintf(
+            stderr, "%s, line %d: no room for more signals, left out from here on\n",
+            qPrintable(file.fileName()), room + 1);
+    }
+    // All rows at once, or each one would have the table laid out anew.
+    ui->canTraceFrames->setRowCount(canSignals.size() + loaded.size());
+    const auto trim = qScopeGuard([this] { ui->canTraceFrames->setRowCount(canSignals.size()); });
+    for (const CanSignalData& signal : loaded) {
         addSignal(signal);
         const int row = canSignals.size() - 1;
         for (int column = 0; column < formats::SignalColumnCount; ++column) {
             ui->canTraceFrames->setItem(
                 row, column, new QTableWidgetItem(formats::loadedSignalCellText(signal, column)));
         }
+        serveLink();
     }
 }

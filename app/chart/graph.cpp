@@ -11,9 +11,7 @@ Graph::Graph(CurvePicture* inPicture, std::shared_ptr<History> ofHistory, int of
     , picture(inPicture)
     , history(std::move(ofHistory))
     , channel(ofChannel)
-{
-    removeFromLegend(); // which the plot lays out at each replot, though it is hidden
-}
+{}
 
 void Graph::addPoint(double key, double value)
 {

@@ -13,6 +13,9 @@ LiveChart::LiveChart(QCustomPlot* customPlot)
     , pacer([this] { drawFrame(); }, this)
 {
     addPicture();
+    // The legend is hidden, and would be laid out at each replot all the same. To leave it again
+    // takes each graph a search through all of them.
+    plot->setAutoAddPlottableToLegend(false);
     headroom.reserve(4'194'304); // 32 MiB. Never touched, it takes none.
     connect(plot, &QCustomPlot::beforeReplot, &pacer, &display::FramePacer::beforePainting);
     connect(plot, &QCustomPlot::afterReplot, &pacer, &display::FramePacer::afterPainting);

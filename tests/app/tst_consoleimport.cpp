@@ -3,6 +3,7 @@
 
 #include <QListWidget>
 #include <QTableWidget>
+#include <sys/stat.h>
 
 namespace {
 
@@ -138,10 +139,11 @@ private slots:
         }
         const QString trace = console.write("long.asc", content);
         const QString text = "Read candump file. 100000 canbus frames";
+        console.window.candumpStart();
         console.open(trace, [&] {
             QVERIFY(console.identifiers().isEmpty()); // in the midst
             console.child<QAction>("actionOpen_with_Timestamp")->trigger();
-            console.window.candumpStart();
+            console.click("loadCanSignals");
             console.window.candump(1, 1, 2, false, false, false, "first");
             console.window.close();
         });
@@ -152,6 +154,11 @@ private slots:
         QVERIFY(converted.endsWith("can2   7#ff\n(0.001000) can1 003#7468656e\n"));
         const QString capture = console.files("can-*.candump").value(0);
         QCOMPARE(contents(capture), "(0.001000) can1 002#6669727374\n");
+        // A capture that begins meanwhile keeps its file.
+        console.open(trace, [&] { console.window.candumpStart(); });
+        console.window.candump(1, 1, 4, false, false, false, "own");
+        const QString own = console.files("can-*.candump").last();
+        QCOMPARE(contents(own), "(0.001000) can1 004#6f776e\n");
 
         // A program that is told to quit reads to the end first.
         ConsoleRig quitting;
@@ -159,6 +166,65 @@ private slots:
             0, &quitting.window, [&] { quitting.open(trace, [] { QApplication::quit(); }); });
         QApplication::exec();
         QCOMPARE(quitting.status(), text);
+    }
+
+    // Time base and status text of a record come first: sessions go on while its frames are read.
+    void aRecordAmongTheFrames()
+    {
+        ImportingConsole console;
+        QByteArray content("\x0a\x06\x0a\x01\x07\x18\x88\x27"); // a record at 5000 ms
+        content += QByteArray("\x12\x04\x18\x88\x27\x20").repeated(100'000);
+        QTimer turns;
+        int converted = -1;
+        connect(&turns, &QTimer::timeout, &console.window, [&] {
+            if (converted < 0 && console.status().startsWith("Read log file.")) {
+                const QStringList files = console.root().entryList({"canbb-*.candump"});
+                converted = contents(files.value(0)).count('\n');
+                console.window.loggerDataReceived(2, 6000, {9});
+            }
+        });
+        turns.start(0);
+        console.open(console.write("long.rbx", content));
+        QVERIFY(converted >= 0 && converted < 100'000);
+        QCOMPARE(console.points(0), "(1,9)(5,7)");
+    }
+
+    // A log gets the tags of another one that is opened, as long as it is the one of the session.
+    void tagsOfOpenedLogs()
+    {
+        ImportingConsole console;
+        const QString tags = console.write("tags.log", QByteArray("$;9;theirs\n").repeated(500));
+        console.open(tags, [&] { console.window.loggerStarted(); });
+        const QString log = console.files("*.log").value(0);
+        QCOMPARE(contents(log).count('\n'), 1);
+        console.window.addTag("ours");
+        console.open(tags);
+        const QByteArray content = contents(log);
+        QCOMPARE(content.count("\n$;9;theirs"), 500);
+        QCOMPARE(content.count("\n$;9;ours"), 1);
+        // It is written to and read at once: without an end, if its tags went into it.
+        const QString link = console.root().filePath("link.log");
+        QVERIFY(QFile::link(log, link));
+        for (const QString& name : {log, link}) {
+            console.open(name);
+            QCOMPARE(contents(log), content);
+        }
+    }
+
+    // Some never end, some wait for a writer, some say that they have no size.
+    void filesThatAreNone()
+    {
+        ImportingConsole console;
+        console.window.loggerStarted();
+        const QString pipe = console.root().filePath("pipe.candump");
+        QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
+        for (const QString& name : {pipe, QString("/dev/zero"), QString("/proc/self/maps")}) {
+            console.open(name);
+            withFile(name, [&] { console.click("loadCanSignals"); });
+            QCOMPARE(console.table()->rowCount(), 0);
+        }
+        QCOMPARE(console.status(), "Read candump file. 0 canbus frames");
+        QCOMPARE(console.points(0), "");
     }
 
     void signalsAreTypedSavedAndLoaded()
@@ -205,6 +271,15 @@ private slots:
         console.type(5, "0", 1);
         console.type(5, "1", 1);
         QCOMPARE(console.plot()->graph(129)->dataMainValue(0), 0xaa02 * 0.12345678);
+
+        // The program goes on while many are loaded.
+        const QString many = console.write("many.csv", QByteArray("0x1;0;8\n").repeated(3000));
+        int loaded = 0;
+        withFile(
+            many, [&] { console.click("loadCanSignals"); },
+            [&] { loaded = console.plot()->graphCount(); });
+        QCOMPARE(console.plot()->graphCount(), 131 + 3000);
+        QVERIFY(loaded < 131 + 3000);
     }
 };
 

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QFile>
+#include <functional>
+
+namespace app {
+
+// A file that the operator has chosen to be read, whatever it is. Open for reading if it is a
+// regular file with content; of anything else, such as a pipe or a device, which may never end, it
+// says so on standard error. What others append while it is read is not read.
+class ChosenFile : public QFile
+{
+public:
+    // The pause function is called before each block is read.
+    ChosenFile(const QString& name, std::function<void()> pauseFunction);
+
+    // By whatever name or link the other one was opened. False if either is not open.
+    bool isSameAs(const QFile& other) const;
+
+    bool seek(qint64 position) override;
+
+protected:
+    qint64 readData(char* data, qint64 size) override;
+
+private:
+    const std::function<void()> pause;
+    qint64 wholeSize = 0;
+    qint64 left = 0; // to be read
+};
+
+} // namespace app
