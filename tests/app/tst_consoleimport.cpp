@@ -173,7 +173,7 @@ private slots:
     {
         ImportingConsole console;
         QByteArray content("\x0a\x06\x0a\x01\x07\x18\x88\x27"); // a record at 5000 ms
-        content += QByteArray("\x12\x04\x18\x88\x27\x20").repeated(100'000);
+        content += QByteArray("\x12\x03\x18\x88\x27").repeated(100'000);
         QTimer turns;
         int converted = -1;
         connect(&turns, &QTimer::timeout, &console.window, [&] {
@@ -211,7 +211,7 @@ private slots:
         }
     }
 
-    // Some never end, some wait for a writer, some say that they have no size.
+    // Some never end, some wait for a writer, some call themselves regular and have no size.
     void filesThatAreNone()
     {
         ImportingConsole console;
@@ -279,7 +279,7 @@ private slots:
             many, [&] { console.click("loadCanSignals"); },
             [&] { loaded = console.plot()->graphCount(); });
         QCOMPARE(console.plot()->graphCount(), 131 + 3000);
-        QVERIFY(loaded < 131 + 3000);
+        QVERIFY(loaded >= 131 && loaded < 131 + 3000);
     }
 };
 

@@ -82,11 +82,11 @@ def see(bench, more):
     until(lambda: len(bench.line().answers("logger_data")) >= wanted, "records")
 
 
-def leave(bench, console):
+def leave(bench, console, said=()):
     """Closes at a quiet moment; gives what the last log has to hold."""
     bench.hush(1, console)
     console.close("DataLoggerApp")
-    same([text for text in console.said if not USUAL.match(text)], [], "standard error")
+    same([text for text in console.said if not USUAL.match(text)], [*said], "standard error")
     return expected_logs(bench.line())[-1]
 
 
@@ -351,6 +351,29 @@ def shared(build):
             same(sent_by(program), 0, f"commands of {names}")
 
 
+def opened(build):
+    """Whatever is opened in a session, the session goes on, and nothing gets into its log."""
+    with Bench(build) as bench:
+        console = connect(bench)
+        log(bench, console)
+        console.play("key S DataLoggerApp:QCustomPlot:0")
+        (path,) = bench.files("*.log")
+        long = bench.home / "long.log"
+        long.touch()
+        os.truncate(long, 3 << 30)  # without a line, and without room on the disk
+        os.mkfifo(pipe := bench.home / "pipe.csv")
+        before = console.memory()
+        for name in (path, long, pipe, "/dev/zero"):
+            console.play("trigger actionOpen_with_Timestamp", f'file "{name}"')
+        for name in (long, pipe, "/dev/zero"):
+            console.play("click loadCanSignals", f'file "{name}"')
+        see(bench, 100)
+        assert console.memory() - before < 50000, f"{before} kB, {console.memory()} kB"
+        said = [f"{name}: not a file that can be read, or empty" for name in 2 * [pipe, "/dev/zero"]]
+        records = leave(bench, console, said)
+        same(re.sub(r"\$;-?\d+;Engine stall\n", "", written_log(path)), records, "log")
+
+
 def tuning(build):
     """The script of ./run workbench: a map is loaded twice, one cell typed, nine are stepped three
     times and nine pasted."""
@@ -393,7 +416,7 @@ def cycles(build, count=200):
 
 
 SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, successor, unread,
-             slow_disk, departure, shared, tuning, cycles]
+             slow_disk, departure, shared, opened, tuning, cycles]
 
 
 def main(build, name=None, *arguments):
