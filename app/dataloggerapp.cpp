@@ -117,6 +117,7 @@ void DataLoggerApp::restoreControls()
     ui->splitter_2->setSizes({1, 1});
     ui->splitter->restoreState(settings.value(QStringLiteral("ui/channelLayout")).toByteArray());
     ui->splitter_2->restoreState(settings.value(QStringLiteral("ui/canLayout")).toByteArray());
+    // A store may hold any number, and a check box takes it for its state.
     const int autostart = settings.value(QStringLiteral("ui/autostart")).toInt();
     ui->autostart->setCheckState(
         static_cast<Qt::CheckState>(qBound<int>(Qt::Unchecked, autostart, Qt::Checked)));

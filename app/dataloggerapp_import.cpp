@@ -22,6 +22,8 @@ namespace {
 // every request still leaves.
 constexpr int ServeIntervalMs = 1;
 
+constexpr std::size_t ReserveSize = 32 << 20; // bytes
+
 } // namespace
 
 // Opens a log, a black-box record or a CAN trace, by the end of the name. Nothing is
@@ -52,6 +54,8 @@ void DataLoggerApp::readChosenFile(
     captureBegan = false;
     sinceServed.start();
     try {
+        std::vector<char> reserve; // of addresses: what the rest is left with if memory runs out
+        reserve.reserve(ReserveSize);
         app::ChosenFile file(name, [this] { serveLink(); });
         read(file);
     } catch (const std::bad_alloc&) {
@@ -59,7 +63,7 @@ void DataLoggerApp::readChosenFile(
     }
     importing = false;
     tagsToLog = true;
-    requestReplot();
+    requestReplot(); // also where nothing new can be seen
 }
 
 // False for a record without log lines: the identifiers of its frames wait for the next import.

@@ -102,6 +102,7 @@ void DataLoggerApp::on_loadCanSignals_clicked()
     const QString name =
         QFileDialog::getOpenFileName(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
     readChosenFile(name, [this](app::ChosenFile& file) { loadSignals(file); });
+    ui->canTraceFrames->setRowCount(canSignals.size()); // if memory did not do for all
 }
 
 void DataLoggerApp::loadSignals(QFile& file)
@@ -117,7 +118,6 @@ void DataLoggerApp::loadSignals(QFile& file)
     }
     // All rows at once, or each one would have the table laid out anew.
     ui->canTraceFrames->setRowCount(canSignals.size() + loaded.size());
-    const auto trim = qScopeGuard([this] { ui->canTraceFrames->setRowCount(canSignals.size()); });
     for (const CanSignalData& signal : loaded) {
         addSignal(signal);
         const int row = canSignals.size() - 1;

@@ -45,8 +45,8 @@ struct PortSource
 // the tty class directory first and enumerates when an entry there has come, gone or been made anew
 // since the last call: a unit may be back as its bootloader under the same name. It also
 // enumerates for two seconds after such a change, while the system still fills in the properties of
-// a new port, and once a second in any case. Where the entries cannot be had, every call
-// enumerates.
+// a new port, and once a second in any case: properties that change without a new entry are seen
+// that much later. Where the entries cannot be had, every call enumerates.
 class PortList
 {
 public:

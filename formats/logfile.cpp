@@ -35,6 +35,11 @@ int takeInt(std::optional<std::string_view>& rest)
     return decimalInt(takePart(rest));
 }
 
+QString shownText(std::string_view part)
+{
+    return textOf(part).left(LongestShownText);
+}
+
 } // namespace
 
 QByteArray logHeaderLine(const QVector<QString>& labels)
@@ -104,11 +109,11 @@ void readLog(QIODevice& device, int columnLimit, const LogTakers& take)
         if (fields.kind == LogFields::Header) {
             QStringList labels;
             while (fields.rest && labels.size() < ChannelTotal) {
-                labels.append(textOf(takePart(fields.rest)));
+                labels.append(shownText(takePart(fields.rest)));
             }
             take.header(labels);
         } else if (fields.kind == LogFields::Tag && fields.rest) {
-            take.tag(decimalInt(fields.time), textOf(takePart(fields.rest)).trimmed());
+            take.tag(decimalInt(fields.time), shownText(takePart(fields.rest)).trimmed());
         } else if (fields.kind != LogFields::None) { // a tag without a text has a time, too
             values.clear();
             while (fields.rest && static_cast<int>(values.size()) < columnLimit) {

@@ -59,8 +59,8 @@ struct LogTakers
 };
 
 // Reads a log file; a device that is not open reads as empty. Of a record at most so many values
-// are read. A line without a time is passed over; a tag without a text is given as a record without
-// values, since its time counts.
+// are read, of a text LongestShownText characters. A line without a time is passed over; a tag
+// without a text is given as a record without values, since its time counts.
 //
 // A line is not trimmed: its end stays in its last field. Behind the closing ";" of a record the
 // line end thus counts as one more column, which reads 0; behind a number it is white space.

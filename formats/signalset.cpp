@@ -49,7 +49,7 @@ CanSignalData parseSignal(const QString& line)
     CanSignalData signal;
     signal.requiredLength = 0; // unless the line has a number, as for all others
     for (int column = 0; column < SignalColumnCount; ++column) {
-        applySignalCell(signal, column, fields.value(column));
+        applySignalCell(signal, column, fields.value(column).left(LongestShownText));
     }
     // Other than in a cell, a number that is too large counts, as infinity.
     signal.multiplier = fields.value(MultiplierColumn).toDouble();

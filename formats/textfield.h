@@ -20,6 +20,10 @@ namespace formats {
 // The text of some bytes. Unlike QString::fromUtf8 a byte order mark is a character.
 QString textOf(std::string_view bytes);
 
+// Characters of a text from a file that go into a window, more than a screen shows. A file that is
+// not what it seems may have a million in a line, which take gigabytes and seconds to paint.
+constexpr int LongestShownText = 1000;
+
 // QString::toInt with what Qt 5 accepts and Qt 6 does not: white space of Unicode at either end and
 // the minus sign U+2212. A zero character is an error in both, and not the end of the number.
 int wholeNumber(QString text, int base = 10, bool* isNumber = nullptr);

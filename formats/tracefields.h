@@ -34,7 +34,8 @@ void splitAscData(TraceFields& fields, int nameWords);
 // The time of a .txt line, "HH:mm:ss.zzz"; invalid for anything else.
 QTime timeOfDay(std::string_view text);
 
-// Passes over what stands ahead of the frames of a .csv file. False if it has none.
+// Passes over what stands ahead of the frames of a .csv file, up to its heading. False if it comes
+// to the end of the file.
 bool skipToCsvFrames(LineReader& lines);
 
 } // namespace formats

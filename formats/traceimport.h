@@ -45,8 +45,10 @@ private:
     QVector<CanFrames>& frames;
     bool isFull = false;
     QIODevice* const file;
-    std::string line;  // reused from frame to frame
-    std::string block; // lines that wait to be written
+    std::string line; // reused from frame to frame
+    // Lines that wait to be written. One by one would take long, and what a crash would lose is in
+    // the trace itself.
+    std::string block;
 };
 
 } // namespace formats

@@ -182,7 +182,8 @@ Scene CurvePicture::currentScene(double pixelRatio) const
         {}};
     for (int i = 0; i < mParentPlot->graphCount(); ++i) {
         const auto* graph = qobject_cast<const Graph*>(mParentPlot->graph(i));
-        if (graph && graph->isPartOf(this) && graph->realVisibility() && graph->isPlainLine()) {
+        if (graph && graph->isPartOf(this) && graph->realVisibility() && graph->isPlainLine() &&
+            graph->dataCount() > 0) { // of loaded signals most draw nothing
             scene.curves.push_back(graph->curve());
         }
     }

@@ -175,6 +175,7 @@ private slots:
             {"\xef\xbb\xbf$;\xef\xbb\xbf 5;T", "$0 T"},
             {"1;1;1;2;3;4;5;6;7\n", "1:1,2,3,4,5"}, // as many as asked for
             {"#;t" + QByteArray(130, ';'), '#' + QString(127, ',')},
+            {"$;1;" + QByteArray(2000, 'a') + "\n", "$1 " + QString(1000, 'a')},
         };
         for (const auto& [content, expected] : rows) {
             QCOMPARE(readLog(content, 5), expected);
