@@ -5,13 +5,25 @@
 
 #include <QFileInfo>
 #include <cstdio>
+#include <new>
+#include <vector>
 
 namespace app {
 
-ChosenFile::ChosenFile(const QString& name, std::function<void()> pauseFunction)
+namespace {
+
+// At the fastest pace of a session every request still leaves.
+constexpr int ServeIntervalMs = 1;
+
+constexpr std::size_t ReserveSize = 32 << 20; // bytes
+
+} // namespace
+
+ChosenFile::ChosenFile(const QString& name, std::function<void()> serveFunction)
     : QFile(name)
-    , pause(std::move(pauseFunction))
+    , serve(std::move(serveFunction))
 {
+    sinceServed.start();
     // Looked at first: to open a pipe would wait for its writer. Files of /proc that call
     // themselves regular have no size.
     const QFileInfo info(name);
@@ -20,6 +32,14 @@ ChosenFile::ChosenFile(const QString& name, std::function<void()> pauseFunction)
         return;
     }
     left = wholeSize = size();
+}
+
+void ChosenFile::pause()
+{
+    if (sinceServed.hasExpired(ServeIntervalMs - 1)) {
+        serve();
+        sinceServed.start();
+    }
 }
 
 bool ChosenFile::isSameAs(const QFile& other) const
@@ -39,6 +59,20 @@ qint64 ChosenFile::readData(char* data, qint64 size)
     const qint64 count = QFile::readData(data, qMin(size, left));
     left -= qMax<qint64>(count, 0);
     return count;
+}
+
+void readChosenFile(
+    const QString& name, const std::function<void()>& serve,
+    const std::function<void(ChosenFile&)>& read)
+{
+    try {
+        std::vector<char> reserve; // of addresses: what the rest is left with if memory runs out
+        reserve.reserve(ReserveSize);
+        ChosenFile file(name, serve);
+        read(file);
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s: out of memory, not read to the end\n", qPrintable(name));
+    }
 }
 
 } // namespace app

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <functional>
 
@@ -12,8 +13,12 @@ namespace app {
 class ChosenFile : public QFile
 {
 public:
-    // The pause function is called before each block is read.
-    ChosenFile(const QString& name, std::function<void()> pauseFunction);
+    // The function serves the rest of the program. It is called all the time while the file is
+    // read, and by pause().
+    ChosenFile(const QString& name, std::function<void()> serveFunction);
+
+    // Serves if it is due. To be called between any two steps of some microseconds.
+    void pause();
 
     // By whatever name or link the other one was opened. False if either is not open.
     bool isSameAs(const QFile& other) const;
@@ -24,9 +29,16 @@ protected:
     qint64 readData(char* data, qint64 size) override;
 
 private:
-    const std::function<void()> pause;
+    const std::function<void()> serve;
+    QElapsedTimer sinceServed;
     qint64 wholeSize = 0;
     qint64 left = 0; // to be read
 };
+
+// Has the file read. The program goes on if memory runs out: the rest is given up, with a line on
+// standard error.
+void readChosenFile(
+    const QString& name, const std::function<void()>& serve,
+    const std::function<void(ChosenFile&)>& read);
 
 } // namespace app

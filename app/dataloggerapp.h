@@ -170,11 +170,11 @@ private:
 
     void addSignal(const CanSignalData& signal);
     void rebuildSignalGraph(int row);
-    void readChosenFile(const QString& name, const std::function<void(app::ChosenFile&)>& read);
-    bool importFile(app::ChosenFile& file);
+    void readChosenFile(const QString& filter, const std::function<void(app::ChosenFile&)>& read);
+    void importFile(app::ChosenFile& file);
     void importTrace(const formats::TraceFormat& format, QIODevice& file);
-    bool importBlackbox(QIODevice& file);
-    void loadSignals(QFile& file);
+    bool importBlackbox(app::ChosenFile& file);
+    void loadSignals(app::ChosenFile& file);
     void importLog(app::ChosenFile& file);
     void takeTimestamp(int timestamp);
     unsigned elapsed() const;
@@ -228,6 +228,5 @@ private:
     bool importing = false;         // a file is being read; the chart waits
     bool captureBegan = false;      // since a file began to be read
     bool tagsToLog = true;          // those of the file that is being read
-    QElapsedTimer sinceServed;      // since the event loop last ran during an import
     bool writingCells = false;      // the console itself is changing cells
 };

@@ -12,71 +12,46 @@
 
 #include <QFileDialog>
 #include <QSet>
-#include <cstdio>
-#include <new>
 #include <qcustomplot.h>
-
-namespace {
-
-// Between two turns of the event loop while a file is read, in ms: at the fastest pace of a session
-// every request still leaves.
-constexpr int ServeIntervalMs = 1;
-
-constexpr std::size_t ReserveSize = 32 << 20; // bytes
-
-} // namespace
 
 // Opens a log, a black-box record or a CAN trace, by the end of the name. Nothing is
 // cleared first: curves, tags, frames and identifiers add up.
 void DataLoggerApp::on_actionOpen_with_Timestamp_triggered(bool)
 {
-    if (importing) {
-        return;
-    }
-    const QString name = QFileDialog::getOpenFileName(
-        this, tr("Open log file"), QString(), tr("Log Files (*.log);; Any File (*.*)"));
-    readChosenFile(name, [this](app::ChosenFile& file) {
-        if (importFile(file)) {
-            listIdentifiers();
-        }
+    readChosenFile(tr("Log Files (*.log);; Any File (*.*)"), [this](app::ChosenFile& file) {
+        importFile(file);
     });
 }
 
-// The rest of the program goes on whatever the file is: a name that is empty was cancelled, and
-// what memory cannot hold is given up, but for what has been taken from the file so far.
 void DataLoggerApp::readChosenFile(
-    const QString& name, const std::function<void(app::ChosenFile&)>& read)
+    const QString& filter, const std::function<void(app::ChosenFile&)>& read)
 {
+    if (importing) {
+        return;
+    }
+    const QString name = QFileDialog::getOpenFileName(this, tr("Open log file"), QString(), filter);
     if (name.isEmpty()) {
         return;
     }
     importing = true;
     captureBegan = false;
-    sinceServed.start();
-    try {
-        std::vector<char> reserve; // of addresses: what the rest is left with if memory runs out
-        reserve.reserve(ReserveSize);
-        app::ChosenFile file(name, [this] { serveLink(); });
-        read(file);
-    } catch (const std::bad_alloc&) {
-        std::fprintf(stderr, "%s: out of memory, not read to the end\n", qPrintable(name));
-    }
+    app::readChosenFile(
+        name, [this] { serveLink(); }, read);
     importing = false;
     tagsToLog = true;
     requestReplot(); // also where nothing new can be seen
 }
 
-// False for a record without log lines: the identifiers of its frames wait for the next import.
-bool DataLoggerApp::importFile(app::ChosenFile& file)
+void DataLoggerApp::importFile(app::ChosenFile& file)
 {
     if (const formats::TraceFormat* format = formats::traceFormat(file.fileName())) {
         importTrace(*format, file);
-    } else if (file.fileName().endsWith(QLatin1String(".rbx"))) {
-        return importBlackbox(file);
-    } else {
+    } else if (!file.fileName().endsWith(QLatin1String(".rbx"))) {
         importLog(file);
+    } else if (!importBlackbox(file)) {
+        return; // without log lines, the identifiers of its frames wait for the next import
     }
-    return true;
+    listIdentifiers();
 }
 
 // Called all the time while a file is read: runs what is due in the event loop, so that a session
@@ -88,11 +63,8 @@ bool DataLoggerApp::importFile(app::ChosenFile& file)
 // asked to quit reads to the end first.
 void DataLoggerApp::serveLink()
 {
-    if (sinceServed.hasExpired(ServeIntervalMs - 1)) {
-        frameIndex.extend(canTraceFrameList); // a little now and then instead of much at the end
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
-        sinceServed.start();
-    }
+    frameIndex.extend(canTraceFrameList); // a little now and then instead of much at the end
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 // Sorted by character and not by value: "0x18daf110" stands before "0x7ff".
@@ -127,11 +99,9 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
             canTraceFrameList, &conversion, &platform::traceLine<std::string_view>);
         read(import);
     }
-    if (conversionPattern != nullptr) {
-        conversion.close();
-        if (!captureBegan) {
-            openCandumpFile(conversion.fileName(), QIODevice::Append);
-        }
+    conversion.close();
+    if (conversionPattern != nullptr && !captureBegan) {
+        openCandumpFile(conversion.fileName(), QIODevice::Append);
     }
 }
 
@@ -146,9 +116,9 @@ void DataLoggerApp::importTrace(const formats::TraceFormat& format, QIODevice& f
     emit addLog(text.arg(QLatin1String(format.statusName)).arg(count));
 }
 
-bool DataLoggerApp::importBlackbox(QIODevice& file)
+bool DataLoggerApp::importBlackbox(app::ChosenFile& file)
 {
-    const formats::BlackboxRecord record(file, [this] { serveLink(); });
+    const formats::BlackboxRecord record(file, [&file] { file.pause(); });
     // For sessions, whose records may come while the frames are read; the file's times stay
     // absolute.
     firstTimestamp = record.firstTimestamp();
@@ -173,10 +143,10 @@ void DataLoggerApp::importLog(app::ChosenFile& file)
     platform::traceLine("catchall");
     tagsToLog = !file.isSameAs(logFile);
     const auto takeHeader = [this](const QStringList& labels) { labelStrip(labels); };
-    const auto takeTag = [this](int timestamp, const QString& text) {
+    const auto takeTag = [this, &file](int timestamp, const QString& text) {
         takeTimestamp(timestamp);
         addTag(text); // reaches the log of a session, too, if it is another one
-        serveLink();
+        file.pause();
     };
     const auto takeRecord = [this](int timestamp, const std::vector<int>& values) {
         takeTimestamp(timestamp);

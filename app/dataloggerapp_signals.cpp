@@ -13,14 +13,6 @@
 #include <new>
 #include <qcustomplot.h>
 
-namespace {
-
-// Rows of the signal table. Many times what anybody needs; a table of frames, chosen by mistake for
-// a signal set, has more, and each row takes 4 kB and some time at every drawing of the chart.
-constexpr int MostSignals = 100'000;
-
-} // namespace
-
 void DataLoggerApp::on_addCanTrace_clicked()
 {
     addSignal(CanSignalData());
@@ -96,19 +88,14 @@ void DataLoggerApp::on_saveCanSignals_clicked()
 // The rows are added to those that are there. They draw nothing until "Show" is changed.
 void DataLoggerApp::on_loadCanSignals_clicked()
 {
-    if (importing) {
-        return;
-    }
-    const QString name =
-        QFileDialog::getOpenFileName(this, tr("Open log file"), QString(), tr("CSV Files (*.csv)"));
-    readChosenFile(name, [this](app::ChosenFile& file) { loadSignals(file); });
+    readChosenFile(tr("CSV Files (*.csv)"), [this](app::ChosenFile& file) { loadSignals(file); });
     ui->canTraceFrames->setRowCount(canSignals.size()); // if memory did not do for all
 }
 
-void DataLoggerApp::loadSignals(QFile& file)
+void DataLoggerApp::loadSignals(app::ChosenFile& file)
 {
     const QScopedValueRollback<bool> writing(writingCells, true);
-    const int room = qMax(0, MostSignals - canSignals.size());
+    const int room = qMax(0, formats::MostSignals - canSignals.size());
     QVector<CanSignalData> loaded = formats::readSignalSet(file, room + 1);
     if (loaded.size() > room) {
         loaded.resize(room);
@@ -125,6 +112,6 @@ void DataLoggerApp::loadSignals(QFile& file)
             ui->canTraceFrames->setItem(
                 row, column, new QTableWidgetItem(formats::loadedSignalCellText(signal, column)));
         }
-        serveLink();
+        file.pause();
     }
 }

@@ -28,6 +28,10 @@ enum SignalColumn {
     SignalColumnCount,
 };
 
+// Rows of the signal table. Many times what anybody needs; a table of frames, chosen by mistake for
+// a signal set, has more, and each row takes 4 kB and some time at every drawing of the chart.
+constexpr int MostSignals = 100'000;
+
 // The text that the table puts back into a cell. Identifier and multiplexer value in base 16 behind
 // "0x", without padding; multiplier and addend with six significant digits, so that the text may
 // say less than the value.
