@@ -46,10 +46,6 @@ class Graph;
 class LiveChart;
 } // namespace chart
 
-namespace formats {
-struct TraceFormat;
-} // namespace formats
-
 // The logging console's main window and the owner of everything in it: the link to one controller,
 // the logging session and its file, the live chart, the capture of CAN frames, the fault service.
 // Its slots react to the operator, its callbacks to the controller; nothing pairs the two. All of
@@ -172,7 +168,6 @@ private:
     void rebuildSignalGraph(int row);
     void readChosenFile(const QString& filter, const std::function<void(app::ChosenFile&)>& read);
     void importFile(app::ChosenFile& file);
-    void importTrace(const formats::TraceFormat& format, QIODevice& file);
     bool importBlackbox(app::ChosenFile& file);
     void loadSignals(app::ChosenFile& file);
     void importLog(app::ChosenFile& file);

@@ -42,18 +42,6 @@ void DataLoggerApp::readChosenFile(
     requestReplot(); // also where nothing new can be seen
 }
 
-void DataLoggerApp::importFile(app::ChosenFile& file)
-{
-    if (const formats::TraceFormat* format = formats::traceFormat(file.fileName())) {
-        importTrace(*format, file);
-    } else if (!file.fileName().endsWith(QLatin1String(".rbx"))) {
-        importLog(file);
-    } else if (!importBlackbox(file)) {
-        return; // without log lines, the identifiers of its frames wait for the next import
-    }
-    listIdentifiers();
-}
-
 // Called all the time while a file is read: runs what is due in the event loop, so that a session
 // goes on. Records and frames are asked for, taken and written, ports watched, texts painted.
 //
@@ -105,15 +93,22 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
     }
 }
 
-void DataLoggerApp::importTrace(const formats::TraceFormat& format, QIODevice& file)
+void DataLoggerApp::importFile(app::ChosenFile& file)
 {
-    int count = 0;
-    importFrames(format.convertedName, [&](formats::TraceImport& import) {
-        import.reserveFor(file);
-        count = format.read(file, import);
-    });
-    const auto text = QStringLiteral("Read %1 file. %2 canbus frames");
-    emit addLog(text.arg(QLatin1String(format.statusName)).arg(count));
+    if (const formats::TraceFormat* format = formats::traceFormat(file.fileName())) {
+        int count = 0;
+        importFrames(format->convertedName, [&](formats::TraceImport& import) {
+            import.reserveFor(file);
+            count = format->read(file, import);
+        });
+        const auto text = QStringLiteral("Read %1 file. %2 canbus frames");
+        emit addLog(text.arg(QLatin1String(format->statusName)).arg(count));
+    } else if (!file.fileName().endsWith(QLatin1String(".rbx"))) {
+        importLog(file);
+    } else if (!importBlackbox(file)) {
+        return; // without log lines, the identifiers of its frames wait for the next import
+    }
+    listIdentifiers();
 }
 
 bool DataLoggerApp::importBlackbox(app::ChosenFile& file)
