@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "convert/hdf5file.h"
-
+#include "convert/container.h"
 #include "convert/report.h"
+#include "platform/partfile.h"
 
-#include <cmath>
+#include <QByteArray>
+#include <algorithm>
 #include <cstddef>
-#include <hdf5_hl.h>
+#include <deque>
+#include <hdf5.h>
+#include <set>
 
 #ifndef H5_HAVE_THREADSAFE
 #error "Files are written by several threads, which this build of the library does not allow."
@@ -15,25 +18,102 @@ namespace convert {
 
 namespace {
 
-constexpr hsize_t ChunkSize = 8192; // values
-constexpr unsigned CompressionLevel = 3;
-
-Hdf5Handle createFile(const std::string& path)
+void check(hid_t result)
 {
-    if (path == "-") {
-        throw ConversionError("standard output: cannot be an HDF5 file");
+    if (result < 0) {
+        throw ContainerFailure();
     }
+}
+
+// An object of the library, closed at the end; all functions that make one take and give these.
+// Their failures have no reason that would help a user.
+class Handle
+{
+public:
+    Handle(hid_t handle)
+        : id(handle)
+    {
+        check(id);
+    }
+    Handle(Handle&& other) noexcept
+        : id(std::exchange(other.id, H5I_INVALID_HID))
+    {}
+    ~Handle()
+    {
+        if (id >= 0) {
+            H5Idec_ref(id);
+        }
+    }
+    Handle& operator=(Handle&& other) = delete;
+
+    operator hid_t() const { return id; }
+
+    // For closing it ahead of the destructor, which cannot throw what goes wrong.
+    hid_t release() { return std::exchange(id, H5I_INVALID_HID); }
+
+private:
+    hid_t id;
+};
+
+Handle createFile(const std::string& path)
+{
     H5dont_atexit();                             // files that failed would be written once more
     H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr); // no messages of this thread's calls
     return H5Fcreate(path.c_str(), H5F_ACC_TRUNC, H5P_DEFAULT, H5P_DEFAULT);
 }
 
-Hdf5Handle textType()
+Handle textType()
 {
-    Hdf5Handle type = H5Tcopy(H5T_C_S1);
-    checkHdf5(H5Tset_size(type, H5T_VARIABLE));
-    checkHdf5(H5Tset_cset(type, H5T_CSET_UTF8));
+    Handle type = H5Tcopy(H5T_C_S1);
+    check(H5Tset_size(type, H5T_VARIABLE));
+    check(H5Tset_cset(type, H5T_CSET_UTF8));
     return type;
+}
+
+Handle typeOf(const Field& field)
+{
+    if (field.type == Field::Bytes) {
+        const hsize_t size = field.size;
+        return H5Tarray_create2(H5T_STD_U8LE, 1, &size);
+    }
+    Handle type = H5Tcopy(
+        field.type == Field::Real     ? H5T_IEEE_F64LE
+        : field.type == Field::Signed ? H5T_STD_I64LE
+                                      : H5T_STD_U64LE);
+    check(H5Tset_size(type, field.size));
+    return type;
+}
+
+void setAttribute(hid_t object, const char* name, hid_t type, const void* value)
+{
+    const Handle space = H5Screate(H5S_SCALAR);
+    const Handle attribute = H5Acreate2(object, name, type, space, H5P_DEFAULT, H5P_DEFAULT);
+    check(H5Awrite(attribute, type, value));
+}
+
+void setAttribute(hid_t object, const char* name, const std::string& value)
+{
+    const char* const text = value.c_str();
+    if (!value.empty()) {
+        setAttribute(object, name, textType(), &text);
+    }
+}
+
+// A dataset of one dimension. Groups on its path are made where they are missing.
+Handle addDataset(hid_t file, const std::string& path, hid_t type, hsize_t size, hsize_t chunk)
+{
+    const hsize_t most = H5S_UNLIMITED;
+    const Handle space = H5Screate_simple(1, &size, &most);
+    const Handle creation = H5Pcreate(H5P_DATASET_CREATE);
+    check(H5Pset_chunk(creation, 1, &chunk));
+    check(H5Pset_shuffle(creation));
+    check(H5Pset_deflate(creation, 1)); // ours is packed by Packer
+    const Handle access = H5Pcreate(H5P_DATASET_ACCESS);
+    check(H5Pset_chunk_cache(access, 1, 0, 1.0)); // which would cost a MiB a dataset
+    const Handle links = H5Pcreate(H5P_LINK_CREATE);
+    check(H5Pset_char_encoding(links, H5T_CSET_UTF8));
+    check(H5Pset_create_intermediate_group(links, 1));
+    return H5Dcreate2(file, path.c_str(), type, space, links, creation, access);
 }
 
 struct TagRow
@@ -42,99 +122,167 @@ struct TagRow
     const char* text;
 };
 
-Hdf5Handle tagType()
+class Hdf5Table : public Table
 {
-    Hdf5Handle type = H5Tcreate(H5T_COMPOUND, sizeof(TagRow));
-    checkHdf5(H5Tinsert(type, "time_s", offsetof(TagRow, seconds), H5T_NATIVE_DOUBLE));
-    checkHdf5(H5Tinsert(type, "text", offsetof(TagRow, text), textType()));
-    return type;
-}
+public:
+    Hdf5Table(
+        TableInfo itsInfo, Packer& itsPacker, std::size_t blockSize, hid_t fileId,
+        std::set<std::string>& pathsOfFile)
+        : Table(std::move(itsInfo), itsPacker, false, blockSize)
+        , file(fileId)
+        , paths(pathsOfFile)
+    {
+        hasWholeBlocks = true;
+        restart();
+    }
 
-void setAttribute(hid_t object, const char* name, const std::string& value)
+private:
+    void restart() final
+    {
+        const bool isSignals = info.content == TableInfo::Signals;
+        const bool isLog = info.content == TableInfo::Channels;
+        const std::string group = isSignals ? "/signals/"
+                                  : isLog   ? "/channels/"
+                                            : '/' + info.name + '/';
+        std::string part; // what has one clock
+        std::string timePath;
+        do {
+            part = ++parts == 1 ? "" : "/part " + std::to_string(parts);
+            timePath = part + (isLog ? "/time_s" : group + "time_s");
+        } while (!isSignals && !paths.insert(timePath).second);
+        datasets.clear();
+        rows = 0;
+        const Field time(Field::Real, sizeof(double), "time_s", "s");
+        if (!isSignals) {
+            addColumn(timePath, time);
+        }
+        for (const Field& field : info.fields) {
+            const std::string path = newPath(part + group, field.name);
+            if (!isSignals) {
+                addColumn(path, field);
+            } else if (datasets.empty()) {
+                timePath = path + "/time_s";
+                addColumn(timePath, time);
+                addColumn(path + "/value", field);
+            } else { // of the same frame
+                addColumn(path + "/value", field);
+                check(H5Lcreate_hard(
+                    file, timePath.c_str(), file, (path + "/time_s").c_str(), H5P_DEFAULT,
+                    H5P_DEFAULT));
+            }
+        }
+    }
+
+    // A "/" in a name would be a group.
+    std::string newPath(const std::string& group, std::string name)
+    {
+        std::replace(name.begin(), name.end(), '/', '|');
+        const std::string mark = " (column " + std::to_string(datasets.size()) + ')';
+        while (name == "." || !paths.insert(group + name).second) {
+            name += mark;
+        }
+        return group + name;
+    }
+
+    void addColumn(const std::string& path, const Field& field)
+    {
+        Handle dataset = addDataset(file, path, typeOf(field), 0, blockRows);
+        setAttribute(dataset, "name", field.name);
+        setAttribute(dataset, "unit", field.unit);
+        if (field.channel >= 0) {
+            setAttribute(dataset, "channel", H5T_NATIVE_INT, &field.channel);
+        }
+        std::string texts;
+        for (const auto& [value, text] : field.texts) {
+            texts += QByteArray::number(value, 'g', 15).toStdString() + '=' + text + '\n';
+        }
+        setAttribute(dataset, "texts", texts);
+        datasets.push_back(std::move(dataset));
+    }
+
+    void write(const unsigned char* planes, std::size_t count) override
+    {
+        const hsize_t begin = rows;
+        rows += count;
+        for (std::size_t i = 0; i < datasets.size(); ++i) {
+            const std::size_t offset = i == 0 ? 0 : info.fields[i - 1].offset;
+            const std::size_t size = i == 0 ? sizeof(double) : info.fields[i - 1].size;
+            const auto chunk = packer.deflated(planes + offset * blockRows, size * blockRows);
+            check(H5Dset_extent(datasets[i], &rows));
+            check(H5Dwrite_chunk(datasets[i], H5P_DEFAULT, 0, &begin, chunk.size(), chunk.data()));
+        }
+    }
+
+    const hid_t file;
+    std::set<std::string>& paths;
+    std::vector<Handle> datasets; // the time, then the fields
+    hsize_t rows = 0;
+    int parts = 0;
+};
+
+class Hdf5File : public Container
 {
-    const Hdf5Handle type = textType();
-    const Hdf5Handle space = H5Screate(H5S_SCALAR);
-    const Hdf5Handle attribute = H5Acreate2(object, name, type, space, H5P_DEFAULT, H5P_DEFAULT);
-    const char* const text = value.c_str();
-    checkHdf5(H5Awrite(attribute, type, &text));
-}
+public:
+    Hdf5File(const std::string& path, bool replaces, const Origin& origin, std::size_t size)
+        : blockSize(size)
+        , part(path, replaces)
+        , file(createFile(part.writtenPath()))
+    {
+        const Handle root = H5Gopen2(file, "/", H5P_DEFAULT);
+        setAttribute(root, "source", origin.inputs);
+        setAttribute(root, "version", "xcu-convert " XCU_VERSION);
+        setAttribute(root, "serial", origin.serial);
+        setAttribute(root, "date", origin.start ? shownTime(*origin.start) : "");
+    }
+
+    Table& addTable(TableInfo info) override
+    {
+        return tables.emplace_back(std::move(info), packer, blockSize, file, paths);
+    }
+
+    void addTags(const std::vector<Tag>& tags) override
+    {
+        std::vector<TagRow> rowsOfTags;
+        for (const Tag& tag : tags) {
+            rowsOfTags.push_back({tag.seconds, tag.text.c_str()});
+        }
+        const Handle type = H5Tcreate(H5T_COMPOUND, sizeof(TagRow));
+        check(H5Tinsert(type, "time_s", offsetof(TagRow, seconds), H5T_NATIVE_DOUBLE));
+        check(H5Tinsert(type, "text", offsetof(TagRow, text), textType()));
+        const Handle dataset =
+            addDataset(file, "/tags", type, tags.size(), std::max<hsize_t>(tags.size(), 1));
+        if (!tags.empty()) {
+            check(H5Dwrite(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, rowsOfTags.data()));
+        }
+    }
+
+    void commit() override
+    {
+        for (Hdf5Table& table : tables) {
+            table.flush();
+        }
+        packer.wait();
+        tables.clear();
+        check(H5Fflush(file, H5F_SCOPE_LOCAL));
+        check(H5Idec_ref(file.release()));
+        part.commit();
+    }
+
+private:
+    const std::size_t blockSize;
+    platform::PartFile part;
+    Handle file;
+    std::set<std::string> paths;
+    std::deque<Hdf5Table> tables;
+    Packer packer;
+};
 
 } // namespace
 
-void Hdf5Column::append(double value)
+std::unique_ptr<Container> makeHdf5(
+    const std::string& path, bool replaces, const Origin& origin, std::size_t blockSize)
 {
-    waiting.push_back(type == Whole && std::isnan(value) ? 0.0 : value);
-    if (waiting.size() == ChunkSize) {
-        flush();
-    }
-}
-
-void Hdf5Column::flush()
-{
-    if (!waiting.empty()) {
-        const void* const values = waiting.data();
-        checkHdf5(H5DOappend(dataset, H5P_DEFAULT, 0, waiting.size(), H5T_NATIVE_DOUBLE, values));
-        waiting.clear();
-    }
-}
-
-Hdf5File::Hdf5File(const std::string& path, bool replaces)
-    : part(path, replaces)
-    , file(createFile(part.writtenPath()))
-{}
-
-// Empty and growing. Whole chunks go past the cache, which would cost a MiB a dataset.
-Hdf5Handle Hdf5File::addDataset(const std::string& path, hid_t type)
-{
-    const hsize_t none = 0;
-    const hsize_t unlimited = H5S_UNLIMITED;
-    const Hdf5Handle space = H5Screate_simple(1, &none, &unlimited);
-    const Hdf5Handle creation = H5Pcreate(H5P_DATASET_CREATE);
-    checkHdf5(H5Pset_chunk(creation, 1, &ChunkSize));
-    checkHdf5(H5Pset_shuffle(creation));
-    checkHdf5(H5Pset_deflate(creation, CompressionLevel));
-    const Hdf5Handle access = H5Pcreate(H5P_DATASET_ACCESS);
-    checkHdf5(H5Pset_chunk_cache(access, 1, 0, 1.0));
-    const Hdf5Handle links = H5Pcreate(H5P_LINK_CREATE);
-    checkHdf5(H5Pset_char_encoding(links, H5T_CSET_UTF8));
-    checkHdf5(H5Pset_create_intermediate_group(links, 1));
-    return H5Dcreate2(file, path.c_str(), type, space, links, creation, access);
-}
-
-Hdf5Column& Hdf5File::addColumn(
-    const std::string& path, Hdf5Column::Type type, const std::string& name,
-    const std::string& unit)
-{
-    Hdf5Handle dataset =
-        addDataset(path, type == Hdf5Column::Whole ? H5T_STD_I32LE : H5T_IEEE_F64LE);
-    setAttribute(dataset, "name", name);
-    if (!unit.empty()) {
-        setAttribute(dataset, "unit", unit);
-    }
-    return columns.emplace_back(std::move(dataset), type);
-}
-
-Hdf5Handle Hdf5File::addTags()
-{
-    return addDataset("/tags", tagType());
-}
-
-void Hdf5File::appendTag(hid_t tags, double seconds, std::string_view text)
-{
-    const std::string copy(text);
-    const TagRow row{seconds, copy.c_str()};
-    checkHdf5(H5DOappend(tags, H5P_DEFAULT, 0, 1, tagType(), &row));
-}
-
-void Hdf5File::commit()
-{
-    for (Hdf5Column& column : columns) {
-        column.flush();
-    }
-    columns.clear();
-    checkHdf5(H5Fflush(file, H5F_SCOPE_LOCAL));
-    checkHdf5(H5Idec_ref(file.release()));
-    part.commit();
+    return std::make_unique<Hdf5File>(path, replaces, origin, blockSize);
 }
 
 } // namespace convert

@@ -1,14 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/job.h"
-#include "convert/logsource.h"
 #include "formats/configurationblock.h"
+#include "platform/partfile.h"
 
 #include <QtEndian>
-#include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <iomanip>
-#include <map>
 #include <sstream>
 
 namespace convert {
@@ -25,20 +21,24 @@ void tellSpan(std::ostream& out, double first, double last)
     out << "  time      " << first << " s to " << last << " s, " << last - first << " s\n";
 }
 
-void tellLog(std::ostream& out, const LogSurvey& survey)
+std::string withUnit(const std::string& name, const std::string& unit)
+{
+    return name + (unit.empty() ? "" : ", in " + unit);
+}
+
+void tellLog(std::ostream& out, const Survey& survey, const Selection& selection)
 {
     out << "  records   " << survey.records;
     if (survey.records == 0) {
         out << '\n';
     } else {
-        out << ", numbers " << survey.firstNumber << " to " << survey.lastNumber << ", "
-            << survey.missing << " missing in " << counted(survey.gaps, "gap") << '\n';
-        tellSpan(out, survey.firstTime / 1000.0, survey.lastTime / 1000.0);
+        out << ", numbers " << survey.first.number << " to " << survey.last.number << ", "
+            << survey.lost << " missing in " << counted(survey.jumps, "gap") << '\n';
+        tellSpan(out, survey.first.milliseconds / 1000.0, survey.last.milliseconds / 1000.0);
     }
     out << "  channels  " << survey.widest << '\n';
-    std::size_t channel = 0;
-    for (const std::string& name : survey.columns()) {
-        out << "    " << channel++ << "  " << name << '\n';
+    for (const Channel& channel : survey.channels(selection)) {
+        out << "    " << channel.number << "  " << withUnit(channel.name, channel.unit) << '\n';
     }
     out << "  tags      " << survey.tags << '\n';
     for (const std::string& tag : survey.firstTags) {
@@ -49,36 +49,29 @@ void tellLog(std::ostream& out, const LogSurvey& survey)
     }
 }
 
-struct FrameCount
+std::string shownBus(int bus)
 {
-    double first = 0; // s
-    double last = 0;
-    std::int64_t count = 0;
-    int longest = 0;
-    bool isFd = false;
+    return bus < 0 ? "no bus" : busName(bus);
+}
 
-    void add(const formats::TraceFrame& frame)
-    {
-        first = count == 0 ? frame.time : first;
-        last = frame.time;
-        ++count;
-        longest = std::max(longest, frame.length);
-        isFd = isFd || frame.isFd;
-    }
-};
-
-using FrameCounts = std::map<std::tuple<int, bool, std::uint32_t>, FrameCount>;
-
-void tellFrameCounts(std::ostream& out, const FrameCount& all, const FrameCounts& countOf)
+void tellFrames(std::ostream& out, const Survey& survey)
 {
-    out << "  frames    " << all.count << '\n';
-    if (all.count > 0) {
-        tellSpan(out, all.first, all.last);
+    out << "  frames    " << survey.frames.count << '\n';
+    if (survey.frames.count > 0) {
+        tellSpan(out, survey.frames.first, survey.frames.last);
     }
-    for (const auto& [key, frames] : countOf) {
+    std::string buses;
+    for (const auto& [key, frames] : survey.framesOf) { // in the order of buses
+        const std::string bus = shownBus(std::get<0>(key));
+        if (buses.size() < bus.size() || buses.substr(buses.size() - bus.size()) != bus) {
+            buses += (buses.empty() ? "" : ", ") + bus;
+        }
+    }
+    out << "  buses     " << buses << '\n';
+    for (const auto& [key, frames] : survey.framesOf) {
         const auto& [bus, isExtended, id] = key;
-        out << "    " << (bus < 0 ? "no bus" : "can" + std::to_string(bus)) << "  " << std::hex
-            << std::setfill('0') << std::setw(isExtended ? 8 : 3) << id << std::dec << "  "
+        out << "    " << shownBus(bus) << "  " << std::hex << std::setfill('0')
+            << std::setw(isExtended ? 8 : 3) << id << std::dec << "  "
             << counted(frames.count, "frame") << ", up to " << counted(frames.longest, "byte");
         if (frames.count > 1) {
             const auto gaps = static_cast<double>(frames.count - 1);
@@ -88,25 +81,20 @@ void tellFrameCounts(std::ostream& out, const FrameCount& all, const FrameCounts
     }
 }
 
-void tellFrames(std::ostream& out, InputFile& file, Kind kind, Report& report, bool mayLack)
+void tellSignals(std::ostream& out, const Survey& survey, const Job& job, Report& report)
 {
-    FrameCount all;
-    FrameCounts countOf;
-    const auto take = [&](const formats::TraceFrame& frame) {
-        all.add(frame);
-        countOf[{frame.bus, frame.isExtended, frame.id}].add(frame);
-    };
-    try {
-        readFramesOf(file, kind, take, report);
-    } catch (const ConversionError&) {
-        if (!mayLack) {
-            throw;
+    const SignalPlan plan(*job.database, {survey}, job.selection);
+    plan.tell(*job.database, report);
+    out << "  signals of " << job.database->path << '\n';
+    for (const Message& message : plan.messages) {
+        out << "    " << message.name << '\n';
+        for (const formats::CanSignal* signal : message.contents) {
+            out << "      " << withUnit(signal->name, signal->unit) << '\n';
         }
     }
-    tellFrameCounts(out, all, countOf);
 }
 
-void tellBackup(std::ostream& out, InputFile& file, Report& report)
+void tellBackup(std::ostream& out, platform::InputFile& file, Report& report)
 {
     const std::string block = file.readAll().toStdString();
     file.check();
@@ -123,38 +111,33 @@ void tellBackup(std::ostream& out, InputFile& file, Report& report)
     }
 }
 
-void tellBlackbox(std::ostream& out, InputFile& file, Report& report)
-{
-    const LogSurvey survey = surveyOf(file, Kind::Blackbox, report);
-    tellLog(out, survey);
-    Report known(file.name()); // what the survey has reported
-    tellFrames(out, file, Kind::Blackbox, known, !survey.isEmpty());
-}
-
 } // namespace
 
-void showInfo(const Job& job, Report& report)
+void showInfo(const Job& job, Reports& reports)
 {
-    InputFile file(job.input);
-    checkKind(file, job.from);
+    const auto& [path, kind] = job.inputs.front();
+    Report& report = reports.front();
+    Recording recording(path, kind, job.selection);
     std::ostringstream out;
-    out << std::fixed << std::setprecision(3) << file.name() << ": ";
-    if (job.from == Kind::Backup) {
+    out << std::fixed << std::setprecision(3) << recording.file.name() << ": ";
+    if (kind == Kind::Backup) {
         out << "configuration backup\n";
-        tellBackup(out, file, report);
-    } else if (job.from == Kind::Log) {
-        out << "log\n";
-        tellLog(out, surveyOf(file, job.from, report));
-    } else if (job.from == Kind::Blackbox) {
-        out << "black-box record\n";
-        tellBlackbox(out, file, report);
+        tellBackup(out, recording.file, report);
     } else {
-        out << "CAN trace\n";
-        tellFrames(out, file, job.from, report, false);
+        const Survey survey = surveyOf(recording, report);
+        const bool hasLog = kind == Kind::Log || kind == Kind::Blackbox;
+        out << (kind == Kind::Log ? "log\n" : hasLog ? "black-box record\n" : "CAN trace\n");
+        if (hasLog) {
+            tellLog(out, survey, job.selection);
+        }
+        if (kind != Kind::Log) {
+            tellFrames(out, survey);
+        }
+        if (job.database != nullptr && kind != Kind::Log) {
+            tellSignals(out, survey, job, report);
+        }
     }
-    if (std::fputs(out.str().c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
-        throw ConversionError("standard output", "cannot write", errno);
-    }
+    platform::PartFile("-", false).write(out.str());
 }
 
 } // namespace convert

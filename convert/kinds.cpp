@@ -32,11 +32,8 @@ constexpr std::array rows{
     Row{"trace", Kind::Trace, In, TraceKind::DotTrace},
     Row{"h5", Kind::Hdf5, Out, {}},
     Row{"hdf5", Kind::Hdf5, Out, {}},
+    Row{"mf4", Kind::Mdf4, Out, {}},
     Row{"xcu", Kind::Backup, In, {}},
-    Row{"dbc", Kind::Database, In, {}},
-    Row{"arxml", Kind::Database, In, {}},
-    Row{"kcd", Kind::Database, In, {}},
-    Row{"xlsx", Kind::Database, In, {}},
 };
 
 const Row& rowOf(Kind kind)
@@ -63,12 +60,12 @@ std::optional<Kind> kindOfWord(const std::string& word)
     return std::nullopt;
 }
 
-std::vector<std::string> wordsOf(Use use)
+std::string wordsOf(Use use)
 {
-    std::vector<std::string> words;
+    std::string words;
     for (const Row& row : rows) {
         if ((row.use & use) != 0) {
-            words.emplace_back(row.word);
+            words += (words.empty() ? "" : ", ") + std::string(row.word);
         }
     }
     return words;
@@ -79,9 +76,14 @@ std::string wordOf(Kind kind)
     return rowOf(kind).word;
 }
 
-bool isOutput(Kind kind)
+bool isOf(Kind kind, Use use)
 {
-    return (rowOf(kind).use & Out) != 0;
+    return (rowOf(kind).use & use) != 0;
+}
+
+bool isContainer(Kind kind)
+{
+    return kind == Kind::Hdf5 || kind == Kind::Mdf4;
 }
 
 std::optional<TraceKind> traceKind(Kind kind)

@@ -5,12 +5,11 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace convert {
 
 // What a file is, by its name or by --from and --to.
-enum class Kind { Log, Blackbox, Txt, Candump, Trc, Csv, Asc, Trace, Hdf5, Backup, Database };
+enum class Kind { Log, Blackbox, Txt, Candump, Trc, Csv, Asc, Trace, Hdf5, Mdf4, Backup };
 
 // By the end of the name, whatever its case; none if that tells nothing.
 std::optional<Kind> kindOfName(const std::string& path);
@@ -19,11 +18,12 @@ std::optional<Kind> kindOfName(const std::string& path);
 std::optional<Kind> kindOfWord(const std::string& word);
 
 enum Use { In = 1, Out = 2, Both = In | Out };
-std::vector<std::string> wordsOf(Use use);
+std::string wordsOf(Use use); // "log, rbx, ..."
 
 std::string wordOf(Kind kind); // the usual one
 
-bool isOutput(Kind kind); // what can be written
+bool isOf(Kind kind, Use use);
+bool isContainer(Kind kind); // takes several inputs of one drive
 
 // The reader of a CAN trace in text form; none for other kinds.
 std::optional<formats::TraceKind> traceKind(Kind kind);

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "convert/job.h"
+#include "convert/plan.h"
+#include "platform/partfile.h"
 
 #include <CLI/CLI.hpp>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <future>
-#include <map>
 #include <mutex>
-#include <pthread.h>
 #include <sstream>
 #include <thread>
 #include <unistd.h>
@@ -16,105 +16,81 @@
 namespace {
 
 using convert::Job;
-using convert::Kind;
-using convert::Report;
+using convert::Options;
+using convert::Reports;
 
 constexpr int SomeFilesFailed = 1;
 constexpr int WrongUse = 2;
 
-struct Options
+constexpr char help[] =
+    R"(xcu-convert: logs, black-box records and CAN traces of the XCU console for other tools
+
+  xcu-convert [options] -o FILE INPUT...            .h5 and .mf4 take several inputs of one drive
+  xcu-convert [options] --to KIND --out-dir FOLDER INPUT...      each into a file of its own
+  xcu-convert --info INPUT...
+
+An input is a file, a folder or "-", standard input.
+
+  -o, --output FILE   file to write; - is standard output
+  --out-dir FOLDER    folder for the outputs, made if it is missing
+  --update            with --out-dir: only what is newer than its output
+  --from KIND         what the inputs are, if not by their names: %1
+  --to KIND           what to write, if not by the name of FILE: %2
+  --signals FILE      decode the signals of this database (.dbc, .arxml, ...) or signal set (.csv)
+  --only GLOB         only channels and signals with such names; may be given again
+  --start S, --end S  only what lies between these times of the recording, in s
+  --every N           only each Nth record of a log
+  --bus N             only CAN frames of this bus
+  --frames            CAN frames of black-box records as .csv, not their records
+  --info              tell what is in the inputs, write nothing
+  --force             replace files that are there
+  -j, --jobs N        files at a time
+  --version           the version
+
+Examples:
+  xcu-convert drive.log can-drive.candump --signals car.dbc -o drive.mf4
+  xcu-convert can-drive.candump --signals car.dbc -o signals.csv
+  xcu-convert drive.log --only 'Oil*' --start 12.5 --end 60 -o part.csv
+  xcu-convert drives --to h5 --out-dir tables --update
+)";
+
+std::string helpText()
 {
-    Job job; // what all have in common
-    std::vector<std::string> inputs;
-    std::string outDir;
-    std::string to;
-    std::string signalSet;
-    bool info = false;
-    unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
-};
+    std::string text = help;
+    text.replace(text.find("%1"), 2, convert::wordsOf(convert::In));
+    return text.replace(text.find("%2"), 2, convert::wordsOf(convert::Out));
+}
 
 void declare(Options& options, CLI::App& app)
 {
-    app.add_option("FILE", options.inputs, "files to convert; - is standard input")->required();
-    auto* const output =
-        app.add_option("-o,--output", options.job.output, "file to write; - is standard output");
-    auto* const outDir =
-        app.add_option("--out-dir", options.outDir, "folder for the outputs of several files")
-            ->check(CLI::ExistingDirectory)
-            ->excludes(output);
-    app.add_option("--from", options.job.fromWord, "what the files are, if not by their names")
-        ->check(CLI::IsMember(convert::wordsOf(convert::In)));
-    auto* const to =
-        app.add_option("--to", options.to, "what to write, if not by the name of the output")
-            ->check(CLI::IsMember(convert::wordsOf(convert::Out)));
+    app.formatter_fn([](const CLI::App*, auto&&...) { return helpText(); });
+    const auto checkKind = [](convert::Use use) {
+        return [use](const std::string& word) {
+            const auto kind = convert::kindOfWord(word);
+            const bool isKnown = kind && convert::isOf(*kind, use);
+            return isKnown ? std::string() : "takes " + convert::wordsOf(use);
+        };
+    };
+    app.add_option("INPUT", options.inputs)->required();
+    auto* const output = app.add_option("-o,--output", options.output);
+    auto* const outDir = app.add_option("--out-dir", options.outDir)->excludes(output);
+    app.add_option("--from", options.from)->check(checkKind(convert::In));
+    auto* const to = app.add_option("--to", options.to)->check(checkKind(convert::Out));
     outDir->needs(to);
-    auto* const signalSet =
-        app.add_option("--signals", options.signalSet, "signal set: write values of these signals");
-    app.add_flag("--frames", options.job.wantsFrames, "CAN frames of black-box records as .csv")
-        ->excludes(signalSet);
-    app.add_flag("--info", options.info, "tell what is in the files, write nothing");
-    app.add_flag("--force", options.job.replaces, "replace files that are there");
-    app.add_option("-j,--jobs", options.jobs, "files at a time")->check(CLI::Range(1, 256));
+    auto* const signalSet = app.add_option("--signals", options.database);
+    app.add_option("--only", options.selection.names)->expected(1)->take_all();
+    app.add_option("--start", options.selection.start);
+    app.add_option("--end", options.selection.end);
+    auto* const every =
+        app.add_option("--every", options.selection.every)->check(CLI::PositiveNumber);
+    app.add_option("--bus", options.selection.bus)->check(CLI::NonNegativeNumber);
+    app.add_flag("--frames", options.wantsFrames)->excludes(signalSet);
+    auto* const info = app.add_flag("--info", options.info)->excludes(output)->excludes(outDir);
+    info->excludes(every); // which would make records seem to be missing
+    app.add_flag("--force", options.replaces);
+    app.add_flag("--update", options.update)->needs(outDir);
+    app.add_option("-j,--jobs", options.jobs)->check(CLI::Range(1, 256));
     app.set_version_flag("--version", "xcu-convert " XCU_VERSION);
-}
-
-Kind kindOf(const std::string& path, const std::string& word, const char* option)
-{
-    const auto kind = word.empty() ? convert::kindOfName(path) : convert::kindOfWord(word);
-    if (!kind) {
-        throw CLI::ValidationError(
-            convert::shownName(path), std::string("unknown kind of file; use ") + option);
-    }
-    return *kind;
-}
-
-std::string outputIn(const std::string& folder, const std::string& input, Kind to)
-{
-    const std::filesystem::path name =
-        input == "-" ? "standard-input" : std::filesystem::path(input).filename();
-    const std::string stem = convert::kindOfName(name) ? name.stem() : name;
-    return std::filesystem::path(folder) / (stem + '.' + convert::wordOf(to));
-}
-
-// Throws CLI::ValidationError for what cannot be done.
-std::vector<Job> plan(const Options& options)
-{
-    const std::string& output = options.job.output;
-    if (!options.info && output.empty() && options.outDir.empty()) {
-        throw CLI::ValidationError("where to", "either -o or --out-dir");
-    }
-    if (!output.empty() && options.inputs.size() > 1) {
-        throw CLI::ValidationError("several files", "go to a folder: --out-dir");
-    }
-    std::vector<Job> jobs;
-    std::map<std::string, std::string> makers; // of outputs
-    for (const std::string& input : options.inputs) {
-        Job job = options.job;
-        job.input = input;
-        job.from = kindOf(input, job.fromWord, "--from");
-        if (job.from == Kind::Hdf5) {
-            throw CLI::ValidationError(input, "such a file is written, not read");
-        }
-        if (options.info) {
-            if (job.from == Kind::Database) {
-                throw CLI::ValidationError(input, "a signal database is converted, not shown");
-            }
-            jobs.push_back(job);
-            continue;
-        }
-        job.to = kindOf(output, options.to, "--to");
-        if (!options.outDir.empty()) {
-            job.output = outputIn(options.outDir, input, job.to);
-        }
-        const auto [maker, isFirst] = makers.emplace(job.output, input);
-        job.rival = isFirst ? "" : maker->second;
-        const std::string why = convert::impossible(job);
-        if (!why.empty()) {
-            throw CLI::ValidationError(convert::shownName(input), why);
-        }
-        jobs.push_back(job);
-    }
-    return jobs;
 }
 
 std::string inLines(const std::string& text)
@@ -131,125 +107,115 @@ std::string inLines(const std::string& text)
 // which then leave the signals to it.
 void watchSignals()
 {
-    std::signal(SIGPIPE, SIG_IGN); // a failed write is reported like any other
+    std::signal(SIGPIPE, SIG_IGN); // the failed write tells
     static sigset_t quitting;
     sigemptyset(&quitting);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaddset(&quitting, number);
+        struct sigaction now = {};
+        sigaction(number, nullptr, &now);
+        if (now.sa_handler != SIG_IGN) { // as nohup(1) leaves it
+            sigaddset(&quitting, number);
+        }
     }
     pthread_sigmask(SIG_BLOCK, &quitting, nullptr);
     std::thread([] {
         int number = 0;
         sigwait(&quitting, &number);
-        convert::PartFile::removeAll();
-        _exit(128 + number);
+        platform::PartFile::endBySignal(number);
     }).detach();
 }
 
-// Messages and the progress bar, which share a terminal.
+// Messages, and on a terminal a line that counts the files, which they erase.
 class Console
 {
 public:
-    explicit Console(std::uintmax_t bytes)
-        : total(isatty(STDERR_FILENO) != 0 ? bytes : 0)
+    explicit Console(std::size_t files)
+        : total(isatty(STDERR_FILENO) != 0 && files > 1 ? files : 0)
     {}
 
     void say(const std::string& text)
     {
         const std::lock_guard lock(mutex);
-        std::fputs((std::exchange(erasing, "") + text).c_str(), stderr);
-    }
-
-    void showProgress()
-    {
-        if (total == 0) {
-            return;
+        std::fputs(((total > 0 ? "\r\033[K" : "") + text).c_str(), stderr);
+        if (total > 0 && done < total) {
+            std::fprintf(stderr, "%zu of %zu", ++done, total);
         }
-        constexpr std::size_t width = 40;
-        const std::lock_guard lock(mutex);
-        const std::uintmax_t done = std::min<std::uintmax_t>(convert::InputFile::bytesRead, total);
-        std::string bar(width, ' ');
-        bar.replace(0, done * width / total, done * width / total, '#');
-        std::fprintf(stderr, "\r[%s] %3d %%", bar.c_str(), static_cast<int>(done * 100 / total));
-        erasing = "\r\033[K";
     }
 
 private:
     std::mutex mutex;
-    const std::uintmax_t total; // 0: no bar
-    std::string erasing;        // what erases the bar that is there
+    const std::size_t total; // 0: no line
+    std::size_t done = 0;
 };
 
-std::uintmax_t bytesToRead(const std::vector<Job>& jobs)
-{
-    std::uintmax_t bytes = 0;
-    for (const Job& job : jobs) {
-        std::error_code error;
-        const auto size = std::filesystem::file_size(job.input, error);
-        const bool isReadTwice = job.from == Kind::Log;
-        bytes += error ? 0 : size * (isReadTwice ? 2 : 1);
-    }
-    return bytes;
-}
-
 // Does the work on some files at a time. Whether all went well.
-bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(const Job&, Report&))
+bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(const Job&, Reports&))
 {
-    Console console(work == convert::showInfo ? 0 : bytesToRead(jobs));
+    Console console(jobs.size());
     std::atomic<std::size_t> next = 0;
     std::atomic<bool> isFine = true;
     const auto workOff = [&] {
         for (std::size_t i = next++; i < jobs.size(); i = next++) {
-            Report report(convert::shownName(jobs[i].input));
+            Reports reports;
+            for (const convert::Input& input : jobs[i].inputs) {
+                reports.emplace_back(platform::shownName(input.path));
+            }
             std::string trouble;
             try {
-                work(jobs[i], report);
+                work(jobs[i], reports);
             } catch (const std::exception& failure) {
                 trouble = failure.what();
                 isFine = false;
             }
-            console.say(inLines(report.text() + trouble));
+            std::string text;
+            for (const convert::Report& report : reports) {
+                text += report.text();
+            }
+            console.say(inLines(text + trouble));
         }
     };
     std::vector<std::future<void>> workers;
     for (std::size_t i = 0; i < std::min<std::size_t>(threadCount, jobs.size()); ++i) {
         workers.push_back(std::async(std::launch::async, workOff));
     }
-    for (const auto& worker : workers) {
-        while (worker.wait_for(std::chrono::milliseconds(200)) == std::future_status::timeout) {
-            console.showProgress();
-        }
-    }
-    console.say("");
+    workers.clear(); // waits
     return isFine;
 }
 
 int run(int argc, char** argv)
 {
     Options options;
-    CLI::App app(
-        "Converts logs, black-box records and CAN traces of the XCU console.", "xcu-convert");
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return inLines(error.what()) + "Try 'xcu-convert --help'.\n";
-    });
+    options.jobs = std::max(1U, std::thread::hardware_concurrency());
+    CLI::App app("", "xcu-convert");
     declare(options, app);
-    std::unique_ptr<convert::SignalSet> signalSet;
-    std::vector<Job> jobs;
+    const auto refuse = [](const std::string& why) {
+        std::fputs((inLines(why) + "Try 'xcu-convert --help'.\n").c_str(), stderr);
+        return WrongUse;
+    };
+    std::unique_ptr<convert::Database> database;
+    convert::Plan plan;
     try {
         app.parse(argc, argv);
-        if (!options.signalSet.empty()) {
-            Report report(convert::shownName(options.signalSet));
-            signalSet = std::make_unique<convert::SignalSet>(options.signalSet, report);
+        if (!options.database.empty()) {
+            convert::Report report(platform::shownName(options.database));
+            database = std::make_unique<convert::Database>(options.database, report);
             std::fputs(inLines(report.text()).c_str(), stderr);
         }
-        options.job.signalSet = signalSet.get();
-        jobs = plan(options);
+        plan = convert::planOf(options, database.get());
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : WrongUse;
+        return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
+    } catch (const convert::UsageError& error) {
+        return refuse(error.what());
     }
+    std::fputs(inLines(plan.news).c_str(), stderr);
     watchSignals();
-    const bool isFine = options.info ? forEach(jobs, 1, convert::showInfo)
-                                     : forEach(jobs, options.jobs, convert::convertFile);
+    for (const Job& job : plan.jobs) {
+        if (!options.outDir.empty()) {
+            std::filesystem::create_directories(std::filesystem::path(job.output).parent_path());
+        }
+    }
+    const bool isFine = options.info ? forEach(plan.jobs, 1, convert::showInfo)
+                                     : forEach(plan.jobs, options.jobs, convert::convertFile);
     return isFine ? 0 : SomeFilesFailed;
 }
 
@@ -260,7 +226,7 @@ int main(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "xcu-convert: %s\n", failure.what());
+        std::fputs(inLines(failure.what()).c_str(), stderr);
         return SomeFilesFailed;
     }
 }

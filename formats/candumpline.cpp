@@ -59,14 +59,14 @@ void composeCandumpLine(
 
 void composeTraceLine(std::string& line, const TraceFrame& frame)
 {
-    constexpr int errorMark = 0x20000000;
     line.resize(MaxFixedLength + MaxSecondsLength + std::size_t{2} * TraceFrame::MostBytes);
-    const int id = static_cast<int>(frame.id) | (frame.isError ? errorMark : 0);
+    const int id =
+        static_cast<int>(frame.id) | static_cast<int>(frame.isError ? TraceFrame::ErrorMark : 0);
     const bool isLong = frame.isExtended || frame.isError;
     std::array<char, 2> mark{'#', LowerHexDigits[frame.flags & 0x0f]};
     std::size_t markSize = frame.isFd ? 2 : 0;
     std::string_view payload(
-        reinterpret_cast<const char*>(frame.payload()), static_cast<std::size_t>(frame.length));
+        reinterpret_cast<const char*>(frame.bytes), static_cast<std::size_t>(frame.length));
     if (frame.isRemote) { // the length that was asked for, if it is not 0
         mark = {'R', LowerHexDigits[frame.length & 0x0f]};
         markSize = frame.length > 0 ? 2 : 1;

@@ -126,4 +126,20 @@ int decodeHex(std::string_view text, unsigned char* bytes, int capacity)
     return size;
 }
 
+std::optional<int> plainHex(std::string_view text, unsigned char* bytes, int capacity)
+{
+    const std::size_t size = text.size() / 2;
+    if (text.size() % 2 != 0 || size > static_cast<std::size_t>(capacity)) {
+        return std::nullopt;
+    }
+    int digits = 0; // NoDigit is the only one with a sign
+    for (std::size_t i = 0; i < size; ++i) {
+        const int high = hexDigit(text[2 * i]);
+        const int low = hexDigit(text[2 * i + 1]);
+        digits |= high | low;
+        bytes[i] = static_cast<unsigned char>((high & 0x0f) << 4 | (low & 0x0f));
+    }
+    return digits < 0 ? std::nullopt : std::optional(static_cast<int>(size));
+}
+
 } // namespace formats

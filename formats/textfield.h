@@ -81,6 +81,10 @@ double realNumber(std::string_view text);
 // its own. Stores at most `capacity` bytes and returns how many there are.
 int decodeHex(std::string_view text, unsigned char* bytes, int capacity);
 
+// The same for text that is two digits a byte and nothing else, in which case there are at most
+// `capacity` bytes.
+std::optional<int> plainHex(std::string_view text, unsigned char* bytes, int capacity);
+
 // Writers for text lines that are composed many thousand times a second. Each writes at `out` and
 // returns the place behind what it wrote; the caller provides the room.
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/canframes.h"
 #include "formats/tracefields.h"
 
 #include <cstdint>
@@ -16,6 +15,7 @@ struct TraceFrame
 {
     static constexpr unsigned BitRateSwitch = 1; // flags of FD frames, as candump has them
     static constexpr unsigned ErrorState = 2;
+    static constexpr std::uint32_t ErrorMark = 0x20000000; // in identifiers of candump logs
     static constexpr int MostBytes = 64;
 
     double time = 0.0; // in s, as the file counts; the controller's in what the console wrote
@@ -27,15 +27,12 @@ struct TraceFrame
     bool isError = false;
     unsigned flags = 0;
     int length = 0;
-    int lead = 0; // bytes of `bytes` ahead of the payload: the digit of the FD mark in a .candump
-    unsigned char bytes[MostBytes + 8] = {};
-
-    const unsigned char* payload() const { return bytes + lead; }
+    unsigned char bytes[MostBytes] = {}; // 0 behind the payload
 };
 
-// The frame as the console's charts and signal sets have it: an FD frame from a .candump has the
-// digit of its mark as first byte, bytes behind the 64th are cut. The time is that of the trace.
-CanFrames chartFrame(const TraceFrame& frame);
+// First line of a .csv of frames that xcu-convert writes. The bytes stand behind "x" and the
+// identifier behind "0x": 12e5 would become a number in other programs.
+constexpr char FrameCsvHeader[] = "time_s,bus,id,extended,fd,brs,remote,length,data";
 
 // Takes a frame of a trace; called in file order.
 using FrameFunction = std::function<void(const TraceFrame& frame)>;
@@ -44,8 +41,8 @@ using FrameFunction = std::function<void(const TraceFrame& frame)>;
 using OddityFunction = std::function<void(const char* what, std::int64_t line)>;
 
 // Reads all frames of a trace, beyond empty lines as well, and returns how many. A line that makes
-// no sense is an oddity and gives no frame. Bus numbers of .asc files are one less than their
-// channels, as the Linux CAN tools have it.
+// no sense, if only by a character that is no digit, is an oddity and gives no frame. Bus numbers
+// of .asc files are one less than their channels, as the Linux CAN tools have it.
 std::int64_t readFrames(
     QIODevice& device, TraceKind kind, const FrameFunction& take, const OddityFunction& tell);
 

@@ -5,6 +5,8 @@
 #include "formats/blackboxreader.h"
 #include "formats/channels.h"
 #include "formats/logfile.h"
+#include "formats/logrecords.h"
+#include "formats/textfield.h"
 #include "formats/traceframes.h"
 #include "formats/traceimport.h"
 #include "formats/tracereaders.h"
@@ -28,6 +30,22 @@ bool readsBlackbox(QIODevice& device)
     record.readFrames(import);
     return isRight;
 }
+
+// A log that the converter reads gives numbers and nothing else, as many as it says.
+struct StrictTarget : formats::RecordingTarget
+{
+    bool isRight = true;
+    void addRecord(const formats::LogRecord& record) override
+    {
+        std::size_t width = 0;
+        for (auto rest = record.values; !rest.empty(); ++width) {
+            const auto field = formats::takeField(rest, ';');
+            const bool isMissing = field.empty() && record.hasGaps;
+            isRight &= isMissing || formats::plainNumber<std::int32_t>(field).has_value();
+        }
+        isRight &= width == record.width;
+    }
+};
 
 } // namespace
 
@@ -63,10 +81,12 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         formats::readFrames(device, format.kind, take, tell);
         isRight &= count <= size;
     }
+    StrictTarget target;
     device.seek(0);
-    formats::readBlackbox(
-        device, take, [](auto&&...) {}, tell);
-    if (!isRight) {
+    formats::readRecords(device, target, tell);
+    device.seek(0);
+    formats::readBlackboxRecords(device, target, tell);
+    if (!isRight || !target.isRight) {
         std::abort();
     }
     return 0;

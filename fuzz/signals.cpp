@@ -2,6 +2,7 @@
 
 // A signal set, and the curves of its signals over a frame cut out of the same bytes. What a set
 // holds, a set that is written from it holds as well.
+#include "formats/cansignals.h"
 #include "formats/signaldecoder.h"
 #include "formats/signalset.h"
 
@@ -30,6 +31,21 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         formats::FrameIndex index;
         if (formats::isDrawable(signal)) {
             formats::drawSignal(signal, {frame, frame}, index, [](double, double) {});
+        }
+    }
+    formats::TraceFrame traceFrame;
+    std::memcpy(traceFrame.bytes, data, qMin(size, sizeof traceFrame.bytes));
+    for (auto* const readStrictly : {formats::readSignalTable, formats::readSignalsOfSet}) {
+        QBuffer device;
+        device.setData(reinterpret_cast<const char*>(data), static_cast<int>(size));
+        device.open(QIODevice::ReadOnly);
+        for (const formats::CanSignal& signal : readStrictly(device, [](auto&&...) {})) {
+            for (const int length : {0, signal.field.bytesNeeded, formats::TraceFrame::MostBytes}) {
+                traceFrame.length = length;
+                if (signal.value(traceFrame) && length < signal.field.bytesNeeded) {
+                    std::abort();
+                }
+            }
         }
     }
     return 0;

@@ -5,11 +5,11 @@ _xcu_convert() {
     _init_completion -s || return
     case $prev in
     --from)
-        mapfile -t COMPREPLY < <(compgen -W "log rbx candump asc trc txt csv trace xcu dbc arxml kcd xlsx" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "log rbx candump asc trc txt csv trace xcu" -- "$cur")
         return
         ;;
     --to)
-        mapfile -t COMPREPLY < <(compgen -W "csv h5 candump asc" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "csv h5 mf4 candump asc" -- "$cur")
         return
         ;;
     --out-dir)
@@ -17,15 +17,15 @@ _xcu_convert() {
         return
         ;;
     --signals)
-        _filedir csv
+        _filedir '@(csv|dbc|arxml|kcd|xlsx|signals)'
         return
         ;;
-    -j | --jobs)
+    -j | --jobs | --only | --start | --end | --every | --bus)
         return
         ;;
     esac
     if [[ $cur == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "--output --out-dir --from --to --signals --frames --info --force --jobs --help --version" -- "$cur")
+        mapfile -t COMPREPLY < <(compgen -W "--output --out-dir --update --from --to --signals --only --start --end --every --bus --frames --info --force --jobs --help --version" -- "$cur")
     else
         _filedir
     fi

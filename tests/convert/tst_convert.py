@@ -19,6 +19,8 @@ import can
 import canmatrix.formats
 import h5py
 
+from mdf4 import Mdf4
+
 BUILD = pathlib.Path(sys.argv.pop()).resolve()
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
 DATA = SOURCE / "tests" / "data"
@@ -27,7 +29,7 @@ sys.dont_write_bytecode = True
 import xcu_files  # noqa: E402
 
 CONVERT = BUILD / "bin" / "xcu-convert"
-HEADER = "#;timestamp;" + "".join(f"{name};" for name in ["A", "x", "A", "Speed km/h (CAN1)", "a,\"b"])
+HEADER = "#;timestamp;" + "".join(f"{name};" for name in ["A", "x", "A", "Speed [km/h] (CAN1)", "a,\"b"])
 
 
 def frames_of(reader):
@@ -54,7 +56,9 @@ class Folder(unittest.TestCase):
         return path
 
     def run_program(self, *command, code=0, **more):
-        done = subprocess.run(command, cwd=self.folder, capture_output=True, timeout=60, **more)
+        surroundings = dict(os.environ, **more.pop("environment", {}))
+        done = subprocess.run(
+            command, cwd=self.folder, capture_output=True, timeout=60, env=surroundings, **more)
         self.said = done.stderr.decode()
         self.assertEqual(done.returncode, code, self.said)
         return done.stdout.decode()
@@ -68,6 +72,14 @@ class Folder(unittest.TestCase):
     def rows(self, *arguments, **more):
         text = self.run_convert(*arguments, "--to", "csv", "-o", "-", **more)
         return list(csv.reader(io.StringIO(text, newline=""), strict=True))
+
+    def mdf4(self, *arguments, **more):
+        """The groups by their names, a list of each, and the file."""
+        self.run_convert(*arguments, "--force", "-o", "a.mf4", **more)
+        file, groups = Mdf4(self.folder / "a.mf4"), {}
+        for group in file.groups:
+            groups.setdefault(group["name"], []).append(group)
+        return groups, file
 
     def assertLeaves(self, *names):
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), sorted(names))
@@ -93,7 +105,8 @@ class Logs(Folder):
              "a.log:3: another number of values than in the record before (2 in all)"),
             (["1;4294967290;1;", "2;4;2;"], ["4294967.290,1,", "0.004,2,"], "a.log:3: the clock has wrapped"),
             (["1;50;1;", "0;0;2;"], ["0.050,1,", "0.000,2,"], "a.log:3: the clock goes back"),
-            (["1;1;5-3;1;", "2;2;-;99999999999;"], ["0.001,,1,", "0.002,,,"], "no number, left empty (3 in all)"),
+            (["1;1;5-3;1;", "2;2;-;99999999999;"], ["0.001,,1,", "0.002,,,"], "a.log:2: a value that is no number of 32"),
+            (["1;1;-2147483648;2147483648;0123456789;"], ["0.001,-2147483648,,0123456789,"], "a.log:2: a value that is no"),
             (["1;1;1;", "x", "2;y;1;", "3;3;1\0;"], ["0.001,1,"], "a.log:3: not a record, left out (3 in all)"),
             (["1;1;1;\r", HEADER.replace("A", "B")], ["0.001,1,"], "a.log:3: another header"),
             (["1;1;1;", "2;2;1;"], ["0.001,1,"], "a.log:3: torn line, left out"),
@@ -118,21 +131,98 @@ class Logs(Folder):
         self.assertEqual(self.rows("-", "--from", "log", input=text.encode())[1:], expected)
 
     def test_hdf5(self):
-        self.write("a.log", "\n".join([HEADER, "1;10;1;2;3;4;", "$;10;Grün", "2;20;5;6;", ""]))
+        self.write("a.log", "\n".join([HEADER, "1;10;1;2;3;4;", "$;10;Grün", "2;20;5;99999999999;", ""]))
         self.run_convert("a.log", "-o", "a.h5")
         with h5py.File(self.folder / "a.h5") as file:
             self.assertEqual(
                 {name: str(channel[:].tolist()) for name, channel in file["channels"].items()},
-                {"A": "[1, 5]", "channel 1": "[2, 6]", "A (channel 2)": "[3.0, nan]", "Speed km|h (CAN1)": "[4.0, nan]"})
+                {"A": "[1, 5]", "channel 1": "[2.0, nan]", "A (channel 2)": "[3.0, nan]", "Speed [km|h] (CAN1)": "[4.0, nan]"})
             self.assertEqual(file["channels/A"].dtype, "int32")
             self.assertEqual(
-                dict(file["channels/Speed km|h (CAN1)"].attrs), {"name": "Speed km/h (CAN1)", "unit": "km/h"})
+                dict(file["channels/Speed [km|h] (CAN1)"].attrs),
+                {"name": "Speed [km/h] (CAN1)", "unit": "km/h", "channel": 3})
             self.assertEqual(file["time_s"][:].tolist(), [0.01, 0.02])
             self.assertEqual(file["tags"][:].tolist(), [(0.01, "Grün".encode())])
         self.write("b.log", "#;timestamp;a/b;a|b;.;\n1;1;1;2;3;\n")
         self.run_convert("b.log", "-o", "b.h5")
         with h5py.File(self.folder / "b.h5") as file:
-            self.assertEqual(set(file["channels"]), {"a|b", "a|b (channel 1)", ". (channel 2)"})
+            self.assertEqual(set(file["channels"]), {"a|b", "a|b (column 2)", ". (column 3)"})
+
+    def test_mdf4(self):
+        """Of every kind of log that a drive may leave, against the same as CSV."""
+        table = {
+            "torn": ["1;10;1;2;3;4;", "$;10;Now & <then>", "2;20;1;2;3;4;", "3;30;1;2"],
+            "wrapped": ["1;4294967290;1;2;", "$;-6;before", "2;4;3;4;", "$;4;behind", "3;14;5;6;"],
+            "restarted": ["1;5000;1;2;", "2;5010;2;2;", "3;0;3;4;", "4;1;5;6;", "5;0;7;8;"],
+            "widths": ["1;10;1;2;3;4;5;6;", "2;20;", "3;30;x;-7;99999999999;4;", "4;40;1;"],
+            "empty": [], "tags": ["$;-1;one", "$;-1;Grün"],
+            "many tags": [line for n in range(10000) for line in [f"{n};{n};{n};", f"$;{n};Tag {n}"]],
+        }
+        for name, lines in table.items():
+            with self.subTest(name):
+                path = self.write("a.log", "\n".join([HEADER, *lines]) + ("" if name == "torn" else "\n"))
+                groups, file = self.mdf4(path)
+                (head, *rows), got, tags, restarts = self.rows(path), [], [], 0
+                for row in rows:
+                    if any(row[1:-1]) or row[0] == "0.020":
+                        got.append([float(row[0]), *(int(value) if value else None for value in row[1:-1])])
+                    if row[-1]:
+                        tags.append((float(row[0] or 0), row[-1]))
+                logs = groups.get("channels", [])
+                read = [list(record) for group in logs for record in zip(*group["values"].values())]
+                self.assertEqual(read, got)
+                restarts = sum(a[0] > b[0] for a, b in zip(got, got[1:]))
+                self.assertEqual(len(logs), restarts + 1 if got else 0)
+                for group in logs:
+                    self.assertEqual(list(group["values"])[1:], head[1:-1])
+                    self.assertEqual(group["comments"]["A"], "channel 0")
+                self.assertEqual(file.events, tags)
+                texts = [t for group in groups.get("tags", []) for t in group["values"]["tag"]]
+                self.assertEqual([text.rstrip(b"\0").decode() for text in texts], [text for _, text in tags])
+                self.assertTrue(all(len(row) == len(head) for row in rows))
+
+    def test_where_it_comes_from(self):
+        folder = self.folder / "XCU0001" / "extLoggerLogs"
+        folder.mkdir(parents=True)
+        log = self.write(folder / "2026.11.15-053000.log", HEADER + "\n1;90000;1;2;3;4;\n")
+        groups, file = self.mdf4(log, environment={"TZ": "CET-1"})
+        # Times are the controller's: the file begins where its clock stood at 0.
+        self.assertEqual((file.start, file.zone, file.daylight), ((1794717000 - 90) * 10**9, 60, 0))
+        self.assertIn("XCU0001", file.comment)
+        self.assertIn("2026-11-15T05:30:00", file.comment)
+        self.assertEqual(groups["channels"][0]["units"]["Speed [km/h] (CAN1)"], "km/h")
+        self.run_convert(log, "-o", "a.h5")
+        with h5py.File(self.folder / "a.h5") as h5:
+            self.assertEqual((h5.attrs["serial"], h5.attrs["date"]), ("XCU0001", "2026-11-15T05:30:00"))
+            self.assertIn("xcu-convert", h5.attrs["version"])
+
+    def test_selection(self):
+        path = self.write("a.log", "\n".join([HEADER, *(f"{n};{n}000;{n};0;-{n};9;" for n in range(1, 9)), "$;3000;T", ""]))
+        text = self.run_convert(path, "--only", "A*", "--only", "none", "--start", "2", "--end", "7", "--every", "2",
+                                "--to", "csv", "-o", "-")
+        self.assertEqual(text.split(), ["time_s,A,A", "(channel", "2),tag", "2.000,2,-2,", "4.000,4,-4,", "6.000,6,-6,",
+                                        "3.000,,,T"])
+        groups, _ = self.mdf4(path, "--only", "Speed*", "--every", "3")
+        self.assertEqual(groups["channels"][0]["values"], {"time": [1, 4, 7], "Speed [km/h] (CAN1)": [9, 9, 9]})
+        self.run_convert(path, "--only", "none", "-o", "b.csv", code=1)
+        self.write("a.candump", "(1) can0 1#01\n(2) can1 2#02\n(3) can1 3#03\n")
+        self.assertEqual(self.candump("a.candump", "--bus", "1", "--end", "2.5"), "(2.000000) can1 002#02\n")
+
+    def test_bytes_that_are_not_utf8(self):
+        path = self.write("a.log", b"#;timestamp;Gr\xfcn;\n1;1;1;\n$;1;\xe9\n")
+        self.assertEqual(self.rows(path), [["time_s", "Gr\ufffdn", "tag"], ["0.001", "1", "\ufffd"]])
+        self.assertIn("a.log:1: bytes that are not UTF-8, replaced (2 in all)", self.said)
+
+    def test_endless_line(self):
+        """Costs no memory, and is no record."""
+        with open(self.folder / "a.log", "w") as file:
+            file.write(HEADER + "\n1;1;1;\n2;2;")
+            for _ in range(220):
+                file.write("5;" * (1 << 19))
+            file.write("\n3;3;3;\n")
+        limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (200 << 20, 200 << 20))  # noqa: E731
+        self.assertEqual([row[0] for row in self.rows("a.log", preexec_fn=limit)], ["time_s", "0.001", "0.003"])
+        self.assertIn("a.log:3: a line of 1 MiB or more", self.said)
 
     def test_torn_blackbox(self):
         torn = self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100])
@@ -140,14 +230,15 @@ class Logs(Folder):
         self.assertIn("the file breaks off", self.said)
 
     def test_info(self):
-        self.write("a.log", "\n".join([HEADER, "1;10;1;", "2;20;1;", "7;30;1;", "$;30;Now", ""]))
+        self.write("a.log", "\n".join([HEADER, "1;10;1;2;3;4;", "2;20;1;2;3;4;", "7;30;1;2;3;4;", "$;30;Now", ""]))
         self.write("b.candump", "(1.5) can1 123#01\n(2.5) can1 123#0102\n(2.5) can0 00000123##1aa\n")
         self.write("c.xcu", bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003"))
         text = self.run_convert("--info", "a.log", "b.candump", "c.xcu")
         for told in [
             "records   3, numbers 1 to 7, 4 missing in 1 gap\n", "0.010 s to 0.030 s, 0.020 s",
             "0  A\n", "0.030 s Now", "can1  123  2 frames, up to 2 bytes, every 1.000 s\n",
-            "can0  00000123  1 frame, up to 1 byte, FD\n", "5  Oil (ADC3)\n",
+            "can0  00000123  1 frame, up to 1 byte, FD\n", "5  Oil (ADC3)\n", "buses     can0, can1\n",
+            "3  Speed [km/h] (CAN1), in km/h\n",
         ]:
             self.assertIn(told, text)
 
@@ -176,8 +267,12 @@ class Traces(Folder):
             self.assertEqual(len(frames), len(expected), command)
         rows = self.rows("bus.candump")[1:]
         self.assertEqual(
-            [(float(r[0]), int(r[1]), int(r[2], 16), *(v == "1" for v in r[3:7]), int(r[7]), bytes.fromhex(r[8]))
+            [(float(r[0]), int(r[1]), int(r[2], 16), *(v == "1" for v in r[3:7]), int(r[7]), bytes.fromhex(r[8][1:]))
              for r in rows], expected)
+        # No column of text looks like numbers to a spreadsheet, and it is read back.
+        self.assertTrue(all(r[2].startswith("0x") and r[8].startswith("x") for r in rows))
+        self.run_convert("bus.candump", "-o", "bus.csv")
+        self.assertEqual(self.candump("bus.csv"), self.candump("bus.candump").replace("##3", "##1"))
 
     def test_asc_of_the_peers(self):
         path = self.write("bus.candump", self.BUS)
@@ -205,11 +300,11 @@ class Traces(Folder):
                 self.assertEqual(line.split(" ", 1)[1], told.split(" ", 1)[1])
             self.assertEqual("without a bus" in self.said, bus == 0)
         self.assertEqual([row[8] for row in self.rows(DATA / "drive.rbx", "--frames")[1:3]],
-                         ["0102aa", "1122334455667788"])
+                         ["x0102aa", "x1122334455667788"])
 
     def test_what_a_format_cannot_say(self):
         self.write("a.candump", "(1.0) can1 20000004#00\n(2.0) can1 123##301\n")
-        self.assertEqual(self.rows("a.candump")[1][2], "20000004")
+        self.assertEqual(self.rows("a.candump")[1][2], "0x20000004")
         self.assertIn("error state of a CAN FD frame", self.said)
         self.run_convert("a.candump", "-o", "a.asc")
         self.assertIn("class of an error frame", self.said)
@@ -219,9 +314,18 @@ class Traces(Folder):
         table = [
             ("a.candump", "(1) can1 123#01\n\n(2) can1 123#012\n(2) can1 xyz#\n(2) can1 4#R-1\n(3) can1 4#02\n",
              "(1.000000) can1 123#01|(3.000000) can1 004#02", "a.candump:3: not a frame, left out (3 in all)"),
+            ("b.candump", "(1) can1 123#0102_B\n(1) can1 123#01x2\n(1) can1 123##\n(1) can1 123#01#02\n(1) can1 1_3#01\n"
+             "1.0 can1 123#01\n(2) can1 123\n(2) can1 4#R44\n(3) can1 4#02\n",
+             "(3.000000) can1 004#02", "b.candump:1: not a frame, left out (8 in all)"),
+            ("c.candump", "(1.0) can0 123 [3] 01 02 AA\n(2) can0 1#\n", "(2.000000) can0 001#", "c.candump:1: as candump shows"),
+            ("b.txt", "00:00:01.000 -> C:id=16:n=2:01:Z2\n00:00:01.000 -> C:id=16:n=2:01:02x\n"
+             "00:00:02.000 -> C:id=16:n=1:03\n", "(2.000000) can0 010#03", "b.txt:1: not a frame, left out (2 in all)"),
+            ("b.trc", "1,5\tRx\t1\t1\t2\t01_2\n1,6\tRx\t1\t1\t1\t02\n", "(1.600000) can0 001#02", "b.trc:1: not a frame"),
+            ("c.csv", "time_s,bus,id,extended,fd,brs,remote,length,data\r\n1,1,0x123,0,0,0,0,2,x01\r\n"
+             "1,1,123,0,0,0,0,1,x01\r\n2,,0x00000123,1,1,1,0,1,xaa\r\n", "(2.000000) can0 00000123##1aa", "c.csv:2: not"),
             ("asc-1.candump", f"(1.0) can2  12#01\n(1.0) can2 12345#{'00' * 12}\n",
              f"(1.000000) can2 012#01|(1.000000) can2 00012345##0{'00' * 12}", "taken for CAN FD"),
-            ("canbb-1.candump", "(0.005025) can2   a#\n", "(5.025000) can2 00a#", "thousands of seconds"),
+            ("canbb-1.candump", "(0.005025) can2   a#\n", "(0.005025) can2 00a#", "thousands of seconds"),
             ("a.txt", "23:59:59.999 -> C:id=16:n=1:01\n00:00:00.000 -> C:id=2048:n=0:\n",
              "(86399.999000) can0 010#01|(86400.000000) can0 00000800#", "a.txt:2: midnight"),
             ("a.trc", "1,5\tRx\t1\t1\t2\t02\n", "(1.500000) can0 001#02", "length that is not"),
@@ -238,17 +342,26 @@ class Traces(Folder):
 
     def test_signals(self):
         self.write("set.csv", "0x123;8;16;0.1;-40;1;0;0;0x0;-1;Oil;%12\r\n0x123;0;8;1;0;0;16;8;0xaa;-1;Mode\n"
-                   "0x7ff;0;8;1;0;2;0;0;0;-1;\n0x1;512;8;1;0;1;0;0;0;-1;Outside\n")
+                   "0x7ff;0;8;2;0;2;0;0;0;-1;\n0x1;512;8;1;0;1;0;0;0;-1;Outside\n")
         rows = self.rows(DATA / "drive.candump", "--signals", "set.csv")
         self.assertEqual(
             rows,
             [["time_s", "Oil", "Mode", "signal 3"], ["12.345000", "4312.2", "1", ""],
-             ["12.355000", "", "", "17"], ["13.845000", "4312.2", "3", ""]])
-        self.assertIn('set.csv:2: "Show" is 0, taken as 1', self.said)
+             ["12.355000", "", "", "34"], ["13.845000", "4312.2", "3", ""]])
+        self.assertIn('set.csv:2: Mode: "Show" is 0, taken as 1', self.said)
         self.assertIn("set.csv:4: Outside: not within 64 bytes, left out", self.said)
-        # As on the chart, bits of an FD frame from a capture count from the digit of its mark.
-        self.write("fd.candump", "(1) can0 7ff##155\n")
-        self.assertEqual(self.rows("fd.candump", "--signals", "set.csv")[1][3], "1")
+        # Bits count from the payload's first byte, whatever the console does; each bus has its own columns.
+        self.write("fd.candump", "(1) can0 7ff##155\n(2) can1 7ff#66\n(3) can1 000007ff#77\n")
+        self.assertEqual(
+            self.rows("fd.candump", "--signals", "set.csv"),
+            [["time_s", "can0.0x7ff.signal 3", "can1.0x7ff.signal 3", "can1.0x000007ff.signal 3"],
+             ["1.000000", "170", "", ""], ["2.000000", "", "204", ""], ["3.000000", "", "", "238"]])
+        self.write("bad.csv", "0x123;0;48;1;0;1;0;0;0x0;-1;Wide\n0x123;0;32;1;0;1;0;0;0x0;-1;Unsigned\n"
+                   "0x123;0;8;1;0;7;0;0;0x0;-1;Mode\n0x123;0;8;fast;0;1;0;0;0x0;-1;Factor\n"
+                   "0x123;0;8;nan;0;1;0;0;0x0;-1;Nan\n0x123;0;8;0.1;0;1;0;0;0x0;-1;Good\n")
+        self.assertEqual(self.rows(DATA / "drive.candump", "--signals", "bad.csv")[:2], [["time_s", "Good"], ["12.345000", "0.1"]])
+        for line, name in enumerate(["Wide: 48 bits", "Unsigned: 32 bits", "Mode: \"Show\" 7", "Factor: a field", "Nan: a field"], 1):
+            self.assertIn(f"bad.csv:{line}: {name}", self.said)
         self.run_convert(DATA / "drive.candump", "--signals", "set.csv", "-o", "a.h5")
         with h5py.File(self.folder / "a.h5") as file:
             self.assertEqual(file["signals/Oil/value"][:].tolist(), [4312.2, 4312.2])
@@ -262,54 +375,86 @@ class Databases(Folder):
         return self.run_program("/usr/bin/python3", SOURCE / "python" / "xcu-signals", *arguments, **more)
 
     def test_right_to_the_value(self):
-        # In captures of CAN FD frames bits count from the digit of the mark.
-        self.signals(self.DBC, "--candump", "-o", "set.csv")
+        """Decoded by the database and by a set made of it, against canmatrix; in CSV, HDF5 and MDF4."""
+        self.signals(self.DBC, "-o", "set.csv")
         left_out = {"Engine.Float": "floating point", "Long.Unsigned32": "unsigned 32 bits", "Long.Wide": "33 bits",
-                    "MultiWide.Crossed": "its multiplexer has the other byte order"}
+                    "MultiWide.Crossed": "its multiplexer has the other byte order", "Real.Double": "floating point",
+                    "Real.Nine": "57 bits", "Tree.Outer": "more than one multiplexer", "Tree.Inner": "more than one", "Tree.Branch": "more than one"}
         for name, why in left_out.items():
             self.assertIn(f"{name}: {why}", self.said)
-        self.assertEqual(self.said.count("\n"), len(left_out))
         rand, lines, expected = random.Random(1), [], []
         frames = canmatrix.formats.loadp_flat(str(self.DBC)).frames
-        for n in range(300):
+        for n in range(600):
             frame = rand.choice(frames)
             data = bytearray(rand.randbytes(frame.size))
-            if frame.name == "Multi":
-                data[0] = rand.choice([1, 200, 3])
-            expected.append(
-                {f"{frame.name}.Motorola" if name == "Motorola" else name: float(signal.phys_value)
-                 for name, signal in frame.decode(bytes(data)).items() if f"{frame.name}.{name}" not in left_out})
+            if frame.name in ("Multi", "Tree"):
+                data[0] = rand.choice([1, 200, 3, 0x10, 0x50])
+            if frame.name == "Engine":
+                data[3] = rand.choice([0, 0x42, 0xc1])
+            expected.append({name: float(signal.phys_value) for name, signal in frame.decode(bytes(data)).items()})
             can_id = f"{frame.arbitration_id.id:0{8 if frame.arbitration_id.extended else 3}x}"
-            lines.append(f"({n}.0) can0 {can_id}#{'#1' if frame.size > 8 else ''}{data.hex()}\n")
+            lines.append(f"({n}.0) can{n % 2 + 1} {can_id}#{'#1' if frame.size > 8 else ''}{data.hex()}\n")
         self.write("a.candump", "".join(lines))
-        rows = self.rows("a.candump", "--signals", "set.csv")
-        self.assertEqual(len(rows), 301)
-        for row, values in zip(rows[1:], expected):
-            found = {name: float(text) for name, text in zip(rows[0][1:], row[1:]) if text}
-            self.assertEqual(set(found), set(values))
-            for name, value in values.items():
-                self.assertAlmostEqual(found[name], value, places=9, msg=name)
+        rows = {}
+        for which in [self.DBC, "set.csv"]:
+            (_, *head), *rows[which] = self.rows("a.candump", "--signals", which)
+            found = {float(row[0]): {c: float(text) for c, text in zip(head, row[1:]) if text} for row in rows[which]}
+            for n, (line, values) in enumerate(zip(lines, expected)):
+                for column, value in found.get(n, {}).items():
+                    self.assertEqual(column.split(".")[0], line.split()[1])
+                got = {column.split(".")[-1]: value for column, value in found.get(n, {}).items()}
+                missing = {key.split(".")[1] for key in left_out} if which == "set.csv" else set()
+                self.assertLessEqual(set(values) - missing, set(got))
+                self.assertLessEqual(set(got), set(values))
+                for name, value in got.items():
+                    self.assertAlmostEqual(value, values[name], delta=1e-9 + 1e-14 * abs(value), msg=name)
+        (_, *head), *rows = self.rows("a.candump", "--signals", self.DBC)
+        groups, _ = self.mdf4("a.candump", "--signals", self.DBC)
+        units = [group for name in groups if name.startswith("can1 Long") for group in groups[name]][0]["units"]
+        self.assertEqual(units["can1.Long.Motorola"], "rpm")
+        self.assertEqual(groups["can1 Multi"][0]["texts"], {"can1.Multi.Second": {0.0: "Off", -4.0: "Back <&> \"2\""}})
+        self.run_convert("a.candump", "--signals", self.DBC, "-o", "a.h5")
+        with h5py.File(self.folder / "a.h5") as file:
+            for i, column in enumerate(head, 1):
+                text = [(float(row[0]), row[i]) for row in rows if row[i]]
+                kept = file["signals"][column]
+                pairs = [(t, v) for t, v in zip(kept["time_s"][:], kept["value"][:]) if v == v or "Float" in column]
+                values = [(t, v) for name in groups for group in groups[name] if column in group["values"]
+                          for t, v in zip(group["values"]["time"], group["values"][column]) if v is not None]
+                self.assertEqual([t for t, _ in values], [t for t, _ in text])
+                self.assertEqual([repr(v) for _, v in values], [repr(float(v)) for _, v in pairs])
+                for (_, value), (_, shown) in zip(values, text):
+                    self.assertTrue(shown == f"{value:.15g}" or abs(value) >= 1e15 and float(shown) == value, shown)
+        self.assertEqual(len(groups["CAN_DataFrame"][0]["values"]["time"]), 600)
 
     def test_other_databases(self):
         matrix = canmatrix.formats.loadp_flat(str(self.DBC))
 
         def signals_in(name):  # of one byte, so of either order
-            return sorted(line for line in self.signals(name, "-o", "-").splitlines() if ";Mux;" not in line)
+            return sorted(line for line in self.signals(name, "-o", "-").splitlines() if ";Mux;" not in line and "0x601" not in line)
 
         canmatrix.formats.dumpp({"": matrix}, str(self.folder / "a.kcd"), "kcd")
         self.assertEqual(signals_in(self.DBC), signals_in("a.kcd"))
         self.assertIn("may lose the byte order of multiplexers", self.said)
 
-    def test_through_the_converter(self):
-        path = os.pathsep.join([str(SOURCE / "python"), os.environ["PATH"]])
-        surroundings = dict(os.environ, PATH=path)
-        self.run_convert("--from", "dbc", "-", "-o", "set.csv", env=surroundings, input=self.DBC.read_bytes())
-        self.assertEqual(len(xcu_files.read_signals(self.folder / "set.csv")), 11)
-        self.run_convert(self.DBC, "-o", "set.csv", code=1, env=surroundings)
+    def test_tables_and_sets(self):
+        self.signals(self.DBC, "--table", "-o", "car.signals")
+        self.write("a.candump", "(1) can0 123#0102030405060708\n(2) can0 500##1" + "11" * 24 + "\n")
+        self.assertEqual(*(self.rows("a.candump", "--signals", which) for which in ["car.signals", self.DBC]))
+        self.signals(self.DBC, "--candump", "-o", "console.csv")
+        self.assertTrue((self.folder / "console.csv").read_bytes().endswith(b";candump\r\n"))
+        self.run_convert("a.candump", "--signals", "console.csv", "-o", "a.csv", code=1)
+        self.assertIn("give --signals the database", self.said)
+        self.assertIn("    can0 Engine\n      Intel\n", self.run_convert("--info", "a.candump", "--signals", self.DBC))
+        self.write("none.candump", "(1) can0 001#01\n")
+        self.assertEqual(self.rows("none.candump", "--signals", self.DBC), [["time_s"]])
+        self.assertIn("has none of the signals", self.said)
+        self.signals(self.DBC, "-o", "console.csv", code=1)
         self.assertIn("is there already", self.said)
         self.signals(self.write("b.dbc", "no database"), "-o", "b.csv", code=1)
         self.signals(self.write("c.xyz", ""), "-o", "b.csv", code=1)
-        self.assertLeaves("b.dbc", "c.xyz", "set.csv")
+        self.run_convert("a.candump", "--signals", "b.dbc", "-o", "b.csv", code=1)
+        self.assertLeaves("a.candump", "b.dbc", "c.xyz", "car.signals", "console.csv", "none.candump")
 
 
 class Module(Folder):
@@ -360,7 +505,7 @@ class Manners(Folder):
         (self.folder / "dir.log").mkdir()
         table = [
             (1, "none.log: cannot read: No such file", "none.log", "-o", "b.csv"),
-            (1, "dir.log: is a folder", "dir.log", "-o", "b.csv"),
+            (2, "no file to convert", "dir.log", "-o", "b.csv"),
             (1, "empty.log: is empty", "empty.log", "-o", "b.csv"),
             (1, "noise.log: is binary", "noise.log", "-o", "b.csv"),
             (1, "noise.rbx: has no", "noise.rbx", "-o", "b.h5"),
@@ -368,18 +513,19 @@ class Manners(Folder):
             (1, "try --from candump", "candump-2026.log", "-o", "b.csv"),
             (1, "prose.log: has no record", "prose.log", "-o", "b.csv"),
             (1, "none/b.csv: cannot write", "a.log", "-o", "none/b.csv"),
-            (1, "HDF5", "a.log", "--to", "h5", "-o", "-"),
+            (2, "cannot be standard output", "a.log", "--to", "h5", "-o", "-"),
             (1, "cannot write", "a.log", "--to", "csv", "-o", "/dev/full"),
-            (2, "--from", "a.xyz", "-o", "b.csv"),
-            (2, "--to", "a.log", "-o", "b"),
-            (2, "cannot be made a .trc file", "words.candump", "-o", "b.trc"),
-            (2, "not shown", "--info", "a.dbc"),
-            (2, "not read", "--info", "a.h5"),
+            (2, "--from takes log, rbx", "a.xyz", "-o", "b.csv"),
+            (2, "--to takes candump, csv", "a.log", "-o", "b"),
+            (2, "b.trc: files of this kind are not written; --to takes", "words.candump", "-o", "b.trc"),
+            (2, "dir.log: is a folder; use --out-dir", "a.log", "-o", "dir.log"),
+            (2, "takes candump, csv, asc, h5", "a.log", "--to", "xls", "-o", "b.xls"),
+            (2, "--from takes log, rbx", "--info", "a.h5"),
             (2, "-o or --out-dir", "a.log"),
-            (2, "--out-dir", "a.log", "a.log", "-o", "b.csv"),
+            (2, "one .h5 or .mf4, or to a folder by --out-dir", "a.log", "a.log", "-o", "b.csv"),
             (2, "no CAN frames", "a.log", "-o", "b.asc"),
             (2, "--jobs", "a.log", "-o", "b.csv", "--jobs", "many"),
-            (2, "FILE", "-o", "b.csv"),
+            (2, "INPUT", "-o", "b.csv"),
         ]
         for code, message, *arguments in table:
             with self.subTest(arguments):
@@ -387,7 +533,7 @@ class Manners(Folder):
                 self.assertIn(message, self.said)
                 self.assertLeaves(*files, "dir.log")
         self.assertIn("xcu-convert 0", self.run_convert("--version"))
-        self.assertIn("--out-dir", self.run_convert("--help"))
+        self.assertIn("xcu-convert drive.log can-drive.candump --signals car.dbc -o drive.mf4", self.run_convert("--help"))
 
     def test_nothing_is_overwritten(self):
         self.write("a.log", self.LOG)
@@ -399,16 +545,59 @@ class Manners(Folder):
         self.run_convert("a.log", "-o", "b.csv", "--force")
         self.assertIn("time_s", (self.folder / "b.csv").read_text())
         self.assertEqual((self.folder / "b.csv").stat().st_mode & 0o777, 0o666 & ~mask)
+        # What it replaces keeps mode and place.
+        (self.folder / "b.csv").chmod(0o600)
+        (self.folder / "link.csv").symlink_to("b.csv")
+        self.run_convert("a.log", "-o", "link.csv", "--force", "--only", "none*", "--only", "A")
+        self.assertEqual((self.folder / "b.csv").stat().st_mode & 0o777, 0o600)
+        self.assertEqual((self.folder / "b.csv").read_text().splitlines()[0], "time_s,A,tag")
+        self.assertTrue((self.folder / "link.csv").is_symlink())
+
+    def test_odd_places(self):
+        self.write("a.log", self.LOG)
+        (self.folder / "tmp").mkdir()
+        with open(self.folder / "out", "w") as file:
+            file.write("mine\n")
+            file.flush()
+            subprocess.run([CONVERT, "a.log", "--to", "csv", "-o", "/dev/stdout"], cwd=self.folder, stdout=file, check=True)
+        self.assertEqual((self.folder / "out").read_text()[:11], "mine\ntime_s")
+        self.run_convert("-", "--from", "log", "--to", "csv", "-o", "-", input=self.LOG.encode(), environment={"TMPDIR": "tmp"})
+        self.run_convert("-", "--from", "log", "--to", "csv", "-o", "-", input=self.LOG.encode(), code=1,
+                         environment={"TMPDIR": "none"})
+        self.assertIn("none/xcu-convert", self.said)
 
     def test_many_files(self):
         for unit in ["XCU1", "XCU2"]:
             (self.folder / unit).mkdir()
             self.write(f"{unit}/same.log", self.LOG)
             self.write(f"{unit}/{unit}.log", self.LOG)
-        (self.folder / "out").mkdir()
         self.run_convert(*self.folder.glob("XCU*/*.log"), "--to", "csv", "--out-dir", "out", code=1)
         self.assertIn("same.csv is made of", self.said)
         self.assertEqual(sorted(os.listdir(self.folder / "out")), ["XCU1.csv", "XCU2.csv", "same.csv"])
+
+    def test_folder(self):
+        """A run over a folder can be repeated; what is not known is counted."""
+        (self.folder / "drives" / "XCU1").mkdir(parents=True)
+        for name in ["a.log", "XCU1/b.log", "notes.txt.bak", "XCU1/picture.png", "c.xcu", "CAN.candump"]:
+            self.write(f"drives/{name}", "(1) can0 1#01\n" if name == "CAN.candump" else self.LOG)
+        command = ["drives", "--to", "csv", "--out-dir", "drives/tables"]
+        self.run_convert(*command)
+        self.assertIn("3 files passed over", self.said)
+        made = sorted(path for path in (self.folder / "drives/tables").rglob("*.csv"))
+        self.assertEqual([path.name for path in made], ["CAN.csv", "b.csv", "a.csv"])
+        self.run_convert(*command, code=1)
+        os.utime(self.folder / "drives/a.log", (4e9, 4e9))
+        before = {path: path.stat().st_mtime_ns for path in made}
+        self.run_convert(*command, "--update")
+        self.assertEqual([path.name for path in made if path.stat().st_mtime_ns != before[path]], ["a.csv"])
+        self.assertIn("2 files left as made before", self.said)
+        # Into the same folder: what it made is no input of the next run.
+        for _ in range(2):
+            self.run_convert("drives/XCU1", "--to", "csv", "--out-dir", "drives/XCU1", "--force")
+        self.run_convert("drives/a.log", "drives/CAN.candump", "drives/XCU1/b.log", "-o", "drives/all.mf4")
+        self.assertEqual(
+            [group["name"] for group in Mdf4(self.folder / "drives/all.mf4").groups], ["channels", "CAN_DataFrame", "channels"])
+        self.run_convert("drives/c.xcu", "--to", "csv", "--out-dir", "out", code=2)
 
     def big_log(self):
         return self.write("big.log", HEADER + "\n" + "".join(f"{n};{n};1;2;3;\n" for n in range(300000)))
@@ -423,46 +612,54 @@ class Manners(Folder):
             self.assertIn(f"{name}: cannot write", self.said)
             self.assertLeaves("big.log")
 
+    def start_on_pipe(self, *command):
+        """Runs the program until it has begun its output; then awaits more of its input."""
+        os.mkfifo(self.folder / "pipe.candump")
+        self.addCleanup((self.folder / "pipe.candump").unlink)
+        process = subprocess.Popen([*command, CONVERT, "pipe.candump", "-o", "b.asc"], cwd=self.folder)
+        pipe = open(self.folder / "pipe.candump", "w")
+        self.addCleanup(pipe.close)
+        pipe.write("(1.0) can0 123#01\n" * 1000)  # more than it looks at ahead
+        pipe.flush()
+        while not list(self.folder.glob("b.asc.*.part")):
+            self.assertIsNone(process.poll())
+        return process, pipe
+
     def test_kill(self):
-        self.big_log()
-        for number, is_tidy in [(signal.SIGTERM, True), (signal.SIGKILL, False)]:
-            os.mkfifo(self.folder / "pipe.candump")
-            process = subprocess.Popen([CONVERT, "pipe.candump", "-o", "b.asc"], cwd=self.folder)
-            with open(self.folder / "pipe.candump", "w") as pipe:
-                pipe.write("(1.0) can0 123#01\n" * 1000)  # more than it looks at ahead
-                pipe.flush()
-                while not list(self.folder.glob("b.asc.*.part")):
-                    self.assertIsNone(process.poll())
-                process.send_signal(number)
-                process.wait(30)
+        """It ends by the signal, so that a shell's loop ends as well."""
+        for number, is_tidy in [(signal.SIGTERM, True), (signal.SIGINT, True), (signal.SIGKILL, False)]:
+            process, _ = self.start_on_pipe()
+            process.send_signal(number)
+            self.assertEqual(process.wait(30), -number)
             self.assertFalse((self.folder / "b.asc").exists())
             self.assertEqual(list(self.folder.glob("*.part")) == [], is_tidy)
-            (self.folder / "pipe.candump").unlink()
+            self.doCleanups()
+            self.setUp()
+
+    def test_nohup(self):
+        process, pipe = self.start_on_pipe("sh", "-c", 'trap "" HUP; exec "$0" "$@"')
+        process.send_signal(signal.SIGHUP)
+        pipe.write("(2.0) can0 123#02\n")
+        pipe.close()
+        self.assertEqual(process.wait(30), 0)
+        self.assertIn("2.000000", (self.folder / "b.asc").read_text())
 
     def test_closed_pipe(self):
         self.big_log()
-        process = subprocess.Popen(
-            [CONVERT, "big.log", "--to", "csv", "-o", "-"], cwd=self.folder,
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        process.stdout.readline()
-        process.stdout.close()
-        self.assertIn(b"standard output: cannot write: Broken pipe", process.stderr.read())
-        process.stderr.close()
-        self.assertEqual(process.wait(30), 1)
+        for command in ["big.log --to csv -o -", "--info big.log big.log big.log"]:
+            line = f"{CONVERT} {command} | head -c 10; exit ${{PIPESTATUS[0]}}"
+            done = subprocess.run(["bash", "-c", line], cwd=self.folder, capture_output=True, timeout=60)
+            self.assertEqual(done.stderr, b"")
+            self.assertIn(done.returncode, [128 + signal.SIGPIPE] if "-o" in command else [0, 128 + signal.SIGPIPE])
 
     def test_progress_on_a_terminal_only(self):
-        os.mkfifo(self.folder / "slow.candump")
         ours, theirs = pty.openpty()
-        process = subprocess.Popen(
-            [CONVERT, "slow.candump", DATA / "drive.candump", "--to", "asc", "--out-dir", "."],
-            cwd=self.folder, stderr=theirs)
+        self.write("a.log", self.LOG)
+        process = subprocess.run(
+            [CONVERT, "a.log", DATA / "drive.candump", "--to", "csv", "--out-dir", "."], cwd=self.folder, stderr=theirs)
         os.close(theirs)
-        with open(self.folder / "slow.candump", "w") as pipe:
-            pipe.write("(1.0) can0 123#01\n" * 1000)
-            pipe.flush()
-            shown = os.read(ours, 100)
-        self.assertIn(b" %", shown)
-        self.assertEqual(process.wait(30), 0)
+        self.assertIn(b"1 of 2", os.read(ours, 100))
+        self.assertEqual(process.returncode, 0)
         os.close(ours)
 
 

@@ -1,17 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "convert/inputfile.h"
+#include "platform/inputfile.h"
 
-#include "convert/report.h"
+#include "platform/partfile.h"
 
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace convert {
-
-std::atomic<qint64> InputFile::bytesRead = 0;
+namespace platform {
 
 std::string shownName(const std::string& path)
 {
@@ -26,15 +24,15 @@ InputFile::InputFile(const std::string& inputPath)
         inputPath == "-" ? dup(STDIN_FILENO) : ::open(inputPath.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status = {};
     if (fd < 0 || fstat(fd, &status) != 0) {
-        throw ConversionError(path, "cannot read", errno);
+        throw FileFailure(path, "cannot read", errno);
     }
     QFile::open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     if (S_ISDIR(status.st_mode)) {
-        throw ConversionError(path + ": is a folder");
+        throw FileFailure(path + ": is a folder");
     }
     if (peek(1).isEmpty()) {
         check();
-        throw ConversionError(path + ": is empty");
+        throw FileFailure(path + ": is empty");
     }
 }
 
@@ -43,15 +41,17 @@ void InputFile::makeRepeatable()
     if (!isSequential()) {
         return;
     }
-    std::FILE* const copy = std::tmpfile();
+    const char* const folder = std::getenv("TMPDIR");
+    std::string name = std::string(folder != nullptr ? folder : "/tmp") + "/xcu-convert-XXXXXX";
+    const int copy = mkostemp(name.data(), O_CLOEXEC);
+    unlink(name.c_str());
     QByteArray block;
-    bool isWritten = copy != nullptr;
+    bool isWritten = copy >= 0;
     while (isWritten && !(block = QFile::read(1 << 16)).isEmpty()) {
-        const auto size = static_cast<std::size_t>(block.size());
-        isWritten = std::fwrite(block.constData(), 1, size, copy) == size;
+        isWritten = writeAll(copy, {block.constData(), static_cast<std::size_t>(block.size())});
     }
-    if (!isWritten || std::fflush(copy) != 0) {
-        throw ConversionError(path, "cannot keep a copy in the folder for temporary files", errno);
+    if (!isWritten) {
+        throw FileFailure(path, "cannot keep a copy, " + name, errno);
     }
     check();
     QFile::close();
@@ -62,15 +62,8 @@ void InputFile::makeRepeatable()
 void InputFile::check() const
 {
     if (error() == QFileDevice::ReadError) {
-        throw ConversionError(path + ": cannot read: " + errorString().toStdString());
+        throw FileFailure(path + ": cannot read: " + errorString().toStdString());
     }
 }
 
-qint64 InputFile::readData(char* data, qint64 size)
-{
-    const qint64 count = QFile::readData(data, size);
-    bytesRead += std::max<qint64>(count, 0);
-    return count;
-}
-
-} // namespace convert
+} // namespace platform

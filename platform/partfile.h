@@ -1,40 +1,51 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "platform/filefailure.h"
+
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
-namespace convert {
+namespace platform {
+
+// False with errno.
+bool writeAll(int fd, std::string_view bytes);
 
 // A file that is there whole or not at all: written as "<path>.<random>.part" and renamed when it
 // is complete. What is no regular file, such as a pipe, is written to directly. All operations
-// throw ConversionError.
+// throw FileFailure.
 class PartFile
 {
 public:
-    // "-" is standard output. Without `replaces` a file that is there is left alone.
-    PartFile(std::string targetPath, bool replaces);
+    // "-" is standard output. Without `replaces` a file that is there is left alone. One that is
+    // replaced keeps its mode, and if it is a symbolic link its place.
+    PartFile(const std::string& path, bool replaces);
     // Removes what was not committed.
     ~PartFile();
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
 
-    // Where to write; a library that wants a path may open the file again.
-    int descriptor() const { return fd; }
+    // For a library that opens the file again by its path.
     const std::string& writtenPath() const { return partPath; }
 
-    [[noreturn]] void fail() const; // by errno
+    void write(std::string_view bytes);                       // behind the bytes before
+    void writeAt(std::int64_t place, std::string_view bytes); // not into a pipe
+    [[noreturn]] void fail() const;                           // by errno
     void commit();
 
-    // Removes the part files of all threads, for a program that is asked to quit.
-    static void removeAll();
+    // Ends the program by a signal, so that a shell's loop ends as well, and removes the part files
+    // of all threads.
+    [[noreturn]] static void endBySignal(int number);
 
 private:
-    const std::string target;
+    std::string target;
     std::string partPath;
     const bool mayReplace;
     int fd = -1;
     bool isPart = false; // there is something to rename
+    mode_t keptMode = 0; // of the file to be replaced
 };
 
 // Text into a part file, by large blocks.
@@ -54,15 +65,21 @@ public:
     void advanceTo(const char* end) { used = static_cast<std::size_t>(end - buffer.data()); }
 
     void put(std::string_view text);
+    void endRow() // of CSV
+    {
+        put("\r\n");
+        ++rows;
+    }
     void commit();
+
+    std::int64_t rows = 0; // the one with the names among them
 
 private:
     void makeRoom(std::size_t size);
-    void writeBlock();
 
     PartFile file;
     std::string buffer;
     std::size_t used = 0;
 };
 
-} // namespace convert
+} // namespace platform

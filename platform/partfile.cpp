@@ -1,21 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "convert/outputfile.h"
-
-#include "convert/report.h"
+#include "platform/partfile.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <mutex>
 #include <random>
 #include <set>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
-namespace convert {
+namespace platform {
 
 namespace {
 
@@ -26,20 +27,38 @@ std::set<std::string> parts;
 
 } // namespace
 
-PartFile::PartFile(std::string targetPath, bool replaces)
-    : target(std::move(targetPath))
-    , partPath(target)
+bool writeAll(int fd, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+    }
+    return true;
+}
+
+PartFile::PartFile(const std::string& path, bool replaces)
+    : target(path)
     , mayReplace(replaces)
 {
-    if (target == "-") {
+    std::error_code error;
+    // By its other names it would be opened anew, ahead of what it holds.
+    if (target == "-" || target == "/dev/stdout" || target == "/dev/fd/1") {
+        target = "-";
         fd = STDOUT_FILENO;
         return;
     }
-    std::error_code error;
     const auto status = std::filesystem::status(target, error);
-    if (is_regular_file(status) && !mayReplace) {
-        throw ConversionError(target + ": is there already; --force replaces it");
+    if (is_regular_file(status)) {
+        if (!mayReplace) {
+            throw FileFailure(target + ": is there already; --force replaces it");
+        }
+        target = std::filesystem::canonical(target);
+        keptMode = static_cast<mode_t>(status.permissions());
     }
+    partPath = target;
     if (exists(status) && !is_regular_file(status)) {
         fd = open(target.c_str(), O_WRONLY | O_CLOEXEC);
     } else {
@@ -71,13 +90,19 @@ PartFile::~PartFile()
 
 void PartFile::fail() const
 {
-    throw ConversionError(target == "-" ? "standard output" : target, "cannot write", errno);
+    if (errno == EPIPE) {
+        endBySignal(SIGPIPE); // as with head(1): the reader has seen enough
+    }
+    throw FileFailure(target == "-" ? "standard output" : target, "cannot write", errno);
 }
 
 void PartFile::commit()
 {
     if (fd == STDOUT_FILENO) {
         return;
+    }
+    if (keptMode != 0) {
+        fchmod(fd, keptMode); // in vain where the file system has no modes
     }
     // A full network drive tells only here.
     if (close(std::exchange(fd, -1)) != 0) {
@@ -101,12 +126,34 @@ void PartFile::commit()
     isPart = false;
 }
 
-void PartFile::removeAll()
+void PartFile::write(std::string_view bytes)
 {
-    const std::lock_guard lock(partsMutex);
+    if (!writeAll(fd, bytes)) {
+        fail();
+    }
+}
+
+void PartFile::writeAt(std::int64_t place, std::string_view bytes)
+{
+    if (lseek(fd, place, SEEK_SET) != place) {
+        fail();
+    }
+    write(bytes);
+}
+
+void PartFile::endBySignal(int number)
+{
+    partsMutex.lock(); // for good: no other thread may finish or begin a file
     for (const std::string& path : parts) {
         unlink(path.c_str());
     }
+    std::signal(number, SIG_DFL);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, number);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    raise(number);
+    std::abort();
 }
 
 TextOutput::TextOutput(const std::string& path, bool replaces)
@@ -123,26 +170,15 @@ void TextOutput::put(std::string_view text)
 
 void TextOutput::commit()
 {
-    writeBlock();
+    makeRoom(0);
     file.commit();
 }
 
 void TextOutput::makeRoom(std::size_t size)
 {
-    writeBlock();
+    file.write({buffer.data(), used});
+    used = 0;
     buffer.resize(std::max(buffer.size(), size));
 }
 
-void TextOutput::writeBlock()
-{
-    for (std::size_t done = 0; done < used;) {
-        const ssize_t written = write(file.descriptor(), buffer.data() + done, used - done);
-        if (written < 0 && errno != EINTR) {
-            file.fail();
-        }
-        done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
-    }
-    used = 0;
-}
-
-} // namespace convert
+} // namespace platform

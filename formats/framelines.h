@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "formats/traceframes.h"
+
+namespace formats {
+
+// The code of a payload's length, up to 64 bytes, on the bus.
+int lengthCode(int length);
+
+// Lines of files of frames. Each writes at `out`, where MaxFrameLine bytes are free, and returns
+// the place behind its line.
+constexpr std::size_t MaxFrameLine = 512; // an FD frame of an .asc file
+
+// As log2asc writes it, channels counted from 1; without a bus it is the first.
+char* putAscLine(char* out, const TraceFrame& frame);
+
+// By FrameCsvHeader, without the end of the line; the identifier of an error frame has bit 29 set.
+char* putCsvLine(char* out, const TraceFrame& frame);
+
+} // namespace formats
