@@ -21,23 +21,8 @@ QSerialPortInfo findController(const QString& serial, std::initializer_list<quin
     return QSerialPortInfo();
 }
 
-} // namespace
-
-bool comm::isControllerPort(const QSerialPortInfo& port, std::initializer_list<quint16> products)
-{
-    return port.hasProductIdentifier() && port.hasVendorIdentifier() &&
-           port.vendorIdentifier() == UsbId::vendor &&
-           std::find(products.begin(), products.end(), port.productIdentifier()) != products.end();
-}
-
-QList<QSerialPortInfo> comm::controllerPorts(QList<QSerialPortInfo> ports)
-{
-    const auto isOther = [](const QSerialPortInfo& port) { return !isControllerPort(port); };
-    ports.erase(std::remove_if(ports.begin(), ports.end(), isOther), ports.end());
-    return ports;
-}
-
-QStringList comm::ttyEntries()
+// Of all ttys of the system, name and time of making, in any stable order; empty: unknown.
+QStringList ttyEntries()
 {
     // These are most of the entries, and there for good.
     static const QRegularExpression console(QStringLiteral("^tty[0-9]"));
@@ -54,21 +39,35 @@ QStringList comm::ttyEntries()
     return entries;
 }
 
+} // namespace
+
+bool comm::isControllerPort(const QSerialPortInfo& port, std::initializer_list<quint16> products)
+{
+    return port.hasProductIdentifier() && port.hasVendorIdentifier() &&
+           port.vendorIdentifier() == UsbId::vendor &&
+           std::find(products.begin(), products.end(), port.productIdentifier()) != products.end();
+}
+
+QList<QSerialPortInfo> comm::controllerPorts(QList<QSerialPortInfo> ports)
+{
+    const auto isOther = [](const QSerialPortInfo& port) { return !isControllerPort(port); };
+    ports.erase(std::remove_if(ports.begin(), ports.end(), isOther), ports.end());
+    return ports;
+}
+
 QList<QSerialPortInfo> comm::PortList::availablePorts()
 {
     constexpr qint64 settlingTime = 2000; // ms
     constexpr qint64 longestTrust = 1000; // ms
-    const qint64 now = source.milliseconds();
     // Ahead of the ports: what changes in between differs at the next call.
-    QStringList current = source.entries();
+    QStringList current = ttyEntries();
     if (current != entries) {
         entries = std::move(current);
-        changedAt = now;
+        settled.setRemainingTime(settlingTime);
     }
-    const bool settling = now - changedAt <= settlingTime;
-    if (entries.isEmpty() || settling || now - enumeratedAt >= longestTrust) {
-        ports = source.ports();
-        enumeratedAt = now;
+    if (entries.isEmpty() || !settled.hasExpired() || trusted.hasExpired()) {
+        ports = QSerialPortInfo::availablePorts();
+        trusted.setRemainingTime(longestTrust);
     }
     return ports;
 }

@@ -6,9 +6,7 @@
 #include <QSerialPortInfo>
 #include <QString>
 #include <QStringList>
-#include <functional>
 #include <initializer_list>
-#include <utility>
 
 namespace comm {
 
@@ -28,17 +26,6 @@ bool isControllerPort(
 // Those of the ports that belong to controllers, as device or bootloader, in their order.
 QList<QSerialPortInfo> controllerPorts(QList<QSerialPortInfo> ports);
 
-// Of all ttys of the system, name and time of making, in any stable order; empty: unknown.
-QStringList ttyEntries();
-
-// Where a PortList has its facts from; a test gives its own.
-struct PortSource
-{
-    std::function<QStringList()> entries = ttyEntries;
-    std::function<QList<QSerialPortInfo>()> ports = QSerialPortInfo::availablePorts;
-    std::function<qint64()> milliseconds = [] { return QDeadlineTimer::current().deadline(); };
-};
-
 // The attached serial ports, cheap enough to be asked for ten times a second on the GUI thread.
 //
 // QSerialPortInfo::availablePorts() takes about 0.1 ms for each tty of the machine. This looks at
@@ -50,19 +37,14 @@ struct PortSource
 class PortList
 {
 public:
-    explicit PortList(PortSource facts = {})
-        : source(std::move(facts))
-    {}
-
     // The ports in the order of QSerialPortInfo::availablePorts().
     QList<QSerialPortInfo> availablePorts();
 
 private:
-    PortSource source;
-    QStringList entries;
+    QStringList entries; // of the tty class
     QList<QSerialPortInfo> ports;
-    qint64 changedAt = 0;    // ms
-    qint64 enumeratedAt = 0; // ms
+    QDeadlineTimer settled; // expires some time after the entries have changed
+    QDeadlineTimer trusted; // expires when ports are too old
 };
 
 } // namespace comm

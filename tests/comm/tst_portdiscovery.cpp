@@ -100,33 +100,30 @@ private slots:
         QCOMPARE(early, std::future_status::timeout);
     }
 
-    void enumeratesWhenThereIsAReason()
+    void listsPortsAfreshWhenThereIsAReason()
     {
-        QStringList entries{"ttyS0 1", "ttyACM0 2"};
-        qint64 now = 5000;
-        int count = 0;
-        const auto enumerate = [&] { return ++count, QList<QSerialPortInfo>(); };
-        comm::PortList list({[&] { return entries; }, enumerate, [&] { return now; }});
-        const auto enumerations = [&](int ticks) {
-            const int before = count;
-            for (int tick = 0; tick < ticks; ++tick) {
-                now += 100;
-                list.availablePorts();
-            }
-            return count - before;
-        };
-        QCOMPARE(enumerations(21), 21); // it settles
-        QCOMPARE(enumerations(30), 3);
-        entries[1] = "ttyACM0 3";
-        QCOMPARE(enumerations(21), 21);
-        QCOMPARE(enumerations(30), 3);
-        entries.clear(); // they are not to be had
-        QCOMPARE(enumerations(40), 40);
-
-        // Under the same name, and so that the file system's clock has moved on.
+        comm::PortList list;
         MockedTty tty("XCU1");
-        const QStringList before = comm::ttyEntries();
-        QTRY_VERIFY((tty.remake(), comm::ttyEntries() != before));
+        quint16 product = comm::UsbId::device;
+        const auto listed = [&]() -> int {
+            for (const QSerialPortInfo& port : list.availablePorts()) {
+                if (port.portName() == tty.name) {
+                    return port.productIdentifier();
+                }
+            }
+            return -1;
+        };
+        const auto change = [&] {
+            const QByteArray before = "ID_MODEL_ID=" + QByteArray::number(product, 16);
+            tty.replaceProperty(before, "ID_MODEL_ID=" + QByteArray::number(++product, 16));
+        };
+        QCOMPARE(listed(), int(product));
+        change(); // it still settles
+        QCOMPARE(listed(), int(product));
+        QTRY_VERIFY((listed(), change(), listed()) != product); // and now it is trusted,
+        QTRY_COMPARE(listed(), int(product));                   // but not for long
+        tty.remake();                                           // under the same name
+        QCOMPARE(listed(), int(comm::UsbId::device));
     }
 };
 
