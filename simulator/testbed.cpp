@@ -65,35 +65,30 @@ gboolean passThrough(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer)
 
 } // namespace
 
-struct Testbed::Library
-{
-    UMockdevTestbed* testbed = umockdev_testbed_new();
-    UMockdevIoctlBase* ioctls = umockdev_ioctl_base_new();
-};
-
 Testbed::Testbed()
-    : library(std::make_unique<Library>())
+    : library(umockdev_testbed_new())
+    , ioctls(umockdev_ioctl_base_new())
 {
-    char* root = umockdev_testbed_get_root_dir(library->testbed);
+    char* root = umockdev_testbed_get_root_dir(library);
     rootDirectory = QFile::decodeName(root);
     g_free(root);
     QDir(rootDirectory).mkdir(QStringLiteral("dev"));
-    g_signal_connect(library->ioctls, "handle-ioctl", G_CALLBACK(passThrough), nullptr);
+    g_signal_connect(ioctls, "handle-ioctl", G_CALLBACK(passThrough), nullptr);
     // In place of the library's own handler for all nodes. One for a single node would take part in
     // every read and write as well, at a third of the speed. So does this one from 0.19 on, and a
     // program would stand still with us; but these releases do without: calls go to the terminal.
     QFile::remove(rootDirectory + QStringLiteral("/ioctl/_default"));
     if (XCU_UMOCKDEV_WANTS_HANDLER) {
         GError* error = nullptr;
-        umockdev_testbed_attach_ioctl(library->testbed, "_default", library->ioctls, &error);
+        umockdev_testbed_attach_ioctl(library, "_default", ioctls, &error);
         warn("ioctl calls are not handed on", error);
     }
 }
 
 Testbed::~Testbed()
 {
-    g_object_unref(library->ioctls);
-    g_object_unref(library->testbed);
+    g_object_unref(ioctls);
+    g_object_unref(library);
 }
 
 QProcessEnvironment Testbed::addTo(QProcessEnvironment environment) const
@@ -121,7 +116,7 @@ void Testbed::addPort(
 
     QFile::link(terminal, rootDirectory + "/dev/" + name);
     GError* error = nullptr;
-    umockdev_testbed_add_from_string(library->testbed, text.toUtf8().constData(), &error);
+    umockdev_testbed_add_from_string(library, text.toUtf8().constData(), &error);
     warn("a port cannot be added", error);
 }
 
@@ -130,7 +125,7 @@ void Testbed::removePort(const QString& name)
     const QString device = QStringLiteral("/sys") + usbPath(name);
     const QString interface = device + QLatin1Char('/') + device.section('/', -1) + ":1.0";
     for (const QString& path : {interface + "/tty/" + name, interface, device}) {
-        umockdev_testbed_remove_device(library->testbed, path.toUtf8().constData());
+        umockdev_testbed_remove_device(library, path.toUtf8().constData());
     }
     QFile::remove(rootDirectory + "/dev/" + name);
 }

@@ -5,7 +5,9 @@
 
 #include <QProcessEnvironment>
 #include <QString>
-#include <memory>
+
+struct _UMockdevTestbed; // umockdev.h does not go with Qt's keywords
+struct _UMockdevIoctlBase;
 
 namespace simulator {
 
@@ -32,9 +34,8 @@ public:
     void removePort(const QString& name);
 
 private:
-    struct Library;
-
-    std::unique_ptr<Library> library;
+    _UMockdevTestbed* const library;
+    _UMockdevIoctlBase* const ioctls;
     QString rootDirectory;
 };
 
