@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QProcess>
 #include <cstdio>
-#include <ctime>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -28,18 +27,18 @@ void goal(const QString& name, double value, const QString& unit, const QString&
     row(name, value, unit, bound, isMet ? "met" : "**missed**");
 }
 
-double seconds(clockid_t clock)
-{
-    timespec time = {};
-    clock_gettime(clock, &time);
-    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
-}
-
 rusage programsUsage()
 {
     rusage usage = {};
     getrusage(RUSAGE_CHILDREN, &usage);
     return usage;
+}
+
+double programsTime()
+{
+    const rusage usage = programsUsage();
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
 } // namespace
@@ -64,26 +63,11 @@ int exitCode()
     return isMissed ? 1 : 0;
 }
 
-double realTime()
+double secondsOn(clockid_t clock)
 {
-    return seconds(CLOCK_MONOTONIC);
-}
-
-double threadTime()
-{
-    return seconds(CLOCK_THREAD_CPUTIME_ID);
-}
-
-double ownTime()
-{
-    return seconds(CLOCK_PROCESS_CPUTIME_ID);
-}
-
-double programsTime()
-{
-    const rusage usage = programsUsage();
-    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    timespec time = {};
+    clock_gettime(clock, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
 void run(const QStringList& command)
@@ -95,7 +79,13 @@ void run(const QStringList& command)
 
 double timeOf(const QStringList& command, int runs)
 {
-    return fastest([&] { run(command); }, programsTime, runs);
+    double best = std::numeric_limits<double>::infinity();
+    for (; runs > 0; --runs) {
+        const double before = programsTime();
+        run(command);
+        best = std::min(best, programsTime() - before);
+    }
+    return best;
 }
 
 double programsMemory()

@@ -114,7 +114,7 @@ void measureSession()
     timer.start(1);
     double gui = 0;
     const double all =
-        secondsOf([&] { gui = secondsOf([&] { loop.exec(); }, threadTime); }, ownTime);
+        secondsOf([&] { gui = secondsOf([&] { loop.exec(); }, threadTime); }, processTime);
     atMost("1 kHz, 60 s in view, GUI thread", 100 * gui / seconds, 10, "% of a core");
     atMost("1 kHz, 60 s in view, all threads", 100 * all / seconds, 30, "% of a core");
 }

@@ -111,9 +111,9 @@ public:
         const double before = count();
         runUntil([&] { return count() > before; });
         const double first = count();
-        const double start = realTime();
-        runUntil([&] { return realTime() - start >= seconds; });
-        const double rate = (count() - first) / (realTime() - start);
+        const double start = secondsOn(realTime);
+        runUntil([&] { return secondsOn(realTime) - start >= seconds; });
+        const double rate = (count() - first) / (secondsOn(realTime) - start);
         console.click("stopLogging");
         return rate;
     }
