@@ -69,7 +69,7 @@ void VirtualController::answer(const xcu::Command& command, xcu::Response& respo
             command.virtual_input_set().index(), command.virtual_input_set().value());
     case Command::kCandumpStart:
         capturing = true;
-        framePacer.start();
+        trafficPacer.start();
         schedulePushing();
         response.mutable_candump_started();
         return;

@@ -28,14 +28,14 @@ void simulator::appendFrame(QByteArray& line, const google::protobuf::MessageLit
     message.SerializeWithCachedSizesToArray(reinterpret_cast<quint8*>(payload));
 }
 
-void FrameReader::append(const QByteArray& bytes)
+void LinkReader::append(const QByteArray& bytes)
 {
     buffer.remove(0, consumed);
     consumed = 0;
     buffer += bytes;
 }
 
-bool FrameReader::next(std::string& payload)
+bool LinkReader::next(std::string& payload)
 {
     const qint64 available = buffer.size() - consumed - headerSize;
     const char* header = buffer.constData() + consumed;
@@ -47,25 +47,25 @@ bool FrameReader::next(std::string& payload)
     return true;
 }
 
-FrameWriter::FrameWriter(quint32 seed)
+LinkWriter::LinkWriter(quint32 seed)
     : random(seed)
 {
     clock.start();
     for (QTimer* timer : {&delayTimer, &pauseTimer}) {
         timer->setSingleShot(true);
         timer->setTimerType(Qt::PreciseTimer);
-        connect(timer, &QTimer::timeout, this, &FrameWriter::flush);
+        connect(timer, &QTimer::timeout, this, &LinkWriter::flush);
     }
 }
 
-void FrameWriter::setFaults(const LinkFaults& wanted)
+void LinkWriter::setFaults(const LinkFaults& wanted)
 {
     settings = wanted;
     responseCount = 0;
     flush(); // when splitting ends, nothing waits for the next piece
 }
 
-int FrameWriter::put(const xcu::Response& response)
+int LinkWriter::put(const xcu::Response& response)
 {
     ++responseCount;
     const bool isDelayed = settings.delayMs > 0 || !delayed.empty();
@@ -83,7 +83,7 @@ int FrameWriter::put(const xcu::Response& response)
     return copies;
 }
 
-void FrameWriter::appendGarbage(QByteArray& line)
+void LinkWriter::appendGarbage(QByteArray& line)
 {
     const quint32 size = 1 + random() % 200;
     char* payload = appendRoom(line, size);
@@ -91,7 +91,7 @@ void FrameWriter::appendGarbage(QByteArray& line)
     payload[0] = '\x07'; // no message begins so: the wire type does not exist
 }
 
-void FrameWriter::flush()
+void LinkWriter::flush()
 {
     takeDue();
     if (ready.isEmpty()) {
@@ -107,7 +107,7 @@ void FrameWriter::flush()
     }
 }
 
-void FrameWriter::takeDue()
+void LinkWriter::takeDue()
 {
     while (!delayed.empty() && delayed.front().dueMs <= clock.elapsed()) {
         ready += delayed.front().bytes;
@@ -118,7 +118,7 @@ void FrameWriter::takeDue()
     }
 }
 
-void FrameWriter::clear()
+void LinkWriter::clear()
 {
     ready.clear();
     delayed.clear();

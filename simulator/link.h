@@ -13,9 +13,9 @@
 
 namespace simulator {
 
-// The controller's own end of the link. A frame is the length of the payload as 32 bits,
-// little-endian, then the payload. It shares nothing with the PC's end on purpose, so that the two
-// check each other.
+// The controller's own end of the link. A frame here is one of the link, no CAN frame: the length
+// of the payload as 32 bits, little-endian, then the payload. The PC's end has code of its own, on
+// purpose: the two check each other.
 
 // What a unit is on the USB bus, as its product identifier says: the running device, or the
 // bootloader into which it was reset.
@@ -34,9 +34,9 @@ struct LinkFaults
 
 void appendFrame(QByteArray& line, const google::protobuf::MessageLite& message);
 
-// Puts the frames together again from bytes that were cut anywhere. There is no way back after a
-// wrong length, as on the real line: the reader waits until so many bytes have come.
-class FrameReader
+// Finds the frames in bytes that were cut anywhere. After a wrong length it is lost, as on the real
+// line: it waits until so many bytes have come.
+class LinkReader
 {
 public:
     void append(const QByteArray& bytes);
@@ -48,27 +48,27 @@ private:
     int consumed = 0; // bytes at the start of the buffer that were taken
 };
 
-// Makes line bytes of responses, with the faults that were asked for.
-class FrameWriter : public QObject
+// Makes frames of responses, with the trouble that was asked for.
+class LinkWriter : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit FrameWriter(quint32 seed);
+    explicit LinkWriter(quint32 seed);
 
     void setFaults(const LinkFaults& wanted);
     const LinkFaults& faults() const { return settings; }
 
     // Takes a response and says how often it is sent: 0, 1 or 2 times.
     int put(const xcu::Response& response);
-    // Takes a response that is spared all faults but being cut.
+    // Takes a response that may be cut into pieces, but meets no other trouble.
     void putUnharmed(const xcu::Response& response) { appendFrame(ready, response); }
     // Gives out what is due. Whoever puts something calls this at the end of a burst.
     void flush();
-    // Forgets what waits, as when the controller is unplugged.
+    // Forgets what waits to be sent.
     void clear();
 
-    // So much waits that nothing should be pushed until some of it has been sent.
+    // More than 256 KiB wait to be sent: the controller should push nothing until there is less.
     bool isFull() const { return ready.size() > 256 * 1024; }
 
 signals:

@@ -33,7 +33,8 @@ public:
     bool isPlugged() const { return terminal != nullptr; }
     bool isInUse() const { return inUse; } // a program has the port open
 
-    // Neither does anything the second time. A port in use fails for its program when unplugged.
+    // A second call of either does nothing. A program that has the port open when it is unplugged
+    // gets errors.
     void plug();
     void unplug();
     // Takes the controller from the bus, restarts it in the given mode, and brings it back after

@@ -66,7 +66,7 @@ VirtualController::VirtualController(ControllerOptions options)
     , calibrationMaps(makeMaps(settings.maps, derive(settings.seed, Maps)))
     , traffic(settings.identifiers, derive(settings.seed, Traffic))
     , recordPacer(settings.recordsPerSecond)
-    , framePacer(settings.framesPerSecond)
+    , trafficPacer(settings.framesPerSecond)
 {
     steadyClock.start();
     clock = [this] { return steadyClock.elapsed(); };
@@ -74,7 +74,7 @@ VirtualController::VirtualController(ControllerOptions options)
     writer.setFaults(settings.linkFaults);
     pushTimer.setTimerType(Qt::PreciseTimer);
     connect(&pushTimer, &QTimer::timeout, this, &VirtualController::push);
-    connect(&writer, &FrameWriter::bytes, this, &VirtualController::transmit);
+    connect(&writer, &LinkWriter::bytes, this, &VirtualController::transmit);
     calibration.setSingleShot(true);
     connect(&calibration, &QTimer::timeout, this, &VirtualController::reportCalibration);
 }
@@ -150,14 +150,14 @@ void VirtualController::setLineReady(bool ready)
     }
     lineReady = ready;
     recordPacer.start();
-    framePacer.start();
+    trafficPacer.start();
     schedulePushing();
 }
 
 void VirtualController::schedulePushing()
 {
     const double recordRate = datalogger.isPassive() ? recordPacer.rate() : 0;
-    const double frameRate = capturing ? framePacer.rate() : 0;
+    const double frameRate = capturing ? trafficPacer.rate() : 0;
     const double rate = std::max(recordRate, frameRate);
     if (!lineReady || rate <= 0) {
         pushTimer.stop();
@@ -180,7 +180,7 @@ void VirtualController::push()
         }
     }
     if (capturing) {
-        for (int due = framePacer.take(burst); due > 0; --due) {
+        for (int due = trafficPacer.take(burst); due > 0; --due) {
             put(responseOf(traffic.next(timeMs())));
         }
     }

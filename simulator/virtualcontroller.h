@@ -117,7 +117,7 @@ public:
     }
     void setFrameRate(double perSecond)
     {
-        framePacer.setRate(perSecond);
+        trafficPacer.setRate(perSecond);
         schedulePushing();
     }
 
@@ -162,8 +162,8 @@ private:
     QElapsedTimer steadyClock;
     std::function<qint64()> clock;
 
-    FrameReader reader;
-    FrameWriter writer;
+    LinkReader reader;
+    LinkWriter writer;
     bool lineReady = true;
 
     Datalogger datalogger;
@@ -175,7 +175,7 @@ private:
 
     QTimer pushTimer;
     Pacer recordPacer;
-    Pacer framePacer;
+    Pacer trafficPacer;
     xcu::Response recordResponse; // reused: a flood would allocate all day long
 
     QMap<int, int> counts;   // of commands, by member

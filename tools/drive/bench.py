@@ -27,7 +27,7 @@ def until(condition, what):
 
 
 def same(got, expected, what):
-    """Tells where two values, texts or lists differ."""
+    """Raises an error where two values, texts or lists differ, and says where."""
     if got == expected:
         return
     at = 0
@@ -165,7 +165,7 @@ class Bench:
         return self.trace.of(f"XCU{number:04}")
 
     def hush(self, number, program):
-        """No answers from here on, and all that were given have been read: nothing is cut."""
+        """Ends all answers and waits until the program has read those that were given, whole."""
         self.tell(f"{number} trouble split 0", f"{number} trouble drop 1")
         given = self.counts()["responses sent"]  # of a flood not all have left
         until(lambda: len(self.line(number).responses) >= given, "all has left")

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""What went over the link, by the traces of virtual-xcu. The messages are Python's own classes of
-the schema; the framing is a third one, beside those of console and simulator."""
+"""What went over the link, by the traces of virtual-xcu. The frames are read by code of its own, so
+that a third party checks those of console and simulator."""
 import functools
 import pathlib
 import struct
