@@ -152,10 +152,16 @@ void DataLoggerApp::labelSignalColumns()
     QHeaderView* header = ui->canTraceFrames->horizontalHeader();
     header->setToolTip(QStringLiteral("Name of the signal. It has no effect."));
     header->setResizeContentsPrecision(100); // rows: a loaded set may have thousands
-    header->setSectionResizeMode(QHeaderView::ResizeToContents);
-    header->setSectionResizeMode(header->count() - 1, QHeaderView::Stretch);
     connect(
         ui->addCanTrace, &QPushButton::clicked, ui->canTraceFrames, &QTableWidget::scrollToBottom);
+    fitSignalColumns();
+}
+
+void DataLoggerApp::fitSignalColumns()
+{
+    QHeaderView* header = ui->canTraceFrames->horizontalHeader();
+    header->setSectionResizeMode(QHeaderView::ResizeToContents);
+    header->setSectionResizeMode(header->count() - 1, QHeaderView::Stretch);
 }
 
 // The button's slot shows the window, which leaves an open one behind others.

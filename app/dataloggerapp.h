@@ -153,6 +153,7 @@ private:
     void connectLink();
     void prepareFolders();
     void labelSignalColumns();
+    void fitSignalColumns();
     void attachWindow(QPushButton* button, QWidget& window);
 
     void restorePanel(QCheckBox* box, QWidget* panel, const QString& hiddenKey);

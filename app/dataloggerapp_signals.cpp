@@ -8,6 +8,7 @@
 #include "ui_dataloggerapp.h"
 
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QScopedValueRollback>
 #include <cstdio>
 #include <new>
@@ -90,6 +91,7 @@ void DataLoggerApp::on_loadCanSignals_clicked()
 {
     readChosenFile(tr("CSV Files (*.csv)"), [this](app::ChosenFile& file) { loadSignals(file); });
     ui->canTraceFrames->setRowCount(canSignals.size()); // if memory did not do for all
+    fitSignalColumns();
 }
 
 void DataLoggerApp::loadSignals(app::ChosenFile& file)
@@ -103,7 +105,9 @@ void DataLoggerApp::loadSignals(app::ChosenFile& file)
             stderr, "%s, line %d: no room for more signals, left out from here on\n",
             qPrintable(file.fileName()), room + 1);
     }
-    // All rows at once, or each one would have the table laid out anew.
+    // All rows at once, or each one would have the table laid out anew, and each cell a hundred
+    // rows measured.
+    ui->canTraceFrames->horizontalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     ui->canTraceFrames->setRowCount(canSignals.size() + loaded.size());
     for (const CanSignalData& signal : loaded) {
         addSignal(signal);
