@@ -362,6 +362,7 @@ def opened(build):
         long.touch()
         os.truncate(long, 3 << 30)  # without a line, and without room on the disk
         os.mkfifo(pipe := bench.home / "pipe.csv")
+        (many := bench.home / "many.csv").write_text("0x1;0;8\n" * 20000)
         before = console.memory()
         for name in (path, long, pipe, "/dev/zero"):
             console.play("trigger actionOpen_with_Timestamp", f'file "{name}"')
@@ -369,6 +370,7 @@ def opened(build):
             console.play("click loadCanSignals", f'file "{name}"')
         see(bench, 100)
         assert console.memory() - before < 50000, f"{before} kB, {console.memory()} kB"
+        console.play("click loadCanSignals", f'file "{many}"')
         said = [f"{name}: not a file that can be read, or empty" for name in 2 * [pipe, "/dev/zero"]]
         records = leave(bench, console, said)
         same(re.sub(r"\$;-?\d+;Engine stall\n", "", written_log(path)), records, "log")
