@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // bench_convert: xcu-convert on one file against log2asc, asc2log and python3-can, a log against cp
-// and against Python's csv.writer over its own reader, many files on two processors against one,
-// and memory on a file of 1 GB. All in memory (/dev/shm).
+// and against Python's csv.writer over its own reader, to_pandas against pandas.read_csv, many
+// files on two processors against one, and memory on a file of 1 GB. All in memory (/dev/shm).
 #include "bench/benchmark.h"
 
 #include <QCoreApplication>
@@ -56,6 +56,17 @@ int main(int argc, char** argv)
     const double csvWriter =
         timeOf({"/usr/bin/python3", "-c", reader, log, place("p.csv"), XCU_PYTHON_DIR}, 1);
     atLeast(".log to .csv against csv.writer", csvWriter / toCsv, 20, "times");
+
+    const double readCsv = time(
+        {"/usr/bin/python3", "-c",
+         "import pandas, sys\npandas.read_csv(sys.argv[1], sep=';', header=None, skiprows=1)",
+         log});
+    const double toPandas = time(
+        {"/usr/bin/python3", "-c",
+         "import sys\nsys.path.insert(0, sys.argv[2])\nimport xcu_files\n"
+         "xcu_files.to_pandas(sys.argv[1])",
+         log, XCU_PYTHON_DIR});
+    bench.atMost("to_pandas against pandas.read_csv", toPandas / readCsv, 1.5, "times");
 
     QDir(folder.path()).mkdir("out");
     QStringList many{convert, "--force", "--to", "csv", "--out-dir", place("out")};

@@ -1,21 +1,21 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Reads the files of the XCU console, with the standard library only.
+"""Reads the files of the XCU console; only to_pandas needs more than the standard library.
 
     import xcu_files
     log = xcu_files.read_log("drive.log")
-    table = xcu_files.to_pandas(log)        # needs pandas
+    table = xcu_files.to_pandas("drive.log")
 
-Files are read as text or bytes are; what cannot be read raises OSError or ValueError. Times are the
-controller's.
+A file that cannot be read raises OSError or ValueError. Lines of a log that cannot be read are left
+out with a warning. Times are the controller's.
 """
-import re
 import typing
+import warnings
 
 
 class Record(typing.NamedTuple):
     number: int
     ms: int
-    values: list  # raw, by channel
+    values: list  # raw, by channel; None for what is no number
 
 
 class Tag(typing.NamedTuple):
@@ -30,17 +30,8 @@ class Log(typing.NamedTuple):
 
     @property
     def columns(self):
-        """A name of its own for each channel that was logged, as xcu-convert gives them."""
-        width = max((len(record.values) for record in self.records), default=0)
-        names = [name if name not in ("x", "") else None for name in self.names]
-        names += [None] * (width - len(names))
-        columns = []
-        for channel, name in enumerate(names[:width]):
-            column = name or f"channel {channel}"
-            while column in ["time_s", "tag", *columns]:
-                column += f" (channel {channel})"
-            columns.append(column)
-        return columns
+        """A name of its own for each channel that was logged."""
+        return column_names(self.names, max((len(record.values) for record in self.records), default=0))
 
 
 class Frame(typing.NamedTuple):
@@ -86,43 +77,94 @@ class Signal(typing.NamedTuple):
     name: str
 
 
+class Oddities(dict):
+    """What is odd in a file: each kind with its first line and its count."""
+
+    def add(self, what, line):
+        self.setdefault(what, [line, 0])[1] += 1
+
+    def warn(self, path):
+        for what, (line, count) in self.items():
+            more = f" ({count} in all)" if count > 1 else ""
+            place = f"{path}:{line}" if line else path
+            warnings.warn(f"{place}: {what}{more}", stacklevel=3)
+
+
+def column_names(labels, width):
+    """A name of its own for each of so many channels, as xcu-convert gives them."""
+    columns = []
+    for channel in range(width):
+        label = labels[channel] if channel < len(labels) else "x"
+        column = f"channel {channel}" if label in ("x", "") else label
+        while column in ["time_s", "tag", *columns]:
+            column += f" (channel {channel})"
+        columns.append(column)
+    return columns
+
+
+def number(text, lowest=-(2**31), highest=2**31 - 1):
+    """The number that these bytes are the digits of; None for anything else."""
+    is_number = text.removeprefix(b"-").isdigit() and len(text) < 20
+    return int(text) if is_number and lowest <= int(text) <= highest else None
+
+
+def numbers(texts, complain):
+    """The values of a record; calls complain() for each that is something else."""
+    try:
+        values = list(map(int, texts))
+    except ValueError:
+        values = [2**31]
+    if not b"".join(texts).translate(None, b"0123456789-") and max(map(abs, values), default=0) < 2**31:
+        return values
+    values = list(map(number, texts))
+    for text, value in zip(texts, values):
+        if value is None and text:
+            complain()
+    return values
+
+
+def parse_log(lines, odd, first=1):
+    """Yields what the lines of a log say: (line number, labels, Record or Tag).
+
+    The time of a tag is signed, as it stands; -1 if it is no number. The last line may be torn.
+    """
+    for at, line in enumerate(lines, first):
+        is_whole = line.endswith(b"\n")
+        line = line.rstrip(b"\r\n")
+        kind, *texts = line.removeprefix(b"\xef\xbb\xbf").partition(b"\0")[0].split(b";")
+        if kind == b"$" and len(texts) > 1:
+            if not is_whole:
+                odd.add("torn line", at)
+            time = number(texts[0], -(2**63), 2**63 - 1)
+            yield at, Tag(-1 if time is None else time, b";".join(texts[1:]).decode("utf-8", "replace"))
+        elif not is_whole:
+            odd.add("torn line, left out", at)
+        elif kind == b"#" and len(texts) > 1:
+            if at > 1:
+                odd.add("another header; the last one names the columns", at)
+            yield at, [text.decode("utf-8", "replace") for text in texts[1:-1][:128]]
+        elif line:
+            head = [number(text, 0, 2**32 - 1) for text in [kind, *texts[:1]]]
+            if len(texts) < 2 or None in head or not line.endswith(b";") or b"\0" in line:
+                odd.add("not a record, left out", at)
+                continue
+            yield at, Record(*head, numbers(texts[1:-1], lambda: odd.add("a value that is no number, left empty", at)))
+
+
 def read_log(path):
-    """A session's log. A last line that a power cut has torn is left out."""
-    names, records, tags = [], [], []
-    with open(path, encoding="utf-8", errors="replace", newline="\n") as lines:
-        for line in lines:
-            kind, *fields = line.rstrip("\r\n").split(";")
-            if kind.lstrip("\ufeff") == "#":
-                names = fields[1:-1]  # the last field is the one behind the closing ";"
-            elif kind == "$" and len(fields) > 1:
-                ms = int(fields[0])
-                known = ms != -1 or (records and records[-1].ms == 2**32 - 1)
-                tags.append(Tag(ms % 2**32 if known else None, ";".join(fields[1:])))
-            elif line.endswith((";\n", ";\r\n")) and kind.isdigit() and fields[0].isdigit():
-                values = [int(value) for value in fields[1:-1]]
-                records.append(Record(int(kind), int(fields[0]), values))
+    """A session's log. A last record that a power cut has torn is left out."""
+    names, records, tags, odd = [], [], [], Oddities()
+    with open(path, "rb") as lines:
+        for _, found in parse_log(lines, odd):
+            if isinstance(found, Record):
+                records.append(found)
+            elif isinstance(found, Tag):
+                is_known = found.ms != -1 or (records and records[-1].ms == 2**32 - 1)
+                tags.append(found._replace(ms=found.ms % 2**32 if is_known else None))
+            else:
+                names = found
+    odd.warn(path)
     return Log(names, records, tags)
-
-
-_CANDUMP = re.compile(
-    r"\((-?[\d.]+)\) +\D*(\d+) +([0-9a-fA-F]+)#(?:#([0-9a-fA-F]))?([0-9a-fA-F]*)(?: [RT])?\s*"
-)
-
-
-def read_candump(path):
-    """The frames of a capture; lines of another form, such as remote frames, are left out."""
-    frames = []
-    with open(path, encoding="ascii", errors="replace") as lines:
-        for found in filter(None, map(_CANDUMP.fullmatch, lines)):
-            time, bus, can_id, mark, data = found.groups()
-            if len(data) % 2 == 0:
-                fd = mark is not None or len(data) > 16
-                frames.append(
-                    Frame(float(time), int(bus), int(can_id, 16),
-                          len(can_id) > 3 or int(can_id, 16) > 0x7FF, fd,
-                          bool(int(mark or "0", 16) & 1), bytes.fromhex(data))
-                )
-    return frames
 
 
 def varint(data, at):
@@ -218,29 +260,13 @@ def read_signals(path):
     return signals
 
 
-def to_pandas(content):
-    """A log, a black-box record's or a capture's frames as a pandas.DataFrame with a time index.
+def to_pandas(path):
+    """A log or a black-box record as a pandas.DataFrame: a column for each channel and "tag".
 
-    A log has a column a channel and the column "tag"; tags without a record have rows of their own.
+    The index is the time, a Timedelta; it goes back only where the clock does, which is warned of. A
+    column is int32, or Int32 with NA where records lack values. A tag is in the row of its record,
+    before the first record in that of the first; one whose record was left out has a row of its own.
     """
-    import pandas
+    import xcu_pandas
 
-    if not isinstance(content, Log):
-        table = pandas.DataFrame(content, columns=Frame._fields)
-        table.index = pandas.to_timedelta(table.pop("time"), unit="s").rename("time")
-        return table
-    table = pandas.DataFrame([record.values for record in content.records], columns=content.columns)
-    table["ms"] = [record.ms for record in content.records]
-    table["tag"] = None
-    places = {record.ms: place for place, record in enumerate(content.records)}
-    alone = []
-    for tag in content.tags:
-        if tag.ms in places:
-            before = table.at[places[tag.ms], "tag"]
-            table.at[places[tag.ms], "tag"] = tag.text if before is None else f"{before}; {tag.text}"
-        else:
-            alone.append({"ms": tag.ms, "tag": tag.text})
-    if alone:
-        table = pandas.concat([pandas.DataFrame(alone), table])
-    table.index = pandas.to_timedelta(table.pop("ms"), unit="ms").rename("time")
-    return table[[*content.columns, "tag"]]
+    return xcu_pandas.read(path)

@@ -3,6 +3,7 @@
 """Reads what xcu-convert writes with the tools that it is for: tst_convert.py BUILD"""
 import csv
 import io
+import itertools
 import os
 import pathlib
 import pty
@@ -14,10 +15,13 @@ import sys
 import tempfile
 import threading
 import unittest
+import unittest.mock as mock
+import warnings
 
 import can
 import canmatrix.formats
 import h5py
+import pandas
 
 from mdf4 import Mdf4
 
@@ -27,6 +31,7 @@ DATA = SOURCE / "tests" / "data"
 sys.path.insert(0, str(SOURCE / "python"))
 sys.dont_write_bytecode = True
 import xcu_files  # noqa: E402
+import xcu_pandas  # noqa: E402
 
 CONVERT = BUILD / "bin" / "xcu-convert"
 HEADER = "#;timestamp;" + "".join(f"{name};" for name in ["A", "x", "A", "Speed [km/h] (CAN1)", "a,\"b"])
@@ -458,30 +463,77 @@ class Databases(Folder):
 
 
 class Module(Folder):
+    def pandas(self, path):
+        with warnings.catch_warnings(record=True) as caught:
+            warnings.simplefilter("always")
+            table = xcu_files.to_pandas(path)
+        self.warned = [str(warning.message).replace(f"{self.folder}/", "") for warning in caught]
+        return table
+
     def test_log_like_the_converter(self):
         path = self.write("a.log", "\n".join([
             HEADER, "$;-1;early", "1;10;1;2;3;4;5;", "$;10;Now", "$;10;again", "2;4294967295;4;5;-6;7;8;",
-            "$;-1;late", "3;1;7;8"]))
-        log = xcu_files.read_log(path)
+            "$;-1;late", "x", "3;1;5-3;5;5;5;5;", "4;1;7;8"]))
+        with warnings.catch_warnings(record=True) as caught:
+            log = xcu_files.read_log(path)
+        self.assertEqual(len(caught), 3)
         rows = self.rows(path)
         self.assertEqual(["time_s", *log.columns, "tag"], rows[0])
-        self.assertEqual([r.values for r in log.records], [[1, 2, 3, 4, 5], [4, 5, -6, 7, 8]])
+        self.assertEqual([r.values for r in log.records], [[1, 2, 3, 4, 5], [4, 5, -6, 7, 8], [None, 5, 5, 5, 5]])
         self.assertEqual([tag.ms for tag in log.tags], [None, 10, 10, 2**32 - 1])
-        table = xcu_files.to_pandas(log)
-        self.assertEqual(list(table["tag"]), [row[-1] for row in rows[1:]])
-        self.assertEqual(table["A"].iloc[2], 4)
-        self.assertEqual(table.index[1].total_seconds(), 0.01)
-
-    def test_frames(self):
-        self.write("a.candump", "(1.5) can1 123#0102aa\n(2.5) can0 00000123##1aa\n(3.5) can2  12#\n")
+        table = self.pandas(path)
+        self.assertEqual(list(table.columns), rows[0][1:])
         self.assertEqual(
-            xcu_files.read_candump(self.folder / "a.candump"),
-            [(1.5, 1, 0x123, False, False, False, b"\x01\x02\xaa"), (2.5, 0, 0x123, True, True, True, b"\xaa"),
-             (3.5, 2, 0x12, False, False, False, b"")])
+            sorted(f"xcu-convert: {line}" for line in self.warned),
+            sorted(self.said.replace(f"{self.folder}/", "").splitlines()))
+
+    def test_pandas(self):
+        table = [  # lines, ms, values, type of the first channel, tags, warning
+            (["$;-1;early", "$;7;old", "1;10;1;", "2;10;-2147483648;"], [10, 10], [[1], [-2**31]], "int32",
+             ["early; old", None], ""),
+            (["1;50;1;", "$;50;a", "2;0;2;", "$;0;b", "3;50;3;", "$;50;c;"], [50, 0, 50], [[1], [2], [3]], "int32",
+             ["a", "b", "c;"], "a.log:4: the clock goes back; times are those of the file"),
+            (["1;4294967295;1;", "$;-1;a", "2;4;2;"], [2**32 - 1, 4], [[1], [2]], "int32", ["a", None],
+             "a.log:4: the clock has wrapped round at 2^32 ms; times start anew"),
+            (["1;1;1;", "2;2 ;2;", "3;3;3;"], [1, 3], [[1], [3]], "int32", [None] * 2, "a.log:3: not a record, left out"),
+            (["1;1;1;", "2;2;2;3"], [1], [[1]], "int32", [None], "a.log:3: not a record, left out"),
+            (["1;1;1;", "2;2;2\0;"], [1], [[1]], "int32", [None], "a.log:3: not a record, left out"),
+            (["1;1;1;", "2;2;+2;", "3;3;3;"], [1, 2, 3], [[1], [None], [3]], "Int32", [None] * 3,
+             "a.log:3: a value that is no number, left empty"),
+            (["1;1;1;", "2;2;4294967298;"], [1, 2], [[1], [None]], "Int32", [None] * 2, "a.log:3: a value that is no"),
+            (["1;1;1;", "2;2;9223372036854775808;"], [1, 2], [[1], [None]], "Int32", [None] * 2, "a.log:3: a value"),
+            (["1;1;1;2;", "$;1;a", "2;2;3;", "$;2;long text", "3;3;4;5;6;", "4;4;7;"], [1, 2, 3, 4],
+             [[1, 2, None], [3, None, None], [4, 5, 6], [7, None, None]], "int32", ["a", "long text", None, None],
+             "a.log:4: another number of values than in the record before (3 in all)"),
+            (["1;1;1;", "2;4294967296;2;", "$;2;a", "$;-1;b", "$;3;ahead", "3;3;3;"], [1, 2, 3], [[1], [None], [3]],
+             "Int32", ["b", "a", "ahead"], "a.log:3: not a record, left out"),
+            (["1;1;1;", "2;2;2$;5;x;"], [1, 2], [[1, None, None], [None, 5, None]], "Int32", [None] * 2,
+             "a.log:3: a value that is no number, left empty (2 in all)"),
+            (["$;-1;only"], [None], [[]], "object", ["only"], ""),
+            (["", "1;1;1;", "2;2;2;"], [1], [[1]], "int32", [None], "a.log:4: torn line, left out"),
+        ]
+        for size, (lines, ms, values, kind, tags, message) in itertools.product([15, xcu_pandas.BLOCK], table):
+            with self.subTest(lines, size=size), mock.patch("xcu_pandas.BLOCK", size):
+                text = "\n".join([HEADER[:14], *lines]) + ("" if "torn" in message else "\n")
+                found = self.pandas(self.write("a.log", text))
+                self.assertEqual([None if t is pandas.NaT else t / pandas.Timedelta("1ms") for t in found.index], ms)
+                self.assertEqual(found.pop("tag").tolist(), tags)
+                self.assertEqual(
+                    [[None if value is pandas.NA else value for value in row] for row in found.values.tolist()], values)
+                self.assertEqual(str(found.dtypes.iloc[0]) if len(found.columns) else "object", kind)
+                self.assertIn(message, "".join(self.warned[:1]))
+                self.assertEqual(bool(self.warned), bool(message))
+        with self.assertRaisesRegex(ValueError, "b.log: has no record of a log"):
+            self.pandas(self.write("b.log", "not a log\n"))
+
+    def test_blackbox(self):
         box = xcu_files.read_rbx(DATA / "drive.rbx")
         self.assertEqual(box.records[19], (5190, [19, -19], [1900]))
         self.assertEqual(box.frames[0][:3] + box.frames[0][6:], (5.0, 2, 0x123, b"\x01\x02\xaa"))
-        self.assertEqual(xcu_files.to_pandas(box.frames)["id"].iloc[1], 0x7FF)
+        table = self.pandas(DATA / "drive.rbx")
+        self.assertEqual([list(map(str, row)) for row in table.drop(columns="tag").values],
+                         [row[1:-1] for row in self.rows(DATA / "drive.rbx")[1:]])
+        self.assertEqual(table.index[19].total_seconds(), 5.19)
         with self.assertRaises(ValueError):
             xcu_files.read_rbx(self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100]))
 
