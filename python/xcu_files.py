@@ -108,8 +108,8 @@ def number(text, lowest=-(2**31), highest=2**31 - 1):
     return int(text) if is_number and lowest <= int(text) <= highest else None
 
 
-def numbers(texts, complain):
-    """The values of a record; calls complain() for each that is something else."""
+def numbers(texts, odd, line):
+    """The values of a record; None for what is none."""
     try:
         values = list(map(int, texts))
     except ValueError:
@@ -119,8 +119,16 @@ def numbers(texts, complain):
     values = list(map(number, texts))
     for text, value in zip(texts, values):
         if value is None and text:
-            complain()
+            odd.add("a value that is no number of 32 bits, taken as missing", line)
     return values
+
+
+def decode(data, odd, line):
+    try:
+        return data.decode()
+    except UnicodeDecodeError:
+        odd.add("bytes that are not UTF-8, replaced", line)
+        return data.decode("utf-8", "replace")
 
 
 def parse_log(lines, odd, first=1):
@@ -136,19 +144,19 @@ def parse_log(lines, odd, first=1):
             if not is_whole:
                 odd.add("torn line", at)
             time = number(texts[0], -(2**63), 2**63 - 1)
-            yield at, Tag(-1 if time is None else time, b";".join(texts[1:]).decode("utf-8", "replace"))
+            yield at, Tag(-1 if time is None else time, decode(b";".join(texts[1:]), odd, at))
         elif not is_whole:
             odd.add("torn line, left out", at)
         elif kind == b"#" and len(texts) > 1:
             if at > 1:
                 odd.add("another header; the last one names the columns", at)
-            yield at, [text.decode("utf-8", "replace") for text in texts[1:-1][:128]]
+            yield at, [decode(text, odd, at) for text in texts[1:-1][:128]]
         elif line:
             head = [number(text, 0, 2**32 - 1) for text in [kind, *texts[:1]]]
             if len(texts) < 2 or None in head or not line.endswith(b";") or b"\0" in line:
                 odd.add("not a record, left out", at)
                 continue
-            yield at, Record(*head, numbers(texts[1:-1], lambda: odd.add("a value that is no number, left empty", at)))
+            yield at, Record(*head, numbers(texts[1:-1], odd, at))
 
 
 def read_log(path):

@@ -499,7 +499,7 @@ class Module(Folder):
             (["1;1;1;", "2;2;2;3"], [1], [[1]], "int32", [None], "a.log:3: not a record, left out"),
             (["1;1;1;", "2;2;2\0;"], [1], [[1]], "int32", [None], "a.log:3: not a record, left out"),
             (["1;1;1;", "2;2;+2;", "3;3;3;"], [1, 2, 3], [[1], [None], [3]], "Int32", [None] * 3,
-             "a.log:3: a value that is no number, left empty"),
+             "a.log:3: a value that is no number of 32 bits, taken as missing"),
             (["1;1;1;", "2;2;4294967298;"], [1, 2], [[1], [None]], "Int32", [None] * 2, "a.log:3: a value that is no"),
             (["1;1;1;", "2;2;9223372036854775808;"], [1, 2], [[1], [None]], "Int32", [None] * 2, "a.log:3: a value"),
             (["1;1;1;2;", "$;1;a", "2;2;3;", "$;2;long text", "3;3;4;5;6;", "4;4;7;"], [1, 2, 3, 4],
@@ -508,7 +508,7 @@ class Module(Folder):
             (["1;1;1;", "2;4294967296;2;", "$;2;a", "$;-1;b", "$;3;ahead", "3;3;3;"], [1, 2, 3], [[1], [None], [3]],
              "Int32", ["b", "a", "ahead"], "a.log:3: not a record, left out"),
             (["1;1;1;", "2;2;2$;5;x;"], [1, 2], [[1, None, None], [None, 5, None]], "Int32", [None] * 2,
-             "a.log:3: a value that is no number, left empty (2 in all)"),
+             "a.log:3: a value that is no number of 32 bits, taken as missing (2 in all)"),
             (["$;-1;only"], [None], [[]], "object", ["only"], ""),
             (["", "1;1;1;", "2;2;2;"], [1], [[1]], "int32", [None], "a.log:4: torn line, left out"),
         ]

@@ -2,25 +2,27 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Runs what the handbook tells its readers to type: tst_handbook.py BUILD
 
-Every ```sh block of the chapters runs with bash in one throw-away home, in the order of the table of
-contents, with the installed programs on the path. An ```output block behind it is what it has to
-print; "..." stands for anything within a line. A comment <!-- operator: NAME --> ahead of a block
-names the script in scripts/drive that plays the operator in the programs that the block starts. With
-"twice" behind the name the block runs twice, so that the recipes behind it find the files of two
-sessions, as those of most readers will.
+Every ```sh block is typed into one shell in the order of the table of contents, in a home and a folder
+of its own: once all chapters with the installed programs on the path, once those of SCRIPTS with what
+scripts/env makes of a clone. An ```output block behind a block is what it has to print; "..." stands
+for anything within a line. A comment <!-- operator: NAME --> ahead of a block names the script in
+scripts/drive that plays the operator in the programs that the block starts.
 """
 import os
 import pathlib
 import re
+import shlex
 import subprocess
 import sys
 import tempfile
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
 HANDBOOK = SOURCE / "docs" / "handbook"
-TIME_LIMIT = 60  # s, for one block
+SCRIPTS = ["first-drive.md", "files.md", "tables.md", "traces.md", "protocol.md"]
+TIME_LIMIT = 200  # s, for all blocks
+MARK = "== next block =="
 BLOCK = re.compile(
-    r"^(?:<!-- operator: (?P<operator>\S+)(?P<twice> twice)? -->\n+)?```sh\n(?P<commands>.*?)^```$"
+    r"^(?:<!-- operator: (?P<operator>\S+) -->\n+)?```sh\n(?P<commands>.*?)^```$"
     r"(?:\n+```output\n(?P<output>.*?)^```$)?",
     re.MULTILINE | re.DOTALL,
 )
@@ -32,54 +34,59 @@ def chapters():
 
 
 def environment(build, home):
-    """That of a user who has just logged in, with the installed programs on the path."""
+    """That of a user who has just logged in."""
     result = {name: os.environ[name] for name in os.environ if name.endswith("SAN_OPTIONS")}
     result.update(
-        HOME=str(home),
-        PATH=f"{home.parent}/usr/bin:/usr/bin:/bin",
-        PYTHONPATH=f"{home.parent}/usr/lib/python3/dist-packages",
-        LC_ALL="C.UTF-8",
-        QT_QPA_PLATFORM="offscreen",
+        HOME=str(home), PATH="/usr/bin:/bin", LC_ALL="C.UTF-8", QT_QPA_PLATFORM="offscreen",
         QT_PLUGIN_PATH=f"{build}/plugins",
     )
     return result
 
 
-def run(block, home, variables):
-    if block["operator"]:
-        script = SOURCE / "scripts" / "drive" / f"{block['operator']}.txt"
-        variables = dict(
-            variables, QT_QPA_GENERIC_PLUGINS="xcudrive", XCU_DRIVE_SCRIPT=str(script)
+def typed(block):
+    operator = SOURCE / "scripts" / "drive" / f"{block['operator']}.txt"
+    drive = f"export QT_QPA_GENERIC_PLUGINS=xcudrive XCU_DRIVE_SCRIPT={shlex.quote(str(operator))}"
+    return f"{drive if block['operator'] else 'unset QT_QPA_GENERIC_PLUGINS'}\n{block['commands']}"
+
+
+def failures_of(pages, start, build, folder):
+    """Types `start`, then the blocks of these pages; yields what went wrong."""
+    home = folder / "home"
+    for part in ["Documents", "here"]:
+        (home / part).mkdir(parents=True)
+    blocks = [(page, block) for page in pages for block in BLOCK.finditer((HANDBOOK / page).read_text())]
+    script = folder / "typed"
+    script.write_text(f"\necho '{MARK}'\n".join([start, *(typed(block) for _, block in blocks)]))
+    command = ["bash", "-euo", "pipefail", script]
+    with open(folder / "errors", "w+") as errors:
+        done = subprocess.run(
+            command, cwd=home / "here", env=environment(build, home), stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE, stderr=errors, text=True, timeout=TIME_LIMIT,
         )
-    command = ["bash", "-euo", "pipefail", "-c", block["commands"]]
-    done = subprocess.run(
-        command, cwd=home, env=variables, stdin=subprocess.DEVNULL, capture_output=True, text=True,
-        timeout=TIME_LIMIT,
-    )
-    if done.returncode != 0:
-        return f"it ended with {done.returncode} and said:\n{done.stdout[-2000:]}{done.stderr}"
-    expected = block["output"]
-    if expected is None or re.fullmatch(re.escape(expected).replace(r"\.\.\.", ".*"), done.stdout):
-        return None
-    return f"it printed:\n{done.stdout}\nand not:\n{expected}"
+        errors.seek(0)
+        said = errors.read()[-2000:]
+    printed = done.stdout.split(f"{MARK}\n")
+    whole = printed[1:-1] if done.returncode else printed[1:]
+    for (page, block), text in zip(blocks, whole):
+        expected = re.escape(block["output"] or "...").replace(r"\.\.\.", ".*")
+        if not re.fullmatch(expected, text, 0 if block["output"] else re.DOTALL):
+            yield f"{page}: {block['commands']}it printed:\n{text}\nand not:\n{block['output']}"
+    if done.returncode:
+        last = [start, *(f"{page}: {block['commands']}" for page, block in blocks)][len(printed) - 1]
+        yield f"{last}ended with {done.returncode} and said:\n{printed[-1][-2000:]}{said}"
 
 
 def main(build):
-    failures = 0
-    with tempfile.TemporaryDirectory(prefix="handbook-") as directory:
-        install = ["cmake", "--install", build, "--prefix", f"{directory}/usr"]
+    failures = []
+    with tempfile.TemporaryDirectory(prefix="handbook-") as name:
+        folder = pathlib.Path(name)
+        install = ["cmake", "--install", build, "--prefix", folder / "usr"]
         subprocess.run(install, check=True, stdout=subprocess.DEVNULL)
-        home = pathlib.Path(directory) / "home"
-        (home / "Documents").mkdir(parents=True)
-        for chapter in chapters():
-            for block in BLOCK.finditer((HANDBOOK / chapter).read_text()):
-                failure = None
-                for _ in range(2 if block["twice"] else 1):
-                    failure = failure or run(block, home, environment(build, home))
-                if failure:
-                    failures += 1
-                    print(f"{chapter}: {block['commands']}{failure}", file=sys.stderr)
-    sys.exit(1 if failures else 0)
+        path = f"export PATH={folder}/usr/bin:$PATH PYTHONPATH={folder}/usr/lib/python3/dist-packages"
+        failures += failures_of(chapters(), path, build, folder / "package")
+        clone = shlex.join(["source", str(SOURCE / "scripts" / "env"), build])
+        failures += failures_of(SCRIPTS, clone, build, folder / "clone")
+    sys.exit("\n".join(failures) or 0)
 
 
 main(os.path.abspath(sys.argv[1]))
