@@ -11,11 +11,12 @@
 #include <fcntl.h>
 #include <mutex>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
-// Another system needs its own way to ask a pipe or terminal whether it takes bytes at once, and
-// for a write to one whose reader has gone not to end the program. The rest is the same anywhere.
+// Another system needs its own way to write to a pipe or terminal without waiting, and for a write
+// to one whose reader has gone not to end the program. The rest is the same anywhere.
 
 namespace platform {
 
@@ -34,6 +35,24 @@ public:
         : descriptor(streamDescriptor)
         , name(streamName)
     {}
+
+    // Spares asking before each write, which costs as much again. A file takes everything. The flag
+    // for a pipe or terminal belongs to the open file, which is the shell's as well: so it is
+    // opened anew. A terminal needs that anyhow: if it takes one byte it says yes, and blocks for
+    // others.
+    void openAnew()
+    {
+        struct stat status = {};
+        fstat(descriptor, &status);
+        if (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)) {
+            const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
+            const int own = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+            mayBlock = own < 0 || dup2(own, descriptor) < 0;
+            ::close(own);
+        } else {
+            mayBlock = !S_ISREG(status.st_mode);
+        }
+    }
 
     void write(std::string_view text)
     {
@@ -91,7 +110,7 @@ private:
         static constexpr int passing[] = {EINTR, EAGAIN, ENOSPC, EDQUOT, EFBIG};
         std::size_t taken = 0;
         pollfd place = {descriptor, POLLOUT, 0};
-        while (taken < text.size() && poll(&place, 1, 0) > 0) {
+        while (taken < text.size() && (!mayBlock || poll(&place, 1, 0) > 0)) {
             const std::size_t size = std::min(text.size() - taken, MostAtOnce);
             const ssize_t written = ::write(descriptor, text.data() + taken, size);
             if (written < 0) {
@@ -124,6 +143,7 @@ private:
     long linesLost = 0;
     bool inLostLine = false; // its beginning was left out
     bool isGone = false;     // nobody will ever read it
+    bool mayBlock = true;
 };
 
 std::mutex mutex; // of what follows
@@ -161,20 +181,6 @@ void write(Stream& stream, std::string_view text)
     }
 }
 
-// A terminal that takes one byte says that it takes some, and blocks for the others. The flag that
-// prevents it belongs to the open file and would reach the shell, so the terminal is opened anew.
-void openTerminalAnew(int descriptor)
-{
-    const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
-    const int own = isatty(descriptor) == 0
-                        ? -1
-                        : ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    if (own >= 0) {
-        dup2(own, descriptor);
-        ::close(own);
-    }
-}
-
 void showMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     errorLine(qFormatLogMessage(type, context, text).toLocal8Bit().constData());
@@ -199,8 +205,8 @@ StandardStreams::StandardStreams()
             ::open("/dev/null", O_RDWR); // gets the lowest number that is free
         }
     }
-    openTerminalAnew(STDOUT_FILENO);
-    openTerminalAnew(STDERR_FILENO);
+    output.openAnew();
+    error.openAnew();
     std::signal(SIGPIPE, SIG_IGN); // the write tells
     std::signal(SIGTTOU, SIG_IGN); // or a terminal can stop a program in the background
     qInstallMessageHandler(&showMessage);
