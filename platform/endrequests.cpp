@@ -37,7 +37,7 @@ void endProgram()
     while (::read(ends[0], bytes.data(), bytes.size()) > 0) {
     }
     QMetaObject::invokeMethod(qApp, "closeAllWindows"); // by name: this layer knows no widgets
-    QCoreApplication::quit();                           // also leaves the loop of a dialog
+    QCoreApplication::quit();                           // also if a dialog refuses
 }
 
 } // namespace

@@ -156,8 +156,9 @@ def bad_folders(build):
             console.play(*lines)
             until(lambda: bench.files("*.*"), "a file in a new folder")
         until(lambda: len(bench.files("*.*")) == 2, "log and capture")
-        names = [re.sub(r"[0-9]", "0", path.name) for path in bench.files("*.*")]
-        same(sorted(names), ["0000.00.00-000000.log", "can-0000.00.00-000000.candump"], "names")
+        paths = [path.relative_to(bench.documents) for path in bench.files("*.*")]
+        names = [f"{FOLDER}/0000.00.00-000000.log", f"{FOLDER}/can-0000.00.00-000000.candump"]
+        same([re.sub("[0-9](?!.*/)", "0", str(path)) for path in paths], names, "paths")
         log_text = leave(bench, console)
         same(written_log(bench.files("*.log")[0]), log_text, "log in a new folder")
     with Bench(build) as bench:
@@ -286,6 +287,8 @@ def unread(build):
             os.close(writer)
             if way == "gone":
                 os.close(reader)
+            elif way == "none":
+                same(os.readlink(f"/proc/{console.process.pid}/fd/1"), "/dev/null", "output")
             log(bench, console, 1000)
             console.play("click candump", "click faultStatus")  # windows that are open besides
             see_all(bench)
