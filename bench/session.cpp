@@ -5,6 +5,7 @@
 // session that leave while the operator looks back at ten minutes at 1 kHz. A run counts if the
 // files are complete.
 #include "bench/benchmark.h"
+#include "platform/trace.h"
 #include "schema/link.pb.h"
 #include "support/consolerig.h"
 #include "support/portrig.h"
@@ -185,6 +186,7 @@ private:
 int main(int argc, char* argv[])
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    const platform::StandardStreams streams; // as in the program
     QApplication application(argc, argv);
     Session session;
     for (const int pace : {10, 1}) {
