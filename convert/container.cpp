@@ -38,16 +38,14 @@ std::string shownTime(std::time_t time)
     return {text, size};
 }
 
-void Packer::pack(Bytes& rows, std::size_t rowSize, std::size_t count, Take take)
+void Packer::pack(const Bytes& rows, std::size_t rowSize, std::size_t count, Take take)
 {
+    // Here, which shares the work about evenly with the thread that packs.
+    next.resize(rowSize * count);
+    transpose(rows.data(), rowSize, count, next.data());
     wait();
-    inWork.swap(rows);
-    rows.resize(inWork.size());
-    task = std::async(std::launch::async, [this, rowSize, count, take = std::move(take)] {
-        planes.resize(rowSize * count);
-        transpose(inWork.data(), rowSize, count, planes.data());
-        take(planes);
-    });
+    next.swap(inWork);
+    task = std::async(std::launch::async, [this, take = std::move(take)] { take(inWork); });
 }
 
 void Packer::wait()
@@ -104,29 +102,6 @@ void Table::begin(double seconds)
     unsigned char* const row = rows.data() + waiting * rowSize;
     std::memcpy(row, emptyRow.data(), rowSize);
     std::memcpy(row, &seconds, sizeof seconds);
-}
-
-// Where the value of a field belongs, which then has one.
-unsigned char* Table::place(std::size_t field)
-{
-    unsigned char* const row = rows.data() + waiting * rowSize;
-    const Field& it = info.fields[field];
-    if (it.gapBit >= 0) {
-        unsigned char* const byte = row + rowSize - gapBytes + it.gapBit / 8;
-        *byte = static_cast<unsigned char>(*byte & ~(1U << it.gapBit % 8));
-    }
-    return row + it.offset;
-}
-
-void Table::put(std::size_t field, std::int64_t value)
-{
-    if (info.fields[field].type == Field::Real) {
-        put(field, static_cast<double>(value));
-    } else if (info.fields[field].size == sizeof(std::int32_t)) {
-        std::memcpy(place(field), &value, sizeof(std::int32_t));
-    } else {
-        std::memcpy(place(field), &value, info.fields[field].size);
-    }
 }
 
 void Table::put(std::size_t field, double value)

@@ -5,6 +5,7 @@
 
 #include <QtEndian>
 #include <iomanip>
+#include <set>
 #include <sstream>
 
 namespace convert {
@@ -60,14 +61,15 @@ void tellFrames(std::ostream& out, const Survey& survey)
     if (survey.frames.count > 0) {
         tellSpan(out, survey.frames.first, survey.frames.last);
     }
-    std::string buses;
-    for (const auto& [key, frames] : survey.framesOf) { // in the order of buses
-        const std::string bus = shownBus(std::get<0>(key));
-        if (buses.size() < bus.size() || buses.substr(buses.size() - bus.size()) != bus) {
-            buses += (buses.empty() ? "" : ", ") + bus;
-        }
+    std::set<int> buses;
+    for (const auto& [key, frames] : survey.framesOf) {
+        buses.insert(std::get<0>(key));
     }
-    out << "  buses     " << buses << '\n';
+    const char* separator = "  buses     ";
+    for (const int bus : buses) {
+        out << std::exchange(separator, ", ") << shownBus(bus);
+    }
+    out << (buses.empty() ? "" : "\n");
     for (const auto& [key, frames] : survey.framesOf) {
         const auto& [bus, isExtended, id] = key;
         out << "    " << shownBus(bus) << "  " << std::hex << std::setfill('0')

@@ -52,12 +52,9 @@ std::optional<Kind> kindOfName(const std::string& path)
 
 std::optional<Kind> kindOfWord(const std::string& word)
 {
-    for (const Row& row : rows) {
-        if (row.word == word) {
-            return row.kind;
-        }
-    }
-    return std::nullopt;
+    const auto* const row =
+        std::find_if(rows.begin(), rows.end(), [&](const Row& it) { return it.word == word; });
+    return row == rows.end() ? std::nullopt : std::optional(row->kind);
 }
 
 std::string wordsOf(Use use)

@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <future>
@@ -72,22 +71,22 @@ void declare(Options& options, CLI::App& app)
         };
     };
     app.add_option("INPUT", options.inputs)->required();
-    auto* const output = app.add_option("-o,--output", options.output);
+    auto* const output = app.add_option("-o,--output", options.all.output);
     auto* const outDir = app.add_option("--out-dir", options.outDir)->excludes(output);
     app.add_option("--from", options.from)->check(checkKind(convert::In));
     auto* const to = app.add_option("--to", options.to)->check(checkKind(convert::Out));
     outDir->needs(to);
     auto* const signalSet = app.add_option("--signals", options.database);
-    app.add_option("--only", options.selection.names)->expected(1)->take_all();
-    app.add_option("--start", options.selection.start);
-    app.add_option("--end", options.selection.end);
+    app.add_option("--only", options.all.selection.names)->expected(1)->take_all();
+    app.add_option("--start", options.all.selection.start);
+    app.add_option("--end", options.all.selection.end);
     auto* const every =
-        app.add_option("--every", options.selection.every)->check(CLI::PositiveNumber);
-    app.add_option("--bus", options.selection.bus)->check(CLI::NonNegativeNumber);
-    app.add_flag("--frames", options.wantsFrames)->excludes(signalSet);
+        app.add_option("--every", options.all.selection.every)->check(CLI::PositiveNumber);
+    app.add_option("--bus", options.all.selection.bus)->check(CLI::NonNegativeNumber);
+    app.add_flag("--frames", options.all.wantsFrames)->excludes(signalSet);
     auto* const info = app.add_flag("--info", options.info)->excludes(output)->excludes(outDir);
     info->excludes(every); // which would make records seem to be missing
-    app.add_flag("--force", options.replaces);
+    app.add_flag("--force", options.all.replaces);
     app.add_flag("--update", options.update)->needs(outDir);
     app.add_option("-j,--jobs", options.jobs)->check(CLI::Range(1, 256));
     app.set_version_flag("--version", "xcu-convert " XCU_VERSION);
@@ -101,28 +100,6 @@ std::string inLines(const std::string& text)
         result += "xcu-convert: " + line + '\n';
     }
     return result;
-}
-
-// Removes unfinished files when the program is asked to quit. To be made ahead of other threads,
-// which then leave the signals to it.
-void watchSignals()
-{
-    std::signal(SIGPIPE, SIG_IGN); // the failed write tells
-    static sigset_t quitting;
-    sigemptyset(&quitting);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        struct sigaction now = {};
-        sigaction(number, nullptr, &now);
-        if (now.sa_handler != SIG_IGN) { // as nohup(1) leaves it
-            sigaddset(&quitting, number);
-        }
-    }
-    pthread_sigmask(SIG_BLOCK, &quitting, nullptr);
-    std::thread([] {
-        int number = 0;
-        sigwait(&quitting, &number);
-        platform::PartFile::endBySignal(number);
-    }).detach();
 }
 
 // Messages, and on a terminal a line that counts the files, which they erase.
@@ -201,14 +178,15 @@ int run(int argc, char** argv)
             database = std::make_unique<convert::Database>(options.database, report);
             std::fputs(inLines(report.text()).c_str(), stderr);
         }
-        plan = convert::planOf(options, database.get());
+        options.all.database = database.get();
+        plan = convert::planOf(options);
     } catch (const CLI::ParseError& error) {
         return error.get_exit_code() == 0 ? app.exit(error) : refuse(error.what());
     } catch (const convert::UsageError& error) {
         return refuse(error.what());
     }
     std::fputs(inLines(plan.news).c_str(), stderr);
-    watchSignals();
+    platform::PartFile::watchSignals();
     for (const Job& job : plan.jobs) {
         if (!options.outDir.empty()) {
             std::filesystem::create_directories(std::filesystem::path(job.output).parent_path());

@@ -24,33 +24,24 @@ std::string kindsText(Use use)
 }
 
 // The files, and those in the folders, by their names.
-std::vector<Found> filesOf(const Options& options)
+std::vector<Found> filesOf(const std::vector<std::string>& inputs)
 {
     std::vector<Found> files;
-    for (const std::string& input : options.inputs) {
+    for (const std::string& input : inputs) {
         std::error_code error;
         if (!fs::is_directory(input, error)) {
             files.push_back({input, fs::path(input).filename(), false});
             continue;
         }
-        const std::size_t before = files.size();
-        const bool hasOutputs = !options.outDir.empty() && fs::exists(options.outDir, error) &&
-                                !fs::equivalent(options.outDir, input, error);
-        fs::recursive_directory_iterator entries(input, error);
-        for (; !error && entries != fs::recursive_directory_iterator(); entries.increment(error)) {
-            if (hasOutputs && entries->is_directory(error) &&
-                fs::equivalent(options.outDir, entries->path(), error)) {
-                entries.disable_recursion_pending();
-            } else if (entries->is_regular_file(error)) {
-                files.push_back({entries->path(), entries->path().lexically_relative(input), true});
+        const auto before = static_cast<std::ptrdiff_t>(files.size());
+        for (const auto& entry : fs::recursive_directory_iterator(input)) {
+            if (entry.is_regular_file(error)) {
+                files.push_back({entry.path(), entry.path().lexically_relative(input), true});
             }
         }
-        if (error) {
-            throw UsageError(input + ": cannot be looked through: " + error.message());
-        }
-        std::sort(
-            files.begin() + static_cast<std::ptrdiff_t>(before), files.end(),
-            [](const Found& a, const Found& b) { return a.path < b.path; });
+        std::sort(files.begin() + before, files.end(), [](const Found& a, const Found& b) {
+            return a.path < b.path;
+        });
     }
     return files;
 }
@@ -64,14 +55,14 @@ std::optional<Kind> inputKind(const Options& options, const std::string& path)
 
 Kind outputKind(const Options& options)
 {
-    const auto kind = options.to.empty() ? kindOfName(options.output) : kindOfWord(options.to);
+    const std::string& output = options.all.output;
+    const auto kind = options.to.empty() ? kindOfName(output) : kindOfWord(options.to);
     if (!kind || !isOf(*kind, Out)) {
-        const bool isFolder = !options.output.empty() &&
-                              (options.output.back() == '/' || fs::is_directory(options.output));
+        const bool isFolder = fs::is_directory(output) || (!output.empty() && output.back() == '/');
         throw UsageError(
-            isFolder ? options.output + ": is a folder; use --out-dir with --to"
-                     : platform::shownName(options.output) +
-                           ": files of this kind are not written; " + kindsText(Out));
+            platform::shownName(output) +
+            (isFolder ? ": is a folder; use --out-dir with --to"
+                      : ": files of this kind are not written; " + kindsText(Out)));
     }
     return *kind;
 }
@@ -89,6 +80,12 @@ fs::path normal(const std::string& path)
     return fs::absolute(path).lexically_normal();
 }
 
+bool isIn(const std::string& path, const std::string& folder)
+{
+    const fs::path rest = normal(path).lexically_relative(normal(folder));
+    return !rest.empty() && *rest.begin() != "..";
+}
+
 std::string outputOf(const Options& options, const Found& file, Kind to)
 {
     fs::path name = file.path == "-" ? "standard-input" : file.relative;
@@ -100,17 +97,13 @@ std::string outputOf(const Options& options, const Found& file, Kind to)
 
 } // namespace
 
-Plan planOf(const Options& options, const Database* database)
+Plan planOf(const Options& options)
 {
     const bool isFolder = !options.outDir.empty();
-    Job all;
-    all.output = options.output;
-    all.replaces = options.replaces || options.update;
-    all.wantsFrames = options.wantsFrames;
-    all.database = database;
-    all.selection = options.selection;
+    Job all = options.all;
+    all.replaces = all.replaces || options.update;
     if (!options.info) {
-        if (options.output.empty() && !isFolder) {
+        if (all.output.empty() && !isFolder) {
             throw UsageError("where to: either -o or --out-dir");
         }
         all.to = outputKind(options);
@@ -119,7 +112,7 @@ Plan planOf(const Options& options, const Database* database)
     std::map<fs::path, std::string> makers; // of outputs
     std::size_t passedOver = 0;
     std::size_t upToDate = 0;
-    for (const Found& file : filesOf(options)) {
+    for (const Found& file : filesOf(options.inputs)) {
         const auto kind = inputKind(options, file.path);
         const std::string why = !kind          ? "unknown kind of file; " + kindsText(In)
                                 : options.info ? ""
@@ -131,11 +124,11 @@ Plan planOf(const Options& options, const Database* database)
         if (!why.empty()) {
             throw UsageError(platform::shownName(file.path) + ": " + why);
         }
-        const std::string output = isFolder ? outputOf(options, file, all.to) : options.output;
-        if (isFolder && normal(output) == normal(file.path)) { // made by an earlier run
-            ++passedOver;
+        if (isFolder && *kind == all.to && isIn(file.path, options.outDir)) {
+            ++passedOver; // made by an earlier run
             continue;
         }
+        const std::string output = isFolder ? outputOf(options, file, all.to) : all.output;
         if (options.update && isNewer(output, file.path)) {
             ++upToDate;
             continue;

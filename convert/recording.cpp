@@ -173,9 +173,7 @@ void Survey::addTag(std::optional<std::uint32_t> milliseconds, std::string_view 
 void Survey::addFrame(const TraceFrame& frame)
 {
     frames.add(frame);
-    if (!frame.isRemote && !frame.isError) {
-        framesOf[keyOf(frame)].add(frame);
-    }
+    framesOf[keyOf(frame)].add(frame);
 }
 
 std::vector<Channel> Survey::channels(const Selection& selection) const

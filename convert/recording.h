@@ -83,8 +83,7 @@ struct Survey : formats::RecordingTarget
     std::int64_t tags = 0;
     std::vector<std::string> firstTags; // "<s> s <text>"
     FrameCount frames;
-    std::map<FrameKey, FrameCount> framesOf; // without remote and error frames
-    double firstFrame = 0;                   // s
+    std::map<FrameKey, FrameCount> framesOf;
 
     // Of the channels that were logged: a name of its own for each, its label or "channel
     // <number>".

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/signals.h"
 
+#include "platform/programoutput.h"
+
 #include <QBuffer>
 #include <algorithm>
 #include <array>
@@ -10,41 +12,6 @@
 namespace convert {
 
 namespace {
-
-// In quotes for the shell.
-std::string quoted(const std::string& text)
-{
-    std::string result = "'";
-    for (const char c : text) {
-        result += c == '\'' ? "'\\''" : std::string(1, c);
-    }
-    return result + '\'';
-}
-
-// What xcu-signals, the one that was installed with this program, makes of a database.
-QByteArray tableOf(const std::string& path)
-{
-    std::error_code error;
-    const auto beside = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
-    const std::string program = exists(beside / "xcu-signals", error)
-                                    ? (beside / "xcu-signals").string()
-                                    : std::string("xcu-signals");
-    const std::string command = quoted(program) + " --table -o - -- " + quoted(path);
-    std::FILE* const pipe = popen(command.c_str(), "re");
-    QByteArray table;
-    char block[1 << 16];
-    while (pipe != nullptr) {
-        const std::size_t size = std::fread(block, 1, sizeof block, pipe);
-        if (size == 0) {
-            break;
-        }
-        table.append(block, static_cast<int>(size));
-    }
-    if (pipe == nullptr || pclose(pipe) != 0) {
-        throw ConversionError(path + ": xcu-signals, which reads databases, has failed");
-    }
-    return table;
-}
 
 std::vector<const formats::CanSignal*> signalsOf(
     const Database& database, const FrameKey& key, const Selection& selection)
@@ -80,8 +47,8 @@ Database::Database(const std::string& databasePath, Report& report)
     } else if (path == "-" || std::filesystem::path(path).extension() == ".csv") {
         all = formats::readSignalsOfSet(file, complain);
     } else {
-        QBuffer buffer;
-        buffer.setData(tableOf(path));
+        auto table = platform::programOutput("xcu-signals", {"--table", "-o", "-", "--", path});
+        QBuffer buffer(table ? &*table : nullptr);
         buffer.open(QIODevice::ReadOnly);
         all = formats::readSignalTable(buffer, complain);
     }

@@ -6,8 +6,6 @@
 #include "formats/textfield.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 
 namespace convert {
 
@@ -16,20 +14,6 @@ namespace {
 using formats::LogRecord;
 using formats::RecordingTarget;
 using formats::TraceFrame;
-
-constexpr std::size_t MaxRealLength = 32;
-
-std::string csvField(std::string_view text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
-        return std::string(text);
-    }
-    std::string field = "\"";
-    for (const char c : text) {
-        field.append(c == '"' ? 2 : 1, c);
-    }
-    return field + '"';
-}
 
 class LogTable : public RecordingTarget
 {
@@ -44,7 +28,7 @@ public:
         out.put("time_s,");
         for (const Channel& channel : channels) {
             isColumn[static_cast<std::size_t>(channel.number)] = true;
-            out.put(csvField(channel.name) + ',');
+            out.put(formats::csvField(channel.name) + ',');
         }
         out.put("tag");
         out.endRow();
@@ -122,14 +106,14 @@ private:
         char* place = out.room(formats::MaxSecondsLength + columnCount + 1);
         place = tag.time ? formats::putSeconds(place, *tag.time) : place;
         out.advanceTo(std::fill_n(place, columnCount + 1, ','));
-        out.put(csvField(tag.text));
+        out.put(formats::csvField(tag.text));
         out.endRow();
     }
 
     void endRow()
     {
         if (openRow) {
-            out.put(csvField(openTag));
+            out.put(formats::csvField(openTag));
             out.endRow();
             openRow.reset();
             openTag.clear();
@@ -145,17 +129,6 @@ private:
     std::vector<Tag> waiting; // tags that may belong to the next record
 };
 
-// With 15 digits, which leave out the noise of the arithmetic; with those that tell it from all
-// others where it is a counter that needs more.
-char* putReal(char* out, double value)
-{
-    constexpr double exact = 1e15;
-    char* const end = out + MaxRealLength;
-    return std::abs(value) < exact
-               ? std::to_chars(out, end, value, std::chars_format::general, 15).ptr
-               : std::to_chars(out, end, value).ptr;
-}
-
 class SignalTable : public RecordingTarget
 {
 public:
@@ -168,7 +141,7 @@ public:
             firstColumns.push_back(columnCount);
             columnCount += message.names.size();
             for (const std::string& name : message.names) {
-                out.put(',' + csvField(name));
+                out.put(',' + formats::csvField(name));
             }
         }
         out.endRow();
@@ -182,14 +155,14 @@ public:
         }
         const auto& contents = plan.messages[static_cast<std::size_t>(place)].contents;
         const std::size_t before = firstColumns[static_cast<std::size_t>(place)];
-        char* end = out.room((1 + contents.size()) * (MaxRealLength + 1) + columnCount);
+        char* end = out.room((1 + contents.size()) * (formats::MaxRealLength + 1) + columnCount);
         end = std::fill_n(formats::putMicroseconds(end, frame.time), before, ',');
         bool hasValue = false;
         for (const formats::CanSignal* signal : contents) {
             *end++ = ',';
             if (const auto value = signal->value(frame)) {
                 hasValue = true;
-                end = putReal(end, *value);
+                end = formats::putReal(end, *value);
             }
         }
         if (hasValue) {

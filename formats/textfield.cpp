@@ -142,4 +142,25 @@ std::optional<int> plainHex(std::string_view text, unsigned char* bytes, int cap
     return digits < 0 ? std::nullopt : std::optional(static_cast<int>(size));
 }
 
+char* putReal(char* out, double value)
+{
+    constexpr double exact = 1e15;
+    char* const end = out + MaxRealLength;
+    return std::abs(value) < exact
+               ? std::to_chars(out, end, value, std::chars_format::general, 15).ptr
+               : std::to_chars(out, end, value).ptr;
+}
+
+std::string csvField(std::string_view text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
+        return std::string(text);
+    }
+    std::string field = "\"";
+    for (const char c : text) {
+        field.append(c == '"' ? 2 : 1, c);
+    }
+    return field + '"';
+}
+
 } // namespace formats

@@ -114,4 +114,12 @@ inline char* putText(char* out, std::string_view text)
     return out + text.size();
 }
 
+// A real number with 15 digits, which leave out the noise of arithmetic; with those that tell it
+// from all others where it is a counter that needs more.
+char* putReal(char* out, double value);
+constexpr std::size_t MaxRealLength = 32;
+
+// A field as RFC 4180 has it: in quotes if it holds what separates fields.
+std::string csvField(std::string_view text);
+
 } // namespace formats

@@ -13,6 +13,7 @@
 #include <random>
 #include <set>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -24,6 +25,21 @@ constexpr std::size_t BlockSize = 1 << 16;
 
 std::mutex partsMutex;
 std::set<std::string> parts;
+
+[[noreturn]] void endBySignal(int number)
+{
+    partsMutex.lock(); // for good: no other thread may finish or begin a file
+    for (const std::string& path : parts) {
+        unlink(path.c_str());
+    }
+    std::signal(number, SIG_DFL);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, number);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    raise(number);
+    std::abort();
+}
 
 } // namespace
 
@@ -141,19 +157,24 @@ void PartFile::writeAt(std::int64_t place, std::string_view bytes)
     write(bytes);
 }
 
-void PartFile::endBySignal(int number)
+void PartFile::watchSignals()
 {
-    partsMutex.lock(); // for good: no other thread may finish or begin a file
-    for (const std::string& path : parts) {
-        unlink(path.c_str());
+    std::signal(SIGPIPE, SIG_IGN); // the failed write tells
+    static sigset_t quitting;
+    sigemptyset(&quitting);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction now = {};
+        sigaction(number, nullptr, &now);
+        if (now.sa_handler != SIG_IGN) {
+            sigaddset(&quitting, number);
+        }
     }
-    std::signal(number, SIG_DFL);
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, number);
-    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-    raise(number);
-    std::abort();
+    pthread_sigmask(SIG_BLOCK, &quitting, nullptr);
+    std::thread([] {
+        int number = 0;
+        sigwait(&quitting, &number);
+        endBySignal(number);
+    }).detach();
 }
 
 TextOutput::TextOutput(const std::string& path, bool replaces)

@@ -35,9 +35,10 @@ public:
     [[noreturn]] void fail() const;                           // by errno
     void commit();
 
-    // Ends the program by a signal, so that a shell's loop ends as well, and removes the part files
-    // of all threads.
-    [[noreturn]] static void endBySignal(int number);
+    // From now on a signal to quit removes the part files of all threads before it ends the
+    // program, by itself, so that a shell's loop ends as well; one that is ignored, as under nohup,
+    // stays so. To be called ahead of other threads, which then leave the signals to this one.
+    static void watchSignals();
 
 private:
     std::string target;
