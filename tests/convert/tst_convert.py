@@ -225,7 +225,11 @@ class Logs(Folder):
             for _ in range(220):
                 file.write("5;" * (1 << 19))
             file.write("\n3;3;3;\n")
-        limit = lambda: resource.setrlimit(resource.RLIMIT_AS, (200 << 20, 200 << 20))  # noqa: E731
+
+        def limit():
+            if b"__asan_init" not in CONVERT.read_bytes():  # which reserves terabytes
+                resource.setrlimit(resource.RLIMIT_AS, (200 << 20, 200 << 20))
+
         self.assertEqual([row[0] for row in self.rows("a.log", preexec_fn=limit)], ["time_s", "0.001", "0.003"])
         self.assertIn("a.log:3: a line of 1 MiB or more", self.said)
 
