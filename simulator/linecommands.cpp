@@ -49,12 +49,12 @@ Action with(int count, Work work)
     };
 }
 
-Action setLinkFault(int LinkFaults::*fault)
+Action makeTrouble(int LinkTrouble::*kind)
 {
     return with(1, [=](MockedPort& port, const Numbers& numbers) {
-        LinkFaults faults = port.controller().linkFaults();
-        faults.*fault = static_cast<int>(numbers[0]);
-        port.controller().setLinkFaults(faults);
+        LinkTrouble trouble = port.controller().trouble();
+        trouble.*kind = static_cast<int>(numbers[0]);
+        port.controller().setTrouble(trouble);
     });
 }
 
@@ -148,17 +148,17 @@ const std::vector<Command>& commands()
          setRate(&VirtualController::setRecordRate)},
         {"rate frames", "RATE", "Rate of frames in a capture.",
          setRate(&VirtualController::setFrameRate)},
-        {"trouble delay", "MS", "Delay responses; 0 ends this fault and those below.",
-         setLinkFault(&LinkFaults::delayMs)},
-        {"trouble drop", "N", "Lose every nth response.", setLinkFault(&LinkFaults::dropEvery)},
+        {"trouble delay", "MS", "Delay responses; 0 ends it, as with those below.",
+         makeTrouble(&LinkTrouble::delayMs)},
+        {"trouble drop", "N", "Lose every nth response.", makeTrouble(&LinkTrouble::dropEvery)},
         {"trouble double", "N", "Send every nth response twice.",
-         setLinkFault(&LinkFaults::doubleEvery)},
+         makeTrouble(&LinkTrouble::doubleEvery)},
         {"trouble garbage", "N", "Send a frame without meaning before every nth response.",
-         setLinkFault(&LinkFaults::garbageEvery)},
+         makeTrouble(&LinkTrouble::garbageEvery)},
         {"trouble split", "N", "Send frames in pieces, unless N is 0.",
-         setLinkFault(&LinkFaults::split)},
-        {"trouble none", "", "End all fault injection.",
-         with(0, [](auto& port, auto&) { port.controller().setLinkFaults({}); })},
+         makeTrouble(&LinkTrouble::split)},
+        {"trouble none", "", "End all trouble.",
+         with(0, [](auto& port, auto&) { port.controller().setTrouble({}); })},
         {"wait", "MS", "Wait before the next line."},
         {"stats", "", "Print the counts and write the file for them."},
         {"help", "", "Print these commands."},
@@ -169,9 +169,10 @@ const std::vector<Command>& commands()
 
 } // namespace
 
-CommandInput::CommandInput(int descriptor)
+CommandInput::CommandInput(int descriptor, const QByteArray& first)
     : input(descriptor)
     , notifier(descriptor, QSocketNotifier::Read)
+    , pending(first)
 {
     pause.setSingleShot(true);
     connect(&notifier, &QSocketNotifier::activated, this, &CommandInput::read);

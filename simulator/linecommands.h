@@ -14,15 +14,15 @@ namespace simulator {
 class MockedPort;
 using MockedPorts = std::vector<std::unique_ptr<MockedPort>>;
 
-// Lines from standard input, a file or a named pipe, one after the other. A line "wait MS" holds
-// back those behind it.
+// Lines from standard input, a file, a named pipe or the command line, one after the other. A line
+// "wait MS" holds back those behind it.
 class CommandInput : public QObject
 {
     Q_OBJECT
 
 public:
-    // Takes over the descriptor.
-    explicit CommandInput(int descriptor);
+    // Takes over the descriptor; lines from there come behind the first ones.
+    explicit CommandInput(int descriptor, const QByteArray& first = {});
     ~CommandInput() override;
 
     // For CommandInput's constructor; negative if the path cannot be read. A named pipe is held

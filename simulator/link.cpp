@@ -58,7 +58,7 @@ LinkWriter::LinkWriter(quint32 seed)
     }
 }
 
-void LinkWriter::setFaults(const LinkFaults& wanted)
+void LinkWriter::setTrouble(const LinkTrouble& wanted)
 {
     settings = wanted;
     responseCount = 0;

@@ -21,9 +21,9 @@ namespace simulator {
 // bootloader into which it was reset.
 enum class Mode { Device, Bootloader };
 
-// Faults that are injected into what the controller sends. A count of n takes every nth response, 0
-// none; the counts run from the last change on.
-struct LinkFaults
+// Trouble with what the controller sends. A count of n takes every nth response, 0 none; the counts
+// run from the last change on.
+struct LinkTrouble
 {
     int delayMs = 0;      // every response is held back for so long; the order stays
     int dropEvery = 0;    // the response is never sent
@@ -56,8 +56,8 @@ class LinkWriter : public QObject
 public:
     explicit LinkWriter(quint32 seed);
 
-    void setFaults(const LinkFaults& wanted);
-    const LinkFaults& faults() const { return settings; }
+    void setTrouble(const LinkTrouble& wanted);
+    const LinkTrouble& trouble() const { return settings; }
 
     // Takes a response and says how often it is sent: 0, 1 or 2 times.
     int put(const xcu::Response& response);
@@ -85,7 +85,7 @@ private:
     void appendGarbage(QByteArray& line);
     void takeDue();
 
-    LinkFaults settings;
+    LinkTrouble settings;
     std::mt19937 random;
     int responseCount = 0;
     QByteArray ready;

@@ -89,7 +89,7 @@ private:
     void addController(const ControllerOptions& options);
     void tracePort(const MockedPort& port, const QString& who);
     void writeTrace(const QString& who, const char* what, const QByteArray& details = {});
-    bool listenTo(int descriptor);
+    bool listenTo(int descriptor, const QByteArray& firstLines = {});
     void carryOut(const QString& line);
     void printEnvironment();
     void startProgram();
@@ -123,6 +123,9 @@ int Simulation::run()
     for (const ControllerOptions& controller : options.controllers) {
         addController(controller);
     }
+    if (!options.commands.isEmpty()) {
+        listenTo(CommandInput::openPath("/dev/null"), options.commands.join('\n').toUtf8());
+    }
     if (options.interactive) {
         listenTo(::dup(STDIN_FILENO));
     }
@@ -143,23 +146,6 @@ void Simulation::addController(const ControllerOptions& controller)
     connect(&port, &MockedPort::unplugged, this, [=] { report(who + " is gone"); });
     if (trace.isOpen()) {
         tracePort(port, controller.serialNumber);
-    }
-    const auto follow = [&](auto signal, int delayMs, auto undoing, auto action) {
-        if (delayMs > 0) {
-            auto* timer = new QTimer(&port);
-            timer->setSingleShot(true);
-            connect(&port, signal, timer, [=] { timer->start(delayMs); });
-            connect(&port, undoing, timer, &QTimer::stop);
-            connect(timer, &QTimer::timeout, &port, action);
-        }
-    };
-    const auto plugged = &MockedPort::plugged;
-    const auto unplugged = &MockedPort::unplugged;
-    follow(plugged, options.unplugAfterMs, unplugged, &MockedPort::unplug);
-    follow(unplugged, options.replugAfterMs, plugged, &MockedPort::plug);
-    if (options.bootloaderAfterMs > 0) {
-        QTimer::singleShot(
-            options.bootloaderAfterMs, &port, [&port] { port.restartIn(Mode::Bootloader); });
     }
     port.plug();
 }
@@ -193,12 +179,12 @@ void Simulation::writeTrace(const QString& who, const char* what, const QByteArr
     trace.write(line + '\n');
 }
 
-bool Simulation::listenTo(int descriptor)
+bool Simulation::listenTo(int descriptor, const QByteArray& firstLines)
 {
     if (descriptor < 0) {
         return false;
     }
-    inputs.push_back(std::make_unique<CommandInput>(descriptor));
+    inputs.push_back(std::make_unique<CommandInput>(descriptor, firstLines));
     connect(inputs.back().get(), &CommandInput::line, this, &Simulation::carryOut);
     return true;
 }

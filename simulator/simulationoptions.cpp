@@ -85,8 +85,9 @@ Option flag(const char* name, const char* text, Value& target, Value value)
 std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
 {
     ControllerOptions& unit = common.options;
-    LinkFaults& faults = unit.linkFaults;
-    const auto addSerial = [&](const QString& text) { return common.serialNumbers += text, true; };
+    const auto addTo = [](QStringList& list) {
+        return [&list](const QString& text) { return list += text, true; };
+    };
     const auto setMapSize = [&size = common.mapSize](const QString& text) {
         constexpr int longestAxis = 1024;
         size = {text.section('x', 0, 0).toInt(), text.section('x', 1).toInt()};
@@ -95,7 +96,7 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
     return {
         number("controllers", "Number of controllers, 1 to 16.", "n", common.controllers, 1, 16),
         {"serial", "Serial number of the first, second ... controller; repeatable.", "text",
-         addSerial},
+         addTo(common.serialNumbers)},
         flag("bootloader", "The controllers start as bootloaders.", unit.mode, Mode::Bootloader),
         number(
             "seed", "Seed of all random values; the second controller takes the next number.", "n",
@@ -118,24 +119,9 @@ std::vector<Option> knownOptions(SimulationOptions& all, Common& common)
         {"map-size", "Columns and rows of all maps, such as 64x64.", "CxR", setMapSize},
         number("faults", "Entries in the fault list.", "n", common.faults, 0, 10000),
         number("calibration-time", "Duration of a driver calibration.", "ms", unit.calibrationMs),
-        number("delay", "Fault injection: responses are delayed.", "ms", faults.delayMs),
-        number("drop", "Fault injection: every nth response is lost.", "n", faults.dropEvery),
-        number(
-            "double", "Fault injection: every nth response comes twice.", "n", faults.doubleEvery),
-        number(
-            "garbage", "Fault injection: a frame without meaning comes before every nth response.",
-            "n", faults.garbageEvery),
-        flag("split", "Fault injection: frames are sent in pieces.", faults.split, 1),
-        number(
-            "unplug-after", "Unplug this long after plugging in; 0 for never.", "ms",
-            all.unplugAfterMs),
-        number(
-            "replug-after", "Plug in again this long after unplugging, and so on; 0 for never.",
-            "ms", all.replugAfterMs),
-        number(
-            "bootloader-after", "Reset into the bootloader this long after the start; 0 for never.",
-            "ms", all.bootloaderAfterMs),
         flag("interactive", "Read line commands from standard input.", all.interactive, true),
+        {"command", "Line command at the start; repeatable, one after the other.", "line",
+         addTo(all.commands)},
         path("commands", "Read line commands from a file or named pipe.", all.commandsPath),
         path(
             "stats", "Write counts of messages to this file, at the end and at the command stats.",

@@ -13,10 +13,8 @@ namespace simulator {
 struct SimulationOptions
 {
     std::vector<ControllerOptions> controllers;
-    int unplugAfterMs = 0;     // after it was plugged in; 0 for never
-    int replugAfterMs = 0;     // after it was unplugged; 0 for never
-    int bootloaderAfterMs = 0; // reset into the bootloader so long after the start; 0 for never
     bool interactive = false;
+    QStringList commands; // to be carried out from the start on
     QString commandsPath;
     QString statsPath;
     QString tracePath;

@@ -71,7 +71,6 @@ VirtualController::VirtualController(ControllerOptions options)
     steadyClock.start();
     clock = [this] { return steadyClock.elapsed(); };
     recordResponse.set_protocol_version(1);
-    writer.setFaults(settings.linkFaults);
     pushTimer.setTimerType(Qt::PreciseTimer);
     connect(&pushTimer, &QTimer::timeout, this, &VirtualController::push);
     connect(&writer, &LinkWriter::bytes, this, &VirtualController::transmit);

@@ -42,8 +42,6 @@ struct ControllerOptions
     std::vector<QSize> maps = {{8, 8}, {16, 12}, {1, 16}, {24, 16}}; // columns by rows
     std::vector<xcu::FaultItem> faults;                              // at first
     int calibrationMs = 3000; // an adaptation run; it reports busy and idle by itself, 0 never does
-
-    LinkFaults linkFaults;
 };
 
 // Counts out how many items of a steady stream are due by now.
@@ -107,8 +105,8 @@ public:
     void pushFrame() { pushFrame(traffic.next(timeMs())); } // the next of the traffic
     void pushFrame(const xcu::CandumpFrame& frame);
 
-    void setLinkFaults(const LinkFaults& faults) { writer.setFaults(faults); }
-    const LinkFaults& linkFaults() const { return writer.faults(); }
+    void setTrouble(const LinkTrouble& trouble) { writer.setTrouble(trouble); }
+    const LinkTrouble& trouble() const { return writer.trouble(); }
     // In items a second; 0 pushes nothing.
     void setRecordRate(double perSecond)
     {
@@ -153,7 +151,7 @@ private:
     void answer(const xcu::Command& command, xcu::Response& response);
     void reportCalibration();
 
-    void put(const xcu::Response& response); // with the injected faults
+    void put(const xcu::Response& response); // with the trouble that was asked for
     const xcu::Response& nextRecord();
     void schedulePushing();
     void push();

@@ -218,8 +218,8 @@ def stall(build):
 
 def damage(build):
     """Frames late, cut anywhere, lost, doubled, and with nonsense between them."""
-    faults = ["--delay", "50", "--garbage", "3", "--drop", "5", "--double", "7", "--split"]
-    with Bench(build, *faults) as bench:
+    kinds = ["delay 50", "garbage 3", "drop 5", "double 7", "split 1"]
+    with Bench(build, *(word for kind in kinds for word in ["--command", f"trouble {kind}"])) as bench:
         console = connect(bench, "set channelCount currentIndex 3")
         log(bench, console)
         bench.tell("trouble delay 0")

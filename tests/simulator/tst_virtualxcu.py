@@ -26,7 +26,6 @@ class VirtualXcu(unittest.TestCase):
             (0, "sh", "-c", 'read line; test "$line" = hello'),  # the input is the program's
             (0, "true", "--such"),  # and so is the option
             (2, "--such", "true"),
-            (2, "--drop", "x", "true"),
             (2, "--channels", "129", "true"),
             (2, "--maps", "-1", "true"),
             (2, "--frames-per-second", "-1", "true"),
@@ -43,7 +42,7 @@ class VirtualXcu(unittest.TestCase):
 
     def test_line_commands(self):
         table = [
-            ("", "eeefeeef"),  # by the option
+            ("", "eeefeeef"),  # by the command line
             ("device\n", "eef0eef0"),
             ("nonsense\n2 plug now\n3 unplug\n1 unplug\n", "eef0"),
             ("wait 1\n2 bootloader\n", "eeef"),
@@ -54,8 +53,8 @@ class VirtualXcu(unittest.TestCase):
             commands = os.open(f"{folder}/pipe", os.O_RDWR)
             look = "while read x; do echo $(cat /sys/bus/usb/devices/*/idProduct 2>&1); done"
             process = subprocess.Popen(
-                [PROGRAM, "--commands", f"{folder}/pipe", "--controllers", "2", "--bootloader-after", "1",
-                 "sh", "-c", look],
+                [PROGRAM, "--commands", f"{folder}/pipe", "--controllers", "2",
+                 "--command", "2 bootloader", "--command", "wait 1", "--command", "1 bootloader", "sh", "-c", look],
                 stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, bufsize=1)
 
             def bus():
