@@ -97,7 +97,7 @@ void DataLoggerApp::on_loadCanSignals_clicked()
 void DataLoggerApp::loadSignals(app::ChosenFile& file)
 {
     const QScopedValueRollback<bool> writing(writingCells, true);
-    const int room = qMax(0, formats::MostSignals - canSignals.size());
+    const int room = qMax(0, formats::MostSignals - static_cast<int>(canSignals.size()));
     QVector<CanSignalData> loaded = formats::readSignalSet(file, room + 1);
     if (loaded.size() > room) {
         loaded.resize(room);
