@@ -4,6 +4,7 @@
 #include "chart/axistag.h"
 #include "chart/graph.h"
 #include "display/framepacer.h"
+#include "formats/signalset.h"
 #include "ui_dataloggerapp.h"
 
 #include <QElapsedTimer>
@@ -21,13 +22,14 @@ const QString ChannelStripHidden = QStringLiteral("ui/showChannelSelector");
 const QString VirtualInputsHidden = QStringLiteral("ui/virtualInputShow");
 const QString CanSendHidden = QStringLiteral("ui/pidTunerShow");
 
-struct SignalColumn
+// Of the columns of the signal table; the one behind them, the name, has no title.
+struct ColumnHeader
 {
     const char* title;
     const char* tip;
 };
 
-constexpr SignalColumn SignalColumns[] = {
+constexpr ColumnHeader SignalHeaders[] = {
     {"Frame", "Identifier of the frames in hexadecimal, on any bus."},
     {"Offset", "First bit, counted in the bit order of Show."},
     {"Length", "Number of bits. Offset plus length is at most 512."},
@@ -39,6 +41,7 @@ constexpr SignalColumn SignalColumns[] = {
     {"Mux value", "Value of the multiplexer in hexadecimal. Other frames are left out."},
     {"FrameLength", "Length of the frames in bytes. Other frames are left out. -1: any length."},
 };
+static_assert(std::size(SignalHeaders) == formats::NameColumn, "a header for each column");
 
 } // namespace
 
@@ -144,7 +147,7 @@ void DataLoggerApp::connectLink()
 void DataLoggerApp::labelSignalColumns()
 {
     int column = 0; // the last column, a signal's name, stays without a title
-    for (const SignalColumn& text : SignalColumns) {
+    for (const ColumnHeader& text : SignalHeaders) {
         auto* title = new QTableWidgetItem(QLatin1String(text.title));
         title->setToolTip(QLatin1String(text.tip));
         ui->canTraceFrames->setHorizontalHeaderItem(column++, title);

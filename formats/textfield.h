@@ -13,9 +13,9 @@
 
 namespace formats {
 
-// Fields and numbers of text lines in UTF-8. All of it gives what QString would give (split,
-// trimmed, toInt, toDouble, QByteArray::fromHex), odd readings included, many times as
-// fast: what the standard library takes for a number as well does not go through Qt.
+// Fields and numbers of text lines in UTF-8. They read as QString does (split, trimmed, toInt,
+// toDouble, QByteArray::fromHex), also where a text is no number, but much faster: a number that
+// the standard library reads alike does not go through Qt.
 
 // The text of some bytes. Unlike QString::fromUtf8 a byte order mark is a character.
 QString textOf(std::string_view bytes);

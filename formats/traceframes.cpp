@@ -27,11 +27,10 @@ std::string_view inside(std::string_view text, std::string_view front, std::stri
 // The number at the end of an interface's name, such as can1.
 int busOf(std::string_view name)
 {
-    std::size_t digits = 0;
-    while (digits < name.size() && digits < 4 && std::isdigit(name[name.size() - 1 - digits])) {
-        ++digits;
-    }
-    return plainNumber<int>(name.substr(name.size() - digits)).value_or(-1);
+    constexpr std::size_t most = 4;
+    const std::string_view digits = name.substr(name.find_last_not_of("0123456789") + 1);
+    return plainNumber<int>(digits.substr(digits.size() - std::min(digits.size(), most)))
+        .value_or(-1);
 }
 
 } // namespace
