@@ -7,7 +7,7 @@
 #include "formats/logfile.h"
 #include "formats/traceimport.h"
 #include "formats/tracereaders.h"
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "ui_dataloggerapp.h"
 
 #include <QFileDialog>
@@ -84,7 +84,7 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
     }
     {
         formats::TraceImport import(
-            canTraceFrameList, &conversion, &platform::traceLine<std::string_view>);
+            canTraceFrameList, &conversion, &platform::printLine<std::string_view>);
         read(import);
     }
     conversion.close();
@@ -135,7 +135,7 @@ bool DataLoggerApp::importBlackbox(app::ChosenFile& file)
 // Takes up the lines of a log one by one, as if its session took place now.
 void DataLoggerApp::importLog(app::ChosenFile& file)
 {
-    platform::traceLine("catchall");
+    platform::printLine("catchall");
     tagsToLog = !file.isSameAs(logFile);
     const auto takeHeader = [this](const QStringList& labels) { labelStrip(labels); };
     const auto takeTag = [this, &file](int timestamp, const QString& text) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/dataloggerapp.h"
+#include "platform/diagnostics.h"
 #include "platform/endrequests.h"
 #include "platform/programoptions.h"
-#include "platform/trace.h"
 #include "platform/windowplacement.h"
 
 #include <QApplication>

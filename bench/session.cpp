@@ -5,7 +5,7 @@
 // session that leave while the operator looks back at ten minutes at 1 kHz. A run counts if the
 // files are complete.
 #include "bench/benchmark.h"
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "schema/link.pb.h"
 #include "support/consolerig.h"
 #include "support/portrig.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/commandsresponsereceiver.h"
 
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "schema/link.pb.h"
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 #include <tuple>
 #include <utility>
 
-using platform::traceLine;
+using platform::printLine;
 using xcu::Response;
 
 namespace {
@@ -104,14 +104,14 @@ void CommandsResponseReceiver::decodeResponse(const std::string& data)
             fields.fd(), fields.brs(), fields.data());
     }
     case Response::kLoggerStarted:
-        traceLine("kLoggerStarted"); // whether or not anyone listens
+        printLine("kLoggerStarted"); // whether or not anyone listens
         return call(&Logger::loggerStarted);
     case Response::kLoggerStopped:
-        traceLine("kLoggerStopped");
+        printLine("kLoggerStopped");
         return call(&Logger::loggerStopped);
     case Response::kLoggerData: {
         const auto& fields = response.logger_data();
-        traceLine("kLoggerData");
+        printLine("kLoggerData");
         return call(
             &Logger::loggerDataReceived, fields.sample_number(), fields.timestamp(),
             toVector(fields.values()));

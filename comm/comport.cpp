@@ -4,7 +4,7 @@
 #include "comm/frame.h"
 #include "comm/hexdump.h"
 #include "comm/portdiscovery.h"
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 
 #include <QMutexLocker>
 #include <QScopeGuard>
@@ -13,8 +13,8 @@
 #include <optional>
 #include <utility>
 
-using platform::traceLine;
-using platform::traceText;
+using platform::printLine;
+using platform::printText;
 
 namespace {
 
@@ -108,7 +108,7 @@ void ComPort::dataAvaliable()
         }
     });
     do {
-        traceLine("dataAvaliable ", serialPort->bytesAvailable());
+        printLine("dataAvaliable ", serialPort->bytesAvailable());
         if (readState == awaitsHeader) {
             const std::optional<quint32> length = comm::takeLength(*serialPort);
             if (!length) {
@@ -116,14 +116,14 @@ void ComPort::dataAvaliable()
             }
             frameLength = *length;
             readState = awaitsPayload;
-            traceLine("Header:  ", frameLength);
+            printLine("Header:  ", frameLength);
         }
-        traceLine("Wait for data:  ", frameLength, "/", serialPort->bytesAvailable());
+        printLine("Wait for data:  ", frameLength, "/", serialPort->bytesAvailable());
         std::optional<std::string> payload = comm::takePayload(*serialPort, frameLength);
         if (!payload) {
             return;
         }
-        traceLine("Red:  ", payload->size());
+        printLine("Red:  ", payload->size());
         emit commandRead(std::move(*payload));
         readState = awaitsHeader; // and serialPort may be another one now, or gone
     } while (serialPort && serialPort->bytesAvailable() > 0);
@@ -139,24 +139,24 @@ void ComPort::commandSend(std::string data)
         return;
     }
     if (!isOpen()) {
-        traceLine("Failed to send data");
+        printLine("Failed to send data");
         hexdump(data.data(), data.size());
         return;
     }
     const std::string frame = comm::makeFrame(data);
     {
         const QMutexLocker lock(&writeMutex);
-        traceText("<<");
+        printText("<<");
         serialPort->write(frame.data(), static_cast<qint64>(frame.size()));
-        traceText("==");
+        printText("==");
         serialPort->flush();
         if (isGone(*serialPort)) {
             // A port that keeps what it cannot write tries again at every turn of the event loop.
             serialPort->clear(QSerialPort::Output);
         }
-        traceText(">>");
+        printText(">>");
     }
-    traceLine("X");
+    printLine("X");
 }
 
 void ComPort::reconnect()

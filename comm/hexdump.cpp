@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "comm/hexdump.h"
 
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 
 #include <QByteArray>
 #include <algorithm>
@@ -17,6 +17,6 @@ void hexdump(const void* data, std::size_t size)
         std::replace_if(text.begin(), text.end(), isUnprintable, '.');
         const QByteArray place = QByteArray::number(qulonglong(offset), 16).rightJustified(8, '0');
         const QByteArray hexadecimal = bytes.toHex(' ').leftJustified(3 * bytesPerLine - 1);
-        platform::traceLine((place + "  " + hexadecimal + "  |" + text + "|").constData());
+        platform::printLine((place + "  " + hexadecimal + "  |" + text + "|").constData());
     }
 }

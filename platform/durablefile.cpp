@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/durablefile.h"
 
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 
 #include <QDir>
 #include <QFileInfo>

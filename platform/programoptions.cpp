@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/programoptions.h"
 
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 
 #include <QCoreApplication>
 
@@ -13,12 +13,12 @@ bool answerOptions(int argc, char* argv[], const char* name, const char* purpose
     for (int i = 1; i < argc; ++i) {
         const std::string_view option = argv[i];
         if (option == "--version") {
-            traceLine(name, " " XCU_VERSION);
+            printLine(name, " " XCU_VERSION);
             return true;
         }
         if (option == "--help") {
-            traceLine("Usage: ", name, " [Qt options]\n", purpose);
-            traceLine("  --help     print this and end\n  --version  print the version and end");
+            printLine("Usage: ", name, " [Qt options]\n", purpose);
+            printLine("  --help     print this and end\n  --version  print the version and end");
             return true;
         }
     }

@@ -2,7 +2,7 @@
 #include "workbench/loggerdatadistributor.h"
 
 #include "comm/commandssender.h"
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "workbench/idatapresenter.h"
 
 #include <algorithm>
@@ -38,7 +38,7 @@ void LoggerDataDistributor::loggerDataReceived(
     unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
 {
     if (values.size() > mostValues) {
-        platform::traceLine(
+        platform::printLine(
             "Refused record of ", values.size(), " values"); // each would make a row
         return;
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/diagnostics.h"
 #include "platform/endrequests.h"
 #include "platform/programoptions.h"
-#include "platform/trace.h"
 #include "platform/windowplacement.h"
 #include "workbench/mainwindow.h"
 

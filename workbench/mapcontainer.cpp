@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "workbench/mapcontainer.h"
 
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "workbench/maptuning.h"
 
 #include <QMdiArea>
@@ -34,7 +34,7 @@ void MapContainer::tunerClosing(QObject* editor)
 void MapContainer::mapTuningStart(unsigned int mapCount)
 {
     if (mapCount > mostMaps) {
-        platform::traceLine("Refused map count ", mapCount);
+        platform::printLine("Refused map count ", mapCount);
         return;
     }
     for (int mapId = 0; mapId < static_cast<int>(mapCount); ++mapId) {
@@ -53,7 +53,7 @@ void MapContainer::mapTuningMap(
     unsigned int mapId, std::vector<int>&& xLabels, std::vector<int>&& yLabels,
     std::vector<int>&& values)
 {
-    platform::traceLine(
+    platform::printLine(
         "Received map data ", mapId, ": x: ", xLabels.size(), " y: ", yLabels.size());
     if (MapTuning* editor = mapTuners.value(static_cast<int>(mapId))) {
         editor->mapTuningMap(std::move(xLabels), std::move(yLabels), std::move(values));

@@ -2,7 +2,7 @@
 #include "workbench/maptuning.h"
 
 #include "comm/commandssender.h"
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "ui_maptuning.h"
 
 #include <QClipboard>
@@ -87,7 +87,7 @@ MapTuning::~MapTuning() = default;
 void MapTuning::updateMapByParameters(unsigned int newXSize, unsigned int newYSize)
 {
     if (newXSize > largestSize || newYSize > largestSize) {
-        platform::traceLine("Refused size of map ", mapId, ": x: ", newXSize, " y: ", newYSize);
+        platform::printLine("Refused size of map ", mapId, ": x: ", newXSize, " y: ", newYSize);
         return;
     }
     xSize = newXSize;
@@ -100,20 +100,20 @@ void MapTuning::updateMapByParameters(unsigned int newXSize, unsigned int newYSi
 // Nothing blocks the table's signals, on purpose: each item set here goes back to the controller.
 void MapTuning::mapTuningMap(std::vector<int>&& x, std::vector<int>&& y, std::vector<int>&& values)
 {
-    platform::traceLine("Received map data: x: ", x.size(), " y: ", y.size());
+    platform::printLine("Received map data: x: ", x.size(), " y: ", y.size());
     for (unsigned int i = 0; i < xSize && i < x.size(); ++i) {
-        platform::traceLine("x[", i, "] = ", x[i]);
+        platform::printLine("x[", i, "] = ", x[i]);
         setNumber(0, static_cast<int>(i) + 1, x[i]);
     }
     for (unsigned int j = 0; j < ySize && j < y.size(); ++j) {
-        platform::traceLine("y[", j, "] = ", y[j]);
+        platform::printLine("y[", j, "] = ", y[j]);
         setNumber(static_cast<int>(j) + 1, 0, y[j]);
     }
     for (unsigned int i = 0; i < xSize; ++i) {
         for (unsigned int j = 0; j < ySize; ++j) {
             const std::size_t index = std::size_t(xSize) * j + i;
             if (index < values.size()) {
-                platform::traceLine("v[", i, ", ", j, "] = ", values[index]);
+                platform::printLine("v[", i, ", ", j, "] = ", values[index]);
                 setNumber(static_cast<int>(j) + 1, static_cast<int>(i) + 1, values[index]);
             }
         }
@@ -147,7 +147,7 @@ void MapTuning::on_mapValues_cellChanged(int row, int column)
 void MapTuning::onLabelXChanged(int value)
 {
     const int id = labelXIds[sender()];
-    platform::traceLine("xLabelId = ", id);
+    platform::printLine("xLabelId = ", id);
     commandsSender->sendMapTunerSetMapLabel(
         mapId, CommandsSender::MapAxis::X, static_cast<unsigned int>(id), value);
 }
@@ -155,7 +155,7 @@ void MapTuning::onLabelXChanged(int value)
 void MapTuning::onLabelYChanged(int value)
 {
     const int id = labelYIds[sender()];
-    platform::traceLine("yLabelId = ", id);
+    platform::printLine("yLabelId = ", id);
     commandsSender->sendMapTunerSetMapLabel(
         mapId, CommandsSender::MapAxis::Y, static_cast<unsigned int>(id), value);
 }
@@ -164,8 +164,8 @@ void MapTuning::onValueChanged(int value)
 {
     const int xId = valueXIds[sender()];
     const int yId = valueYIds[sender()];
-    platform::traceLine("xId = ", xId);
-    platform::traceLine("yId = ", yId);
+    platform::printLine("xId = ", xId);
+    platform::printLine("yId = ", yId);
     commandsSender->sendMapTunerSetMapValue(
         mapId, static_cast<unsigned int>(xId), static_cast<unsigned int>(yId), value);
 }

@@ -3,7 +3,7 @@
 #include "comm/frame.h"
 #include "comm/portdiscovery.h"
 #include "mockedtty.h"
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "support/stdoutcapture.h"
 
 #include <QEventLoop>
@@ -255,8 +255,8 @@ private slots:
         UnreadPipe output(STDOUT_FILENO);
         UnreadPipe errors(STDERR_FILENO);
         for (int i = 0; i < total; ++i) {
-            platform::traceText(line(i).left(i % 64).toStdString());
-            platform::traceText(line(i).mid(i % 64).toStdString());
+            platform::printText(line(i).left(i % 64).toStdString());
+            platform::printText(line(i).mid(i % 64).toStdString());
         }
         QByteArray text;
         QByteArray complaint;
@@ -264,7 +264,7 @@ private slots:
             text += output.read();
             return !(complaint += errors.read()).isEmpty();
         });
-        platform::traceLine("next");
+        platform::printLine("next");
         const QByteArray next = output.read();
         output.restore();
         errors.restore();

@@ -24,7 +24,7 @@ FACTS = [
      ["`Read {} file. %1 canbus frames`"]),
     (["formats/blackboxreader.cpp"], r'QStringLiteral\("(Read .*?)"\)', TROUBLE, ["`{}`"]),
     (["formats/candumpline.cpp"], r'"(Received can)"', TROUBLE, ["`{}%2 frame #%1`"]),
-    (WINDOWS, r'trace(?:Line|Text)?\("(.*?) *"', TROUBLE, ["{}"]),
+    (WINDOWS, r'print(?:Line|Text)?\("(.*?) *"', TROUBLE, ["{}"]),
     (WINDOWS, r'"(ui/[^"]+)"', SETTINGS, ["`{}`"]),
     (WINDOWS, r'\{Qt::Key_\w+, "(.*?)"\}', SETTINGS, ["| {} |"]),
     (FORMS, r'name="toolTip">\s*<string>(.*?)</string>', ANYWHERE, ["| {} |"]),

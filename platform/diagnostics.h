@@ -12,7 +12,7 @@ namespace platform {
 // caller up: what standard output does not take at once waits in order, 4 MB at most, and goes out
 // as it can. What is beyond that is left out, in whole lines, and standard error tells how many.
 // Whole calls never interleave, from whatever thread.
-void traceText(std::string_view text);
+void printText(std::string_view text);
 
 // The same for standard error, which tells the user what cannot be helped.
 void errorText(std::string_view text);
@@ -34,9 +34,9 @@ std::string lineOf(const Parts&... parts)
 }
 
 template <typename... Parts>
-void traceLine(const Parts&... parts)
+void printLine(const Parts&... parts)
 {
-    traceText(lineOf(parts...));
+    printText(lineOf(parts...));
 }
 
 template <typename... Parts>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -188,7 +188,7 @@ void showMessage(QtMsgType type, const QMessageLogContext& context, const QStrin
 
 } // namespace
 
-void traceText(std::string_view text)
+void printText(std::string_view text)
 {
     write(output, text);
 }
