@@ -2,9 +2,9 @@
 #include "app/chosenfile.h"
 
 #include "platform/samefile.h"
+#include "platform/trace.h"
 
 #include <QFileInfo>
-#include <cstdio>
 #include <new>
 #include <vector>
 
@@ -28,7 +28,7 @@ ChosenFile::ChosenFile(const QString& name, std::function<void()> serveFunction)
     // themselves regular have no size.
     const QFileInfo info(name);
     if (!info.isFile() || info.size() == 0 || !open(QIODevice::ReadOnly)) {
-        std::fprintf(stderr, "%s: not a file that can be read, or empty\n", qPrintable(name));
+        platform::errorLine(qPrintable(name), ": not a file that can be read, or empty");
         return;
     }
     left = wholeSize = size();
@@ -71,7 +71,7 @@ void readChosenFile(
         ChosenFile file(name, serve);
         read(file);
     } catch (const std::bad_alloc&) {
-        std::fprintf(stderr, "%s: out of memory, not read to the end\n", qPrintable(name));
+        platform::errorLine(qPrintable(name), ": out of memory, not read to the end");
     }
 }
 

@@ -5,12 +5,12 @@
 #include "formats/channels.h"
 #include "formats/signaldecoder.h"
 #include "formats/signalset.h"
+#include "platform/trace.h"
 #include "ui_dataloggerapp.h"
 
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QScopedValueRollback>
-#include <cstdio>
 #include <new>
 #include <qcustomplot.h>
 
@@ -66,7 +66,7 @@ void DataLoggerApp::rebuildSignalGraph(int row)
             [graph](double time, double value) { graph->addPoint(time, value); });
     } catch (const std::bad_alloc&) {
         // The log goes on with the part of the curve that there is.
-        std::fprintf(stderr, "chart: out of memory, stopped in a signal\n");
+        platform::errorLine("chart: out of memory, stopped in a signal");
     }
     requestReplot();
 }
@@ -101,9 +101,9 @@ void DataLoggerApp::loadSignals(app::ChosenFile& file)
     QVector<CanSignalData> loaded = formats::readSignalSet(file, room + 1);
     if (loaded.size() > room) {
         loaded.resize(room);
-        std::fprintf(
-            stderr, "%s, line %d: no room for more signals, left out from here on\n",
-            qPrintable(file.fileName()), room + 1);
+        platform::errorLine(
+            qPrintable(file.fileName()), ", line ", room + 1,
+            ": no room for more signals, left out from here on");
     }
     // All rows at once, or each one would have the table laid out anew, and each cell a hundred
     // rows measured.
