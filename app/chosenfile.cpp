@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/chosenfile.h"
 
+#include "platform/diagnostics.h"
 #include "platform/samefile.h"
-#include "platform/trace.h"
 
 #include <QFileInfo>
 #include <new>

@@ -5,7 +5,7 @@
 #include "formats/channels.h"
 #include "formats/signaldecoder.h"
 #include "formats/signalset.h"
-#include "platform/trace.h"
+#include "platform/diagnostics.h"
 #include "ui_dataloggerapp.h"
 
 #include <QFileDialog>
