@@ -40,11 +40,11 @@ bool arePlain(std::string_view values, std::string& scratch, std::size_t& width)
         unsigned char ends = 0;
         for (std::size_t i = begin; i < std::min(begin + piece, size); ++i) {
             const char c = in[i];
-            const char before = in[i - 1];
-            const char isDigit = (c >= '0') & (c <= '9') ? 1 : 0;
+            const char before = *(in + i - 1);
+            const char isDigit = ((c >= '0') & (c <= '9')) ? 1 : 0;
             const char isEnd = c == ';' ? 1 : 0;
             const char isSign = c == '-' ? 1 : 0;
-            const char isBehindDigit = (before >= '0') & (before <= '9') ? 1 : 0;
+            const char isBehindDigit = ((before >= '0') & (before <= '9')) ? 1 : 0;
             const char isBehindEnd = before == ';' ? 1 : 0;
             pairs[i] = isDigit & isBehindDigit;
             bad |= (isDigit | (isEnd & isBehindDigit) | (isSign & isBehindEnd)) ^ 1;
