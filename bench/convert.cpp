@@ -23,8 +23,18 @@ int main(int argc, char** argv)
     const QString big = writeLog(place("big.log"), 1'600'000); // 1 GB
     run({convert, "--to", "csv", big, "-o", "/dev/null"});
     atMost("memory, .log of 1 GB to .csv", programsMemory(), 64, "MB");
+    run(ours(big, place("big.mf4")));
+    atMost("memory, .log of 1 GB to .mf4", programsMemory(), 64, "MB");
     run(ours(big, place("big.h5")));
     atMost("memory, .log of 1 GB to .h5", programsMemory(), 128, "MB");
+    const auto realTimeTo = [&](const char* output) {
+        return fastest([&] { run(ours(big, place(output))); }, realTime, 3);
+    };
+    const double bigToH5 = realTimeTo("big.h5");
+    atMost(".log of 1 GB to .h5 against .csv", bigToH5 / realTimeTo("big.csv"), 1.4, "times");
+    atMost(".log of 1 GB to .mf4 against .h5", realTimeTo("big.mf4") / bigToH5, 1, "times");
+    const auto size = [&](const char* name) { return double(QFile(place(name)).size()); };
+    atMost("the .mf4 against the .h5", size("big.mf4") / size("big.h5"), 1.3, "times its size");
     QFile::remove(big);
 
     const QString candump = writeTrace(place("a.candump"), 1'000'000);
@@ -43,6 +53,22 @@ int main(int argc, char** argv)
     const double python = timeOf({"/usr/bin/python3", "-c", script, asc, place("p.log")}, 1);
     atLeast(".asc to .candump against python3-can", python / toCandump, 20, "times");
 
+    QFile signalTable(place("car.signals"));
+    signalTable.open(QIODevice::WriteOnly);
+    signalTable.write("xcu-signals table 1\n");
+    for (int i = 0; i < 100; ++i) {
+        signalTable.write(QString("standard\t0x%1\tM%1\tS%2\t%3,8,intel\tunsigned\t0.5\t-40\tV\n")
+                              .arg(0x100 + i / 8 * 16, 0, 16)
+                              .arg(i)
+                              .arg(i % 8 * 8)
+                              .toUtf8());
+    }
+    signalTable.close();
+    const QStringList toSignals =
+        ours(candump, place("a.mf4")) + QStringList{"--signals", signalTable.fileName()};
+    const double withSignals = fastest([&] { run(toSignals); }, realTime, 3);
+    atMost("a million frames with 100 signals to .mf4", withSignals, 1.5, "s");
+
     const QString log = writeLog(place("a.log"), 300'000);
     const double toCsv = timeOf(ours(log, place("a.csv")));
     figure(".log of 300,000 records to .csv", toCsv, "s");
@@ -57,16 +83,16 @@ int main(int argc, char** argv)
         timeOf({"/usr/bin/python3", "-c", reader, log, place("p.csv"), XCU_PYTHON_DIR}, 1);
     atLeast(".log to .csv against csv.writer", csvWriter / toCsv, 20, "times");
 
-    const double readCsv = time(
+    const double readCsv = timeOf(
         {"/usr/bin/python3", "-c",
          "import pandas, sys\npandas.read_csv(sys.argv[1], sep=';', header=None, skiprows=1)",
          log});
-    const double toPandas = time(
+    const double toPandas = timeOf(
         {"/usr/bin/python3", "-c",
          "import sys\nsys.path.insert(0, sys.argv[2])\nimport xcu_files\n"
          "xcu_files.to_pandas(sys.argv[1])",
          log, XCU_PYTHON_DIR});
-    bench.atMost("to_pandas against pandas.read_csv", toPandas / readCsv, 1.5, "times");
+    atMost("to_pandas against pandas.read_csv", toPandas / readCsv, 1.5, "times");
 
     QDir(folder.path()).mkdir("out");
     QStringList many{convert, "--force", "--to", "csv", "--out-dir", place("out")};

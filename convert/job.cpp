@@ -23,10 +23,9 @@ void convertToText(const Job& job, Report& report)
     platform::TextOutput output(job.output, job.replaces);
     TextTarget writer;
     std::optional<SignalPlan> plan;
-    Report known(path); // what a survey has told
-    Report* news = &known;
+    Report again(path); // what a survey has told, or most of it
     if (takesRecords(job, kind)) {
-        const Survey survey = surveyOf(recording, report);
+        const Survey survey = surveyOf(recording, report, true);
         const std::vector<Channel> channels = survey.channels(job.selection);
         if (kind == Kind::Blackbox && survey.records == 0) {
             throw ConversionError(
@@ -43,10 +42,10 @@ void convertToText(const Job& job, Report& report)
         writer = signalTable(output, *plan);
     } else {
         writer = frameList(job.to, output, report);
-        news = &report;
     }
-    recording.read(*writer, *news);
+    recording.read(*writer, again);
     writer->finish();
+    report.addNew(again);
     constexpr std::int64_t sheet = 1'048'576;
     if (output.rows > sheet) {
         report.odd("more rows than the 1,048,576 of a spreadsheet; --every and --end make fewer");

@@ -24,7 +24,9 @@ public:
     Selector(const Selection& selectionOfAll, RecordingTarget& realTarget)
         : selection(selectionOfAll)
         , target(realTarget)
-    {}
+    {
+        ignoresValues = target.ignoresValues;
+    }
 
     void addHeader(const std::vector<std::string>& labels) override { target.addHeader(labels); }
     void addRecord(const LogRecord& record) override
@@ -116,10 +118,11 @@ std::int64_t Recording::read(RecordingTarget& target, Report& report)
     return frames;
 }
 
-Survey surveyOf(Recording& recording, Report& report)
+Survey surveyOf(Recording& recording, Report& report, bool ignoresValues)
 {
     recording.file.makeRepeatable();
     Survey survey;
+    survey.ignoresValues = ignoresValues;
     const std::int64_t frames = recording.read(survey, report);
     if (frames == 0 && survey.labels.empty() && survey.records == 0 && survey.tags == 0) {
         throw ConversionError(recording.file.name() + ": has no record of a log");

@@ -96,9 +96,10 @@ struct Survey : formats::RecordingTarget
     void addFrame(const formats::TraceFrame& frame) override;
 };
 
-// Reads a recording once, and leaves it at its beginning. Throws ConversionError if it holds
+// Reads a recording once, and leaves it at its beginning. Values may be ignored, which is faster;
+// what is odd about them is then told by the next reading. Throws ConversionError if it holds
 // nothing of its kind.
-Survey surveyOf(Recording& recording, Report& report);
+Survey surveyOf(Recording& recording, Report& report, bool ignoresValues = false);
 
 // Makes names unique: one that occurred before, or is taken, gets " (<what> <index>)" at its end.
 std::vector<std::string> uniqueNames(

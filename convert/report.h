@@ -3,6 +3,7 @@
 
 #include "platform/filefailure.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -30,6 +31,18 @@ public:
             }
         }
         oddities.push_back({what, line, 1});
+    }
+
+    // What another reading of the file found that this one did not.
+    void addNew(const Report& other)
+    {
+        const auto known = oddities;
+        for (const Oddity& oddity : other.oddities) {
+            const auto isSame = [&](const Oddity& it) { return it.what == oddity.what; };
+            if (std::none_of(known.begin(), known.end(), isSame)) {
+                oddities.push_back(oddity);
+            }
+        }
     }
 
     // Lines "<file>:<line>: <what>", with " (<count> in all)" where it came again.

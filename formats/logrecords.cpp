@@ -135,7 +135,9 @@ private:
                     : "the clock goes back; times are those of the file");
         }
         LogRecord record{*sample, *time, values, 0, false, lines.lineNumber()};
-        if (!arePlain(values, scratch, record.width)) {
+        if (target.ignoresValues) {
+            record.width = static_cast<std::size_t>(std::count(values.begin(), values.end(), ';'));
+        } else if (!arePlain(values, scratch, record.width)) {
             clean(record);
         }
         if (latest && record.width != latestWidth) {

@@ -27,6 +27,10 @@ class RecordingTarget
 public:
     virtual ~RecordingTarget() = default;
 
+    // Of use to one that only wants to know how many values there are: they are not checked, and
+    // nothing is missing.
+    bool ignoresValues = false;
+
     virtual void addHeader(const std::vector<std::string>& /*labels*/) {}
     virtual void addRecord(const LogRecord& /*record*/) {}
 
