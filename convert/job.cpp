@@ -70,7 +70,7 @@ void convertToContainer(const Job& job, Reports& reports)
     }
     constexpr std::size_t memory = 1 << 24; // bytes, that wait to be packed
     const std::size_t tables = recordings.size() + (plan ? plan->messages.size() : 0);
-    const std::size_t blockSize = std::clamp<std::size_t>(memory / tables, 1 << 14, 1 << 20);
+    const std::size_t blockSize = std::clamp<std::size_t>(memory / tables, 1 << 14, 1 << 22);
     const auto make = job.to == Kind::Hdf5 ? makeHdf5 : makeMdf4;
     const auto container = make(job.output, job.replaces, originOf(paths, surveys), blockSize);
     DriveWriter writer(*container, surveys, plan ? &*plan : nullptr);
