@@ -70,7 +70,11 @@ struct CanSignal
 // Takes why a line is left out; lines count from 1.
 using Complaint = std::function<void(const std::string& what, std::int64_t line)>;
 
-// The table that xcu-signals --table prints, see xcu-signals(1).
+// The table that xcu-signals --table prints. Behind the line with the mark each line is a signal of
+// these fields, separated by tabs: "standard" or "extended"; identifier, behind "0x"; name of the
+// frame; name; place, "<start>,<bits>,<intel or motorola>" as for BitField; "unsigned", "signed" or
+// "float"; factor; addend; unit; the multiplexers that have to be set, separated by blanks, each
+// "<place>:<first>-<last>,..."; and any further ones the texts of raw values, "<value>=<text>".
 constexpr char SignalTableMark[] = "xcu-signals table 1";
 std::vector<CanSignal> readSignalTable(QIODevice& device, const Complaint& complain);
 
