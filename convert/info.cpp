@@ -27,6 +27,16 @@ std::string withUnit(const std::string& name, const std::string& unit)
     return name + (unit.empty() ? "" : ", in " + unit);
 }
 
+void tellFirst(std::ostream& out, const std::vector<std::string>& first, std::int64_t count)
+{
+    for (const std::string& text : first) {
+        out << "    " << text << '\n';
+    }
+    if (count > static_cast<std::int64_t>(first.size())) {
+        out << "    ...\n";
+    }
+}
+
 void tellLog(std::ostream& out, const Survey& survey, const Selection& selection)
 {
     out << "  records   " << survey.records;
@@ -35,6 +45,7 @@ void tellLog(std::ostream& out, const Survey& survey, const Selection& selection
     } else {
         out << ", numbers " << survey.first.number << " to " << survey.last.number << ", "
             << survey.lost << " missing in " << counted(survey.jumps, "gap") << '\n';
+        tellFirst(out, survey.firstJumps, survey.jumps);
         tellSpan(out, survey.first.milliseconds / 1000.0, survey.last.milliseconds / 1000.0);
     }
     out << "  channels  " << survey.widest << '\n';
@@ -42,12 +53,7 @@ void tellLog(std::ostream& out, const Survey& survey, const Selection& selection
         out << "    " << channel.number << "  " << withUnit(channel.name, channel.unit) << '\n';
     }
     out << "  tags      " << survey.tags << '\n';
-    for (const std::string& tag : survey.firstTags) {
-        out << "    " << tag << '\n';
-    }
-    if (survey.tags > static_cast<std::int64_t>(survey.firstTags.size())) {
-        out << "    ...\n";
-    }
+    tellFirst(out, survey.firstTags, survey.tags);
 }
 
 std::string shownBus(int bus)

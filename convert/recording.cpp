@@ -71,6 +71,14 @@ void checkKind(platform::InputFile& file, Kind kind)
     }
 }
 
+constexpr std::int64_t MostListed = 10; // jumps, tags
+
+std::string secondsText(std::uint32_t milliseconds)
+{
+    char text[formats::MaxSecondsLength];
+    return std::string(+text, formats::putSeconds(text, milliseconds)) + " s";
+}
+
 } // namespace
 
 bool Selection::takesName(const std::string& name) const
@@ -154,8 +162,13 @@ void Survey::addRecord(const LogRecord& record)
     if (records == 0) {
         first = record;
     } else if (record.number > last.number + 1) {
-        ++jumps;
-        lost += record.number - last.number - 1;
+        const std::uint32_t missing = record.number - last.number - 1;
+        lost += missing;
+        if (++jumps <= MostListed) {
+            firstJumps.push_back(
+                secondsText(last.milliseconds) + " to " + secondsText(record.milliseconds) + ", " +
+                std::to_string(missing) + " missing");
+        }
     }
     ++records;
     last = record;
@@ -163,13 +176,9 @@ void Survey::addRecord(const LogRecord& record)
 
 void Survey::addTag(std::optional<std::uint32_t> milliseconds, std::string_view text)
 {
-    constexpr std::size_t shown = 10;
-    ++tags;
-    if (firstTags.size() < shown) {
-        char time[formats::MaxSecondsLength];
-        char* const end = formats::putSeconds(time, milliseconds.value_or(0));
-        firstTags.push_back(
-            (milliseconds ? std::string(+time, end) + " s " : std::string()) + std::string(text));
+    if (++tags <= MostListed) {
+        const std::string time = milliseconds ? secondsText(*milliseconds) + ' ' : "";
+        firstTags.push_back(time + std::string(text));
     }
 }
 

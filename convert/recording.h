@@ -78,7 +78,8 @@ struct Survey : formats::RecordingTarget
     std::int64_t records = 0;
     std::int64_t lost = 0; // records that running numbers leave out, in so many jumps
     std::int64_t jumps = 0;
-    formats::LogRecord first; // values are not kept
+    std::vector<std::string> firstJumps; // "<s> s to <s> s, <count> missing"
+    formats::LogRecord first;            // values are not kept
     formats::LogRecord last;
     std::int64_t tags = 0;
     std::vector<std::string> firstTags; // "<s> s <text>"

@@ -244,8 +244,8 @@ class Logs(Folder):
         self.write("c.xcu", bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003"))
         text = self.run_convert("--info", "a.log", "b.candump", "c.xcu")
         for told in [
-            "records   3, numbers 1 to 7, 4 missing in 1 gap\n", "0.010 s to 0.030 s, 0.020 s",
-            "0  A\n", "0.030 s Now", "can1  123  2 frames, up to 2 bytes, every 1.000 s\n",
+            "records   3, numbers 1 to 7, 4 missing in 1 gap\n    0.020 s to 0.030 s, 4 missing\n",
+            "0.010 s to 0.030 s, 0.020 s", "0  A\n", "0.030 s Now", "can1  123  2 frames, up to 2 bytes, every 1.000 s\n",
             "can0  00000123  1 frame, up to 1 byte, FD\n", "5  Oil (ADC3)\n", "buses     can0, can1\n",
             "3  Speed [km/h] (CAN1), in km/h\n",
         ]:
