@@ -4,9 +4,9 @@
 #include "chart/livechart.h"
 #include "formats/blackboxreader.h"
 #include "formats/filestamp.h"
+#include "formats/lenienttraces.h"
 #include "formats/logfile.h"
 #include "formats/traceimport.h"
-#include "formats/tracereaders.h"
 #include "platform/diagnostics.h"
 #include "ui_dataloggerapp.h"
 

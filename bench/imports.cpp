@@ -8,9 +8,9 @@
 // 88 bytes a frame is in the figures of the whole import.
 #include "bench/benchmark.h"
 #include "formats/frameindex.h"
+#include "formats/lenienttraces.h"
 #include "formats/logfile.h"
 #include "formats/traceimport.h"
-#include "formats/tracereaders.h"
 
 #include <QCoreApplication>
 #include <QFile>

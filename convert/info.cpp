@@ -92,7 +92,7 @@ void tellFrames(std::ostream& out, const Survey& survey)
 void tellSignals(std::ostream& out, const Survey& survey, const Job& job, Report& report)
 {
     const SignalPlan plan(*job.database, {survey}, job.selection);
-    plan.tell(*job.database, report);
+    plan.warn(*job.database, report);
     out << "  signals of " << job.database->path << '\n';
     for (const Message& message : plan.messages) {
         out << "    " << message.name << '\n';
@@ -110,7 +110,7 @@ void tellBackup(std::ostream& out, platform::InputFile& file, Report& report)
         throw ConversionError(file.name() + ": has no configuration");
     }
     if (qFromLittleEndian<quint32>(block.data()) > block.size() - sizeof(quint32)) {
-        report.odd("the file breaks off, or is no backup");
+        report.warn("the file breaks off, or is no backup");
     }
     const auto labels = formats::readChannelLabels(block);
     out << "  channels  " << labels.size() << " with a name\n";

@@ -38,7 +38,7 @@ void convertToText(const Job& job, Report& report)
     } else if (job.database != nullptr) {
         const std::vector<Survey> surveys{surveyOf(recording, report)};
         plan.emplace(*job.database, surveys, job.selection);
-        plan->tell(*job.database, report);
+        plan->warn(*job.database, report);
         writer = signalTable(output, *plan);
     } else {
         writer = frameList(job.to, output, report);
@@ -48,7 +48,7 @@ void convertToText(const Job& job, Report& report)
     report.addNew(again);
     constexpr std::int64_t sheet = 1'048'576;
     if (output.rows > sheet) {
-        report.odd("more rows than the 1,048,576 of a spreadsheet; --every and --end make fewer");
+        report.warn("more rows than the 1,048,576 of a spreadsheet; --every and --end make fewer");
     }
     output.commit();
 }
@@ -66,7 +66,7 @@ void convertToContainer(const Job& job, Reports& reports)
     std::optional<SignalPlan> plan;
     if (job.database != nullptr) {
         plan.emplace(*job.database, surveys, job.selection);
-        plan->tell(*job.database, reports.front());
+        plan->warn(*job.database, reports.front());
     }
     constexpr std::size_t memory = 1 << 24; // bytes, that wait to be packed
     const std::size_t tables = recordings.size() + (plan ? plan->messages.size() : 0);
@@ -85,7 +85,7 @@ void convertToContainer(const Job& job, Reports& reports)
 
 } // namespace
 
-std::string impossible(const Job& job, Kind from)
+std::string unsupportedReason(const Job& job, Kind from)
 {
     if (from == Kind::Backup) {
         return "a configuration backup is shown by --info and not converted";
@@ -101,9 +101,10 @@ std::string impossible(const Job& job, Kind from)
 
 void convertFile(const Job& job, Reports& reports)
 {
-    if (!job.rival.empty()) {
+    if (!job.conflictsWith.empty()) {
         throw ConversionError(
-            job.inputs.front().path + ": " + job.output + " is made of " + job.rival + " already");
+            job.inputs.front().path + ": " + job.output + " is made of " + job.conflictsWith +
+            " already");
     }
     if (!isContainer(job.to)) {
         convertToText(job, reports.front());

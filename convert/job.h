@@ -20,7 +20,7 @@ struct Job
     std::vector<Input> inputs; // several for a container alone
     Kind to = Kind::Csv;
     std::string output;
-    std::string rival; // another input that has this output already, if there is one
+    std::string conflictsWith; // another input that has this output already, if there is one
     bool replaces = false;
     bool wantsFrames = false; // of a black-box record, not its records
     const Database* database = nullptr;
@@ -30,7 +30,7 @@ struct Job
 using Reports = std::deque<Report>; // of the inputs
 
 // Why an input of this kind does not become the output; empty if it does.
-std::string impossible(const Job& job, Kind from);
+std::string unsupportedReason(const Job& job, Kind from);
 
 // Throws ConversionError; then there is no output.
 void convertFile(const Job& job, Reports& reports);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/traceframes.h"
+#include "formats/stricttraces.h"
 
 #include <optional>
 #include <string>

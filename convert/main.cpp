@@ -131,7 +131,7 @@ bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(co
     Console console(jobs.size());
     std::atomic<std::size_t> next = 0;
     std::atomic<bool> isFine = true;
-    const auto workOff = [&] {
+    const auto runJobs = [&] {
         for (std::size_t i = next++; i < jobs.size(); i = next++) {
             Reports reports;
             for (const convert::Input& input : jobs[i].inputs) {
@@ -153,7 +153,7 @@ bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(co
     };
     std::vector<std::future<void>> workers;
     for (std::size_t i = 0; i < std::min<std::size_t>(threadCount, jobs.size()); ++i) {
-        workers.push_back(std::async(std::launch::async, workOff));
+        workers.push_back(std::async(std::launch::async, runJobs));
     }
     workers.clear(); // waits
     return isFine;

@@ -116,7 +116,7 @@ Plan planOf(const Options& options)
         const auto kind = inputKind(options, file.path);
         const std::string why = !kind          ? "unknown kind of file; " + kindsText(In)
                                 : options.info ? ""
-                                               : impossible(all, *kind);
+                                               : unsupportedReason(all, *kind);
         if (!why.empty() && (isFolder || file.isInFolder)) {
             ++passedOver;
             continue;
@@ -142,16 +142,16 @@ Plan planOf(const Options& options)
         }
         if (isFolder) {
             const auto [maker, isFirst] = makers.emplace(normal(output), file.path);
-            job.rival = isFirst ? "" : maker->second;
+            job.conflictsWith = isFirst ? "" : maker->second;
         }
     }
-    const auto tell = [&plan](std::size_t count, const std::string& what) {
+    const auto warn = [&plan](std::size_t count, const std::string& what) {
         if (count > 0) {
             plan.news += std::to_string(count) + (count == 1 ? " file " : " files ") + what + '\n';
         }
     };
-    tell(passedOver, "passed over, of a kind that is not converted");
-    tell(upToDate, "left as made before");
+    warn(passedOver, "passed over, of a kind that is not converted");
+    warn(upToDate, "left as made before");
     if (plan.jobs.empty() && upToDate == 0) {
         throw UsageError(plan.news + "no file to convert");
     }

@@ -13,9 +13,9 @@ namespace convert {
 namespace {
 
 using formats::LogRecord;
-using formats::OddityFunction;
 using formats::RecordingTarget;
 using formats::TraceFrame;
+using formats::WarningFunction;
 
 // Hands on what is selected.
 class Selector : public RecordingTarget
@@ -102,20 +102,20 @@ Recording::Recording(const std::string& path, Kind fileKind, const Selection& se
 std::int64_t Recording::read(RecordingTarget& target, Report& report)
 {
     Selector selector(selection, target);
-    const auto tell = [&](const char* what, std::int64_t line) { report.odd(what, line); };
+    const auto warn = [&](const char* what, std::int64_t line) { report.warn(what, line); };
     std::int64_t frames = 0;
     if (kind == Kind::Log) {
-        formats::readRecords(file, selector, tell);
+        formats::readRecords(file, selector, warn);
     } else if (kind == Kind::Blackbox) {
-        frames = formats::readBlackboxRecords(file, selector, tell);
+        frames = formats::readBlackboxRecords(file, selector, warn);
     } else {
         const std::string name = std::filesystem::path(file.name()).filename();
         if (kind == Kind::Candump && name.rfind("canbb-", 0) == 0) {
-            report.odd("made of a black-box record by the console: its times are in thousands of "
-                       "seconds; the .rbx converts rightly");
+            report.warn("made of a black-box record by the console: its times are in thousands of "
+                        "seconds; the .rbx converts rightly");
         }
         const auto take = [&](const TraceFrame& frame) { selector.addFrame(frame); };
-        frames = formats::readFrames(file, *traceKind(kind), take, tell);
+        frames = formats::readFrames(file, *traceKind(kind), take, warn);
         if (frames == 0) {
             file.check();
             throw ConversionError(

@@ -34,7 +34,7 @@ public:
     // kind.
     Recording(const std::string& path, Kind fileKind, const Selection& selectionOfAll);
 
-    // Gives what is wanted of the file to a target, and what is odd to a report. Returns how many
+    // Gives what is wanted of the file to a target, and warnings to a report. Returns how many
     // frames there are, wanted or not; throws ConversionError if a trace has none.
     std::int64_t read(formats::RecordingTarget& target, Report& report);
 
@@ -98,7 +98,7 @@ struct Survey : formats::RecordingTarget
 };
 
 // Reads a recording once, and leaves it at its beginning. Values may be ignored, which is faster;
-// what is odd about them is then told by the next reading. Throws ConversionError if it holds
+// the next reading warns of what is wrong with them. Throws ConversionError if it holds
 // nothing of its kind.
 Survey surveyOf(Recording& recording, Report& report, bool ignoresValues = false);
 

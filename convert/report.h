@@ -13,7 +13,7 @@ namespace convert {
 // Why a file could not be converted.
 using ConversionError = platform::FileFailure;
 
-// What was odd in one input file: each kind once, with its first place and its count.
+// The warnings of one input file: each kind once, with its first place and its count.
 class Report
 {
 public:
@@ -21,26 +21,26 @@ public:
         : name(std::move(inputName))
     {}
 
-    // `what` says what was found and what became of it. Line 0 is an oddity of the whole file.
-    void odd(const std::string& what, std::int64_t line = 0)
+    // `what` says what was found and what became of it. Line 0 is the file as a whole.
+    void warn(const std::string& what, std::int64_t line = 0)
     {
-        for (Oddity& known : oddities) {
+        for (Warning& known : warnings) {
             if (known.what == what) {
                 ++known.count;
                 return;
             }
         }
-        oddities.push_back({what, line, 1});
+        warnings.push_back({what, line, 1});
     }
 
     // What another reading of the file found that this one did not.
     void addNew(const Report& other)
     {
-        const auto known = oddities;
-        for (const Oddity& oddity : other.oddities) {
-            const auto isSame = [&](const Oddity& it) { return it.what == oddity.what; };
+        const auto known = warnings;
+        for (const Warning& warning : other.warnings) {
+            const auto isSame = [&](const Warning& it) { return it.what == warning.what; };
             if (std::none_of(known.begin(), known.end(), isSame)) {
-                oddities.push_back(oddity);
+                warnings.push_back(warning);
             }
         }
     }
@@ -49,7 +49,7 @@ public:
     std::string text() const
     {
         std::string text;
-        for (const auto& [what, line, count] : oddities) {
+        for (const auto& [what, line, count] : warnings) {
             text += name + (line > 0 ? ':' + std::to_string(line) : "") + ": " + what;
             text += count > 1 ? " (" + std::to_string(count) + " in all)\n" : "\n";
         }
@@ -57,7 +57,7 @@ public:
     }
 
 private:
-    struct Oddity
+    struct Warning
     {
         std::string what;
         std::int64_t line;
@@ -65,7 +65,7 @@ private:
     };
 
     const std::string name;
-    std::vector<Oddity> oddities; // in the order of their first place
+    std::vector<Warning> warnings; // in the order of their first place
 };
 
 } // namespace convert

@@ -38,7 +38,7 @@ Database::Database(const std::string& databasePath, Report& report)
     : path(databasePath)
 {
     const auto complain = [&](const std::string& what, std::int64_t line) {
-        report.odd(what, line);
+        report.warn(what, line);
     };
     platform::InputFile file(path);
     const bool isTable = file.peek(sizeof formats::SignalTableMark - 1) == formats::SignalTableMark;
@@ -115,16 +115,16 @@ int SignalPlan::find(const formats::TraceFrame& frame) const
     return place == places.end() ? -1 : place->second;
 }
 
-void SignalPlan::tell(const Database& database, Report& report) const
+void SignalPlan::warn(const Database& database, Report& report) const
 {
     constexpr int exactBits = 53;
     if (messages.empty()) {
-        report.odd("has none of the signals of " + platform::shownName(database.path));
+        report.warn("has none of the signals of " + platform::shownName(database.path));
     }
     for (const Message& message : messages) {
         for (const formats::CanSignal* signal : message.contents) {
             if (signal->field.bitCount > exactBits && signal->type != formats::CanSignal::Float) {
-                report.odd(signal->name + ": values of more than 53 bits are rounded");
+                report.warn(signal->name + ": values of more than 53 bits are rounded");
             }
         }
     }

@@ -39,7 +39,7 @@ public:
     int find(const formats::TraceFrame& frame) const;
 
     // What a user should know ahead of the first value.
-    void tell(const Database& database, Report& report) const;
+    void warn(const Database& database, Report& report) const;
 
     std::vector<Message> messages;
 

@@ -198,7 +198,7 @@ public:
     void addFrame(const TraceFrame& frame) override
     {
         if (frame.bus < 0 && kind != Kind::Csv) {
-            report.odd("a frame without a bus number, written as of the first bus");
+            report.warn("a frame without a bus number, written as of the first bus");
         }
         if (kind == Kind::Candump) {
             formats::composeTraceLine(line, frame);
@@ -206,13 +206,13 @@ public:
         } else if (kind == Kind::Asc) {
             out.advanceTo(formats::putAscLine(out.room(formats::MaxFrameLine), frame));
             if (frame.isError && frame.id != 0) {
-                report.odd("class of an error frame, which .asc cannot say");
+                report.warn("class of an error frame, which .asc cannot say");
             }
         } else {
             out.advanceTo(formats::putCsvLine(out.room(formats::MaxFrameLine), frame));
             out.endRow();
             if ((frame.flags & TraceFrame::ErrorState) != 0) {
-                report.odd("error state of a CAN FD frame, which .csv cannot say");
+                report.warn("error state of a CAN FD frame, which .csv cannot say");
             }
         }
     }

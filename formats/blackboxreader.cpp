@@ -183,7 +183,7 @@ void BlackboxRecord::readRecords(
 
 std::int64_t readBlackbox(
     QIODevice& device, const FrameFunction& takeFrame, const RecordFunction& takeRecord,
-    const OddityFunction& tell)
+    const WarningFunction& warn)
 {
     xcu::BlackboxFileLine line;
     xcu::BlackboxCandumpFileLine record;
@@ -197,10 +197,10 @@ std::int64_t readBlackbox(
         const std::size_t size = record.framedata().size();
         frame.isFd = size > ClassicSize;
         if (frame.isFd) {
-            tell("more than 8 bytes, taken for CAN FD", 0);
+            warn("more than 8 bytes, taken for CAN FD", 0);
         }
         if (size > TraceFrame::MostBytes) {
-            tell("more than 64 bytes in a frame, left out", 0);
+            warn("more than 64 bytes in a frame, left out", 0);
             return;
         }
         frame.length = static_cast<int>(size);
@@ -218,11 +218,11 @@ std::int64_t readBlackbox(
         } else if (field == FrameField && record.ParseFromString(bytes)) {
             takeParsedFrame();
         } else {
-            tell("damaged record, left out", 0);
+            warn("damaged record, left out", 0);
         }
     });
     if (!isWhole) {
-        tell("the file breaks off", 0);
+        warn("the file breaks off", 0);
     }
     return count;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/traceframes.h"
+#include "formats/stricttraces.h"
 
 #include <QString>
 #include <QStringList>
@@ -69,6 +69,6 @@ using RecordFunction = std::function<void(
 // does not grow with it.
 std::int64_t readBlackbox(
     QIODevice& device, const FrameFunction& takeFrame, const RecordFunction& takeRecord,
-    const OddityFunction& tell);
+    const WarningFunction& warn);
 
 } // namespace formats

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/traceframes.h"
+#include "formats/stricttraces.h"
 
 #include <string>
 #include <string_view>
@@ -15,7 +15,7 @@ public:
     // A .csv of xcu-convert itself is read by other rules than those of the .csv kind.
     FrameReader(
         TraceKind kind, bool isOwnCsv, const FrameFunction& takeFrame,
-        const OddityFunction& tellOddity);
+        const WarningFunction& warnFunction);
 
     void readLine(std::string_view line, std::int64_t number);
 
@@ -46,7 +46,7 @@ private:
     const TraceKind kind;
     const bool isOwn;
     const FrameFunction& take;
-    const OddityFunction& tell;
+    const WarningFunction& warn;
     TraceFrame frame;
     std::int64_t lineNumber = 0;
     std::string scratch;

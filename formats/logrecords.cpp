@@ -61,10 +61,10 @@ bool arePlain(std::string_view values, std::string& scratch, std::size_t& width)
 class LogReader
 {
 public:
-    LogReader(QIODevice& device, RecordingTarget& logTarget, const OddityFunction& tellOddity)
+    LogReader(QIODevice& device, RecordingTarget& logTarget, const WarningFunction& warnFunction)
         : lines(device, LineReader::Bytes)
         , target(logTarget)
-        , tell(tellOddity)
+        , warn(warnFunction)
     {}
 
     void read()
@@ -82,15 +82,16 @@ private:
         const LogFields fields = splitLogLine(line);
         if (fields.kind == LogFields::Tag && fields.rest) {
             if (!isWhole) {
-                odd("torn line");
+                warnHere("torn line");
             }
             target.addTag(tagTime(fields.time, latest), utf8(*fields.rest));
         } else if (!isWhole) {
-            odd(line.size() < LineReader::LongestLine ? "torn line, left out"
+            warnHere(
+                line.size() < LineReader::LongestLine ? "torn line, left out"
                                                       : "a line of 1 MiB or more, left out");
         } else if (fields.kind == LogFields::Header && fields.rest) {
             if (lines.lineNumber() > 1) {
-                odd("another header; the last one names the columns");
+                warnHere("another header; the last one names the columns");
             }
             target.addHeader(labelsIn(*fields.rest));
         } else if (!line.empty()) {
@@ -102,7 +103,7 @@ private:
     {
         const QByteArray text = textOf(bytes).toUtf8();
         if (text != QByteArray::fromRawData(bytes.data(), static_cast<int>(bytes.size()))) {
-            odd("bytes that are not UTF-8, replaced");
+            warnHere("bytes that are not UTF-8, replaced");
         }
         return text.toStdString();
     }
@@ -125,12 +126,13 @@ private:
         const bool isCut =
             line.back() != ';' || (!values.empty() && &values.back() != &line.back());
         if (fields.kind != LogFields::Record || !sample || !time || isCut) {
-            odd("not a record, left out");
+            warnHere("not a record, left out");
             return;
         }
         constexpr std::uint32_t halfRound = 1U << 31;
         if (latest && *time < *latest) {
-            odd(*time - *latest < halfRound
+            warnHere(
+                *time - *latest < halfRound
                     ? "the clock has wrapped round at 2^32 ms; times start anew"
                     : "the clock goes back; times are those of the file");
         }
@@ -141,7 +143,7 @@ private:
             clean(record);
         }
         if (latest && record.width != latestWidth) {
-            odd("another number of values than in the record before");
+            warnHere("another number of values than in the record before");
         }
         latest = time;
         latestWidth = record.width;
@@ -159,7 +161,7 @@ private:
             } else {
                 record.hasGaps = true;
                 if (!field.empty()) {
-                    odd("a value that is no number of 32 bits, taken as missing");
+                    warnHere("a value that is no number of 32 bits, taken as missing");
                 }
             }
             scratch += ';';
@@ -167,11 +169,11 @@ private:
         record.values = scratch;
     }
 
-    void odd(const char* what) { tell(what, lines.lineNumber()); }
+    void warnHere(const char* what) { warn(what, lines.lineNumber()); }
 
     LineReader lines;
     RecordingTarget& target;
-    const OddityFunction& tell;
+    const WarningFunction& warn;
     std::string scratch;
     std::optional<std::uint32_t> latest; // time of a record
     std::size_t latestWidth = 0;
@@ -179,13 +181,13 @@ private:
 
 } // namespace
 
-void readRecords(QIODevice& device, RecordingTarget& target, const OddityFunction& tell)
+void readRecords(QIODevice& device, RecordingTarget& target, const WarningFunction& warn)
 {
-    LogReader(device, target, tell).read();
+    LogReader(device, target, warn).read();
 }
 
 std::int64_t readBlackboxRecords(
-    QIODevice& device, RecordingTarget& target, const OddityFunction& tell)
+    QIODevice& device, RecordingTarget& target, const WarningFunction& warn)
 {
     using Values = std::vector<int>;
     std::size_t inputs = 0; // of the widest records
@@ -219,7 +221,7 @@ std::int64_t readBlackboxRecords(
         target.addRecord({number++, time, text, inputs + outputs, hasGaps, 0});
     };
     return readBlackbox(
-        device, [&](const TraceFrame& frame) { target.addFrame(frame); }, take, tell);
+        device, [&](const TraceFrame& frame) { target.addFrame(frame); }, take, warn);
 }
 
 // The text in square brackets at the end of a label, ahead of what the console adds in parentheses.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/traceframes.h"
+#include "formats/stricttraces.h"
 
 #include <cstdint>
 #include <optional>
@@ -44,12 +44,12 @@ public:
 
 // Reads a session's log strictly: a line that is no record is an oddity and left out, a value that
 // is no number of 32 bits is one and missing. Labels and tags are UTF-8, whatever the file has.
-void readRecords(QIODevice& device, RecordingTarget& target, const OddityFunction& tell);
+void readRecords(QIODevice& device, RecordingTarget& target, const WarningFunction& warn);
 
 // The same of a black-box record, whose channels are In0 and on, behind them Out0 and on, and of
 // its frames. The device is read twice. Returns the number of frames.
 std::int64_t readBlackboxRecords(
-    QIODevice& device, RecordingTarget& target, const OddityFunction& tell);
+    QIODevice& device, RecordingTarget& target, const WarningFunction& warn);
 
 // The text in square brackets at the end of a label, ahead of what the console adds in parentheses.
 std::string unitOf(std::string_view label);

@@ -12,7 +12,7 @@ enum class TraceKind { Txt, Candump, Trc, Csv, Asc, DotTrace };
 
 // The fields of one line of a CAN trace as they stand in the text; empty where the line has none.
 // What they mean is the reader's: the console reads them as its charts always did
-// (tracereaders.h), the converter as the tool meant them that wrote them (traceframes.h).
+// (lenienttraces.h), the converter as the tool meant them that wrote them (stricttraces.h).
 struct TraceFields
 {
     std::string_view time;

@@ -4,12 +4,12 @@
 // value of a black box is one of a channel that the record names.
 #include "formats/blackboxreader.h"
 #include "formats/channels.h"
+#include "formats/lenienttraces.h"
 #include "formats/logfile.h"
 #include "formats/logrecords.h"
+#include "formats/stricttraces.h"
 #include "formats/textfield.h"
-#include "formats/traceframes.h"
 #include "formats/traceimport.h"
-#include "formats/tracereaders.h"
 
 #include <QBuffer>
 #include <cstdlib>
@@ -74,18 +74,18 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         ++count;
         isRight &= frame.length >= 0 && frame.length <= formats::TraceFrame::MostBytes;
     };
-    const auto tell = [](const char*, std::int64_t) {};
+    const auto warn = [](const char*, std::int64_t) {};
     for (const formats::TraceFormat& format : formats::traceFormats()) {
         device.seek(0);
         count = 0;
-        formats::readFrames(device, format.kind, take, tell);
+        formats::readFrames(device, format.kind, take, warn);
         isRight &= count <= size;
     }
     StrictTarget target;
     device.seek(0);
-    formats::readRecords(device, target, tell);
+    formats::readRecords(device, target, warn);
     device.seek(0);
-    formats::readBlackboxRecords(device, target, tell);
+    formats::readBlackboxRecords(device, target, warn);
     if (!isRight || !target.isRight) {
         std::abort();
     }

@@ -20,7 +20,7 @@ ANYWHERE = "handbook/*.md"
 # stand there. The second field of a form is the text with N for its number.
 FACTS = [
     (WINDOWS, r'(?:addLog|showMessage)\(QStringLiteral\("(.*?)"', TROUBLE, ["`{}`"]),
-    (["formats/tracereaders.cpp"], r'\{"\.\w+", "(\w+)", ', TROUBLE,
+    (["formats/lenienttraces.cpp"], r'\{"\.\w+", "(\w+)", ', TROUBLE,
      ["`Read {} file. %1 canbus frames`"]),
     (["formats/blackboxreader.cpp"], r'QStringLiteral\("(Read .*?)"\)', TROUBLE, ["`{}`"]),
     (["formats/candumpline.cpp"], r'"(Received can)"', TROUBLE, ["`{}%2 frame #%1`"]),

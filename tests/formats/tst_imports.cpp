@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/blackboxreader.h"
+#include "formats/lenienttraces.h"
 #include "formats/logfile.h"
 #include "formats/textfield.h"
 #include "formats/traceimport.h"
-#include "formats/tracereaders.h"
 #include "schema/blackbox.pb.h"
 
 #include <QBuffer>

@@ -37,13 +37,14 @@ constexpr char FrameCsvHeader[] = "time_s,bus,id,extended,fd,brs,remote,length,d
 // Takes a frame of a trace; called in file order.
 using FrameFunction = std::function<void(const TraceFrame& frame)>;
 
-// Takes something odd to tell the user; `line` counts from 1, 0 is no line.
-using OddityFunction = std::function<void(const char* what, std::int64_t line)>;
+// Takes what a reader found wrong and what became of it, for the user. `line` counts from 1; 0 is
+// the file as a whole.
+using WarningFunction = std::function<void(const char* what, std::int64_t line)>;
 
 // Reads all frames of a trace, beyond empty lines as well, and returns how many. A line that makes
-// no sense, if only by a character that is no digit, is an oddity and gives no frame. Bus numbers
+// no sense, if only by a character that is no digit, gives a warning and no frame. Bus numbers
 // of .asc files are one less than their channels, as the Linux CAN tools have it.
 std::int64_t readFrames(
-    QIODevice& device, TraceKind kind, const FrameFunction& take, const OddityFunction& tell);
+    QIODevice& device, TraceKind kind, const FrameFunction& take, const WarningFunction& warn);
 
 } // namespace formats

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/traceframes.h"
+#include "formats/stricttraces.h"
 
 #include "formats/framereader.h"
 #include "formats/linereader.h"
@@ -37,11 +37,11 @@ int busOf(std::string_view name)
 
 FrameReader::FrameReader(
     TraceKind traceKind, bool isOwnCsv, const FrameFunction& takeFrame,
-    const OddityFunction& tellOddity)
+    const WarningFunction& warnFunction)
     : kind(traceKind)
     , isOwn(isOwnCsv)
     , take(takeFrame)
-    , tell(tellOddity)
+    , warn(warnFunction)
 {}
 
 void FrameReader::readLine(std::string_view line, std::int64_t number)
@@ -50,10 +50,10 @@ void FrameReader::readLine(std::string_view line, std::int64_t number)
     lineNumber = number;
     const Outcome outcome = parse(line);
     if (outcome == Nonsense) {
-        tell("not a frame, left out", number);
+        warn("not a frame, left out", number);
     } else if (outcome == Frame) {
         if (frame.length > 8 && !frame.isFd && !frame.isRemote) {
-            tell("more than 8 bytes, taken for CAN FD", number);
+            warn("more than 8 bytes, taken for CAN FD", number);
             frame.isFd = true;
         }
         ++count;
@@ -154,7 +154,7 @@ FrameReader::Outcome FrameReader::parseTxt(TraceFields& fields)
     }
     frame.time = time.msecsSinceStartOfDay() / 1000.0 + days * day;
     if (frame.time < lastTime - day / 2) {
-        tell("midnight; times go on beyond 24 hours", lineNumber);
+        warn("midnight; times go on beyond 24 hours", lineNumber);
         ++days;
         frame.time += day;
     }
@@ -171,7 +171,7 @@ FrameReader::Outcome FrameReader::parseCandump(std::string_view line)
     if (data.find('#') == std::string_view::npos) {
         if (takeWord(line, ' ').substr(0, 1) == "[") {
             // Whose times may be from line to line.
-            tell("as candump shows frames, not as candump -l logs them, left out", lineNumber);
+            warn("as candump shows frames, not as candump -l logs them, left out", lineNumber);
             return NoFrame;
         }
         return Nonsense;
@@ -200,7 +200,7 @@ FrameReader::Outcome FrameReader::parseTrc(TraceFields& fields)
         return Nonsense;
     }
     if (plainNumber<int>(fields.length) != frame.length) {
-        tell("length that is not the number of bytes; the bytes count", lineNumber);
+        warn("length that is not the number of bytes; the bytes count", lineNumber);
     }
     return Frame;
 }
@@ -250,7 +250,7 @@ FrameReader::Outcome FrameReader::parseDotTrace(TraceFields& fields)
 }
 
 std::int64_t readFrames(
-    QIODevice& device, TraceKind kind, const FrameFunction& take, const OddityFunction& tell)
+    QIODevice& device, TraceKind kind, const FrameFunction& take, const WarningFunction& warn)
 {
     constexpr int sampleSize = 4096;
     const QByteArray sample = device.peek(sampleSize);
@@ -265,7 +265,7 @@ std::int64_t readFrames(
     } else if (kind == TraceKind::Csv && !skipToCsvFrames(lines)) {
         return 0;
     }
-    FrameReader reader(kind, isOwnCsv, take, tell);
+    FrameReader reader(kind, isOwnCsv, take, warn);
     for (auto line = lines.nextTrimmed(); !lines.atEnd(); line = lines.nextTrimmed()) {
         if (!line.empty()) {
             reader.readLine(line, lines.lineNumber());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "formats/tracereaders.h"
+#include "formats/lenienttraces.h"
 
 #include "formats/linereader.h"
 #include "formats/textfield.h"
