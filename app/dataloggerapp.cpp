@@ -2,8 +2,7 @@
 #include "app/dataloggerapp.h"
 
 #include "chart/axistag.h"
-#include "chart/graph.h"
-#include "display/framepacer.h"
+#include "display/paintpacer.h"
 #include "formats/signalset.h"
 #include "ui_dataloggerapp.h"
 
@@ -84,7 +83,7 @@ DataLoggerApp::~DataLoggerApp()
     // Tags in the order of their making: the plot itself would take them off from the back and look
     // through all that are left for each, which takes seconds after a day of slider moves.
     qDeleteAll(plot->xAxis->findChildren<AxisTag*>(QString(), Qt::FindDirectChildrenOnly));
-    for (chart::Graph* graph : qAsConst(canSignalGraphs)) {
+    for (QCPGraph* graph : qAsConst(canSignalGraphs)) {
         plot->removeGraph(graph); // likewise
     }
     delete pongClock;
@@ -133,8 +132,9 @@ void DataLoggerApp::connectLink()
     portRefreshTimer->start(PortRefreshMs);
     // Left to itself the bar is painted in every pass of the event loop, which costs more than the
     // few records that such a pass brings.
-    auto* pacer = new display::FramePacer([bar = ui->statusBar] { bar->update(); }, ui->statusBar);
+    auto* pacer = new display::PaintPacer([bar = ui->statusBar] { bar->update(); }, ui->statusBar);
     connect(this, &DataLoggerApp::addLog, pacer, [bar = ui->statusBar, pacer](const QString& text) {
+        // Not setUpdatesEnabled(), which would paint the bar when it is set again.
         bar->setAttribute(Qt::WA_UpdatesDisabled, true);
         bar->showMessage(text);
         bar->setAttribute(Qt::WA_UpdatesDisabled, false);

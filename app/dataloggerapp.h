@@ -29,6 +29,7 @@
 #include <vector>
 
 class AxisTag;
+class QCPGraph;
 class QCheckBox;
 class QCustomPlot;
 class QPushButton;
@@ -42,7 +43,6 @@ class ChosenFile;
 } // namespace app
 
 namespace chart {
-class Graph;
 class LiveChart;
 } // namespace chart
 
@@ -198,10 +198,10 @@ private:
     FaultsDisplay faultsDisplay;
     QCustomPlot* plot = nullptr;
     std::array<QCheckBox*, formats::ChannelTotal> seriesCheckBoxes{};
-    QVector<QString> channelLabels;         // log column names; "x" is a channel without a name
-    QVector<CanFrames> canTraceFrameList;   // of all imports, in the order of reading
-    QVector<chart::Graph*> canSignalGraphs; // by row of the signal table
-    QVector<CanSignalData> canSignals;      // likewise
+    QVector<QString> channelLabels;       // log column names; "x" is a channel without a name
+    QVector<CanFrames> canTraceFrameList; // of all imports, in the order of reading
+    QVector<QCPGraph*> canSignalGraphs;   // by row of the signal table
+    QVector<CanSignalData> canSignals;    // likewise
     std::array<QSlider*, VirtualInputTotal> virtualInputSliders{};
     platform::DurableFile logFile;
     platform::DurableFile candumpFile;
@@ -215,7 +215,7 @@ private:
     bool configRead0 = false;
     bool configRead6 = false;
 
-    chart::LiveChart* liveChart = nullptr; // of plot, and goes with it
+    chart::LiveChart* liveChart = nullptr; // the plot, by its own type
     comm::PortList portList;
     std::string logLine;            // reused from record to record
     std::string candumpLine;        // reused from frame to frame

@@ -40,12 +40,12 @@ void showChannel(QCheckBox* box, int channel)
 
 void DataLoggerApp::createChart()
 {
-    plot = new QCustomPlot;
+    liveChart = new chart::LiveChart;
+    plot = liveChart;
     plot->setInteractions(
         QCP::iRangeDrag | QCP::iRangeZoom | QCP::iSelectPlottables | QCP::iSelectAxes |
         QCP::iSelectLegend);
     ui->chartLayout->addWidget(plot, 0, 0);
-    liveChart = new chart::LiveChart(plot);
     windowLength = 1000;
 }
 
@@ -85,7 +85,7 @@ void DataLoggerApp::finishChart()
     requestReplot();
 }
 
-// The one way to have the chart drawn.
+// For a change of anything but points. While a file is read, the chart waits for its end.
 void DataLoggerApp::requestReplot()
 {
     if (!importing) {

@@ -78,8 +78,8 @@ void DataLoggerApp::loggerDataReceived(
     logFile.flush();
     // Values beyond the channels land on the curves of CAN signals, if there are any.
     liveChart->addRecord(formats::chartSeconds(elapsed()), values);
-    if (liveChart->hasNews()) {
-        requestReplot();
+    if (!importing) {
+        liveChart->requestNews();
     }
 }
 

@@ -24,7 +24,7 @@ void DataLoggerApp::on_addCanTrace_clicked()
 // any cell does: each new cell runs the slot below.
 void DataLoggerApp::addSignal(const CanSignalData& signal)
 {
-    chart::Graph* graph = liveChart->addGraph();
+    QCPGraph* graph = liveChart->addSignal();
     graph->setName(QStringLiteral("Graph %1").arg(plot->graphCount())); // the library's own name
     graph->setPen(QPen(formats::channelColour(canSignalGraphs.size())));
     canSignalGraphs.append(graph);
@@ -58,7 +58,7 @@ void DataLoggerApp::rebuildSignalGraph(int row)
     if (!formats::isDrawable(signal)) {
         return; // no place for such a signal in a frame: the old curve stays, without a word
     }
-    chart::Graph* graph = canSignalGraphs[row];
+    auto* graph = static_cast<chart::Graph*>(canSignalGraphs[row]); // addSignal() made it
     graph->clearPoints();
     try {
         formats::drawSignal(

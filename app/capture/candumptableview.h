@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "display/framepacer.h"
+#include "display/paintpacer.h"
 
 #include <QTableView>
 
 namespace capture {
 
 // The table of captured frames. Frames change it far more often than a screen can show: the first
-// change is painted at once, those that follow together, at most once in a frame of the display.
-// Each picture shows the model as it stands at that moment. New rows are rare and are laid out as
-// Qt does it, once a turn of the event loop.
+// change is painted at once, those that follow together, at the pace of the display. Each picture
+// shows the model as it stands at that moment. New rows are rare and are laid out as Qt does it,
+// once a turn of the event loop.
 class CandumpTableView : public QTableView
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ public:
         const QVector<int>& roles = QVector<int>()) override;
 
 private:
-    display::FramePacer pacer;
+    display::PaintPacer pacer;
 };
 
 } // namespace capture

@@ -1,33 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/axistag.h"
 
-#include <QHash>
-#include <vector>
-
 namespace {
 
 constexpr double TailDistance = -25.0; // pixels, upwards from the arrow's head
 
-// An item that the plot takes for hidden by its invisible parent, and the sheet paints.
+// An item that the plot takes for hidden by its invisible parent, and its tag paints.
 template <typename PlotItem>
 class TagItem : public PlotItem
 {
 public:
-    TagItem(QCustomPlot* plot, QCPLayerable* hidden)
-        : PlotItem(plot)
+    explicit TagItem(QCPLayerable* hidden)
+        : PlotItem(hidden->parentPlot())
     {
         this->setParentLayerable(hidden);
         this->setLayer(QStringLiteral("overlay"));
         this->setClipToAxisRect(false);
     }
 
-    void paint(QCPPainter* painter)
-    {
-        painter->save();
-        this->applyDefaultAntialiasingHint(painter);
-        this->draw(painter);
-        painter->restore();
-    }
+    using PlotItem::draw;
 };
 
 using Arrow = TagItem<QCPItemLine>;
@@ -43,22 +34,23 @@ void removeFromPlot(QCPAbstractItem* item)
 } // namespace
 
 // Paints the tags of one axis. A slider that is dragged leaves hundreds, none ever goes, and each
-// takes 30 us to paint: left to the plot, a few drags would make a drawing so slow that records are
-// lost. The sheet keeps pictures of the tags in view.
+// takes 30 us to paint: left to the plot, a few drags would make a replot so slow that records are
+// lost. Those that can be seen are painted from pictures.
 class TagSheet : public QCPLayerable
 {
 public:
     // The sheet of an axis, made by the first call. It goes with the axis.
-    static TagSheet& of(QCPAxis* axis)
+    static TagSheet* of(QCPAxis* axis)
     {
-        auto* sheet =
-            axis->findChild<QCPLayerable*>(QStringLiteral("tagSheet"), Qt::FindDirectChildrenOnly);
-        return sheet ? static_cast<TagSheet&>(*sheet) : *new TagSheet(axis);
+        const auto name = QStringLiteral("tagSheet");
+        auto* sheet = axis->findChild<QCPLayerable*>(name, Qt::FindDirectChildrenOnly);
+        if (!sheet) {
+            sheet = new TagSheet(axis->parentPlot(), QStringLiteral("overlay"));
+            sheet->setParent(axis);
+            sheet->setObjectName(name);
+        }
+        return static_cast<TagSheet*>(sheet);
     }
-
-    QCPLayerable* hiddenParent() { return &hidden; }
-    void add(AxisTag* tag) { tags.append(tag); }
-    void remove(AxisTag* tag) { tags.removeOne(tag); }
 
     // A click on a tag does not reach the curve beneath.
     double selectTest(
@@ -66,12 +58,7 @@ public:
     {
         double least = -1; // not hit
         for (const AxisTag* tag : tags) {
-            if (!isInView(*tag)) {
-                continue;
-            }
-            for (const QCPAbstractItem* item :
-                 {static_cast<QCPAbstractItem*>(tag->arrow.data()),
-                  static_cast<QCPAbstractItem*>(tag->label.data())}) {
+            for (const QCPAbstractItem* item : tag->itemsInView()) {
                 const double distance = item ? item->selectTest(point, onlySelectable) : -1;
                 least = distance >= 0 && (least < 0 || distance < least) ? distance : least;
             }
@@ -79,133 +66,44 @@ public:
         return least;
     }
 
+    QList<AxisTag*> tags; // in the order of painting
+
 protected:
+    using QCPLayerable::QCPLayerable;
+
     void applyDefaultAntialiasingHint(QCPPainter* painter) const override
     {
-        // An antialiasing painter of the plot is shifted by half a pixel, which would blur a
-        // picture.
-        painter->setAntialiasing(false);
+        painter->setAntialiasing(false); // which shifts by half a pixel: pictures would blur
     }
 
-    // Leaves out what a later tag hides: one in the same place whose text is not shorter.
     void draw(QCPPainter* painter) override
     {
-        std::vector<AxisTag*> seen;
-        QHash<int, int> longest; // by pixel
+        // All look as if painted, the newest last. One is hidden by a newer one in the same place
+        // whose text is not shorter.
+        QHash<int, int> longest; // text, by pixel
+        QVector<AxisTag*> seen;
         for (auto tag = tags.crbegin(); tag != tags.crend(); ++tag) {
-            if (!isInView(**tag)) {
+            if (!(*tag)->isInView()) {
                 (*tag)->picture = QPixmap();
                 continue;
             }
-            int& length = longest[qRound(axis->coordToPixel((*tag)->tracer->position->key()))];
+            int& length = longest[qRound((*tag)->tracer->position->pixelPosition().x())];
             if ((*tag)->length > length || length == 0) {
                 length = (*tag)->length;
-                seen.push_back(*tag);
+                seen.append(*tag);
             }
         }
-        std::for_each(seen.rbegin(), seen.rend(), [&](AxisTag* tag) { paint(*tag, painter); });
+        std::for_each(seen.rbegin(), seen.rend(), [&](AxisTag* tag) { tag->paint(painter); });
     }
-
-private:
-    class Hidden : public QCPLayerable
-    {
-    public:
-        explicit Hidden(QCustomPlot* plot)
-            : QCPLayerable(plot)
-        {
-            setVisible(false);
-        }
-
-    protected:
-        void applyDefaultAntialiasingHint(QCPPainter* /*painter*/) const override {}
-        void draw(QCPPainter* /*painter*/) override {}
-    };
-
-    explicit TagSheet(QCPAxis* parentAxis)
-        : QCPLayerable(parentAxis->parentPlot(), QStringLiteral("overlay"))
-        , axis(parentAxis)
-        , hidden(parentAxis->parentPlot())
-    {
-        setParent(axis);
-        setObjectName(QStringLiteral("tagSheet"));
-    }
-
-    bool isInView(const AxisTag& tag) const
-    {
-        if (!tag.tracer) {
-            return false;
-        }
-        constexpr double reach = 40; // of a tag to either side, and more
-        const double pixel = axis->coordToPixel(tag.tracer->position->key());
-        return axis->orientation() == Qt::Vertical || (pixel > axis->axisRect()->left() - reach &&
-                                                       pixel < axis->axisRect()->right() + reach);
-    }
-
-    static void paintItems(const AxisTag& tag, QCPPainter* painter)
-    {
-        if (tag.arrow) {
-            static_cast<Arrow*>(tag.arrow.data())->paint(painter);
-        }
-        if (tag.label) {
-            static_cast<Label*>(tag.label.data())->paint(painter);
-        }
-    }
-
-    static void paint(AxisTag& tag, QCPPainter* painter)
-    {
-        if (painter->modes() & (QCPPainter::pmVectorized | QCPPainter::pmNoCaching)) {
-            paintItems(tag, painter);
-            return;
-        }
-        const double ratio = painter->device()->devicePixelRatioF();
-        if (tag.picture.isNull() || tag.picture.devicePixelRatioF() != ratio) {
-            makePicture(tag, ratio, painter->modes());
-        }
-        painter->drawPixmap(headOf(tag) + tag.corner, tag.picture);
-    }
-
-    // On whole pixels.
-    static QPoint headOf(const AxisTag& tag)
-    {
-        const QPointF head = tag.tracer->position->pixelPosition();
-        return {qRound(head.x()), qRound(head.y())};
-    }
-
-    static void makePicture(AxisTag& tag, double ratio, QCPPainter::PainterModes modes)
-    {
-        constexpr int margin = 10; // of an arrow's head around its line, and more
-        const QPointF head = tag.tracer->position->pixelPosition();
-        QPolygonF corners;
-        corners << head << head + QPointF(0, TailDistance);
-        if (tag.label) {
-            corners << tag.label->topLeft->pixelPosition() << tag.label->bottomLeft->pixelPosition()
-                    << tag.label->topRight->pixelPosition()
-                    << tag.label->bottomRight->pixelPosition();
-        }
-        const QRect box = corners.translated(-head).boundingRect().toAlignedRect() +
-                          QMargins(margin, margin, margin, margin);
-        tag.corner = box.topLeft();
-        tag.picture = QPixmap(box.size() * ratio);
-        tag.picture.setDevicePixelRatio(ratio);
-        tag.picture.fill(Qt::transparent);
-        QCPPainter painter(&tag.picture);
-        painter.setModes(modes);
-        painter.translate(-head - box.topLeft());
-        paintItems(tag, &painter);
-    }
-
-    QCPAxis* axis;
-    Hidden hidden;
-    QList<AxisTag*> tags; // in the order of painting
 };
 
 AxisTag::AxisTag(QCPAxis* parentAxis)
     : QObject(parentAxis)
     , axis(parentAxis)
     , tracer(new QCPItemTracer(parentAxis->parentPlot()))
-    , arrow(new Arrow(parentAxis->parentPlot(), TagSheet::of(parentAxis).hiddenParent()))
-    , label(new Label(parentAxis->parentPlot(), TagSheet::of(parentAxis).hiddenParent()))
-    , sheet(&TagSheet::of(parentAxis))
+    , arrow(new Arrow(tracer))
+    , label(new Label(tracer))
+    , sheet(TagSheet::of(parentAxis))
 {
     tracer->setVisible(false);
     tracer->position->setTypeY(QCPItemPosition::ptAxisRectRatio);
@@ -225,7 +123,7 @@ AxisTag::AxisTag(QCPAxis* parentAxis)
     label->setPen(QPen(Qt::blue));
     label->setPositionAlignment(Qt::AlignHCenter | Qt::AlignVCenter | Qt::AlignBottom);
     label->position->setParentAnchor(arrow->start, false);
-    TagSheet::of(axis).add(this);
+    TagSheet::of(axis)->tags.append(this);
     changed();
     // An item may be taken off the plot while the tag lives.
     connect(arrow, &QObject::destroyed, this, &AxisTag::changed);
@@ -238,7 +136,7 @@ AxisTag::~AxisTag()
     removeFromPlot(arrow);
     removeFromPlot(label);
     if (sheet) {
-        static_cast<TagSheet*>(sheet.data())->remove(this);
+        static_cast<TagSheet*>(sheet.data())->tags.removeOne(this);
     }
 }
 
@@ -285,9 +183,60 @@ void AxisTag::updatePosition(double value)
     changed();
 }
 
-// The sheet paints the tag anew.
 void AxisTag::changed()
 {
     picture = QPixmap();
-    length = arrow && label ? QFontMetrics(label->font()).horizontalAdvance(label->text()) : 0;
+}
+
+bool AxisTag::isInView() const
+{
+    constexpr double reach = 40;                        // of a tag to either side, and more
+    const QRectF view = axis->parentPlot()->viewport(); // tags are not clipped to the axis rect
+    return tracer && view.adjusted(-reach, 0, reach, 0).contains(tracer->position->pixelPosition());
+}
+
+QVector<QCPAbstractItem*> AxisTag::itemsInView() const
+{
+    return isInView() ? QVector<QCPAbstractItem*>{arrow, label} : QVector<QCPAbstractItem*>();
+}
+
+void AxisTag::paint(QCPPainter* painter)
+{
+    const QPointF head = tracer->position->pixelPosition();
+    const double ratio = painter->device()->devicePixelRatioF();
+    if (picture.isNull() || picture.devicePixelRatioF() != ratio) {
+        makePicture(head, ratio);
+    }
+    painter->drawPixmap(qRound(head.x()) + corner.x(), qRound(head.y()) + corner.y(), picture);
+    if (!axis->parentPlot()->viewport().contains(head.toPoint())) {
+        picture = QPixmap(); // the items leave out what is beyond the edge
+    }
+}
+
+void AxisTag::makePicture(QPointF head, double ratio)
+{
+    constexpr int margin = 10; // of an arrow's head around its line, and more
+    QPolygonF corners;
+    corners << head << head + QPointF(0, TailDistance);
+    if (label) {
+        for (const QCPItemAnchor* anchor :
+             {label->topLeft, label->topRight, label->bottomLeft, label->bottomRight}) {
+            corners << anchor->pixelPosition();
+        }
+    }
+    const QRect box = corners.translated(-head).boundingRect().toAlignedRect() +
+                      QMargins(margin, margin, margin, margin);
+    corner = box.topLeft();
+    picture = QPixmap(box.size() * ratio);
+    picture.setDevicePixelRatio(ratio);
+    picture.fill(Qt::transparent);
+    QCPPainter painter(&picture);
+    painter.translate(-head - box.topLeft());
+    painter.setAntialiasing(true);
+    if (arrow) {
+        static_cast<Arrow*>(arrow.data())->draw(&painter);
+    }
+    if (label) {
+        static_cast<Label*>(label.data())->draw(&painter);
+    }
 }

@@ -29,7 +29,11 @@ public:
 
 private:
     friend class TagSheet;
-    void changed();
+    void changed();                                // is painted anew
+    QVector<QCPAbstractItem*> itemsInView() const; // null if taken off the chart
+    bool isInView() const;
+    void paint(QCPPainter* painter);
+    void makePicture(QPointF head, double ratio);
 
     QCPAxis* axis;
     QPointer<QCPItemTracer> tracer; // invisible; anchors the arrow to the axis

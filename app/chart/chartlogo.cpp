@@ -12,14 +12,24 @@ ChartLogo::ChartLogo(QCustomPlot* plot)
     setScaled(true, Qt::KeepAspectRatio, Qt::SmoothTransformation);
 }
 
-void ChartLogo::draw(QCPPainter* painter)
+// In whole pixels, or the picture would blur.
+QPoint ChartLogo::shift() const
 {
     const QPoint corner = topLeft->pixelPosition().toPoint();
     const QPoint extent = bottomRight->pixelPosition().toPoint() - corner;
     const QSize picture = getFinalRect().size();
-    // Whole pixels, or the picture would blur.
-    const QPoint shift((extent.x() - picture.width()) / 2, (extent.y() - picture.height()) / 2);
-    painter->translate(shift);
+    return {(extent.x() - picture.width()) / 2, (extent.y() - picture.height()) / 2};
+}
+
+double ChartLogo::selectTest(const QPointF& pos, bool onlySelectable, QVariant* details) const
+{
+    return QCPItemPixmap::selectTest(pos - shift(), onlySelectable, details);
+}
+
+void ChartLogo::draw(QCPPainter* painter)
+{
+    const QPoint moved = shift();
+    painter->translate(moved);
     QCPItemPixmap::draw(painter);
-    painter->translate(-shift);
+    painter->translate(-moved);
 }

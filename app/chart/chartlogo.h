@@ -13,6 +13,12 @@ class ChartLogo : public QCPItemPixmap
 public:
     explicit ChartLogo(QCustomPlot* plot);
 
+    double selectTest(
+        const QPointF& pos, bool onlySelectable, QVariant* details = nullptr) const override;
+
 protected:
     void draw(QCPPainter* painter) override;
+
+private:
+    QPoint shift() const; // from the edge to the middle of its box
 };

@@ -1,43 +1,69 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/curvepicture.h"
 
-#include "chart/graph.h"
 #include "platform/threadpriority.h"
 
+#include <QThreadPool>
 #include <QtMath>
+#include <condition_variable>
 #include <deque>
-#include <future>
+#include <mutex>
 
 namespace chart {
 
+// The chart relies on how this version lays out its buffers, where it paints the middle of a line
+// and which curves it thins out. Look at all three before you allow another one.
+static_assert(QCUSTOMPLOT_VERSION == 0x020100, "the chart is made for QCustomPlot 2.1.0");
+
 namespace {
 
-constexpr int PollMs = 5;
-constexpr int StripeWidth = 64;       // columns that a worker paints in one go
-constexpr int MostColumnsAtOnce = 64; // that are painted on the GUI thread
+constexpr int StripeWidth = 64; // columns that a worker, or the GUI thread, paints in one go
 
-// A job that is older shows what it has so far, and is given up if the view changes. A younger one
-// ends soon, and fills the gaps of a view that keeps moving.
+// An older job is given up if the view changes. A younger one ends soon, and fills the gaps of a
+// view that keeps moving.
 constexpr int LongJobMs = 100;
 
-// Some columns of a picture, as a picture that shares its memory.
+// The plot lets graphs paint one pixel higher than the axis rect.
+QRect areaOf(const QCustomPlot& plot)
+{
+    return plot.axisRect()->rect().translated(0, -1);
+}
+
+// The scene that the axes give, without curves.
+Scene viewOf(const QCustomPlot& plot, double pixelRatio)
+{
+    // Half a pixel: the plot's painters put the middle of an antialiased line there.
+    const auto scale = [](const QCPAxis& axis, double origin) {
+        const QCPRange range = axis.range();
+        const auto pixel = [&](double key) { return axis.coordToPixel(key) + 0.5 - origin; };
+        return Scale{range.lower, range.upper, pixel(range.lower), pixel(range.upper)};
+    };
+    const QRect area = areaOf(plot);
+    const QSize size(qCeil(area.width() * pixelRatio), qCeil(area.height() * pixelRatio));
+    return {size, pixelRatio, scale(*plot.xAxis, area.left()), scale(*plot.yAxis, area.top()), {}};
+}
+
+// Some columns of a picture, as a picture that shares its memory. `bits` are the picture's.
 QImage columnsOf(uchar* bits, const QImage& picture, int first, int count)
 {
     return {
-        bits + sizeof(QRgb) * static_cast<std::size_t>(first), count, picture.height(),
-        picture.bytesPerLine(), picture.format()};
+        bits + first * int(sizeof(QRgb)), count, picture.height(), picture.bytesPerLine(),
+        picture.format()};
 }
 
 } // namespace
 
+// Paints in worker threads, in stripes, from copies of the histories. Nobody waits for it to end:
+// the workers keep it until they have noticed that it was cancelled.
 struct CurvePicture::Job
 {
-    explicit Job(const Scene& wanted)
-        : scene(wanted)
-        , picture(wanted.size, QImage::Format_ARGB32_Premultiplied)
+    explicit Job(const CurvePicture& owner)
+        : scene(owner.scene)
+        , picture(scene.size, QImage::Format_ARGB32_Premultiplied)
         , bits(picture.bits())
-        , curves(wanted.curves)
-        , isDone(static_cast<std::size_t>((picture.width() + StripeWidth - 1) / StripeWidth))
+        , curves(scene.curves)
+        , isDone((picture.width() + StripeWidth - 1) / StripeWidth)
+        , listener(owner.plot)
     {
         if (picture.isNull()) {
             throw std::bad_alloc();
@@ -51,240 +77,242 @@ struct CurvePicture::Job
             curve.history = &copies.back();
         }
         age.start();
-        const std::size_t cores = qMax(1U, std::thread::hardware_concurrency());
-        try {
-            while (workers.size() < qMin(cores, isDone.size())) {
-                workers.push_back(std::async(std::launch::async, [this] { paint(); }));
+    }
+
+    void paint() // in each thread
+    {
+        for (int i = next++; i < int(isDone.size()); i = next++) {
+            try {
+                QImage columns = columnsOf(bits, picture, stripe(i).x(), stripe(i).width());
+                render(scene, curves, stripe(i).x(), columns, isCancelled);
+                isDone[i] = !isCancelled;
+            } catch (const std::bad_alloc&) {
+                isCancelled = true; // what is missing is tried again
             }
-        } catch (const std::system_error&) {
-            if (workers.empty()) {
-                throw; // else one does
+            const std::lock_guard<std::mutex> lock(mutex);
+            ++ended;
+            stripeEnded.notify_all();
+            if (listener) {
+                QMetaObject::invokeMethod(listener, "paintSoon", Qt::QueuedConnection);
             }
         }
     }
 
-    ~Job() { isCancelled = true; }
-
-    void paint() // in each worker
+    void paintToTheEnd() // in the GUI thread
     {
-        platform::yieldToOtherThreads(); // the session goes first
-        for (std::size_t i = next++; i < isDone.size() && !isCancelled; i = next++) {
-            const QRect place = stripe(i);
-            QImage columns = columnsOf(bits, picture, place.x(), place.width());
-            render(scene, curves, place.x(), columns, isCancelled);
-            isDone[i] = !isCancelled;
-        }
+        paint();
+        std::unique_lock<std::mutex> lock(mutex);
+        stripeEnded.wait(lock, [this] { return ended == int(isDone.size()); });
     }
 
-    QRect stripe(std::size_t i) const
+    void cancel()
     {
-        const QRect place(static_cast<int>(i) * StripeWidth, 0, StripeWidth, picture.height());
-        return place & picture.rect();
+        isCancelled = true;
+        const std::lock_guard<std::mutex> lock(mutex);
+        listener = nullptr; // which may be gone soon
     }
 
-    bool isComplete() const
+    bool isFinished() // complete, or out of memory
     {
-        return std::all_of(
-            isDone.begin(), isDone.end(), [](const auto& done) { return done.load(); });
+        const std::lock_guard<std::mutex> lock(mutex);
+        return ended == int(isDone.size());
     }
 
-    bool isFinished() const // complete, given up or out of memory
+    QRect stripe(int i) const
     {
-        return std::all_of(workers.begin(), workers.end(), [](const auto& worker) {
-            return worker.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-        });
+        return QRect(i * StripeWidth, 0, StripeWidth, picture.height()) & picture.rect();
     }
 
-    Scene scene;
+    const Scene scene;
     QImage picture;
-    uchar* bits;                           // of the picture
+    uchar* const bits;                     // of the picture
     std::deque<History> copies;            // of what the curves are in
     std::vector<Curve> curves;             // of the scene, in the copies
     std::vector<std::atomic<bool>> isDone; // by stripe; true for good
-    std::atomic<std::size_t> next{0};
+    std::atomic<int> next{0};
     std::atomic<bool> isCancelled{false};
     QElapsedTimer age;
-    std::vector<std::future<void>> workers; // the first to go, which waits for them
+
+    std::mutex mutex; // of what follows
+    std::condition_variable stripeEnded;
+    int ended = 0; // stripes, painted or given up
+    QObject* listener;
 };
 
-CurvePicture::CurvePicture(QCustomPlot* plot)
-    : QCPLayerable(plot)
+CurvePicture::CurvePicture(QCustomPlot* ofPlot)
+    : QCPAbstractPaintBuffer(ofPlot->size(), ofPlot->bufferDevicePixelRatio())
+    , plot(ofPlot)
+    , blank(1, 1)
+{}
+
+QCPPainter* CurvePicture::startPainting()
 {
-    connect(plot, &QCustomPlot::beforeReplot, this, [this] { isReplotting = true; });
-    connect(plot, &QCustomPlot::afterReplot, this, [this] { isReplotting = false; });
-    poll.setInterval(PollMs);
-    connect(&poll, &QTimer::timeout, this, [this] {
-        const bool isFinished = job->isFinished();
-        if (isFinished) {
-            poll.stop(); // whether or not a replot takes the picture: its layer may be hidden
-        }
-        if (isFinished || job->age.hasExpired(LongJobMs)) {
-            emit improved();
-        }
-    });
+    area = areaOf(*plot);
+    scene = viewOf(*plot, mDevicePixelRatio);
+    return new QCPPainter(&blank);
 }
 
-CurvePicture::~CurvePicture() = default;
-
-bool CurvePicture::hasNews() const
+void CurvePicture::take(Curve curve, QCPPainter* painter)
 {
-    const QCPRange view = mParentPlot->xAxis->range();
-    bool shows = false;
-    for (int i = 0; i < mParentPlot->graphCount() && !shows; ++i) {
-        shows = mParentPlot->graph(i)->visible();
-    }
-    return shows && changes.lowest <= view.upper && changes.highest >= view.lower;
-}
-
-void CurvePicture::makeExact()
-{
-    const Scene wanted = currentScene(mParentPlot->bufferDevicePixelRatio());
-    // The job of an earlier view, the right one, and taking its picture. Not for ever: workers may
-    // run out of memory.
-    for (int step = 0; step < 3; ++step) {
-        prepare(wanted);
-        for (std::size_t i = 0; job && i < job->workers.size(); ++i) {
-            job->workers[i].wait();
-        }
-    }
-}
-
-// An antialiasing painter of the plot is shifted by half a pixel, which would blur a picture.
-void CurvePicture::applyDefaultAntialiasingHint(QCPPainter* painter) const
-{
-    painter->setAntialiasing(false);
-}
-
-QRect CurvePicture::area() const
-{
-    // The plot lets graphs paint one pixel higher than the axis rect.
-    return mParentPlot->axisRect()->rect().translated(0, -1);
-}
-
-Scene CurvePicture::currentScene(double pixelRatio) const
-{
-    // Half a pixel: the plot's painters put the middle of an antialiased line there.
-    const auto scale = [](const QCPAxis& axis, double origin) {
-        const QCPRange range = axis.range();
-        const auto pixel = [&](double coordinate) {
-            return axis.coordToPixel(coordinate) + 0.5 - origin;
-        };
-        const bool isLogarithmic = axis.scaleType() == QCPAxis::stLogarithmic;
-        return Scale{
-            range.lower, range.upper, pixel(range.lower), pixel(range.upper), isLogarithmic};
-    };
-    const QSizeF size = QSizeF(area().size()) * pixelRatio;
-    Scene scene{
-        QSize(qCeil(size.width()), qCeil(size.height())),
-        pixelRatio,
-        scale(*mParentPlot->xAxis, area().left()),
-        scale(*mParentPlot->yAxis, area().top()),
-        {}};
-    for (int i = 0; i < mParentPlot->graphCount(); ++i) {
-        const auto* graph = qobject_cast<const Graph*>(mParentPlot->graph(i));
-        if (graph && graph->isPartOf(this) && graph->realVisibility() && graph->isPlainLine() &&
-            graph->dataCount() > 0) { // of loaded signals most draw nothing
-            scene.curves.push_back(graph->curve());
-        }
-    }
-    return scene;
-}
-
-void CurvePicture::draw(QCPPainter* painter)
-{
-    if (!isReplotting) {
+    if (painter->device() == &blank) {
+        scene.curves.push_back(std::move(curve));
         return;
     }
-    const double pixelRatio = painter->device()->devicePixelRatioF();
-    const Scene wanted = currentScene(pixelRatio);
-    prepare(wanted);
+    const Scene view = viewOf(*plot, painter->transform().m11());
+    curve.isDense = isDense(curve, view.keys);
+    QImage image(view.size, QImage::Format_ARGB32_Premultiplied);
+    render(view, {curve}, 0, image, false);
+    painter->setAntialiasing(false); // with which the plot shifts its painters by half a pixel
+    painter->drawImage(QRect(areaOf(*plot).topLeft(), view.size / view.pixelRatio), image);
+}
+
+void CurvePicture::draw(QCPPainter* painter) const
+{
+    if (picture.isNull()) {
+        return;
+    }
     painter->save();
-    painter->translate(area().topLeft());
-    painter->scale(1 / pixelRatio, 1 / pixelRatio);
-    if (job && job->scene == wanted) {
-        QRegion rest(job->picture.rect());
-        for (std::size_t i = 0; i < job->isDone.size(); ++i) {
-            if (job->isDone[i]) {
-                painter->drawImage(job->stripe(i), job->picture, job->stripe(i));
-                rest -= job->stripe(i);
-            }
-        }
-        painter->setClipRegion(rest, Qt::IntersectClip);
+    painter->setClipRect(area, Qt::IntersectClip);
+    painter->translate(area.topLeft());
+    painter->scale(1 / scene.pixelRatio, 1 / scene.pixelRatio);
+    if (stripesShown > 0 && job && job->scene == scene) {
+        const QRect done = job->stripe(0) | job->stripe(stripesShown - 1);
+        painter->drawImage(done, job->picture, done);
+        const QRect rest = job->picture.rect().adjusted(done.width(), 0, 0, 0);
+        painter->setClipRect(rest, Qt::IntersectClip);
     }
     // Where the picture lies in the view as it is now.
     const auto place = [&](int x, int y) {
         const QPointF old = QPointF(x, y) / pictured.pixelRatio;
-        return pixelRatio * QPointF(
-                                wanted.keys.pixel(pictured.keys.coordinate(old.x())),
-                                wanted.values.pixel(pictured.values.coordinate(old.y())));
+        const double left = scene.keys.pixel(pictured.keys.coordinate(old.x()));
+        const double top = scene.values.pixel(pictured.values.coordinate(old.y()));
+        return scene.pixelRatio * QPointF(left, top);
     };
     const QRectF target(place(0, 0), place(picture.width(), picture.height()));
-    const QSizeF most = 200.0 * picture.size(); // larger, nothing can be made out
-    if (target.isValid() && target.intersects(QRectF(QPointF(), wanted.size)) &&
-        target.width() < most.width() && target.height() < most.height()) {
+    constexpr int most = 200; // times as large; then nothing can be made out
+    if (target.isValid() && target.intersects(QRectF(QPointF(), scene.size)) &&
+        target.width() < most * picture.width() && target.height() < most * picture.height()) {
         painter->drawImage(target.toRect(), picture);
     }
     painter->restore();
 }
 
-void CurvePicture::prepare(const Scene& wanted)
+QRect CurvePicture::refresh()
 {
-    if (job && job->isFinished()) {
-        if (job->isComplete()) {
-            pictured = job->scene;
-            picture = job->picture;
+    for (Curve& curve : scene.curves) {
+        curve.isDense = curve.isDense || isDense(curve, scene.keys);
+    }
+    const QRect changed = job ? takeFromJob() : QRect();
+    return job ? changed : changed | paintChanges();
+}
+
+void CurvePicture::makeExact()
+{
+    // A job may be of an earlier view, or lack what came since. Not for ever: memory may be short.
+    for (int i = 0; i < 3; ++i) {
+        refresh();
+        if (job && job->scene == scene) {
+            job->paintToTheEnd();
         } else {
-            changes = {-Infinite, Infinite}; // what it took over is in no picture
+            dropJob();
         }
-        job.reset();
-        poll.stop();
-    }
-    if (job && job->age.hasExpired(LongJobMs) && !(job->scene == wanted)) {
-        job->isCancelled = true;
-    }
-    if (!job && !(wanted == pictured && update(wanted))) {
-        start(wanted);
     }
 }
 
-// Paints the columns of what came since the picture. False if they are many.
-bool CurvePicture::update(const Scene& wanted)
+// Gives the part of the plot where there is more to show.
+QRect CurvePicture::takeFromJob()
 {
-    if (changes.isEmpty()) {
-        return true;
+    const bool isWanted = job->scene == scene;
+    const bool isFinished = job->isFinished();
+    QRect changed;
+    while (isWanted && stripesShown < int(job->isDone.size()) && job->isDone[stripesShown]) {
+        changed |= inPlot(job->stripe(stripesShown++));
     }
+    if (isFinished && !job->isCancelled) {
+        pictured = job->scene;
+        picture = std::move(job->picture);
+        job.reset();
+        return isWanted ? changed : area;
+    }
+    if (isFinished || (!isWanted && job->age.hasExpired(LongJobMs))) {
+        dropJob();
+    }
+    return changed;
+}
+
+// Paints the columns of what came since the picture, or has all painted if they are many. Gives the
+// part of the plot where they are.
+QRect CurvePicture::paintChanges()
+{
     double reach = 0;
-    for (const Curve& curve : wanted.curves) {
+    for (const Curve& curve : scene.curves) {
         reach = qMax(reach, curve.reach());
     }
     const auto column = [&](double pixel) {
-        return qBound(0.0, pixel * wanted.pixelRatio, double(picture.width()));
+        return qBound(0.0, pixel * scene.pixelRatio, double(scene.size.width()));
     };
-    const double one = wanted.keys.pixel(changes.lowest);
-    const double other = wanted.keys.pixel(changes.highest);
-    const int first = qFloor(column(qMin(one, other) - reach));
-    const int count = qCeil(column(qMax(one, other) + reach)) - first;
-    if (count > MostColumnsAtOnce || std::isnan(one + other)) {
-        return false;
-    }
-    if (count > 0) {
-        static const std::atomic<bool> never{false};
-        QImage columns = columnsOf(picture.bits(), picture, first, count);
-        render(wanted, wanted.curves, first, columns, never);
+    const int first = qFloor(column(scene.keys.pixel(changes.lowest) - reach));
+    const int count = qCeil(column(scene.keys.pixel(changes.highest) + reach)) - first;
+    if (!(pictured == scene) || count > StripeWidth) {
+        startJob();
+        return {};
     }
     changes = Span();
-    return true;
+    if (count <= 0) {
+        return {};
+    }
+    QImage columns = columnsOf(picture.bits(), picture, first, count);
+    render(scene, scene.curves, first, columns, false);
+    return inPlot(QRect(first, 0, count, picture.height()));
 }
 
-void CurvePicture::start(const Scene& wanted)
+void CurvePicture::startJob()
 {
     try {
-        job = std::make_unique<Job>(wanted);
-    } catch (const std::exception&) {
-        return; // out of memory or threads: the picture that there is has to do
+        job = std::make_shared<Job>(*this);
+    } catch (const std::bad_alloc&) {
+        return; // the picture that there is has to do
     }
     changes = Span();
-    poll.start();
+    stripesShown = 0;
+
+    // A queue of our own, as ThreadSanitizer does not see how the pool's one orders things. Not
+    // Qt's global pool: Qt's conversions of large images wait for a thread of that one.
+    static std::mutex mutex;
+    static std::deque<std::weak_ptr<Job>> waiting; // for each of its workers
+    static QThreadPool workers;
+    const std::lock_guard<std::mutex> lock(mutex);
+    for (int i = 0; i < workers.maxThreadCount(); ++i) {
+        waiting.push_back(job);
+        workers.start(QRunnable::create([] {
+            platform::yieldToOtherThreads(); // the session goes first
+            std::unique_lock<std::mutex> taking(mutex);
+            const std::shared_ptr<Job> taken = waiting.front().lock();
+            waiting.pop_front();
+            taking.unlock();
+            if (taken) {
+                taken->paint();
+            }
+        }));
+    }
+}
+
+void CurvePicture::dropJob()
+{
+    if (job) {
+        job->cancel();
+        job.reset();
+        changes = {-Infinite, Infinite}; // what the job took over is in no picture
+    }
+}
+
+// Of columns of the picture. A pixel more to either side: with a broken pixel ratio they begin
+// within one.
+QRect CurvePicture::inPlot(const QRect& columns) const
+{
+    const QRectF place(
+        columns.x() / scene.pixelRatio, 0, columns.width() / scene.pixelRatio, area.height());
+    return place.toAlignedRect().adjusted(-1, 0, 1, 0).translated(area.topLeft());
 }
 
 } // namespace chart

@@ -3,59 +3,71 @@
 
 #include "chart/renderer.h"
 
-#include <QTimer>
 #include <qcustomplot.h>
 
 namespace chart {
 
-// The curves of some graphs in one picture, which stands in the plot where these graphs stand.
+// The curves of a layer of the plot in one picture, which stands among the buffers that the plot
+// lays over each other on the screen.
 //
-// Worker threads paint it, so that a change of the view costs the GUI thread the same, however many
-// points there are. Meanwhile it shows the last picture, moved and scaled, and the parts of the new
-// one that are there. Points that arrive are painted at once, in the columns that they touch.
-class CurvePicture : public QCPLayerable
+// A replot only notes the scene: view, visible curves, pens. Worker threads paint it, so that a
+// change of the view costs the GUI thread the same, however many points there are. Meanwhile the
+// last picture is shown, moved and scaled, and the parts of the new one that are there. Points that
+// arrive are painted on the GUI thread, in the columns that they touch, and need no replot.
+class CurvePicture : public QCPAbstractPaintBuffer
 {
-    Q_OBJECT
-
 public:
+    // The plot's slot paintSoon() is called when refresh() has more to show.
     explicit CurvePicture(QCustomPlot* plot);
-    ~CurvePicture() override;
+    ~CurvePicture() override { dropJob(); }
 
     // The graphs call it for points that came or went between two keys.
     void noteChange(const Span& keys) { changes.unite(keys); }
 
-    // Whether what came since the last replot may show.
-    bool hasNews() const;
+    // Whether what came since the last refresh() may show.
+    bool hasNews() const
+    {
+        return invalidated() || (!scene.curves.empty() && changes.lowest <= scene.keys.upper &&
+                                 changes.highest >= scene.keys.lower);
+    }
 
-    // False in an export, where each graph draws itself.
-    bool inReplot() const { return isReplotting; }
+    // Brings the picture up to date, as far as that is quickly done, and has the workers do the
+    // rest. Gives the part of the plot that is to be painted anew.
+    QRect refresh();
 
-    // Waits for the workers: the next replot shows the exact picture.
+    // The same, but waits for the workers: the picture is exact then, unless memory is short.
     void makeExact();
 
-signals:
-    void improved(); // a replot would show more
+    // The graphs call it to be drawn: a replot takes the curve into the scene, an export paints it.
+    void take(Curve curve, QCPPainter* painter);
+
+    QCPPainter* startPainting() override; // begins the scene
+    void donePainting() override { refresh(); }
+    void draw(QCPPainter* painter) const override;
+    void clear(const QColor& /*color*/) override {} // a replot shows the last picture, too
 
 protected:
-    QRect clipRect() const override { return mParentPlot->axisRect()->rect(); }
-    void applyDefaultAntialiasingHint(QCPPainter* painter) const override;
-    void draw(QCPPainter* painter) override;
+    void reallocateBuffer() override {}
 
 private:
     struct Job; // makes the picture of a scene
 
-    QRect area() const;
-    Scene currentScene(double pixelRatio) const;
-    void prepare(const Scene& wanted);
-    bool update(const Scene& wanted);
-    void start(const Scene& wanted);
+    QRect takeFromJob();
+    QRect paintChanges();
+    void startJob();
+    void dropJob();
+    QRect inPlot(const QRect& columns) const;
 
-    bool isReplotting = false;
+    QCustomPlot* plot;
+    QPixmap blank; // where the graphs are drawn in a replot
+    Scene scene{}; // of the last replot
+    QRect area;    // of the scene in the plot
+
     Scene pictured{}; // what the picture shows
     QImage picture;
     Span changes; // keys between which points changed since the picture or the start of the job
-    std::unique_ptr<Job> job; // makes the next picture; null if this one is right
-    QTimer poll;              // looks after the job while there is one
+    std::shared_ptr<Job> job; // makes the next picture; null if this one is right
+    int stripesShown = 0;     // of the job, if its scene is that of the last replot
 };
 
 } // namespace chart

@@ -10,14 +10,9 @@ namespace chart {
 
 namespace {
 
-// Values of a channel in an open block. Not a power of two, or all channels would share a few lines
+// Bytes of a channel in an open block. Not a power of two, or all channels would share a few lines
 // of the processor's cache.
-constexpr std::size_t OpenColumn = Block::OpenSize + 8;
-
-std::size_t place(int index)
-{
-    return static_cast<std::size_t>(index);
-}
+constexpr std::size_t OpenBytes = (Block::OpenSize + 8) * sizeof(double);
 
 bool isInt32(double value)
 {
@@ -27,26 +22,28 @@ bool isInt32(double value)
 
 } // namespace
 
-Block::Block(int firstChannel, int channels)
+Block::Block(int firstChannel, int width)
     : first(firstChannel)
-    , columns(place(channels))
-    , bytes(columns.size() * OpenColumn * sizeof(double))
+    , open(true)
+    , channels(width)
+    , bytes(channels.size() * OpenBytes)
 {
     times.reserve(OpenSize);
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        columns[i].start = i * OpenColumn * sizeof(double);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        channels[i].start = i * OpenBytes;
     }
 }
 
 Block::Block(const Block& other, int begin, int end)
     : first(other.first)
+    , open(false)
     , times(other.times.begin() + begin, other.times.begin() + end)
 {
-    columns.reserve(other.columns.size());
+    channels.reserve(other.channels.size());
     std::array<double, PackedSize> values;
     for (int channel = first; other.holds(channel); ++channel) {
         for (int i = begin; i < end; ++i) {
-            values[place(i - begin)] = other.value(channel, i);
+            values[i - begin] = other.value(channel, i);
         }
         pack(values.data());
     }
@@ -54,31 +51,45 @@ Block::Block(const Block& other, int begin, int end)
     bytes.shrink_to_fit();
 }
 
+Block Block::opened(const Block& packed)
+{
+    Block block(packed.first, packed.width());
+    block.times.assign(packed.times.begin(), packed.times.end());
+    unsigned char* to = block.bytes.data();
+    for (int channel = packed.first; packed.holds(channel); ++channel, to += OpenBytes) {
+        for (int i = 0; i < packed.size(); ++i) {
+            const double value = packed.value(channel, i);
+            std::memcpy(to + i * sizeof value, &value, sizeof value);
+        }
+    }
+    return block;
+}
+
 void Block::pack(const double* values)
 {
-    Column column;
-    column.start = bytes.size();
+    Values packed;
+    packed.start = bytes.size();
     bool isWhole = true;
     for (int i = 0; i < size(); ++i) {
-        column.values.include(values[i]);
+        packed.extent.include(values[i]);
         isWhole = isWhole && isInt32(values[i]);
     }
     if (isWhole) {
-        const auto spread = static_cast<quint32>(column.values.highest - column.values.lowest);
-        column.bits = 32 - static_cast<int>(qCountLeadingZeroBits(spread));
+        const auto spread = static_cast<quint32>(packed.extent.highest - packed.extent.lowest);
+        packed.bits = 32 - static_cast<int>(qCountLeadingZeroBits(spread));
     }
-    columns.push_back(column);
-    bytes.resize(column.start + place((size() * column.bits + 31) / 32) * sizeof(quint32));
-    unsigned char* to = bytes.data() + column.start;
+    channels.push_back(packed);
+    bytes.resize(packed.start + (size() * packed.bits + 31) / 32 * sizeof(quint32));
+    unsigned char* to = bytes.data() + packed.start;
     if (!isWhole) {
         std::memcpy(to, values, times.size() * sizeof(double));
         return;
     }
     quint64 word = 0;
     int used = 0;
-    for (int i = 0; i < size() && column.bits > 0; ++i) {
-        word |= static_cast<quint64>(values[i] - column.values.lowest) << used;
-        used += column.bits;
+    for (int i = 0; i < size() && packed.bits > 0; ++i) {
+        word |= static_cast<quint64>(values[i] - packed.extent.lowest) << used;
+        used += packed.bits;
         if (used >= 32) {
             qToLittleEndian(static_cast<quint32>(word), to);
             to += sizeof(quint32);
@@ -91,53 +102,53 @@ void Block::pack(const double* values)
     }
 }
 
-quint64 Block::distance(const Column& column, int index) const
+quint64 Block::distance(const Values& values, int index) const
 {
-    const std::size_t at = place(index) * place(column.bits);
-    const auto bits = qFromLittleEndian<quint64>(&bytes[column.start + at / 8]);
-    return bits >> at % 8 & ((quint64{1} << column.bits) - 1);
+    const std::size_t at = index * values.bits;
+    const auto bits = qFromLittleEndian<quint64>(&bytes[values.start + at / 8]);
+    return bits >> at % 8 & ((quint64{1} << values.bits) - 1);
 }
 
 double Block::value(int channel, int index) const
 {
-    const Column& column = columns[place(channel - first)];
-    if (column.bits == 64) {
+    const Values& values = channels[(channel - first)];
+    if (values.bits == 64) {
         double value = 0;
-        std::memcpy(&value, &bytes[column.start + place(index) * sizeof value], sizeof value);
+        std::memcpy(&value, &bytes[values.start + index * sizeof value], sizeof value);
         return value;
     }
-    return column.values.lowest + static_cast<double>(distance(column, index));
+    return values.extent.lowest + static_cast<double>(distance(values, index));
 }
 
 Span Block::extent(int channel, int begin, int end) const
 {
-    const Column& column = columns[place(channel - first)];
-    if (!column.values.isEmpty() && end - begin == size()) {
-        return column.values;
+    const Values& values = channels[(channel - first)];
+    if (!values.extent.isEmpty() && end - begin == size()) {
+        return values.extent;
     }
-    Span values;
-    if (column.bits == 64) {
+    Span extent;
+    if (values.bits == 64) {
         for (int i = begin; i < end; ++i) {
-            values.include(value(channel, i));
+            extent.include(value(channel, i));
         }
-        return values;
+        return extent;
     }
-    quint64 least = distance(column, begin);
+    quint64 least = distance(values, begin);
     quint64 most = least;
     for (int i = begin + 1; i < end; ++i) {
-        const quint64 next = distance(column, i);
+        const quint64 next = distance(values, i);
         least = std::min(least, next);
         most = std::max(most, next);
     }
-    const double lowest = column.values.lowest;
+    const double lowest = values.extent.lowest;
     return {lowest + static_cast<double>(least), lowest + static_cast<double>(most)};
 }
 
 void Block::insert(int index, double key, const double* values)
 {
-    const std::size_t behind = place(size() - index) * sizeof(double);
-    for (const Column& column : columns) {
-        unsigned char* const to = &bytes[column.start + place(index) * sizeof(double)];
+    const std::size_t behind = (size() - index) * sizeof(double);
+    for (const Values& channel : channels) {
+        unsigned char* const to = &bytes[channel.start + index * sizeof(double)];
         std::memmove(to + sizeof(double), to, behind);
         std::memcpy(to, values++, sizeof(double));
     }
@@ -147,156 +158,138 @@ void Block::insert(int index, double key, const double* values)
 History::History(const History& other)
     : ordered(other.ordered)
     , blocks(other.blocks)
+    , late(other.late)
     , channels(other.channels)
 {
-    if (other.open) {
-        blocks[other.openAt] = std::make_shared<Block>(*other.open);
+    for (const int at : {late, int(blocks.size()) - 1}) {
+        if (at >= 0 && blocks[at]->isOpen()) {
+            blocks[at] = std::make_shared<Block>(*blocks[at]);
+        }
     }
 }
 
 Span History::add(double key, const double* values, int firstChannel, int width)
 {
-    channels.resize(std::max(channels.size(), place(firstChannel + width)));
-    const int index = makeRoom(key, firstChannel, width);
-    open->insert(index, key, values);
-    for (int i = firstChannel; i < firstChannel + width; ++i) {
-        ++channels[place(i)].count;
-        channels[place(i)].keys.unite({key, key});
-    }
-    if (openAt + 1 < blocks.size()) {
-        starts.clear();
+    const int end = firstChannel + width;
+    channels.resize(std::max<std::size_t>(channels.size(), end));
+    const auto [at, index] = makeRoom(key, firstChannel, width);
+    blocks[at]->insert(index, key, values);
+    for (int channel = firstChannel; channel < end; ++channel) {
+        ++channels[channel].count;
+        channels[channel].keys.unite({key, key});
     }
     ordered = ordered && !std::isnan(key);
     if (!ordered) {
         return {-Infinite, Infinite};
     }
-    const auto& keys = open->keys();
-    // Where a neighbour holds other channels, a line may come from far away.
-    const auto isNear = [&](std::size_t at) { return blocks[at]->isFor(firstChannel, width); };
+    // From the point before to the one behind. Where the next block is for other channels, a line
+    // may come from far away.
+    const double* const keys = blocks[at]->keys().data();
+    const auto isAlike = [&](int other) { return blocks[other]->isFor(firstChannel, width); };
     Span changed{key, key};
     if (index > 0) {
-        changed.lowest = keys[place(index - 1)];
-    } else if (openAt > 0) {
-        changed.lowest = isNear(openAt - 1) ? blocks[openAt - 1]->keys().back() : -Infinite;
+        changed.lowest = keys[index - 1];
+    } else if (at > 0) {
+        changed.lowest = isAlike(at - 1) ? blocks[at - 1]->keys().back() : -Infinite;
     }
-    if (index + 1 < open->size()) {
-        changed.highest = keys[place(index + 1)];
-    } else if (openAt + 1 < blocks.size()) {
-        changed.highest = isNear(openAt + 1) ? blocks[openAt + 1]->keys().front() : Infinite;
+    if (index + 1 < blocks[at]->size()) {
+        changed.highest = keys[index + 1];
+    } else if (at + 1 < int(blocks.size())) {
+        changed.highest = isAlike(at + 1) ? blocks[at + 1]->keys().front() : Infinite;
     }
     return changed;
 }
 
-// Opens the block to which the new point belongs, and gives its index there.
-int History::makeRoom(double key, int firstChannel, int width)
+// Gives the place of a new point, in an open block that has room for it.
+History::Place History::makeRoom(double key, int firstChannel, int width)
 {
-    const auto isAlike = [&](std::size_t at) { return blocks[at]->isFor(firstChannel, width); };
-    const auto hasRoom = [&](std::size_t at) {
-        return open && at == openAt && isAlike(at) && open->size() < Block::OpenSize;
+    const auto isAlike = [&](int at) { return blocks[at]->isFor(firstChannel, width); };
+    const auto takes = [&](int at) {
+        return blocks[at]->isOpen() && isAlike(at) && blocks[at]->size() < Block::OpenSize;
     };
-    for (;;) {
-        std::size_t at = blocks.size();
-        int index = 0;
-        if (at > 0 && key < blocks.back()->keys().back()) {
-            at = blockAt(key);
-            index = blocks[at]->lowerBound(key);
-        }
-        if (index == 0 && at > 0 && hasRoom(at - 1)) {
-            return open->size();
-        }
-        if (at < blocks.size() && hasRoom(at)) {
-            return index;
-        }
-        if (open) {
-            split(openAt, std::min(open->size(), Block::PackedSize));
-        } else if (index == 0) {
-            startBlock(at, firstChannel, width);
-            return 0;
-        } else if (isAlike(at)) {
-            unpack(at);
-        } else {
-            split(at, index);
-        }
+
+    // Mostly there is one already, in front of the place or around it.
+    Place place = placeOf(key);
+    if (place.index == 0 && place.block > 0 && takes(place.block - 1)) {
+        return {place.block - 1, blocks[place.block - 1]->size()};
     }
+    if (place.block < int(blocks.size()) && takes(place.block)) {
+        return place;
+    }
+
+    // If not, one will be opened. The open block in whose stead it comes is packed, maybe in two.
+    if (place.block + 1 >= int(blocks.size()) && !blocks.empty()) {
+        pack(int(blocks.size()) - 1);
+    }
+    if (place.block < int(blocks.size()) && late >= 0) {
+        pack(late);
+        late = -1;
+    }
+    place = placeOf(key);
+
+    // Around the place is a packed block, or none.
+    if (place.index > 0 && isAlike(place.block)) {
+        blocks[place.block] = std::make_shared<Block>(Block::opened(*blocks[place.block]));
+    } else {
+        if (place.index > 0) {
+            split(place.block, place.index);
+            place = {place.block + 1, 0};
+        }
+        auto block = std::make_shared<Block>(firstChannel, width);
+        blocks.insert(blocks.begin() + place.block, std::move(block));
+    }
+    if (place.block + 1 < int(blocks.size())) {
+        late = place.block;
+    }
+    return place;
 }
 
-// Packs the points of a block before an index, and the rest if there is any.
-void History::split(std::size_t at, int index)
+// Cuts a block into packed ones: the points before an index, and the rest if there is any.
+void History::split(int at, int index)
 {
     const std::shared_ptr<Block> whole = blocks[at];
     auto front = std::make_shared<Block>(*whole, 0, index);
     if (index < whole->size()) {
         auto rest = std::make_shared<Block>(*whole, index, whole->size());
-        blocks.insert(blocks.begin() + static_cast<std::ptrdiff_t>(at) + 1, std::move(rest));
+        blocks.insert(blocks.begin() + at + 1, std::move(rest));
     }
     blocks[at] = std::move(front);
-    open = nullptr;
 }
 
-void History::unpack(std::size_t at)
+void History::pack(int at)
 {
-    const Block& packed = *blocks[at];
-    auto block = std::make_shared<Block>(packed.firstChannel(), packed.width());
-    std::vector<double> row(place(packed.width()));
-    for (int i = 0; i < packed.size(); ++i) {
-        for (int k = 0; k < packed.width(); ++k) {
-            row[place(k)] = packed.value(packed.firstChannel() + k, i);
-        }
-        block->insert(i, packed.keys()[place(i)], row.data());
+    if (blocks[at]->isOpen()) {
+        split(at, std::min(blocks[at]->size(), Block::PackedSize));
     }
-    open = block.get();
-    openAt = at;
-    blocks[at] = std::move(block);
 }
 
-void History::startBlock(std::size_t at, int firstChannel, int width)
-{
-    auto block = std::make_shared<Block>(firstChannel, width);
-    blocks.insert(blocks.begin() + static_cast<std::ptrdiff_t>(at), block);
-    open = block.get();
-    openAt = at;
-}
-
-std::size_t History::blockAt(double key) const
+int History::blockAt(double key) const
 {
     const auto found = std::partition_point(blocks.begin(), blocks.end(), [key](const auto& block) {
         return block->keys().back() < key;
     });
-    return static_cast<std::size_t>(found - blocks.begin());
+    return int(found - blocks.begin());
 }
 
-const std::vector<int>& History::startsOf(int channel) const
+History::Place History::placeOf(double key) const
 {
-    std::vector<int>& list = starts[channel];
-    if (list.size() != blocks.size()) {
-        list.clear();
-        int points = 0;
-        for (const auto& block : blocks) {
-            list.push_back(points);
-            points += block->holds(channel) ? block->size() : 0;
-        }
+    if (blocks.empty() || !(key < blocks.back()->keys().back())) {
+        return {int(blocks.size()), 0};
     }
-    return list;
+    const int at = blockAt(key);
+    return {at, blocks[at]->lowerBound(key)};
 }
 
 Point History::point(int channel, int index) const
 {
-    if (index < 0 || index >= count(channel)) {
-        return {};
+    for (const auto& block : blocks) {
+        const int size = block->holds(channel) ? block->size() : 0;
+        if (index >= 0 && index < size) {
+            return block->point(channel, index);
+        }
+        index -= size;
     }
-    const std::vector<int>& list = startsOf(channel);
-    const auto start = std::upper_bound(list.begin(), list.end(), index) - 1;
-    const Block& block = *blocks[static_cast<std::size_t>(start - list.begin())];
-    return block.point(channel, index - *start);
-}
-
-int History::lowerBound(int channel, double key) const
-{
-    const std::size_t at = blockAt(key);
-    if (at == blocks.size()) {
-        return count(channel);
-    }
-    return startsOf(channel)[at] + (blocks[at]->holds(channel) ? blocks[at]->lowerBound(key) : 0);
+    return {};
 }
 
 } // namespace chart

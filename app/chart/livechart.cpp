@@ -1,138 +1,162 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/livechart.h"
 
-#include <QScopedValueRollback>
 #include <cstdio>
 #include <new>
 
 namespace chart {
 
-LiveChart::LiveChart(QCustomPlot* customPlot)
-    : QObject(customPlot)
-    , plot(customPlot)
-    , pacer([this] { drawFrame(); }, this)
+namespace {
+
+// Layers, and their places among the plot's buffers: below the channels are background and grid,
+// between channels and signals the items of "main".
+const QString ChannelLayer = QStringLiteral("channels");
+const QString SignalLayer = QStringLiteral("signals");
+constexpr int ChannelBuffer = 1;
+constexpr int SignalBuffer = 3;
+
+} // namespace
+
+LiveChart::LiveChart()
+    : pacer([this] { paintNow(); }, this)
 {
-    addPicture();
-    // The legend is hidden, and would be laid out at each replot all the same. To leave it again
-    // takes each graph a search through all of them.
-    plot->setAutoAddPlottableToLegend(false);
-    headroom.reserve(4'194'304); // 32 MiB. Never touched, it takes none.
-    connect(plot, &QCustomPlot::beforeReplot, &pacer, &display::FramePacer::beforePainting);
-    connect(plot, &QCustomPlot::afterReplot, &pacer, &display::FramePacer::afterPainting);
-    plot->installEventFilter(this);
+    // The legend is hidden, and would be laid out at each replot all the same.
+    setAutoAddPlottableToLegend(false);
+    addPicture(ChannelLayer, QStringLiteral("grid"), ChannelBuffer);
+    connect(this, &QCustomPlot::beforeReplot, this, [this] { needsReplot = false; });
+    connect(this, &QCustomPlot::beforeReplot, &pacer, &display::PaintPacer::beforePainting);
+    connect(this, &QCustomPlot::afterReplot, &pacer, &display::PaintPacer::afterPainting);
 }
 
-CurvePicture* LiveChart::addPicture()
+CurvePicture* LiveChart::addPicture(const QString& name, const QString& below, int buffer)
 {
-    pictures.push_back(new CurvePicture(plot)); // the plot's
-    connect(pictures.back(), &CurvePicture::improved, this, &LiveChart::requestReplot);
-    return pictures.back();
+    addLayer(name, layer(below)); // empties all buffers: paintEvent() replots
+    layer(name)->setMode(QCPLayer::lmBuffered);
+    auto* picture = new CurvePicture(this);
+    mPaintBuffers.insert(buffer, QSharedPointer<QCPAbstractPaintBuffer>(picture));
+    pictures.push_back(picture);
+    return picture;
 }
 
 Graph* LiveChart::addChannel()
 {
-    return new Graph(pictures.front(), records, channels++);
+    return new Graph(this, ChannelLayer, pictures.front(), records, channels++);
 }
 
-Graph* LiveChart::addGraph()
+Graph* LiveChart::addSignal()
 {
-    CurvePicture* const picture = pictures.size() > 1 ? pictures.back() : addPicture();
-    return new Graph(picture, std::make_shared<History>(), 0);
+    if (pictures.size() == 1) {
+        addPicture(SignalLayer, QStringLiteral("main"), SignalBuffer);
+    }
+    return new Graph(this, SignalLayer, pictures.back(), std::make_shared<History>(), 0);
 }
 
 void LiveChart::addRecord(double key, const std::vector<int>& values, int first)
 {
-    if (isFull) {
-        return;
-    }
     try {
-        const int count = qMin(static_cast<int>(values.size()), plot->graphCount() - first);
-        const int inRecord = qMin(count, channels - first);
+        const int count = qMin(int(values.size()), graphCount() - first);
+        const int inRecord = qMax(0, qMin(count, channels - first));
         if (inRecord > 0) {
+            if (records->count(first) == 0 || records->count(first + inRecord - 1) == 0) {
+                pictures.front()->setInvalidated(); // the scene has no curves without points
+            }
             row.assign(values.begin(), values.begin() + inRecord);
             pictures.front()->noteChange(records->add(key, row.data(), first, inRecord));
         }
-        for (int i = qMax(0, inRecord); i < count; ++i) {
-            const double value = values[static_cast<std::size_t>(i)];
-            if (auto* const graph = qobject_cast<Graph*>(plot->graph(first + i))) {
-                graph->addPoint(key, value);
-            } else {
-                plot->graph(first + i)->addData(key, value);
+        for (int i = inRecord; i < count; ++i) {
+            if (auto* const signal = qobject_cast<Graph*>(graph(first + i))) {
+                signal->addPoint(key, values[i]);
             }
         }
+        isShort = false;
     } catch (const std::bad_alloc&) {
         // The log goes on without the chart.
-        isFull = true;
-        headroom = std::vector<double>();
-        std::fprintf(stderr, "chart: out of memory, stopped at the record of %.3f s\n", key);
+        if (!std::exchange(isShort, true)) {
+            std::fprintf(stderr, "chart: out of memory from the record of %.3f s on\n", key);
+        }
     }
 }
 
-bool LiveChart::hasNews() const
+void LiveChart::requestNews()
 {
-    return std::any_of(
-        pictures.begin(), pictures.end(), [](const auto* picture) { return picture->hasNews(); });
+    const auto hasNews = [](const auto* picture) { return picture->hasNews(); };
+    if (std::any_of(pictures.begin(), pictures.end(), hasNews)) {
+        pacer.request();
+    }
 }
 
-void LiveChart::drawFrame()
+void LiveChart::requestReplot()
 {
-    if (const auto move = std::move(heldMove)) {
-        const QScopedValueRollback<bool> moving(isMoving, true);
-        QCoreApplication::sendEvent(plot, move.get());
-        plot->replot(QCustomPlot::rpQueuedReplot); // as the plot itself does if it is dragged
+    needsReplot = true;
+    pacer.request();
+}
+
+void LiveChart::paintNow()
+{
+    if (heldMove) {
+        deliverMove();
+        replot(rpQueuedReplot); // as the plot itself does if it is dragged
+    } else if (needsReplot || hasInvalidatedPaintBuffers()) {
+        replot(rpRefreshHint);
     } else {
-        plot->replot(QCustomPlot::rpRefreshHint);
+        QRegion changed;
+        for (CurvePicture* picture : pictures) {
+            changed |= picture->refresh();
+        }
+        repaint(changed);
     }
 }
 
-// A mouse that drags may report a thousand times a second: the plot sees one move a frame.
-bool LiveChart::holdMove(const QMouseEvent& move)
+// A mouse that drags may report a thousand times a second: the plot sees one move a paint. Not
+// before it has seen the drag begin: it would take a short one for a click.
+void LiveChart::mouseMoveEvent(QMouseEvent* event)
 {
     struct Copy : QMouseEvent // which may copy events in Qt 6, too
     {
-        explicit Copy(const QMouseEvent& event)
-            : QMouseEvent(event)
+        explicit Copy(const QMouseEvent& move)
+            : QMouseEvent(move)
         {}
     };
-    if (isMoving || move.buttons() == Qt::NoButton) {
-        return false;
+    if (event->buttons() == Qt::NoButton || !mMouseHasMoved) {
+        QCustomPlot::mouseMoveEvent(event);
+    } else {
+        heldMove = std::make_unique<Copy>(*event);
+        pacer.request();
     }
-    heldMove = std::make_unique<Copy>(move);
-    pacer.request();
-    return true;
 }
 
-bool LiveChart::eventFilter(QObject* watched, QEvent* event)
+void LiveChart::deliverMove()
 {
-    if (event->type() == QEvent::MouseMove) {
-        return holdMove(static_cast<QMouseEvent&>(*event));
+    if (const auto move = std::move(heldMove)) {
+        QCustomPlot::mouseMoveEvent(move.get());
     }
-    if (event->type() == QEvent::MouseButtonRelease && heldMove) {
-        drawFrame();
-    }
-    if (event->type() == QEvent::Paint) {
-        makeExact();
-    }
-    return QObject::eventFilter(watched, event);
 }
 
-// Whoever looks by other means than the screen does not look again: he gets the exact picture.
-void LiveChart::makeExact()
+void LiveChart::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (pictures.front()->inReplot() || isOnScreen()) {
-        return;
-    }
-    for (CurvePicture* picture : pictures) {
-        picture->makeExact();
-    }
-    plot->replot(QCustomPlot::rpQueuedRefresh);
+    deliverMove();
+    QCustomPlot::mouseReleaseEvent(event);
 }
 
-// In a paint event of the plot.
-bool LiveChart::isOnScreen() const
+void LiveChart::paintEvent(QPaintEvent* event)
 {
-    const QPainter painter(plot);
-    QBackingStore* const screen = plot->backingStore();
+    const bool isGrab = !isOnScreen();
+    if (isGrab || hasInvalidatedPaintBuffers()) {
+        replot(rpQueuedRefresh); // of the layout and the view as they are now
+    }
+    if (isGrab) {
+        for (CurvePicture* picture : pictures) {
+            picture->makeExact();
+        }
+    }
+    QCustomPlot::paintEvent(event);
+}
+
+// In a paint event.
+bool LiveChart::isOnScreen()
+{
+    const QPainter painter(this);
+    QBackingStore* const screen = backingStore();
     return screen && painter.paintEngine()->paintDevice() == screen->paintDevice();
 }
 

@@ -3,57 +3,61 @@
 
 #include "chart/curvepicture.h"
 #include "chart/graph.h"
-#include "display/framepacer.h"
+#include "display/paintpacer.h"
 
 namespace chart {
 
-// Makes a plot fit for drives of any length. It stays a plain QCustomPlot, drawn at the pace of the
-// display; what it is grabbed, printed or exported to is exact.
-class LiveChart : public QObject
+// A plot that is fit for drives of any length. All but its curves is painted by a replot, at the
+// pace of the display: ask for one when a view, a tag or a visibility has changed. A record needs
+// none. What the chart is grabbed, printed or exported to is exact.
+class LiveChart : public QCustomPlot
 {
     Q_OBJECT
 
 public:
-    // Becomes a child of the plot.
-    explicit LiveChart(QCustomPlot* plot);
+    LiveChart();
+    ~LiveChart() override { mPaintBuffers.clear(); } // no job calls paintSoon() any more
 
-    // The plot's. The channels of the records are its first graphs.
+    // The plot's. The channels of the records are its first graphs, below its items; signals are
+    // above them.
     Graph* addChannel();
-    Graph* addGraph();
+    Graph* addSignal();
 
     // Adds the values of a record to the graphs from number `first` on, as far as there are any.
-    // Out of memory, it says so on standard error and takes no more.
+    // Out of memory, it leaves out the record, and says so on standard error.
     void addRecord(double key, const std::vector<int>& values, int first = 0);
 
-    // Whether what came since the last replot may show. If not, a replot would paint the same.
-    bool hasNews() const;
+    // Paints what addRecord() brought, if it may show; otherwise it costs nothing.
+    void requestNews();
 
-    // Draws at the pace of the display: at once, or together with what comes until then. Drawing
-    // decides what gets logged: meanwhile no record is asked for and none is read.
-    void requestReplot() { pacer.request(); }
+    // Replots. Both paint at once, or together with what comes until the display shows the next
+    // picture. Painting decides what gets logged: meanwhile no record is asked for and none is
+    // read.
+    void requestReplot();
 
 protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private slots:
+    void paintSoon() { pacer.request(); }
 
 private:
-    CurvePicture* addPicture();
-    bool holdMove(const QMouseEvent& move);
-    void drawFrame();
-    void makeExact();
-    bool isOnScreen() const;
+    CurvePicture* addPicture(const QString& layer, const QString& below, int buffer);
+    void paintNow();
+    void deliverMove();
+    bool isOnScreen();
 
-    QCustomPlot* plot;
-    // Of the channels, and of the other graphs, between which the plot may have something else.
-    std::vector<CurvePicture*> pictures;
+    std::vector<CurvePicture*> pictures; // owned as buffers of the plot
     std::shared_ptr<History> records = std::make_shared<History>();
     int channels = 0;
-    std::vector<double> row;      // of the record in hand
-    std::vector<double> headroom; // for the rest of the program, where memory runs out
-    bool isFull = false;
+    std::vector<double> row; // of the record in hand
+    bool isShort = false;    // of memory, at the latest record
 
-    display::FramePacer pacer;
+    display::PaintPacer pacer;
+    bool needsReplot = false;
     std::unique_ptr<QMouseEvent> heldMove;
-    bool isMoving = false;
 };
 
 } // namespace chart

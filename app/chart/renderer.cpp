@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/renderer.h"
 
-#include "chart/columns.h"
-
 #include <QPainter>
 #include <QVector>
 #include <QtMath>
@@ -28,7 +26,7 @@ void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
 {
     QSize size = picture.size();
     std::ptrdiff_t right = 1;
-    std::ptrdiff_t down = picture.bytesPerLine() / static_cast<int>(sizeof(QRgb));
+    std::ptrdiff_t down = picture.bytesPerLine() / int(sizeof(QRgb));
     if (qAbs(to.x() - from.x()) > qAbs(to.y() - from.y())) { // the same, lying on its side
         from = from.transposed();
         to = to.transposed();
@@ -51,14 +49,14 @@ void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
     auto* const pixels = reinterpret_cast<QRgb*>(picture.bits());
     const auto isInside = [&](int column) { return column >= 0 && column < size.width(); };
     // In 256ths and 65536ths of a pixel.
-    const int first = static_cast<int>(begin * 256);
-    const int last = static_cast<int>(end * 256);
+    const int first = int(begin * 256);
+    const int last = int(end * 256);
     auto place = static_cast<qint64>(std::floor(x * 65536));
     const auto step = static_cast<qint64>(slope * 65536);
     for (int y = first / 256; y * 256 < last; ++y, place += step) {
-        const int column = static_cast<int>(place >> 16);
+        const int column = int(place >> 16);
         const int share = qMin(y * 256 + 256, last) - qMax(y * 256, first);
-        const int beside = share * static_cast<int>(place & 0xffff) >> 16;
+        const int beside = share * int(place & 0xffff) >> 16;
         QRgb* const pixel = pixels + y * down + column * right;
         if (isInside(column)) {
             *pixel = blend(*pixel, colour, share - beside);
@@ -69,6 +67,18 @@ void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
     }
 }
 
+// The points of a channel in one column of pixels.
+struct Column
+{
+    bool isCluster() const { return count > 1 && !values.isEmpty(); }
+
+    double pixel; // where it begins
+    int count = 0;
+    Point first = {};
+    Point last = {};
+    Span values = {}; // of the points that have numbers
+};
+
 class CurvePainter
 {
 public:
@@ -77,7 +87,6 @@ public:
         , columns(picture)
         , left(firstColumn / scene.pixelRatio)
         , right((firstColumn + picture.width()) / scene.pixelRatio)
-        , direction(scene.keys.lowerPixel < scene.keys.upperPixel ? 1 : -1)
         , painter(&picture)
     {
         painter.setRenderHint(QPainter::Antialiasing);
@@ -88,11 +97,11 @@ public:
     void paint(const Curve& curve);
 
 private:
-    double pixelOf(double key) const;
     QPointF position(const Point& point) const
     {
         return {scene.keys.pixel(point.key), scene.values.pixel(point.value)};
     }
+    void addColumns(const Curve& curve, const Span& keys);
     void addColumn(const Column& column);
     void addToLine(QPointF point);
     void finishLine();
@@ -101,7 +110,6 @@ private:
     QImage& columns;
     double left; // of the columns, in pixels of the plot
     double right;
-    int direction; // of the key axis
     QPainter painter;
 
     bool isThin = false; // of the curve's lines
@@ -109,26 +117,17 @@ private:
     Column previous{}; // the last that was added, if any
 };
 
-// Where the pixel of the plot begins in which a key is.
-double CurvePainter::pixelOf(double key) const
-{
-    const double pixel = std::floor(scene.keys.pixel(key) - 0.5) + 0.5;
-    return direction > 0 ? pixel : pixel + 1;
-}
-
 void CurvePainter::paint(const Curve& curve)
 {
-    painter.setPen(curve.pen);
-    isThin = curve.isThinned && curve.pen.widthF() <= 1 && curve.pen.color().alpha() == 255;
+    painter.setPen(QPen(QColor::fromRgba(curve.colour), curve.width));
+    isThin = curve.isDense && curve.width == 0 && qAlpha(curve.colour) == 255;
     Span keys;
     keys.include(scene.keys.coordinate(left - curve.reach()));
     keys.include(scene.keys.coordinate(right + curve.reach()));
     keys = {std::max(keys.lowest, scene.keys.lower), std::min(keys.highest, scene.keys.upper)};
     previous = {};
-    if (curve.isThinned) {
-        visitColumns(
-            *curve.history, curve.channel, keys, [this](double key) { return pixelOf(key); },
-            [this](const Column& column) { addColumn(column); });
+    if (curve.isDense) {
+        addColumns(curve, keys);
     } else {
         curve.history->visit(curve.channel, keys, [&](const Block& block, int begin, int end) {
             for (int i = begin; i < end; ++i) {
@@ -140,13 +139,54 @@ void CurvePainter::paint(const Curve& curve)
     finishLine();
 }
 
-// Leads the line to a column and through it, as the library's adaptive sampling does.
+// The points between two keys and one on either side, column by column.
+void CurvePainter::addColumns(const Curve& curve, const Span& keys)
+{
+    const auto columnOf = [this](double key) {
+        return std::floor(scene.keys.pixel(key) - 0.5) + 0.5;
+    };
+    const bool isOrdered = curve.history->isOrdered();
+    Column column{};
+    curve.history->visit(curve.channel, keys, [&](const Block& block, int begin, int end) {
+        const double* const all = block.keys().data();
+        while (begin < end) {
+            const double pixel = columnOf(all[begin]);
+            const auto isInColumn = [&](double key) { return columnOf(key) == pixel; };
+            int stop = begin + 1;
+            if (isOrdered && isInColumn(all[end - 1])) {
+                stop = end;
+            } else if (isOrdered) {
+                stop = int(std::partition_point(all + stop, all + end, isInColumn) - all);
+            }
+            if (column.count > 0 && column.pixel != pixel) {
+                addColumn(column);
+                column = Column{};
+            }
+            if (column.count == 0) {
+                column.pixel = pixel;
+                column.first = block.point(curve.channel, begin);
+            }
+            column.count += stop - begin;
+            column.last = block.point(curve.channel, stop - 1);
+            column.values.unite(block.extent(curve.channel, begin, stop));
+            begin = stop;
+        }
+        return true;
+    });
+    if (column.count > 0) {
+        addColumn(column);
+    }
+}
+
+// Leads the line to a column and through it, as the library's adaptive sampling does, but for this:
+// where the curve falls, the highest point comes first. With the lowest first, the line would cross
+// each column twice, and falling flanks would look thicker than rising ones.
 void CurvePainter::addColumn(const Column& column)
 {
     const auto add = [this](const Column& of, double share, double value) {
-        addToLine({of.pixel + direction * share, scene.values.pixel(value)});
+        addToLine({of.pixel + share, scene.values.pixel(value)});
     };
-    const bool isApart = previous.count > 0 && column.pixel - previous.pixel != direction;
+    const bool isApart = previous.count > 0 && column.pixel - previous.pixel != 1;
     if (isApart && previous.isCluster()) {
         add(previous, 0.8, previous.last.value);
     }
@@ -154,8 +194,9 @@ void CurvePainter::addColumn(const Column& column)
         add(column, 0.2, column.first.value);
     }
     if (column.isCluster()) {
-        add(column, 0.25, column.values.lowest);
-        add(column, 0.75, column.values.highest);
+        const bool falls = column.last.value < column.first.value;
+        add(column, 0.25, falls ? column.values.highest : column.values.lowest);
+        add(column, 0.75, falls ? column.values.lowest : column.values.highest);
     } else {
         addToLine(position(column.first));
     }
@@ -187,28 +228,24 @@ void CurvePainter::finishLine()
 
 } // namespace
 
-double Scale::pixel(double coordinate) const
+bool isDense(const Curve& curve, const Scale& keys)
 {
-    if (!isLogarithmic) {
-        return lowerPixel + (coordinate - lower) / (upper - lower) * (upperPixel - lowerPixel);
-    }
-    // What has no logarithm lies well outside, where QCPAxis puts it.
-    constexpr double outside = 200;
-    const double away = upperPixel < lowerPixel ? -outside : outside;
-    if (coordinate >= 0 && upper < 0) {
-        return upperPixel + away;
-    }
-    if (coordinate <= 0 && upper >= 0) {
-        return lowerPixel - away;
-    }
-    return lowerPixel +
-           std::log(coordinate / lower) / std::log(upper / lower) * (upperPixel - lowerPixel);
-}
-
-double Scale::coordinate(double pixel) const
-{
-    const double share = (pixel - lowerPixel) / (upperPixel - lowerPixel);
-    return isLogarithmic ? lower * std::pow(upper / lower, share) : lower + share * (upper - lower);
+    // With one far outside the view, so many points would still be drawn one by one.
+    const double most = 8 * (keys.upperPixel - keys.lowerPixel) + 2;
+    double count = 0;
+    double first = 0;
+    double last = 0;
+    const Span view{keys.lower, keys.upper};
+    curve.history->visit(curve.channel, view, [&](const Block& block, int begin, int end) {
+        const double* const all = block.keys().data();
+        first = count > 0 ? first : all[begin];
+        last = all[end - 1];
+        count += end - begin;
+        return count < most;
+    });
+    const double pixels = keys.pixel(last) - keys.pixel(first);
+    const double fewest = std::floor(2 * qAbs(pixels) + 2); // false with a NaN
+    return count >= most || count >= fewest;
 }
 
 void render(

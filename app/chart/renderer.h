@@ -4,25 +4,29 @@
 #include "chart/history.h"
 
 #include <QImage>
-#include <QPen>
 #include <atomic>
 #include <tuple>
 
 namespace chart {
 
 // Turns the coordinates of an axis into pixels of the plot from the edge of a picture on; pixel 0
-// lies between 0 and 1. Of a display with a pixel ratio, a picture has more pixels than the plot.
+// lies between 0 and 1. With a pixel ratio, a picture has more pixels than the plot.
 struct Scale
 {
     double lower; // the range of the axis
     double upper;
-    double lowerPixel; // where it lies; the greater one is `lower` on a reversed axis
+    double lowerPixel; // where it lies
     double upperPixel;
-    bool isLogarithmic;
 
-    double pixel(double coordinate) const;
-    double coordinate(double pixel) const;
-    auto tie() const { return std::tie(lower, upper, lowerPixel, upperPixel, isLogarithmic); }
+    double pixel(double coordinate) const
+    {
+        return lowerPixel + (coordinate - lower) / (upper - lower) * (upperPixel - lowerPixel);
+    }
+    double coordinate(double pixel) const
+    {
+        return lower + (pixel - lowerPixel) / (upperPixel - lowerPixel) * (upper - lower);
+    }
+    auto tie() const { return std::tie(lower, upper, lowerPixel, upperPixel); }
     bool operator==(const Scale& other) const { return tie() == other.tie(); }
 };
 
@@ -30,12 +34,13 @@ struct Curve
 {
     const History* history;
     int channel;
-    bool isThinned; // led through the lowest and highest of each pixel, as QCPGraph does it
-    QPen pen;       // solid
+    QRgb colour;
+    double width; // pixels of the plot; 0 is as thin as the picture can: faster
+    bool isDense;
 
     // How far beside a point, in pixels of the plot, the curve may change with it.
-    double reach() const { return 1.75 + pen.widthF() / 2; }
-    auto tie() const { return std::tie(history, channel, isThinned, pen); }
+    double reach() const { return 1.75 + width / 2; }
+    auto tie() const { return std::tie(history, channel, colour, width, isDense); }
     bool operator==(const Curve& other) const { return tie() == other.tie(); }
 };
 
@@ -43,13 +48,17 @@ struct Scene
 {
     QSize size; // of the picture
     double pixelRatio;
-    Scale keys; // from left to right
-    Scale values;
+    Scale keys;                // from left to right
+    Scale values;              // from the bottom up
     std::vector<Curve> curves; // lowest first
 
     auto tie() const { return std::tie(size, pixelRatio, keys, values, curves); }
     bool operator==(const Scene& other) const { return tie() == other.tie(); }
 };
+
+// Whether a curve has two points a pixel or more. Such a one is led through the lowest and the
+// highest of each column of pixels.
+bool isDense(const Curve& curve, const Scale& keys);
 
 // Paints the columns of a scene's picture from column `first` on: lines through the points, on
 // nothing. The curves are those of the scene, or copies. For any thread. Ends soon, with anything,

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/axistag.h"
+#include "chart/chartlogo.h"
 #include "support/consolerig.h"
 
 namespace {
@@ -40,7 +41,8 @@ private slots:
             }
             return channels;
         };
-        QCPGraph* canSignal = console.plot()->addGraph();
+        console.click("addCanTrace");
+        const QCPGraph* canSignal = console.plot()->graph(128);
         console.channelBox(7)->click(); // rewrites the whole strip
         QCOMPARE(shown().size(), 127);
         QSignalSpy drawn(console.plot(), &QCustomPlot::afterReplot);
@@ -57,7 +59,7 @@ private slots:
     {
         ConsoleHome home;
         ConsoleRig console;
-        console.plot()->addGraph(); // of a CAN signal: surplus values land on it
+        console.click("addCanTrace"); // surplus values land on the CAN signal
         console.window.loggerDataReceived(1, 4000000000U, {7, -8});
         console.window.loggerStarted(); // a new session counts on from the very first record
         console.window.loggerDataReceived(2, 4000000000U + 16777217U, {9});
@@ -176,10 +178,26 @@ private slots:
         QVERIFY(!clickAt(2.5));
     }
 
+    void theLogoTakesClicksWhereItIsPainted()
+    {
+        QCustomPlot plot;
+        plot.resize(900, 300); // room to both sides of the picture
+        const auto* logo = new ChartLogo(&plot);
+        plot.show();
+        plot.replot();
+        const QPointF corner = logo->topLeft->pixelPosition();
+        const QPointF extent = logo->bottomRight->pixelPosition() - corner;
+        for (const auto& [share, hit] : {std::pair(0.1, false), {0.5, true}, {0.9, false}}) {
+            const QPointF place = corner + QPointF(share * extent.x(), extent.y() / 2);
+            QCOMPARE(plot.itemAt(place) == logo, hit);
+        }
+    }
+
     // Standing tags are painted once. What comes, goes, changes or moves must show all the same.
     void tagsLookAsThePlotPaintsThem()
     {
         std::array<QCustomPlot, 2> plots;
+        std::for_each(plots.begin(), plots.end(), [](auto& plot) { plot.resize(450, 200); });
         std::array<QList<AxisTag*>, 2> tags;
         for (int step = 0; step < 30; ++step) {
             std::array<QImage, 2> pictures;
@@ -189,12 +207,17 @@ private slots:
                 tags[i].last()->setText(QString("VI%1=%2").arg(step % 12).arg(step * 7));
                 tags[i].last()->updatePosition(step / 2 * 0.3);
                 if (i == 0) { // here the plot paints each item
-                    plot.item(1)->parentLayerable()->setVisible(true);
+                    auto* anchor = qobject_cast<QCPItemTracer*>(plot.item(plot.itemCount() - 3));
+                    anchor->setStyle(QCPItemTracer::tsNone);
+                    anchor->setVisible(true);
                     plot.xAxis->findChild<QCPLayerable*>("tagSheet")->setVisible(false);
                 }
                 if (step == 8) {
                     tags[i][2]->setText("changed");
                     tags[i][3]->updatePosition(2.9);
+                } else if (step == 12) { // far left of the axis rect
+                    plot.axisRect()->setMinimumMargins(QMargins(150, 0, 0, 0));
+                    plot.xAxis->setRange(2, 5);
                 } else if (step == 16) {
                     plot.xAxis->setRange(-1, 4);
                 } else if (step == 20) {

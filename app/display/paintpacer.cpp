@@ -1,39 +1,41 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "display/framepacer.h"
+#include "display/paintpacer.h"
 
 #include <algorithm>
 
 namespace display {
 
-FramePacer::FramePacer(std::function<void()> paintFunction, QObject* parent)
+PaintPacer::PaintPacer(std::function<void()> paintFunction, QObject* parent)
     : QObject(parent)
     , paint(std::move(paintFunction))
 {
     timer.setSingleShot(true);
     timer.setTimerType(Qt::PreciseTimer);
-    connect(&timer, &QTimer::timeout, this, &FramePacer::paintNow);
+    connect(&timer, &QTimer::timeout, this, &PaintPacer::paintNow);
 }
 
-void FramePacer::request()
+void PaintPacer::request()
 {
+    // Read once: a thread that is held up between two readings would start a negative interval.
+    const qint64 passedMs = sincePainting.isValid() ? sincePainting.elapsed() : intervalMs;
     // Also when the timer is due: a flood of records may keep the event loop from running it.
-    if (!sincePainting.isValid() || sincePainting.hasExpired(frameMs - 1)) {
+    if (passedMs >= intervalMs) {
         paintNow();
     } else if (!timer.isActive()) {
-        timer.start(frameMs - static_cast<int>(sincePainting.elapsed()));
+        timer.start(intervalMs - static_cast<int>(passedMs));
     }
 }
 
-void FramePacer::afterPainting()
+void PaintPacer::afterPainting()
 {
     constexpr int rest = 9; // times as long as the painting
     const qint64 ms = rest * duration.nsecsElapsed() / 1'000'000;
-    frameMs = static_cast<int>(std::clamp<qint64>(ms, FrameMs, LongestFrameMs));
+    intervalMs = static_cast<int>(std::clamp<qint64>(ms, IntervalMs, LongestIntervalMs));
     timer.stop();
     sincePainting.start();
 }
 
-void FramePacer::paintNow()
+void PaintPacer::paintNow()
 {
     beforePainting();
     paint();

@@ -11,19 +11,19 @@ namespace display {
 // Paints at the pace of the display instead of the pace of changes: nobody could see more, and no
 // record is read while the window paints.
 //
-// A request that comes a frame or more after the end of the last painting is painted before
-// request() returns. Requests that come faster are painted together, the last one no later than a
-// frame after that painting, or as soon as the event loop runs again. Where painting takes long, a
-// frame is longer: nine tenths of the time are for the session.
-class FramePacer : public QObject
+// A request that comes an interval or more after the end of the last painting is painted before
+// request() returns. Requests that come faster are painted together, the last one no later than an
+// interval after that painting, or as soon as the event loop runs again. Where painting takes long,
+// the interval is longer: nine tenths of the time are for the session.
+class PaintPacer : public QObject
 {
     Q_OBJECT
 
 public:
-    static constexpr int FrameMs = 16;
-    static constexpr int LongestFrameMs = 100;
+    static constexpr int IntervalMs = 16;
+    static constexpr int LongestIntervalMs = 100;
 
-    FramePacer(std::function<void()> paintFunction, QObject* parent);
+    PaintPacer(std::function<void()> paintFunction, QObject* parent);
 
     // Call after any change that is to show.
     void request();
@@ -36,7 +36,7 @@ private:
     void paintNow();
 
     std::function<void()> paint;
-    int frameMs = FrameMs;
+    int intervalMs = IntervalMs;
     QElapsedTimer duration;      // of the painting
     QElapsedTimer sincePainting; // invalid before the first one
     QTimer timer;                // runs while requests wait
