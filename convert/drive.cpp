@@ -178,7 +178,8 @@ Origin originOf(const std::vector<std::string>& paths, const std::vector<Survey>
     Origin origin;
     for (std::size_t i = 0; i < paths.size(); ++i) {
         const auto path = std::filesystem::absolute(paths[i]);
-        origin.inputs += (i > 0 ? ", " : "") + path.filename().string();
+        const QString shown = QString::fromStdString(path.filename()); // UTF-8 in any case
+        origin.inputs += (i > 0 ? ", " : "") + shown.toStdString();
         if (path.parent_path().filename() == "extLoggerLogs") {
             origin.serial = path.parent_path().parent_path().filename();
         }

@@ -43,7 +43,9 @@ void convertToText(const Job& job, Report& report)
     } else {
         writer = frameList(job.to, output, report);
     }
-    recording.read(*writer, again);
+    if (recording.read(*writer, again) == 0 && !takesRecords(job, kind)) {
+        throw ConversionError(platform::shownName(path) + ": has no CAN frame");
+    }
     writer->finish();
     report.addNew(again);
     constexpr std::int64_t sheet = 1'048'576;

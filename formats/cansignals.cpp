@@ -104,7 +104,8 @@ std::string readSetLine(std::string_view line, CanSignal& signal)
     const auto muxBits = whole();
     const auto muxValue = hexNumber(next());
     const auto length = whole();
-    signal.name = next();
+    const std::string_view name = next();
+    signal.name = textOf(name).toUtf8().toStdString();
     if (!id || *id > largestId || !start || !bits || !factor || !std::isfinite(*factor) ||
         !addend || !std::isfinite(*addend) || !mode || !muxStart || !muxBits || !muxValue ||
         !length) {
@@ -138,7 +139,9 @@ std::string readSetLine(std::string_view line, CanSignal& signal)
     signal.factor = *factor;
     signal.addend = *addend;
     signal.frameLength = *length;
-    return *mode == NotPlotted ? "\"Show\" is 0, taken as 1" : "";
+    return *mode == NotPlotted   ? "\"Show\" is 0, taken as 1"
+           : signal.name != name ? "bytes in its name that are not UTF-8, replaced"
+                                 : "";
 }
 
 } // namespace

@@ -217,6 +217,15 @@ class Logs(Folder):
         path = self.write("a.log", b"#;timestamp;Gr\xfcn;\n1;1;1;\n$;1;\xe9\n")
         self.assertEqual(self.rows(path), [["time_s", "Gr\ufffdn", "tag"], ["0.001", "1", "\ufffd"]])
         self.assertIn("a.log:1: bytes that are not UTF-8, replaced (2 in all)", self.said)
+        self.write("set.csv", b"0x1;0;8;1;0;1;0;0;0x0;-1;\xd6l\n")
+        self.write("a.candump", "(1) can0 001#02\n")
+        self.assertEqual(self.rows("a.candump", "--signals", "set.csv"), [["time_s", "\ufffdl"], ["1.000000", "2"]])
+        self.assertIn("set.csv:1: \ufffdl: bytes in its name", self.said)
+
+    def test_more_rows_than_a_sheet(self):
+        for rows, message in [(1048575, ""), (1048576, "more rows than the 1,048,576 of a spreadsheet")]:
+            self.run_convert(self.write("a.log", "#;t;A;\n" + "1;1;1;\n" * rows), "-o", "a.csv", "--force")
+            self.assertEqual(bool(message), message in self.said and self.said != "")
 
     def test_endless_line(self):
         """Costs no memory, and is no record."""
@@ -554,7 +563,7 @@ class Manners(Folder):
     def test_refusals(self):
         files = {
             "a.log": self.LOG, "empty.log": "", "prose.log": "not a log\n", "words.candump": "to be or not to be\n",
-            "candump-2026.log": "(1.0) can0 123#01\n", "noise.log": random.Random(1).randbytes(100000),
+            "records.rbx": bytes.fromhex("0a05 0a0105 180a"), "candump-2026.log": "(1.0) can0 123#01\n", "noise.log": random.Random(1).randbytes(100000),
             "noise.rbx": random.Random(2).randbytes(1000)}
         for name, content in files.items():
             self.write(name, content)
@@ -566,6 +575,7 @@ class Manners(Folder):
             (1, "noise.log: is binary", "noise.log", "-o", "b.csv"),
             (1, "noise.rbx: has no", "noise.rbx", "-o", "b.h5"),
             (1, "words.candump: has no CAN frame", "words.candump", "-o", "b.asc"),
+            (1, "records.rbx: has no CAN frame", "records.rbx", "-o", "b.asc"),
             (1, "try --from candump", "candump-2026.log", "-o", "b.csv"),
             (1, "prose.log: has no record", "prose.log", "-o", "b.csv"),
             (1, "none/b.csv: cannot write", "a.log", "-o", "none/b.csv"),
@@ -660,11 +670,11 @@ class Manners(Folder):
 
     def test_full_disk(self):
         self.big_log()
-        for name in ["b.csv", "b.h5"]:
+        for name in ["b.csv", "b.h5", "b.mf4"]:
             self.run_convert(
                 "big.log", "-o", name, code=1,
                 preexec_fn=lambda: (signal.signal(signal.SIGXFSZ, signal.SIG_IGN),
-                                    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 16, 1 << 16))))
+                                    resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 13, 1 << 13))))
             self.assertIn(f"{name}: cannot write", self.said)
             self.assertLeaves("big.log")
 
