@@ -198,7 +198,7 @@ int main(int argc, char* argv[])
                 100 * requests / hidden, bound, "% of those with no curves");
         };
         session.show(true);
-        kept("ten minutes in view", session.requests(pace), pace == 1 ? 90 : 99);
+        kept("ten minutes in view", session.requests(pace), pace == 1 ? 97 : 99);
         kept("ten minutes dragged", session.requestsWhileDragging(pace), pace == 1 ? 85 : 97);
     }
 

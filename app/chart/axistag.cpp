@@ -186,6 +186,7 @@ void AxisTag::updatePosition(double value)
 void AxisTag::changed()
 {
     picture = QPixmap();
+    length = arrow && label ? QFontMetrics(label->font()).horizontalAdvance(label->text()) : 0;
 }
 
 bool AxisTag::isInView() const
