@@ -22,6 +22,8 @@ USUAL = re.compile(
     "(QStandardPaths:|QObject::connect: No such slot QAbstractTableModel|QMetaObject::connectSlotsBy"
     "|This plugin|QString::arg: Argument missing|QIODevice::write .QFile|QFile::setFileName"
     r"|drive:|[\w:]+\.\w+: )")
+# Where memory is looked at: a sanitizer would keep what is freed for long.
+FREEING = os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=1"
 FOLDER = "Corvane Motion Systems/XCU0001/extLoggerLogs"
 
 
@@ -357,7 +359,7 @@ def shared(build):
 def opened(build):
     """Whatever is opened in a session, the session goes on, and nothing gets into its log."""
     with Bench(build) as bench:
-        console = connect(bench)
+        console = connect(bench, ASAN_OPTIONS=FREEING)
         log(bench, console)
         console.play("key S DataLoggerApp:QCustomPlot:0")
         (path,) = bench.files("*.log")
@@ -398,9 +400,7 @@ def tuning(build):
 def cycles(build, count=200):
     """Connecting and disconnecting leaves nothing behind."""
     with Bench(build) as bench:
-        # A sanitizer would keep what is freed for long.
-        options = os.environ.get("ASAN_OPTIONS", "") + ":quarantine_size_mb=1"
-        console = bench.start(ASAN_OPTIONS=options)
+        console = bench.start(ASAN_OPTIONS=FREEING)
         console.play('wait xcuSerialNumber currentText "XCU0001 XCU"')
         marks = {}
         for cycle in range(count + 1):
