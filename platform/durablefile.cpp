@@ -153,14 +153,11 @@ DurableFile::~DurableFile()
 
 bool DurableFile::open(OpenMode mode)
 {
-    const bool isWritten = mode.testFlag(WriteOnly);
-    if (isWritten) {
-        QDir().mkpath(QFileInfo(fileName()).path());
-    }
+    QDir().mkpath(QFileInfo(fileName()).path());
     if (!QFile::open(mode)) {
         return false;
     }
-    const int own = isWritten ? fcntl(handle(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
+    const int own = fcntl(handle(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (own >= 0) {
         opened = std::make_shared<OpenedFile>(own, fileName());
         diskThread().add(opened);

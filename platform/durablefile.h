@@ -8,7 +8,7 @@ namespace platform {
 
 struct OpenedFile;
 
-// A file that a power cut takes little of: while it is open for writing, what has been flushed is
+// A file for writing that a power cut takes little of: while it is open, what has been flushed is
 // put on the disk once a second, and once more when it is closed; the folders of a new file as
 // well. A thread of its own does that, and neither a write nor close() waits for it, however slow
 // the disk. The program ends when all is on the disk. Folders that are missing are made by open().
@@ -22,7 +22,7 @@ public:
     void close() override;
 
 private:
-    std::shared_ptr<OpenedFile> opened; // null if closed, or open for reading
+    std::shared_ptr<OpenedFile> opened; // null if closed
 };
 
 } // namespace platform

@@ -314,11 +314,14 @@ def slow_disk(build):
         console = connect(bench, LD_PRELOAD=preload, SLOW_DISK=str(report))
         log(bench, console)
         until(lambda: report.exists() and report.read_text().count(".log") > 1, "a second time")
-        console.play("click pushButton_2", "click pushButton_2", "click startLogging")
+        (trace := bench.home / "trace.asc").touch()
+        console.play("trigger actionOpen_with_Timestamp", f'file "{trace}"',
+                     "click pushButton_2", "click pushButton_2", "click startLogging")
+        until(lambda: len(bench.files("*.log")) > 1, "the second session")
         see_all(bench)
         end(bench, console, signal.SIGTERM)
         done = dict(line.rsplit(" ", 1) for line in report.read_text().splitlines())
-        files = bench.files("*.*")
+        files = bench.files("*.*") + [*bench.home.glob("asc-*")]  # where captures go on
         same({str(path): done.get(str(path)) for path in files},
              {str(path): str(path.stat().st_size) for path in files}, "bytes on the disk")
         folders = {str(folder) for path in files for folder in path.parents[:4]}
