@@ -44,9 +44,8 @@ void InputFile::makeRepeatable()
     const char* const folder = std::getenv("TMPDIR");
     std::string name = std::string(folder != nullptr ? folder : "/tmp") + "/xcu-convert-XXXXXX";
     const int copy = mkostemp(name.data(), O_CLOEXEC);
-    unlink(name.c_str());
     QByteArray block;
-    bool isWritten = copy >= 0;
+    bool isWritten = copy >= 0 && unlink(name.c_str()) == 0;
     while (isWritten && !(block = QFile::read(1 << 16)).isEmpty()) {
         isWritten = writeAll(copy, {block.constData(), static_cast<std::size_t>(block.size())});
     }
