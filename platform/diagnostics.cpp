@@ -46,7 +46,11 @@ public:
         fstat(descriptor, &status);
         if (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)) {
             const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
-            const int own = ::open(path.c_str(), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+            constexpr int flags = O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC;
+            int own = ::open(path.c_str(), flags);
+            if (own < 0 && tcgetpgrp(descriptor) >= 0) { // after su it is another user's, but ours
+                own = ::open("/dev/tty", flags);
+            }
             mayBlock = own < 0 || dup2(own, descriptor) < 0;
             ::close(own);
         } else {

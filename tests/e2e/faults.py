@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """What the console has to survive: faults.py BUILD [SCENARIO [CYCLES]]"""
 import ctypes
+import fcntl
 import os
 import pathlib
 import pty
@@ -11,6 +12,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import termios
 
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "drive"))
 
@@ -280,10 +282,17 @@ def unread(build):
         with Bench(build) as bench:
             reader, writer = pty.openpty() if way == "terminal" else os.pipe()
 
+            if way == "terminal":
+                os.fchmod(writer, 0)  # after "su" it is another user's
+
             def setup():
                 signal.signal(number, signal.SIG_DFL)
                 if way == "none":
                     os.close(1)
+                elif way == "terminal":
+                    forget_root()
+                    os.setsid()
+                    fcntl.ioctl(1, termios.TIOCSCTTY, 0)
 
             console = connect(bench, setup=setup, stdout=writer)
             os.close(writer)
@@ -291,7 +300,7 @@ def unread(build):
                 os.close(reader)
             elif way == "none":
                 same(os.readlink(f"/proc/{console.process.pid}/fd/1"), "/dev/null", "output")
-            log(bench, console, 1000)
+            log(bench, console, 1500)
             console.play("click candump", "click faultStatus")  # windows that are open besides
             see_all(bench)
             if way == "pipe":
