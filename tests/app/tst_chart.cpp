@@ -339,8 +339,12 @@ private slots:
                 live.requestNews();
             }
         };
+        QVERIFY(QTest::qWaitForWindowExposed(&live));
+        QSignalSpy first(&live, &QCustomPlot::afterReplot);
+        twins.addRecord(47, {1, 2, 3});
+        live.requestNews();
+        QTRY_COMPARE(first.count(), 1); // takes the channels in, which had no points
         addRecords(2400, 2500);
-        live.replot();
         live.grab();
         QCoreApplication::processEvents();
         Painted painted;
@@ -351,6 +355,9 @@ private slots:
             addRecords(i, i + 10);
             QTRY_VERIFY(painted.paints > before);
         }
+        const int before = painted.paints;
+        addRecords(2750, 2751);
+        QTRY_VERIFY(painted.paints > before); // now all of them
         QCOMPARE(replots.count(), 0);
         QVERIFY(painted.pixels < 0.1 * painted.paints * live.width() * live.height());
         const QImage screen = twins.screen();
@@ -367,6 +374,7 @@ private slots:
     void axesStayWithANewSignal()
     {
         Twins twins(3);
+        QVERIFY(QTest::qWaitForWindowExposed(&twins.live));
         twins.live.xAxis->setVisible(true);
         twins.live.replot();
         const QImage before = twins.screen();
