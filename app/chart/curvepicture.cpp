@@ -47,7 +47,7 @@ Scene viewOf(const QCustomPlot& plot, double pixelRatio)
 QImage columnsOf(uchar* bits, const QImage& picture, int first, int count)
 {
     return {
-        bits + first * int(sizeof(QRgb)), count, picture.height(), picture.bytesPerLine(),
+        bits + qsizetype(sizeof(QRgb)) * first, count, picture.height(), picture.bytesPerLine(),
         picture.format()};
 }
 
@@ -155,7 +155,7 @@ QCPPainter* CurvePicture::startPainting()
 void CurvePicture::take(Curve curve, QCPPainter* painter)
 {
     if (painter->device() == &blank) {
-        scene.curves.push_back(std::move(curve));
+        scene.curves.push_back(curve);
         return;
     }
     const Scene view = viewOf(*plot, painter->transform().m11());

@@ -104,7 +104,7 @@ void Block::pack(const double* values)
 
 quint64 Block::distance(const Values& values, int index) const
 {
-    const std::size_t at = index * values.bits;
+    const auto at = std::size_t(index) * std::size_t(values.bits);
     const auto bits = qFromLittleEndian<quint64>(&bytes[values.start + at / 8]);
     return bits >> at % 8 & ((quint64{1} << values.bits) - 1);
 }
