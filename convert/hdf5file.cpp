@@ -243,6 +243,7 @@ public:
     void addTags(const std::vector<Tag>& tags) override
     {
         std::vector<TagRow> rowsOfTags;
+        rowsOfTags.reserve(tags.size());
         for (const Tag& tag : tags) {
             rowsOfTags.push_back({tag.seconds, tag.text.c_str()});
         }
