@@ -8,6 +8,7 @@
 A file that cannot be read raises OSError or ValueError. Lines of a log that cannot be read are left
 out with a warning. Times are the controller's.
 """
+import functools
 import typing
 import warnings
 
@@ -175,6 +176,18 @@ def read_log(path):
     return Log(names, records, tags)
 
 
+def naming(read):
+    """The reader, with errors that name the file."""
+    @functools.wraps(read)
+    def reader(path):
+        try:
+            return read(path)
+        except (ValueError, TypeError, AttributeError) as error:  # the last two: fields of another type
+            raise ValueError(f"{path}: damaged: {error}") from error
+
+    return reader
+
+
 def varint(data, at):
     """A number of a protobuf message, and the place behind it."""
     value = shift = 0
@@ -218,6 +231,7 @@ def packed(data):
     return numbers
 
 
+@naming
 def read_rbx(path):
     """A black-box record."""
     records, frames = [], []
@@ -237,6 +251,7 @@ def read_rbx(path):
     return Blackbox(records, frames)
 
 
+@naming
 def read_xcu(path):
     """The inputs and outputs of a configuration backup."""
     with open(path, "rb") as file:
@@ -253,6 +268,7 @@ def read_xcu(path):
     return channels
 
 
+@naming
 def read_signals(path):
     """A signal set, up to its first empty line."""
     signals = []

@@ -11,10 +11,17 @@ import pandas
 import xcu_files
 
 BLOCK = 1 << 21  # bytes that the parser gets at a time: it takes several times as much memory
-LINE = 1 << 20  # bytes; a longer line is read in pieces, each of which is none of a log
+LINE = 1 << 20  # bytes; behind that the rest of a line is passed over, which is none of a log then
 PLAIN = b"-;0123456789\n"  # the parser takes blanks, "+" and zero bytes for parts of numbers, too
 TAG = re.compile(rb"\$;-?\d+;[^\n\0]*\n")
 ROUND = 2**32  # ms
+
+
+def rest_of_line(file):
+    line = piece = file.readline(LINE)
+    while len(piece) == LINE and not piece.endswith(b"\n"):
+        piece = file.readline(LINE)
+    return line if line is piece else line + b"\0\n"
 
 
 class Records:
@@ -30,16 +37,15 @@ class Records:
 
     def read_log(self, path):
         numpy.empty(31 << 20, "uint8")  # from now on the C library keeps what is freed: half the time
-        line, done = 1, 0
+        line = 1
         with open(path, "rb") as file:
             size = os.fstat(file.fileno()).st_size
-            block = file.readline(LINE)  # the header
+            block = rest_of_line(file)  # the header
             while block:
-                done += len(block)
-                self.share = min(1, done / max(1, size))
+                self.share = min(1, file.tell() / max(1, size))
                 block = block.replace(b"\r\n", b"\n")
                 line += self.add_plain(block, line) or self.add_lines(block, line)
-                block = file.read(BLOCK) + file.readline(LINE)
+                block = file.read(BLOCK) + rest_of_line(file)
 
     def read_blackbox(self, path):
         records = xcu_files.read_rbx(path).records
@@ -175,7 +181,7 @@ class Records:
 
 def read(path):
     records = Records()
-    if str(path).endswith(".rbx"):
+    if str(path).lower().endswith(".rbx"):
         records.read_blackbox(path)
     else:
         records.read_log(path)

@@ -241,6 +241,10 @@ class Logs(Folder):
 
         self.assertEqual([row[0] for row in self.rows("a.log", preexec_fn=limit)], ["time_s", "0.001", "0.003"])
         self.assertIn("a.log:3: a line of 1 MiB or more", self.said)
+        self.write("a.log", f"{HEADER}\n1;1;1;\n2;2;{'55;' * 1300000}\n3;3;3;\nx\n")
+        with warnings.catch_warnings(record=True) as caught:
+            self.assertEqual(xcu_files.to_pandas(self.folder / "a.log").iloc[:, 0].tolist(), [1, 3])
+        self.assertIn("a.log:3: not a record, left out (2 in all)", str(caught[0].message))
 
     def test_torn_blackbox(self):
         torn = self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100])
@@ -547,8 +551,10 @@ class Module(Folder):
         self.assertEqual([list(map(str, row)) for row in table.drop(columns="tag").values],
                          [row[1:-1] for row in self.rows(DATA / "drive.rbx")[1:]])
         self.assertEqual(table.index[19].total_seconds(), 5.19)
-        with self.assertRaises(ValueError):
-            xcu_files.read_rbx(self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100]))
+        for read, content in [(xcu_files.to_pandas, (DATA / "drive.rbx").read_bytes()[:100]),
+                              (xcu_files.read_rbx, b"\x08\x01"), (xcu_files.read_xcu, b"\x02\0\0\0\x08\x01")]:
+            with self.assertRaisesRegex(ValueError, "torn.RBX: damaged"):
+                read(self.write("torn.RBX", content))
 
     def test_small_files(self):
         path = self.write("a.xcu", bytes.fromhex("0d000000 0a0b 0a034f696c 1005 1800 2003 ffff"))
