@@ -35,6 +35,7 @@ FrameReader::Outcome FrameReader::parseAsc(TraceFields& fields)
     std::string_view next = takeWord(words, ' ');
     int nameWords = 0;
     bool isRemote = false;
+    bool isKnown = true;
     if (frame.isFd) {
         if (next != "0" && next != "1") { // the message's name
             nameWords = 1;
@@ -45,17 +46,19 @@ FrameReader::Outcome FrameReader::parseAsc(TraceFields& fields)
     } else if (next != "Rx" && next != "Tx") {
         return NoFrame; // such as statistics of the channel
     } else {
-        isRemote = takeWord(words, ' ') == "r";
+        const std::string_view frameKind = takeWord(words, ' ');
+        isRemote = frameKind == "r";
+        isKnown = isRemote || frameKind == "d";
     }
-    if (!setId(id, base, id.size())) {
+    if (!isKnown || !setId(id, base, id.size())) {
         return Nonsense;
     }
     frame.isExtended = isExtended;
     frame.isError = false;
     splitAscData(fields, nameWords);
-    const int length = plainNumber<int>(fields.length, frame.isFd ? 10 : 16).value_or(0);
+    const int length = plainNumber<int>(fields.length, frame.isFd ? 10 : 16).value_or(-1);
     if (isRemote) {
-        return frameIf(setRemote(length));
+        return frameIf(setRemote(fields.length.empty() ? 0 : length));
     }
     return frameIf(setWords(fields.data, frame.isFd ? length : std::min(length, 8), base));
 }

@@ -124,7 +124,7 @@ private:
         const std::string_view values = fields.rest.value_or(std::string_view());
         // Fields that a zero byte cuts lack what stands behind.
         const bool isCut =
-            line.back() != ';' || (!values.empty() && &values.back() != &line.back());
+            line.back() != ';' || values.data() + values.size() != line.data() + line.size();
         if (fields.kind != LogFields::Record || !sample || !time || isCut) {
             warnHere("not a record, left out");
             return;

@@ -176,7 +176,10 @@ FrameReader::Outcome FrameReader::parseCandump(std::string_view line)
         }
         return Nonsense;
     }
-    if (!setTime(time) || !setId(takeField(data, '#'), 16, 3)) {
+    const std::string_view direction = takeWord(line, ' '); // newer candumps tell it
+    const bool isWhole =
+        line.empty() && (direction.empty() || direction == "R" || direction == "T");
+    if (!isWhole || !setTime(time) || !setId(takeField(data, '#'), 16, 3)) {
         return Nonsense;
     }
     const auto digit = [&] { return plainNumber<unsigned>(data.substr(1, 1), 16); };
@@ -214,7 +217,7 @@ FrameReader::Outcome FrameReader::parseCsv(TraceFields& fields)
         if (byte) {
             frame.bytes[frame.length++] = *byte;
         }
-        makesSense = makesSense && (byte || text.empty());
+        makesSense &= text.empty() || (byte && frame.length == i + 1); // no gap ahead of it
     }
     return frameIf(makesSense);
 }

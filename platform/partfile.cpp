@@ -151,7 +151,7 @@ void PartFile::write(std::string_view bytes)
 
 void PartFile::writeAt(std::int64_t place, std::string_view bytes)
 {
-    if (lseek(fd, place, SEEK_SET) != place) {
+    if (lseek(fd, place, SEEK_SET) < 0) {
         fail();
     }
     write(bytes);

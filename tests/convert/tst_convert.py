@@ -112,7 +112,7 @@ class Logs(Folder):
             (["1;50;1;", "0;0;2;"], ["0.050,1,", "0.000,2,"], "a.log:3: the clock goes back"),
             (["1;1;5-3;1;", "2;2;-;99999999999;"], ["0.001,,1,", "0.002,,,"], "a.log:2: a value that is no number of 32"),
             (["1;1;-2147483648;2147483648;0123456789;"], ["0.001,-2147483648,,0123456789,"], "a.log:2: a value that is no"),
-            (["1;1;1;", "x", "2;y;1;", "3;3;1\0;"], ["0.001,1,"], "a.log:3: not a record, left out (3 in all)"),
+            (["1;1;1;", "x", "2;y;1;", "3;3;1\0;", "4;4;\0;"], ["0.001,1,"], "a.log:3: not a record, left out (4 in all)"),
             (["1;1;1;\r", HEADER.replace("A", "B")], ["0.001,1,"], "a.log:3: another header"),
             (["1;1;1;", "2;2;1;"], ["0.001,1,"], "a.log:3: torn line, left out"),
             (["1;1;1;", "$;1;half a"], ["0.001,1,half a"], "a.log:3: torn line"),
@@ -339,6 +339,10 @@ class Traces(Folder):
             ("b.candump", "(1) can1 123#0102_B\n(1) can1 123#01x2\n(1) can1 123##\n(1) can1 123#01#02\n(1) can1 1_3#01\n"
              "1.0 can1 123#01\n(2) can1 123\n(2) can1 4#R44\n(3) can1 4#02\n",
              "(3.000000) can1 004#02", "b.candump:1: not a frame, left out (8 in all)"),
+            ("d.candump", "(1) can1 123#01 02\n(1) can1 123#01 T 2\n(2) can1 123#01 T\n", "(2.000000) can1 123#01", "d.candump:1: not a"),
+            ("b.asc", "base hex  timestamps absolute\n 1.0 1 123 Rx d zz 01\n 1.0 1 123 Rx 8 01 02\n 1.0 1 123 Rx r x\n"
+             " 2.0 1 123 Rx r\n", "(2.000000) can0 123#R", "b.asc:2: not a frame, left out (3 in all)"),
+            ("d.csv", columns + "R,1,1,1,,3,,,,,,,1\nR,2,1,1,2,3,,,,,,,1\n", "(2.000000) can0 001#010203", "d.csv:2: not a frame"),
             ("c.candump", "(1.0) can0 123 [3] 01 02 AA\n(2) can0 1#\n", "(2.000000) can0 001#", "c.candump:1: as candump shows"),
             ("b.txt", "00:00:01.000 -> C:id=16:n=2:01:Z2\n00:00:01.000 -> C:id=16:n=2:01:02x\n"
              "00:00:02.000 -> C:id=16:n=1:03\n", "(2.000000) can0 010#03", "b.txt:1: not a frame, left out (2 in all)"),
