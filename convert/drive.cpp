@@ -32,7 +32,7 @@ std::vector<Field> frameFields(std::size_t frameBytes)
 {
     std::vector<Field> fields;
     for (const auto& [name, size] :
-         {std::pair("BusChannel", 1),
+         {std::pair("BusChannel", 2),
           {"ID", 4},
           {"IDE", 1},
           {"DLC", 1},
@@ -173,7 +173,7 @@ void DriveWriter::finish()
 
 // Files of the console are called by their time, in a folder called by the controller's number:
 // XCU0001/extLoggerLogs/2026.11.15-053000.log
-Origin originOf(const std::vector<std::string>& paths, const std::vector<Survey>& surveys)
+Origin originOf(const std::vector<std::string>& paths, const std::deque<Recording>& recordings)
 {
     Origin origin;
     for (std::size_t i = 0; i < paths.size(); ++i) {
@@ -188,8 +188,7 @@ Origin originOf(const std::vector<std::string>& paths, const std::vector<Survey>
             QDateTime::fromString(name.right(17), QStringLiteral("yyyy.MM.dd-HHmmss"));
         if (time.isValid() && (!origin.start || time.toSecsSinceEpoch() < *origin.start)) {
             origin.start = time.toSecsSinceEpoch();
-            origin.clock = surveys[i].records > 0 ? surveys[i].first.milliseconds / 1000.0
-                                                  : surveys[i].frames.first;
+            origin.clock = recordings[i].begin.value_or(0.0);
         }
     }
     return origin;

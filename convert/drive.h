@@ -5,6 +5,7 @@
 #include "convert/signals.h"
 
 #include <array>
+#include <deque>
 
 namespace convert {
 
@@ -42,6 +43,6 @@ private:
 };
 
 // What a container tells of where the recordings come from, by their paths and times.
-Origin originOf(const std::vector<std::string>& paths, const std::vector<Survey>& surveys);
+Origin originOf(const std::vector<std::string>& paths, const std::deque<Recording>& recordings);
 
 } // namespace convert

@@ -70,11 +70,17 @@ void convertToContainer(const Job& job, Reports& reports)
         plan.emplace(*job.database, surveys, job.selection);
         plan->warn(*job.database, reports.front());
     }
+    const auto lacks = [&](const Survey& it) { return it.channels(job.selection).empty(); };
+    const auto hasNone = [](const Survey& it) { return it.widest == 0; };
+    if (std::all_of(surveys.begin(), surveys.end(), lacks) && (!plan || plan->messages.empty()) &&
+        !std::all_of(surveys.begin(), surveys.end(), hasNone)) {
+        throw ConversionError(job.output + ": no input has a channel or signal that --only takes");
+    }
     constexpr std::size_t memory = 1 << 24; // bytes, that wait to be packed
     const std::size_t tables = recordings.size() + (plan ? plan->messages.size() : 0);
     const std::size_t blockSize = std::clamp<std::size_t>(memory / tables, 1 << 14, 1 << 22);
     const auto make = job.to == Kind::Hdf5 ? makeHdf5 : makeMdf4;
-    const auto container = make(job.output, job.replaces, originOf(paths, surveys), blockSize);
+    const auto container = make(job.output, job.replaces, originOf(paths, recordings), blockSize);
     DriveWriter writer(*container, surveys, plan ? &*plan : nullptr);
     for (std::size_t i = 0; i < recordings.size(); ++i) {
         Report known(paths[i]); // what the survey has told

@@ -31,7 +31,7 @@ public:
     void addHeader(const std::vector<std::string>& labels) override { target.addHeader(labels); }
     void addRecord(const LogRecord& record) override
     {
-        if (selection.takesTime(record.milliseconds / 1000.0) && count++ % selection.every == 0) {
+        if (takes(record.milliseconds / 1000.0) && count++ % selection.every == 0) {
             target.addRecord(record);
         }
     }
@@ -44,15 +44,27 @@ public:
     }
     void addFrame(const TraceFrame& frame) override
     {
-        if (selection.takesTime(frame.time) && (selection.bus < 0 || selection.bus == frame.bus)) {
+        if (takes(frame.time) && (selection.bus < 0 || selection.bus == frame.bus)) {
+            hasFrame = true;
             target.addFrame(frame);
         }
     }
 
+    bool hasNothing() const { return begin && count == 0 && !hasFrame; }
+
+    std::optional<double> begin;
+
 private:
+    bool takes(double seconds)
+    {
+        begin = begin.value_or(seconds);
+        return selection.takesTime(seconds);
+    }
+
     const Selection& selection;
     RecordingTarget& target;
     std::int64_t count = 0; // of records within the time
+    bool hasFrame = false;
 };
 
 void checkKind(platform::InputFile& file, Kind kind)
@@ -123,6 +135,10 @@ std::int64_t Recording::read(RecordingTarget& target, Report& report)
         }
     }
     file.check();
+    begin = selector.begin;
+    if (selector.hasNothing()) {
+        report.warn("has nothing that --start, --end and --bus take");
+    }
     return frames;
 }
 

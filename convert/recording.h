@@ -41,6 +41,7 @@ public:
     platform::InputFile file;
     const Kind kind;
     const Selection& selection;
+    std::optional<double> begin; // s: of the first record or frame, wanted or not, once it was read
 };
 
 struct Channel

@@ -189,9 +189,9 @@ class Logs(Folder):
     def test_where_it_comes_from(self):
         folder = self.folder / "XCU0001" / "extLoggerLogs"
         folder.mkdir(parents=True)
-        log = self.write(folder / "2026.11.15-053000.log", HEADER + "\n1;90000;1;2;3;4;\n")
-        groups, file = self.mdf4(log, environment={"TZ": "CET-1"})
-        # Times are the controller's: the file begins where its clock stood at 0.
+        log = self.write(folder / "2026.11.15-053000.log", HEADER + "\n1;90000;1;2;3;4;\n2;95000;1;2;3;4;\n")
+        groups, file = self.mdf4(log, "--start", "92", environment={"TZ": "CET-1"})
+        # Times are the controller's: the file begins where its clock stood at 0, whatever is taken of it.
         self.assertEqual((file.start, file.zone, file.daylight), ((1794717000 - 90) * 10**9, 60, 0))
         self.assertIn("XCU0001", file.comment)
         self.assertIn("2026-11-15T05:30:00", file.comment)
@@ -209,7 +209,11 @@ class Logs(Folder):
                                         "3.000,,,T"])
         groups, _ = self.mdf4(path, "--only", "Speed*", "--every", "3")
         self.assertEqual(groups["channels"][0]["values"], {"time": [1, 4, 7], "Speed [km/h] (CAN1)": [9, 9, 9]})
-        self.run_convert(path, "--only", "none", "-o", "b.csv", code=1)
+        for name in ["b.csv", "b.mf4"]:
+            self.run_convert(path, "--only", "none", "-o", name, code=1)
+            self.assertIn("that --only takes", self.said)
+        self.run_convert(path, "--start", "9", "-o", "b.mf4")
+        self.assertIn("has nothing that --start, --end and --bus take", self.said)
         self.write("a.candump", "(1) can0 1#01\n(2) can1 2#02\n(3) can1 3#03\n")
         self.assertEqual(self.candump("a.candump", "--bus", "1", "--end", "2.5"), "(2.000000) can1 002#02\n")
 
@@ -452,6 +456,8 @@ class Databases(Folder):
                 for (_, value), (_, shown) in zip(values, text):
                     self.assertTrue(shown == f"{value:.15g}" or abs(value) >= 1e15 and float(shown) == value, shown)
         self.assertEqual(len(groups["CAN_DataFrame"][0]["values"]["time"]), 600)
+        groups, _ = self.mdf4(self.write("b.candump", "(1) can300 1#\n(2) can0 1#\n"))
+        self.assertEqual(groups["CAN_DataFrame"][0]["values"]["CAN_DataFrame.BusChannel"], [301, 1])
 
     def test_other_databases(self):
         matrix = canmatrix.formats.loadp_flat(str(self.DBC))
