@@ -68,7 +68,11 @@ void convertToContainer(const Job& job, Reports& reports)
     std::optional<SignalPlan> plan;
     if (job.database != nullptr) {
         plan.emplace(*job.database, surveys, job.selection);
-        plan->warn(*job.database, reports.front());
+        const auto hasFrames = [](const Survey& it) { return it.frames.count > 0; };
+        const auto place = std::find_if(surveys.begin(), surveys.end(), hasFrames);
+        plan->warn(
+            *job.database,
+            reports[place == surveys.end() ? 0 : std::size_t(place - surveys.begin())]);
     }
     const auto lacks = [&](const Survey& it) { return it.channels(job.selection).empty(); };
     const auto hasNone = [](const Survey& it) { return it.widest == 0; };

@@ -80,8 +80,8 @@ void declare(Options& options, CLI::App& app)
     app.add_option("--only", options.all.selection.names)->expected(1)->take_all();
     app.add_option("--start", options.all.selection.start);
     app.add_option("--end", options.all.selection.end);
-    auto* const every =
-        app.add_option("--every", options.all.selection.every)->check(CLI::PositiveNumber);
+    auto* const every = app.add_option("--every", options.all.selection.every)
+                            ->check(CLI::Range(std::int64_t{1}, INT64_MAX));
     app.add_option("--bus", options.all.selection.bus)->check(CLI::NonNegativeNumber);
     app.add_flag("--frames", options.all.wantsFrames)->excludes(signalSet);
     auto* const info = app.add_flag("--info", options.info)->excludes(output)->excludes(outDir);

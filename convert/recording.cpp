@@ -21,8 +21,11 @@ using formats::WarningFunction;
 class Selector : public RecordingTarget
 {
 public:
-    Selector(const Selection& selectionOfAll, RecordingTarget& realTarget)
+    Selector(
+        const Selection& selectionOfAll, std::int64_t lastLineOfRecords,
+        RecordingTarget& realTarget)
         : selection(selectionOfAll)
+        , lastLine(lastLineOfRecords)
         , target(realTarget)
     {
         ignoresValues = target.ignoresValues;
@@ -31,7 +34,8 @@ public:
     void addHeader(const std::vector<std::string>& labels) override { target.addHeader(labels); }
     void addRecord(const LogRecord& record) override
     {
-        if (takes(record.milliseconds / 1000.0) && count++ % selection.every == 0) {
+        const bool isKnown = record.line <= lastLine;
+        if (takes(record.milliseconds / 1000.0) && isKnown && count++ % selection.every == 0) {
             target.addRecord(record);
         }
     }
@@ -62,6 +66,7 @@ private:
     }
 
     const Selection& selection;
+    const std::int64_t lastLine;
     RecordingTarget& target;
     std::int64_t count = 0; // of records within the time
     bool hasFrame = false;
@@ -113,7 +118,7 @@ Recording::Recording(const std::string& path, Kind fileKind, const Selection& se
 
 std::int64_t Recording::read(RecordingTarget& target, Report& report)
 {
-    Selector selector(selection, target);
+    Selector selector(selection, lastLine, target);
     const auto warn = [&](const char* what, std::int64_t line) { report.warn(what, line); };
     std::int64_t frames = 0;
     if (kind == Kind::Log) {
@@ -151,6 +156,7 @@ Survey surveyOf(Recording& recording, Report& report, bool ignoresValues)
     if (frames == 0 && survey.labels.empty() && survey.records == 0 && survey.tags == 0) {
         throw ConversionError(recording.file.name() + ": has no record of a log");
     }
+    recording.lastLine = survey.last.line;
     recording.file.seek(0);
     return survey;
 }

@@ -41,6 +41,7 @@ public:
     platform::InputFile file;
     const Kind kind;
     const Selection& selection;
+    std::int64_t lastLine = INT64_MAX; // of records: a log may grow while it is read
     std::optional<double> begin; // s: of the first record or frame, wanted or not, once it was read
 };
 

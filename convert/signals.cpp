@@ -20,7 +20,9 @@ std::vector<const formats::CanSignal*> signalsOf(
     const int kind = isExtended ? formats::CanSignal::Extended : formats::CanSignal::Standard;
     std::vector<const formats::CanSignal*> result;
     for (const formats::CanSignal& signal : database.all) {
-        if (signal.id == id && (signal.kind & kind) != 0 && selection.takesName(signal.name)) {
+        if (signal.id == id && (signal.kind & kind) != 0 &&
+            (selection.takesName(signal.name) ||
+             selection.takesName(signal.message + '.' + signal.name))) {
             result.push_back(&signal);
         }
     }

@@ -456,6 +456,8 @@ class Databases(Folder):
                 for (_, value), (_, shown) in zip(values, text):
                     self.assertTrue(shown == f"{value:.15g}" or abs(value) >= 1e15 and float(shown) == value, shown)
         self.assertEqual(len(groups["CAN_DataFrame"][0]["values"]["time"]), 600)
+        self.mdf4(self.write("a.log", HEADER + "\n1;1;1;\n"), "a.candump", "--signals", self.DBC)
+        self.assertIn("a.candump: Nine: values of more than 53 bits are rounded", self.said)
         groups, _ = self.mdf4(self.write("b.candump", "(1) can300 1#\n(2) can0 1#\n"))
         self.assertEqual(groups["CAN_DataFrame"][0]["values"]["CAN_DataFrame.BusChannel"], [301, 1])
 
@@ -478,6 +480,7 @@ class Databases(Folder):
         self.run_convert("a.candump", "--signals", "console.csv", "-o", "a.csv", code=1)
         self.assertIn("give --signals the database", self.said)
         self.assertIn("    can0 Engine\n      Intel\n", self.run_convert("--info", "a.candump", "--signals", self.DBC))
+        self.assertEqual(self.rows("a.candump", "--signals", self.DBC, "--only", "Engine.Intel")[0], ["time_s", "Intel"])
         self.write("none.candump", "(1) can0 001#01\n")
         self.assertEqual(self.rows("none.candump", "--signals", self.DBC), [["time_s"]])
         self.assertIn("has none of the signals", self.said)
@@ -683,6 +686,17 @@ class Manners(Folder):
 
     def big_log(self):
         return self.write("big.log", HEADER + "\n" + "".join(f"{n};{n};1;2;3;\n" for n in range(300000)))
+
+    def test_growing_log(self):
+        """Records that come while it is read are left out: their values may not be where those before had theirs."""
+        path = self.big_log()
+        with subprocess.Popen([CONVERT, path, "-o", "a.h5"], cwd=self.folder, stderr=subprocess.DEVNULL) as program:
+            while program.poll() is None and not list(self.folder.glob("*.part")):
+                pass
+            with open(path, "a") as log:
+                log.write("1;300000;\n" * 1000)
+        with h5py.File(self.folder / "a.h5") as file:
+            self.assertEqual(len(file["time_s"]), 300000)
 
     def test_full_disk(self):
         self.big_log()
