@@ -240,8 +240,7 @@ QRect CurvePicture::takeFromJob()
     return changed;
 }
 
-// Paints the columns of what came since the picture, or has all painted if they are many. Gives the
-// part of the plot where they are.
+// Paints the columns of what came since the picture, or has all painted if they are many.
 QRect CurvePicture::paintChanges()
 {
     double reach = 0;
@@ -278,17 +277,21 @@ void CurvePicture::startJob()
 
     // A queue of our own, as ThreadSanitizer does not see how the pool's one orders things. Not
     // Qt's global pool: Qt's conversions of large images wait for a thread of that one.
-    static std::mutex mutex;
-    static std::deque<std::weak_ptr<Job>> waiting; // for each of its workers
+    static struct Queue
+    {
+        ~Queue() { const std::lock_guard<std::mutex> lock(mutex); } // behind its last user, too
+        std::mutex mutex;
+        std::deque<std::weak_ptr<Job>> jobs; // for each of the workers
+    } waiting;
     static QThreadPool workers;
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(waiting.mutex);
     for (int i = 0; i < workers.maxThreadCount(); ++i) {
-        waiting.push_back(job);
+        waiting.jobs.push_back(job);
         workers.start(QRunnable::create([] {
             platform::yieldToOtherThreads(); // the session goes first
-            std::unique_lock<std::mutex> taking(mutex);
-            const std::shared_ptr<Job> taken = waiting.front().lock();
-            waiting.pop_front();
+            std::unique_lock<std::mutex> taking(waiting.mutex);
+            const std::shared_ptr<Job> taken = waiting.jobs.front().lock();
+            waiting.jobs.pop_front();
             taking.unlock();
             if (taken) {
                 taken->paint();
@@ -306,8 +309,7 @@ void CurvePicture::dropJob()
     }
 }
 
-// Of columns of the picture. A pixel more to either side: with a broken pixel ratio they begin
-// within one.
+// A pixel more to either side: with a broken pixel ratio columns begin within one.
 QRect CurvePicture::inPlot(const QRect& columns) const
 {
     const QRectF place(
