@@ -8,6 +8,7 @@ import os
 import pathlib
 import pty
 import random
+import re
 import resource
 import signal
 import subprocess
