@@ -32,7 +32,7 @@ std::vector<Field> frameFields(std::size_t frameBytes)
 {
     std::vector<Field> fields;
     for (const auto& [name, size] :
-         {std::pair("BusChannel", 2),
+         {std::pair("BusChannel", 4),
           {"ID", 4},
           {"IDE", 1},
           {"DLC", 1},

@@ -22,7 +22,7 @@ FrameReader::Outcome FrameReader::parseAsc(TraceFields& fields)
     }
     const auto channel = plainNumber<int>(fields.bus);
     std::string_view id = takeWord(words, ' ');
-    if (!channel) {
+    if (!channel || *channel < 0 || *channel > TraceFrame::LargestBus) {
         return NoFrame;
     }
     frame.bus = *channel - 1;

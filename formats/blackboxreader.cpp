@@ -191,7 +191,8 @@ std::int64_t readBlackbox(
     const auto takeParsedFrame = [&] {
         TraceFrame frame;
         frame.time = record.timestamp() / 1000.0;
-        frame.bus = static_cast<int>(record.busnumber());
+        const std::uint32_t bus = record.busnumber();
+        frame.bus = bus <= TraceFrame::LargestBus ? static_cast<int>(bus) : -1;
         frame.id = static_cast<std::uint32_t>(record.canid()) & 0x1fffffff;
         frame.isExtended = frame.id > 0x7ff;
         const std::size_t size = record.framedata().size();

@@ -8,6 +8,7 @@
 #include "formats/textfield.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace formats {
 
@@ -22,6 +23,20 @@ std::optional<std::uint32_t> tagTime(std::string_view text, std::optional<std::u
         return std::nullopt;
     }
     return static_cast<std::uint32_t>(*time);
+}
+
+// What the times of two records in a row tell.
+void warnOfClock(
+    std::optional<std::uint32_t> before, std::uint32_t time, const WarningFunction& warn,
+    std::int64_t line)
+{
+    constexpr std::uint32_t halfRound = 1U << 31;
+    if (before && time < *before) {
+        warn(
+            time - *before < halfRound ? "the clock has wrapped round at 2^32 ms; times start anew"
+                                       : "the clock goes back; times are those of the file",
+            line);
+    }
 }
 
 // Counts values, each closed by ";" and with a ";" ahead of the first. Returns whether they are
@@ -129,13 +144,7 @@ private:
             warnHere("not a record, left out");
             return;
         }
-        constexpr std::uint32_t halfRound = 1U << 31;
-        if (latest && *time < *latest) {
-            warnHere(
-                *time - *latest < halfRound
-                    ? "the clock has wrapped round at 2^32 ms; times start anew"
-                    : "the clock goes back; times are those of the file");
-        }
+        warnOfClock(latest, *time, warn, lines.lineNumber());
         LogRecord record{*sample, *time, values, 0, false, lines.lineNumber()};
         if (target.ignoresValues) {
             record.width = static_cast<std::size_t>(std::count(values.begin(), values.end(), ';'));
@@ -207,6 +216,7 @@ std::int64_t readBlackboxRecords(
     target.addHeader(labels);
     std::string text;
     std::uint32_t number = 0;
+    std::optional<std::uint32_t> latest;
     const auto append = [&text](const Values& values, std::size_t count) {
         for (const int value : values) {
             text += std::to_string(value) + ';';
@@ -214,6 +224,7 @@ std::int64_t readBlackboxRecords(
         text.append(count - values.size(), ';');
     };
     const auto take = [&](quint32 time, const Values& in, const Values& out) {
+        warnOfClock(std::exchange(latest, time), time, warn, 0);
         text.clear();
         append(in, inputs);
         append(out, outputs);

@@ -27,10 +27,8 @@ std::string_view inside(std::string_view text, std::string_view front, std::stri
 // The number at the end of an interface's name, such as can1.
 int busOf(std::string_view name)
 {
-    constexpr std::size_t most = 4;
-    const std::string_view digits = name.substr(name.find_last_not_of("0123456789") + 1);
-    return plainNumber<int>(digits.substr(digits.size() - std::min(digits.size(), most)))
-        .value_or(-1);
+    const auto bus = plainNumber<int>(name.substr(name.find_last_not_of("0123456789") + 1));
+    return bus && *bus <= TraceFrame::LargestBus ? *bus : -1;
 }
 
 } // namespace
@@ -226,7 +224,7 @@ FrameReader::Outcome FrameReader::parseOwnCsv(std::string_view line)
 {
     bool makesSense = setTime(takeField(line, ','));
     const auto bus = plainNumber<int>(takeField(line, ','));
-    frame.bus = bus.value_or(-1);
+    frame.bus = bus && *bus >= 0 && *bus <= TraceFrame::LargestBus ? *bus : -1;
     makesSense &= setId(inside(takeField(line, ','), "0x", ""), 16, 3);
     bool hasSwitch = false;
     for (bool* const flag : {&frame.isExtended, &frame.isFd, &hasSwitch, &frame.isRemote}) {

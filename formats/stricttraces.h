@@ -17,6 +17,7 @@ struct TraceFrame
     static constexpr unsigned ErrorState = 2;
     static constexpr std::uint32_t ErrorMark = 0x20000000; // in identifiers of candump logs
     static constexpr int MostBytes = 64;
+    static constexpr int LargestBus = 999'999'999;
 
     double time = 0.0; // in s, as the file counts; the controller's in what the console wrote
     int bus = -1;      // from 0; -1 where the trace names none

@@ -223,11 +223,11 @@ def fields(data):
 
 
 def packed(data):
-    """The numbers of a repeated field of a protobuf message."""
+    """The numbers of 32 bits of a repeated field of a protobuf message."""
     numbers, at = [], 0
     while at < len(data):
         value, at = varint(data, at)
-        numbers.append(signed(value))
+        numbers.append((value + 2**31) % 2**32 - 2**31)
     return numbers
 
 

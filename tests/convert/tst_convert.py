@@ -459,8 +459,8 @@ class Databases(Folder):
         self.assertEqual(len(groups["CAN_DataFrame"][0]["values"]["time"]), 600)
         self.mdf4(self.write("a.log", HEADER + "\n1;1;1;\n"), "a.candump", "--signals", self.DBC)
         self.assertIn("a.candump: Nine: values of more than 53 bits are rounded", self.said)
-        groups, _ = self.mdf4(self.write("b.candump", "(1) can300 1#\n(2) can0 1#\n"))
-        self.assertEqual(groups["CAN_DataFrame"][0]["values"]["CAN_DataFrame.BusChannel"], [301, 1])
+        groups, _ = self.mdf4(self.write("b.candump", "(1) can300 1#\n(2) can70000 1#\n(3) can0 1#\n"))
+        self.assertEqual(groups["CAN_DataFrame"][0]["values"]["CAN_DataFrame.BusChannel"], [301, 70001, 1])
 
     def test_other_databases(self):
         matrix = canmatrix.formats.loadp_flat(str(self.DBC))
@@ -565,6 +565,12 @@ class Module(Folder):
         self.assertEqual([list(map(str, row)) for row in table.drop(columns="tag").values],
                          [row[1:-1] for row in self.rows(DATA / "drive.rbx")[1:]])
         self.assertEqual(table.index[19].total_seconds(), 5.19)
+        # A value of more than 32 bits, as protobuf cuts it; a bus that no interface has; a clock that goes back.
+        odd = self.write("odd.rbx", bytes.fromhex("0a0a 0a06 858080802001 180a 0a05 0a0107 1805 1209 0a0101 20fbffffff0f"))
+        self.assertEqual(self.rows(odd)[1:], [["0.010", "5", "1", ""], ["0.005", "7", "", ""]])
+        self.assertIn("odd.rbx: the clock goes back", self.said)
+        self.assertEqual(self.pandas(odd)["In0"].tolist(), [5, 7])
+        self.assertEqual(self.candump(odd), "(0.000000) can0 000#01\n")
         for read, content in [(xcu_files.to_pandas, (DATA / "drive.rbx").read_bytes()[:100]),
                               (xcu_files.read_rbx, b"\x08\x01"), (xcu_files.read_xcu, b"\x02\0\0\0\x08\x01")]:
             with self.assertRaisesRegex(ValueError, "torn.RBX: damaged"):
