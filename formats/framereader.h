@@ -42,6 +42,7 @@ private:
     bool setHex(std::string_view text);
     bool setWords(std::string_view words, int length, int wordBase);
     bool setRemote(int length);
+    void checkLength(const TraceFields& fields);
 
     const TraceKind kind;
     const bool isOwn;

@@ -150,6 +150,7 @@ FrameReader::Outcome FrameReader::parseTxt(TraceFields& fields)
         }
         frame.bytes[frame.length++] = *byte;
     }
+    checkLength(fields);
     frame.time = time.msecsSinceStartOfDay() / 1000.0 + days * day;
     if (frame.time < lastTime - day / 2) {
         warn("midnight; times go on beyond 24 hours", lineNumber);
@@ -200,10 +201,15 @@ FrameReader::Outcome FrameReader::parseTrc(TraceFields& fields)
         !setHex(fields.data)) {
         return Nonsense;
     }
+    checkLength(fields);
+    return Frame;
+}
+
+void FrameReader::checkLength(const TraceFields& fields)
+{
     if (plainNumber<int>(fields.length) != frame.length) {
         warn("length that is not the number of bytes; the bytes count", lineNumber);
     }
-    return Frame;
 }
 
 FrameReader::Outcome FrameReader::parseCsv(TraceFields& fields)
@@ -235,6 +241,7 @@ FrameReader::Outcome FrameReader::parseOwnCsv(std::string_view line)
     frame.flags = hasSwitch ? TraceFrame::BitRateSwitch : 0;
     const auto length = plainNumber<int>(takeField(line, ','));
     makesSense &= line.substr(0, 1) == "x" && setHex(line.substr(1));
+    makesSense &= frame.isExtended || frame.isError || frame.id <= LargestStandardId;
     if (frame.isRemote) {
         return frameIf(makesSense && frame.length == 0 && setRemote(length.value_or(-1)));
     }

@@ -35,7 +35,7 @@ bool splitTxt(std::string_view line, TraceFields& fields)
     std::string_view description = takePart(line);
     takeWord(description, ':');
     fields.id = valueOf(takeWord(description, ':'));
-    takeWord(description, ':'); // the length; the bytes themselves tell it
+    fields.length = valueOf(takeWord(description, ':'));
     fields.data = description;
     return true;
 }

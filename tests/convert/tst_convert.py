@@ -353,12 +353,13 @@ class Traces(Folder):
              "00:00:02.000 -> C:id=16:n=1:03\n", "(2.000000) can0 010#03", "b.txt:1: not a frame, left out (2 in all)"),
             ("b.trc", "1,5\tRx\t1\t1\t2\t01_2\n1,6\tRx\t1\t1\t1\t02\n", "(1.600000) can0 001#02", "b.trc:1: not a frame"),
             ("c.csv", "time_s,bus,id,extended,fd,brs,remote,length,data\r\n1,1,0x123,0,0,0,0,2,x01\r\n"
-             "1,1,123,0,0,0,0,1,x01\r\n2,,0x00000123,1,1,1,0,1,xaa\r\n", "(2.000000) can0 00000123##1aa", "c.csv:2: not"),
+             "1,1,123,0,0,0,0,1,x01\r\n1,1,0x800,0,0,0,0,1,x01\r\n2,,0x00000123,1,1,1,0,1,xaa\r\n", "(2.000000) can0 00000123##1aa", "c.csv:2: not"),
             ("asc-1.candump", f"(1.0) can2  12#01\n(1.0) can2 12345#{'00' * 12}\n",
              f"(1.000000) can2 012#01|(1.000000) can2 00012345##0{'00' * 12}", "taken for CAN FD"),
             ("canbb-1.candump", "(0.005025) can2   a#\n", "(0.005025) can2 00a#", "thousands of seconds"),
             ("a.txt", "23:59:59.999 -> C:id=16:n=1:01\n00:00:00.000 -> C:id=2048:n=0:\n",
              "(86399.999000) can0 010#01|(86400.000000) can0 00000800#", "a.txt:2: midnight"),
+            ("c.txt", "00:00:01.000 -> C:id=16:n=2:01\n", "(1.000000) can0 010#01", "c.txt:1: length that is not"),
             ("a.trc", "1,5\tRx\t1\t1\t2\t02\n", "(1.500000) can0 001#02", "length that is not"),
             ("a.csv", columns + "R,1!23,1,1,2,3,,,,,,,1\nR,1\n", "(1023.000000) can0 001#010203", "a.csv:3: not a frame"),
             ("a.asc", "base dec  timestamps relative\n 1.0 1  291 Rx d 1 255\n 1.0 2  Statistic: D 0\n"
