@@ -40,7 +40,11 @@ CurvePicture* LiveChart::addPicture(const QString& name, const QString& below, i
 
 Graph* LiveChart::addChannel()
 {
-    return new Graph(this, ChannelLayer, pictures.front(), records, channels++);
+    const int inGroup = channels++ % GroupSize;
+    if (inGroup == 0) {
+        records.push_back(std::make_shared<History>());
+    }
+    return new Graph(this, ChannelLayer, pictures.front(), records.back(), inGroup);
 }
 
 Graph* LiveChart::addSignal()
@@ -56,12 +60,16 @@ void LiveChart::addRecord(double key, const std::vector<int>& values, int first)
     try {
         const int count = qMin(int(values.size()), graphCount() - first);
         const int inRecord = qMax(0, qMin(count, channels - first));
-        if (inRecord > 0) {
-            if (records->count(first) == 0 || records->count(first + inRecord - 1) == 0) {
+        row.assign(values.begin(), values.begin() + inRecord);
+        for (int done = 0; done < inRecord;) {
+            History& group = *records[(first + done) / GroupSize];
+            const int begin = (first + done) % GroupSize;
+            const int width = qMin(inRecord - done, GroupSize - begin);
+            if (group.count(begin) == 0 || group.count(begin + width - 1) == 0) {
                 pictures.front()->setInvalidated(); // the scene has no curves without points
             }
-            row.assign(values.begin(), values.begin() + inRecord);
-            pictures.front()->noteChange(records->add(key, row.data(), first, inRecord));
+            pictures.front()->noteChange(group.add(key, row.data() + done, begin, width));
+            done += width;
         }
         for (int i = inRecord; i < count; ++i) {
             if (auto* const signal = qobject_cast<Graph*>(graph(first + i))) {

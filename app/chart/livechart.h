@@ -50,7 +50,10 @@ private:
     bool isOnScreen();
 
     std::vector<CurvePicture*> pictures; // owned as buffers of the plot
-    std::shared_ptr<History> records = std::make_shared<History>();
+    // Of so many channels each: logs have a multiple of them, and a record of an opened log, which
+    // has one more, leaves the blocks of the others whole.
+    static constexpr int GroupSize = 32;
+    std::vector<std::shared_ptr<History>> records;
     int channels = 0;
     std::vector<double> row; // of the record in hand
     bool isShort = false;    // of memory, at the latest record
