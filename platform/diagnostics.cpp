@@ -12,6 +12,7 @@
 #include <mutex>
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 #include <utility>
 
@@ -116,7 +117,9 @@ private:
         pollfd place = {descriptor, POLLOUT, 0};
         while (taken < text.size() && (!mayBlock || poll(&place, 1, 0) > 0)) {
             const std::size_t size = std::min(text.size() - taken, MostAtOnce);
-            const ssize_t written = ::write(descriptor, text.data() + taken, size);
+            // Not write(): under the preload of a virtual controller it costs three times as much.
+            const iovec piece = {const_cast<char*>(text.data()) + taken, size};
+            const ssize_t written = ::writev(descriptor, &piece, 1);
             if (written < 0) {
                 isGone =
                     std::find(std::begin(passing), std::end(passing), errno) == std::end(passing);

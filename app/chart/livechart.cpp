@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/livechart.h"
 
-#include <cstdio>
+#include "platform/diagnostics.h"
+
 #include <new>
 
 namespace chart {
@@ -80,7 +81,7 @@ void LiveChart::addRecord(double key, const std::vector<int>& values, int first)
     } catch (const std::bad_alloc&) {
         // The log goes on without the chart.
         if (!std::exchange(isShort, true)) {
-            std::fprintf(stderr, "chart: out of memory from the record of %.3f s on\n", key);
+            platform::errorLine("chart: out of memory from the record of ", key, " s on");
         }
     }
 }
