@@ -25,16 +25,20 @@ def fields(body):
 
 
 def field_text(messages, kind):
+    """The chapter says that fields are numbered in this order."""
     if kind not in messages:
         return f"the number itself, {kind}"
-    listed = [f"{number} `{name}` {kind}" for kind, name, number in fields(messages[kind])]
-    return ", ".join(listed) or "none"
+    listed = fields(messages[kind])
+    if [int(number) for *_, number in listed] != list(range(1, len(listed) + 1)):
+        sys.exit(f"{SCHEMA}: the fields of {kind} are not numbered from 1 on")
+    return ", ".join(f"`{name}` {kind}" for kind, name, _ in listed)
 
 
 def envelope_table(messages, envelope):
     members = [field for field in fields(messages[envelope]) if field[1] != "protocol_version"]
     rows = [
-        f"| {number} | `{name}` | {field_text(messages, kind)} |" for kind, name, number in members
+        f"| {number} | `{name}` | {field_text(messages, kind)} |"
+        for kind, name, number in members
     ]
     return "\n".join(["| Number | Member | Fields |", "|---|---|---|"] + rows)
 
