@@ -32,7 +32,7 @@ void append(std::vector<int>& values, const Values& more, int limit)
 class DeviceStream : public google::protobuf::io::CopyingInputStream
 {
 public:
-    bool isAtEnd = false;
+    bool isAtEnd = true; // as is an empty file, which nobody reads
 
     explicit DeviceStream(QIODevice& source)
         : device(source)

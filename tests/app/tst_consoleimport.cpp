@@ -60,8 +60,10 @@ private slots:
         ImportingConsole console;
         console.open(console.write("a.RBX", "")); // is read as a log
         QCOMPARE(console.status(), QString());
+        console.open(console.write("empty.rbx", "")); // at its end
+        QVERIFY(console.status().endsWith(". 0 log points (0 IN/0 OUT), 0 canbus frames, 1"));
         console.open(sample("drive.rbx"));
-        const QString converted = console.root().entryList({"canbb-*.candump"}).value(0);
+        const QString converted = console.root().entryList({"canbb-*.candump"}).last();
         QVERIFY(contents(converted).endsWith("can2 456#ff\n"));
         QCOMPARE(console.channelBox(1)->text(), "In1");
         QCOMPARE(console.channelBox(2)->text(), "Out0");
