@@ -73,14 +73,16 @@ void DataLoggerApp::listIdentifiers()
 
 // Has frames put into the list, and into the file of a conversion if there is a name for it. It
 // lies in the working directory. A capture that runs keeps its file until the conversion is
-// complete, and goes on behind it; one that has begun meanwhile keeps its file for good.
+// complete, and goes on behind it; one that has begun meanwhile keeps its file for good, and so
+// does one if the conversion cannot be written.
 template <typename Read>
 void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
 {
     QFile conversion;
+    bool isConverted = false;
     if (conversionPattern != nullptr) {
         conversion.setFileName(formats::stampedName(conversionPattern));
-        conversion.open(QIODevice::WriteOnly);
+        isConverted = conversion.open(QIODevice::WriteOnly);
     }
     {
         formats::TraceImport import(
@@ -88,7 +90,7 @@ void DataLoggerApp::importFrames(const char* conversionPattern, Read read)
         read(import);
     }
     conversion.close();
-    if (conversionPattern != nullptr && !captureBegan) {
+    if (isConverted && !captureBegan) {
         openCandumpFile(conversion.fileName(), QIODevice::Append);
     }
 }

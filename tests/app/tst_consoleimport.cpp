@@ -161,6 +161,13 @@ private slots:
         console.window.candump(1, 1, 4, false, false, false, "own");
         const QString own = console.files("can-*.candump").last();
         QCOMPARE(contents(own), "(0.001000) can1 004#6f776e\n");
+        // So does one where no conversion can be written.
+        const QString gone = console.root().filePath("gone");
+        QVERIFY(QDir().mkdir(gone) && QDir::setCurrent(gone) && QDir().rmdir(gone));
+        console.open(console.write("short.asc", "0 2 7 Rx d 1 ff\n"));
+        console.window.candump(1, 2, 5, false, false, false, "");
+        QCOMPARE(contents(own), "(0.001000) can1 004#6f776e\n(0.002000) can1 005#\n");
+        QVERIFY(QDir::setCurrent(console.root().path()));
 
         // A program that is told to quit reads to the end first.
         ConsoleRig quitting;
