@@ -197,6 +197,23 @@ void CurvePicture::draw(QCPPainter* painter) const
     painter->restore();
 }
 
+void CurvePicture::add(
+    History& history, double key, const double* values, int firstChannel, int width)
+{
+    for (int channel = firstChannel; channel < firstChannel + width; ++channel) {
+        if (history.count(channel) == 0) {
+            setInvalidated(); // the scene has no curves without points
+        }
+    }
+    changes.unite(history.add(key, values, firstChannel, width));
+}
+
+void CurvePicture::clear(History& history)
+{
+    history = History();
+    changes = {-Infinite, Infinite};
+}
+
 QRect CurvePicture::refresh()
 {
     for (Curve& curve : scene.curves) {

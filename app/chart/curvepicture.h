@@ -21,8 +21,9 @@ public:
     explicit CurvePicture(QCustomPlot* plot);
     ~CurvePicture() override { dropJob(); }
 
-    // The graphs call it for points that came or went between two keys.
-    void noteChange(const Span& keys) { changes.unite(keys); }
+    // Points come and go by these alone. See History::add().
+    void add(History& history, double key, const double* values, int firstChannel, int width);
+    void clear(History& history); // replot afterwards
 
     // Whether what came since the last refresh() may show.
     bool hasNews() const

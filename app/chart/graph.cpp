@@ -18,16 +18,12 @@ Graph::Graph(
 
 void Graph::addPoint(double key, double value)
 {
-    if (dataCount() == 0) {
-        picture->setInvalidated(); // draw() has left it out
-    }
-    picture->noteChange(history->add(key, &value, channel, 1));
+    picture->add(*history, key, &value, channel, 1);
 }
 
 void Graph::clearPoints()
 {
-    *history = History();
-    picture->noteChange({-Infinite, Infinite});
+    picture->clear(*history);
 }
 
 void Graph::draw(QCPPainter* painter)

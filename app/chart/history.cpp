@@ -156,8 +156,7 @@ void Block::insert(int index, double key, const double* values)
 }
 
 History::History(const History& other)
-    : ordered(other.ordered)
-    , blocks(other.blocks)
+    : blocks(other.blocks)
     , late(other.late)
     , channels(other.channels)
 {
@@ -170,6 +169,9 @@ History::History(const History& other)
 
 Span History::add(double key, const double* values, int firstChannel, int width)
 {
+    if (std::isnan(key)) {
+        return {};
+    }
     const int end = firstChannel + width;
     channels.resize(std::max<std::size_t>(channels.size(), end));
     const auto [at, index] = makeRoom(key, firstChannel, width);
@@ -177,10 +179,6 @@ Span History::add(double key, const double* values, int firstChannel, int width)
     for (int channel = firstChannel; channel < end; ++channel) {
         ++channels[channel].count;
         channels[channel].keys.unite({key, key});
-    }
-    ordered = ordered && !std::isnan(key);
-    if (!ordered) {
-        return {-Infinite, Infinite};
     }
     // From the point before to the one behind. Where the next block is for other channels, a line
     // may come from far away.

@@ -98,7 +98,7 @@ private:
 
 // Points in the order in which QCPDataContainer::add keeps them: one that is not before the last
 // goes behind it, a late one in front of the first whose key is not less. Late is what is before
-// the last point of any channel.
+// the last point of any channel. A point whose key is NaN has no place, and is left out.
 //
 // The blocks are sorted: a block begins where the one before it ends, or later. None is empty. Two
 // at most are open, so that late and other points may alternate: the last block, and `late`.
@@ -117,16 +117,13 @@ public:
     Span add(double key, const double* values, int firstChannel, int width);
 
     int count(int channel) const { return pointsOf(channel).count; }
-    Span keys(int channel) const { return pointsOf(channel).keys; } // but for NaN
+    Span keys(int channel) const { return pointsOf(channel).keys; }
     Point point(int channel, int index) const; // 0, 0 if there is none; walks over the blocks
 
     // Calls use(block, begin, end) for the points of a channel between two keys and for one on
     // either side, as far as there are any, until use() gives false.
     template <typename Use>
     void visit(int channel, const Span& keys, Use use) const;
-
-    // False if a key is NaN: then a search leads nowhere, and visit() gives all points.
-    bool isOrdered() const { return ordered; }
 
 private:
     struct Points
@@ -150,7 +147,6 @@ private:
     void split(int at, int index);
     void pack(int at);
 
-    bool ordered = true;
     std::vector<std::shared_ptr<Block>> blocks;
     int late = -1; // the open block that is not the last, if any
     std::vector<Points> channels;
@@ -163,31 +159,23 @@ void History::visit(int channel, const Span& keys, Use use) const
     if (points.count == 0 || keys.isEmpty()) {
         return;
     }
-    int at = 0;
-    Span asked{-Infinite, Infinite};
-    if (ordered) {
-        // Not far behind the last point: the search for it would walk over all blocks.
-        asked = {
-            std::min(keys.lowest, std::nextafter(points.keys.highest, Infinite)), keys.highest};
-        at = blockAt(asked.lowest);
-        while (asked.lowest > points.keys.lowest &&
-               (at == int(blocks.size()) || !blocks[at]->holds(channel) ||
-                blocks[at]->keys().front() >= asked.lowest)) {
-            --at;
-        }
+    // Not behind the last point: the search would walk over all blocks of other channels.
+    const double lowest = std::min(keys.lowest, points.keys.highest);
+    int at = blockAt(lowest);
+    while (lowest > points.keys.lowest &&
+           !(blocks[at]->holds(channel) && blocks[at]->keys().front() < lowest)) {
+        --at;
     }
-    bool goesOn = true;
-    for (; goesOn && at < int(blocks.size()); ++at) {
+    for (; at < int(blocks.size()) && blocks[at]->keys().front() <= points.keys.highest; ++at) {
         const Block& block = *blocks[at];
-        if (ordered && block.keys().front() > points.keys.highest) {
-            return;
-        }
         if (block.holds(channel)) {
-            const bool isCutBefore = block.keys().front() < asked.lowest;
-            const bool isCutBehind = block.keys().back() > asked.highest;
-            goesOn = use(block, isCutBefore ? block.lowerBound(asked.lowest) - 1 : 0,
-                         isCutBehind ? block.upperBound(asked.highest) + 1 : block.size()) &&
-                     !isCutBehind;
+            const bool isCutBefore = block.keys().front() < lowest;
+            const bool isCutBehind = block.keys().back() > keys.highest;
+            const int begin = isCutBefore ? block.lowerBound(lowest) - 1 : 0;
+            const int end = isCutBehind ? block.upperBound(keys.highest) + 1 : block.size();
+            if (!use(block, begin, end) || isCutBehind) {
+                return;
+            }
         }
     }
 }

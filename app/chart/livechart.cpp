@@ -43,9 +43,9 @@ Graph* LiveChart::addChannel()
 {
     const int inGroup = channels++ % GroupSize;
     if (inGroup == 0) {
-        records.push_back(std::make_shared<History>());
+        groups.push_back(std::make_shared<History>());
     }
-    return new Graph(this, ChannelLayer, pictures.front(), records.back(), inGroup);
+    return new Graph(this, ChannelLayer, pictures.front(), groups.back(), inGroup);
 }
 
 Graph* LiveChart::addSignal()
@@ -63,13 +63,10 @@ void LiveChart::addRecord(double key, const std::vector<int>& values, int first)
         const int inRecord = qMax(0, qMin(count, channels - first));
         row.assign(values.begin(), values.begin() + inRecord);
         for (int done = 0; done < inRecord;) {
-            History& group = *records[(first + done) / GroupSize];
+            History& group = *groups[(first + done) / GroupSize];
             const int begin = (first + done) % GroupSize;
             const int width = qMin(inRecord - done, GroupSize - begin);
-            if (group.count(begin) == 0 || group.count(begin + width - 1) == 0) {
-                pictures.front()->setInvalidated(); // the scene has no curves without points
-            }
-            pictures.front()->noteChange(group.add(key, row.data() + done, begin, width));
+            pictures.front()->add(group, key, row.data() + done, begin, width);
             done += width;
         }
         for (int i = inRecord; i < count; ++i) {

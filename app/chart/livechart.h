@@ -24,7 +24,7 @@ public:
     Graph* addSignal();
 
     // Adds the values of a record to the graphs from number `first` on, as far as there are any.
-    // Out of memory, it leaves out the record, and says so on standard error.
+    // Out of memory, it leaves out the rest of the record, and says so on standard error.
     void addRecord(double key, const std::vector<int>& values, int first = 0);
 
     // Paints what addRecord() brought, if it may show; otherwise it costs nothing.
@@ -50,10 +50,10 @@ private:
     bool isOnScreen();
 
     std::vector<CurvePicture*> pictures; // owned as buffers of the plot
-    // Of so many channels each: logs have a multiple of them, and a record of an opened log, which
-    // has one more, leaves the blocks of the others whole.
+    // The channels in groups. Sessions have a multiple of so many channels. A record of an opened
+    // log has one more: alone in its group, it cuts no block of the others.
     static constexpr int GroupSize = 32;
-    std::vector<std::shared_ptr<History>> records;
+    std::vector<std::shared_ptr<History>> groups;
     int channels = 0;
     std::vector<double> row; // of the record in hand
     bool isShort = false;    // of memory, at the latest record

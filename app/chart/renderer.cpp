@@ -145,18 +145,15 @@ void CurvePainter::addColumns(const Curve& curve, const Span& keys)
     const auto columnOf = [this](double key) {
         return std::floor(scene.keys.pixel(key) - 0.5) + 0.5;
     };
-    const bool isOrdered = curve.history->isOrdered();
     Column column{};
     curve.history->visit(curve.channel, keys, [&](const Block& block, int begin, int end) {
         const double* const all = block.keys().data();
         while (begin < end) {
             const double pixel = columnOf(all[begin]);
             const auto isInColumn = [&](double key) { return columnOf(key) == pixel; };
-            int stop = begin + 1;
-            if (isOrdered && isInColumn(all[end - 1])) {
-                stop = end;
-            } else if (isOrdered) {
-                stop = int(std::partition_point(all + stop, all + end, isInColumn) - all);
+            int stop = end;
+            if (!isInColumn(all[end - 1])) {
+                stop = int(std::partition_point(all + begin + 1, all + end, isInColumn) - all);
             }
             if (column.count > 0 && column.pixel != pixel) {
                 addColumn(column);

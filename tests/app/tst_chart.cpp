@@ -2,6 +2,7 @@
 #include "chart/livechart.h"
 
 #include <QtTest>
+#include <malloc.h>
 #include <random>
 
 namespace {
@@ -152,6 +153,7 @@ private slots:
                 }
                 if (drive == 1 && round % 5 == 0) {
                     twins.addPoint(3, time / 2, 0.5);
+                    qobject_cast<chart::Graph*>(twins.live.graph(3))->addPoint(qQNaN(), 1);
                 }
             }
             for (int channel = 0; channel < 4; ++channel) {
@@ -172,6 +174,25 @@ private slots:
                 }
             }
         }
+    }
+
+    // A record of the log has a value more than one of the session: its line end counts as one.
+    void aLogOpenedInItsSessionTakesNoBlockARecord()
+    {
+        chart::LiveChart live;
+        for (int i = 0; i < 128; ++i) {
+            live.addChannel();
+        }
+        constexpr int records = 10'000;
+        const auto addRecords = [&](const std::vector<int>& values) {
+            for (int i = 0; i < records; ++i) {
+                live.addRecord(i * 1e-3, values);
+            }
+            return double(mallinfo2().uordblks); // bytes; always the same under a sanitizer
+        };
+        const double before = addRecords(std::vector<int>(32));
+        const double bytes = addRecords(std::vector<int>(33)) - before;
+        QVERIFY2(bytes < 100.0 * records, qPrintable(QString::number(bytes / records)));
     }
 
     void picturesAreTheLibrarys_data()
@@ -341,9 +362,13 @@ private slots:
         };
         QVERIFY(QTest::qWaitForWindowExposed(&live));
         QSignalSpy first(&live, &QCustomPlot::afterReplot);
-        twins.addRecord(47, {1, 2, 3});
+        live.addRecord(46, {1}, 0);
+        live.addRecord(46, {3}, 2);
         live.requestNews();
         QTRY_COMPARE(first.count(), 1); // takes the channels in, which had no points
+        twins.addRecord(47, {1, 2, 3});
+        live.requestNews();
+        QTRY_COMPARE(first.count(), 2); // likewise the one between them
         addRecords(2400, 2500);
         live.grab();
         QCoreApplication::processEvents();
