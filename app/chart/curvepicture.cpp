@@ -19,9 +19,7 @@ namespace {
 
 constexpr int StripeWidth = 64; // columns that a worker, or the GUI thread, paints in one go
 
-// An older job is given up if the view changes. A younger one ends soon, and fills the gaps of a
-// view that keeps moving.
-constexpr int LongJobMs = 100;
+constexpr int LongJobMs = 100; // a job of a view that has gone may take; then it is given up
 
 // The plot lets graphs paint one pixel higher than the axis rect.
 QRect areaOf(const QCustomPlot& plot)
@@ -29,8 +27,8 @@ QRect areaOf(const QCustomPlot& plot)
     return plot.axisRect()->rect().translated(0, -1);
 }
 
-// The scene that the axes give, without curves.
-Scene viewOf(const QCustomPlot& plot, double pixelRatio)
+// The scene that the axes give in a part of the plot, without curves.
+Scene viewOf(const QCustomPlot& plot, const QRect& part, double pixelRatio)
 {
     // Half a pixel: the plot's painters put the middle of an antialiased line there.
     const auto scale = [](const QCPAxis& axis, double origin) {
@@ -38,17 +36,8 @@ Scene viewOf(const QCustomPlot& plot, double pixelRatio)
         const auto pixel = [&](double key) { return axis.coordToPixel(key) + 0.5 - origin; };
         return Scale{range.lower, range.upper, pixel(range.lower), pixel(range.upper)};
     };
-    const QRect area = areaOf(plot);
-    const QSize size(qCeil(area.width() * pixelRatio), qCeil(area.height() * pixelRatio));
-    return {size, pixelRatio, scale(*plot.xAxis, area.left()), scale(*plot.yAxis, area.top()), {}};
-}
-
-// Some columns of a picture, as a picture that shares its memory. `bits` are the picture's.
-QImage columnsOf(uchar* bits, const QImage& picture, int first, int count)
-{
-    return {
-        bits + qsizetype(sizeof(QRgb)) * first, count, picture.height(), picture.bytesPerLine(),
-        picture.format()};
+    const QSize size(qCeil(part.width() * pixelRatio), qCeil(part.height() * pixelRatio));
+    return {size, pixelRatio, scale(*plot.xAxis, part.left()), scale(*plot.yAxis, part.top()), {}};
 }
 
 } // namespace
@@ -60,14 +49,11 @@ struct CurvePicture::Job
     explicit Job(const CurvePicture& owner)
         : scene(owner.scene)
         , picture(scene.size, QImage::Format_ARGB32_Premultiplied)
-        , bits(picture.bits())
+        , bits(q_check_ptr(picture.bits()))
         , curves(scene.curves)
         , isDone((picture.width() + StripeWidth - 1) / StripeWidth)
         , listener(owner.plot)
     {
-        if (picture.isNull()) {
-            throw std::bad_alloc();
-        }
         const History* original = nullptr;
         for (Curve& curve : curves) {
             if (curve.history != original) {
@@ -83,8 +69,7 @@ struct CurvePicture::Job
     {
         for (int i = next++; i < int(isDone.size()); i = next++) {
             try {
-                QImage columns = columnsOf(bits, picture, stripe(i).x(), stripe(i).width());
-                render(scene, curves, stripe(i).x(), columns, isCancelled);
+                render(scene, curves, stripe(i).x(), stripe(i).width(), bits, isCancelled);
                 isDone[i] = !isCancelled;
             } catch (const std::bad_alloc&) {
                 isCancelled = true; // what is missing is tried again
@@ -102,7 +87,7 @@ struct CurvePicture::Job
     {
         paint();
         std::unique_lock<std::mutex> lock(mutex);
-        stripeEnded.wait(lock, [this] { return ended == int(isDone.size()); });
+        stripeEnded.wait(lock, [this] { return isFinished(); });
     }
 
     void cancel()
@@ -112,11 +97,7 @@ struct CurvePicture::Job
         listener = nullptr; // which may be gone soon
     }
 
-    bool isFinished() // complete, or out of memory
-    {
-        const std::lock_guard<std::mutex> lock(mutex);
-        return ended == int(isDone.size());
-    }
+    bool isFinished() const { return ended == int(isDone.size()); } // or out of memory
 
     QRect stripe(int i) const
     {
@@ -130,40 +111,47 @@ struct CurvePicture::Job
     std::vector<Curve> curves;             // of the scene, in the copies
     std::vector<std::atomic<bool>> isDone; // by stripe; true for good
     std::atomic<int> next{0};
+    std::atomic<int> ended{0}; // stripes, painted or given up
     std::atomic<bool> isCancelled{false};
     QElapsedTimer age;
 
-    std::mutex mutex; // of what follows
+    std::mutex mutex; // of the listener, and of the ends that are waited for
     std::condition_variable stripeEnded;
-    int ended = 0; // stripes, painted or given up
     QObject* listener;
 };
 
 CurvePicture::CurvePicture(QCustomPlot* ofPlot)
     : QCPAbstractPaintBuffer(ofPlot->size(), ofPlot->bufferDevicePixelRatio())
     , plot(ofPlot)
-    , blank(1, 1)
 {}
 
 QCPPainter* CurvePicture::startPainting()
 {
     area = areaOf(*plot);
-    scene = viewOf(*plot, mDevicePixelRatio);
+    scene = viewOf(*plot, area, mDevicePixelRatio);
     return new QCPPainter(&blank);
 }
 
-void CurvePicture::take(Curve curve, QCPPainter* painter)
+void CurvePicture::take(const Curve& curve, QCPPainter* painter)
 {
     if (painter->device() == &blank) {
         scene.curves.push_back(curve);
         return;
     }
-    const Scene view = viewOf(*plot, painter->transform().m11());
+    const QRect place = areaOf(*plot);
+    const double ratio = painter->transform().m11();
+    const QImage image = imageOf(curve, place, ratio);
+    painter->setAntialiasing(false); // with which the plot shifts its painters by half a pixel
+    painter->drawImage(QRect(place.topLeft(), image.size() / ratio), image);
+}
+
+QImage CurvePicture::imageOf(Curve curve, const QRect& part, double pixelRatio) const
+{
+    const Scene view = viewOf(*plot, part, pixelRatio);
     curve.isDense = isDense(curve, view.keys);
     QImage image(view.size, QImage::Format_ARGB32_Premultiplied);
-    render(view, {curve}, 0, image, false);
-    painter->setAntialiasing(false); // with which the plot shifts its painters by half a pixel
-    painter->drawImage(QRect(areaOf(*plot).topLeft(), view.size / view.pixelRatio), image);
+    render(view, {curve}, 0, view.size.width(), image.bits(), false);
+    return image;
 }
 
 void CurvePicture::draw(QCPPainter* painter) const
@@ -206,12 +194,6 @@ void CurvePicture::add(
         }
     }
     changes.unite(history.add(key, values, firstChannel, width));
-}
-
-void CurvePicture::clear(History& history)
-{
-    history = History();
-    changes = {-Infinite, Infinite};
 }
 
 QRect CurvePicture::refresh()
@@ -277,8 +259,7 @@ QRect CurvePicture::paintChanges()
     if (count <= 0) {
         return {};
     }
-    QImage columns = columnsOf(picture.bits(), picture, first, count);
-    render(scene, scene.curves, first, columns, false);
+    render(scene, scene.curves, first, count, picture.bits(), false);
     return inPlot(QRect(first, 0, count, picture.height()));
 }
 
@@ -294,12 +275,12 @@ void CurvePicture::startJob()
 
     // A queue of our own, as ThreadSanitizer does not see how the pool's one orders things. Not
     // Qt's global pool: Qt's conversions of large images wait for a thread of that one.
-    static struct Queue
+    struct Queue
     {
-        ~Queue() { const std::lock_guard<std::mutex> lock(mutex); } // behind its last user, too
         std::mutex mutex;
         std::deque<std::weak_ptr<Job>> jobs; // for each of the workers
-    } waiting;
+    };
+    static Queue& waiting = *new Queue; // not destroyed, whichever worker is the last
     static QThreadPool workers;
     const std::lock_guard<std::mutex> lock(waiting.mutex);
     for (int i = 0; i < workers.maxThreadCount(); ++i) {

@@ -23,7 +23,11 @@ public:
 
     // Points come and go by these alone. See History::add().
     void add(History& history, double key, const double* values, int firstChannel, int width);
-    void clear(History& history); // replot afterwards
+    void clear(History& history) // replot afterwards
+    {
+        history = History();
+        changes = {-Infinite, Infinite};
+    }
 
     // Whether what came since the last refresh() may show.
     bool hasNews() const
@@ -40,7 +44,10 @@ public:
     void makeExact();
 
     // The graphs call it to be drawn: a replot takes the curve into the scene, an export paints it.
-    void take(Curve curve, QCPPainter* painter);
+    void take(const Curve& curve, QCPPainter* painter);
+
+    // A curve by itself, as it is painted in a part of the plot.
+    QImage imageOf(Curve curve, const QRect& part, double pixelRatio) const;
 
     QCPPainter* startPainting() override; // begins the scene
     void donePainting() override { refresh(); }
@@ -60,9 +67,9 @@ private:
     QRect inPlot(const QRect& columns) const;
 
     QCustomPlot* plot;
-    QPixmap blank; // where the graphs are drawn in a replot
-    Scene scene{}; // of the last replot
-    QRect area;    // of the scene in the plot
+    QPixmap blank{1, 1}; // where the graphs are drawn in a replot
+    Scene scene{};       // of the last replot
+    QRect area;          // of the scene in the plot
 
     Scene pictured{}; // what the picture shows
     QImage picture;

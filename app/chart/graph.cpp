@@ -40,26 +40,14 @@ void Graph::draw(QCPPainter* painter)
 // to the curve as it is painted around a place, or -1.
 double Graph::selectTest(const QPointF& pos, bool /*onlySelectable*/, QVariant* details) const
 {
-    if (!mKeyAxis->axisRect()->rect().contains(pos.toPoint())) {
+    if (dataCount() == 0 || !mKeyAxis->axisRect()->rect().contains(pos.toPoint())) {
         return -1;
     }
     const int reach = mParentPlot->selectionTolerance();
     const int size = 2 * reach + 1;
-    const auto scale = [&](const QCPAxis& axis, double middle, int lower, int upper) {
-        return Scale{
-            axis.pixelToCoord(middle - reach + lower), axis.pixelToCoord(middle - reach + upper),
-            lower + 0.5, upper + 0.5};
-    };
-    const Scene around{
-        {size, size},
-        1,
-        scale(*mKeyAxis, pos.x(), 0, size),
-        scale(*mValueAxis, pos.y(), size, 0),
-        {}};
-    Curve curve{history.get(), channel, qRgb(0, 0, 0), 0, false};
-    curve.isDense = isDense(curve, around.keys);
-    QImage image(around.size, QImage::Format_ARGB32_Premultiplied);
-    render(around, {curve}, 0, image, false);
+    const QRect around(pos.toPoint() - QPoint(reach, reach), QSize(size, size));
+    const QImage image =
+        picture->imageOf({history.get(), channel, qRgb(0, 0, 0), 0, false}, around, 1);
     double least = -1;
     for (int y = 0; y < size; ++y) {
         for (int x = 0; x < size; ++x) {

@@ -246,9 +246,13 @@ bool isDense(const Curve& curve, const Scale& keys)
 }
 
 void render(
-    const Scene& scene, const std::vector<Curve>& curves, int first, QImage& columns,
+    const Scene& scene, const std::vector<Curve>& curves, int first, int count, uchar* bits,
     const std::atomic<bool>& isCancelled)
 {
+    constexpr int pixel = sizeof(QRgb);
+    QImage columns(
+        bits + pixel * first, count, scene.size.height(), pixel * scene.size.width(),
+        QImage::Format_ARGB32_Premultiplied);
     columns.fill(Qt::transparent);
     CurvePainter painter(scene, first, columns);
     for (const Curve& curve : curves) {

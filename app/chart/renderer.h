@@ -60,11 +60,11 @@ struct Scene
 // highest of each column of pixels.
 bool isDense(const Curve& curve, const Scale& keys);
 
-// Paints the columns of a scene's picture from column `first` on: lines through the points, on
-// nothing. The curves are those of the scene, or copies. For any thread. Ends soon, with anything,
-// once `isCancelled` is set.
+// Paints some columns of a scene's picture: lines through the points, on nothing. The curves are
+// those of the scene, or copies. `bits` are the picture's, of QImage::Format_ARGB32_Premultiplied.
+// For any thread. Ends soon, with anything, once `isCancelled` is set.
 void render(
-    const Scene& scene, const std::vector<Curve>& curves, int first, QImage& columns,
+    const Scene& scene, const std::vector<Curve>& curves, int first, int count, uchar* bits,
     const std::atomic<bool>& isCancelled);
 
 } // namespace chart

@@ -291,7 +291,7 @@ private slots:
         }
         QImage picture(scene.size, QImage::Format_ARGB32_Premultiplied);
         const auto ink = [&](const std::vector<chart::Curve>& curves) {
-            chart::render(scene, curves, 0, picture, false);
+            chart::render(scene, curves, 0, picture.width(), picture.bits(), false);
             return qAlpha(picture.pixel(50, 50));
         };
         QVERIFY(ink(scene.curves) >= ink({scene.curves.front()}));
