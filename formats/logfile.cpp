@@ -106,20 +106,29 @@ void readLog(QIODevice& device, int columnLimit, const LogTakers& take)
     std::vector<int> values;
     for (auto line = lines.next(); !line.empty(); line = lines.next()) {
         LogFields fields = splitLogLine(line);
-        if (fields.kind == LogFields::Header) {
-            QStringList labels;
+        QStringList labels;
+        switch (fields.kind) {
+        case LogFields::None:
+            break;
+        case LogFields::Header:
             while (fields.rest && labels.size() < ChannelTotal) {
                 labels.append(shownText(takePart(fields.rest)));
             }
             take.header(labels);
-        } else if (fields.kind == LogFields::Tag && fields.rest) {
-            take.tag(decimalInt(fields.time), shownText(takePart(fields.rest)).trimmed());
-        } else if (fields.kind != LogFields::None) { // a tag without a text has a time, too
+            break;
+        case LogFields::Tag:
+            if (fields.rest) {
+                take.tag(decimalInt(fields.time), shownText(takePart(fields.rest)).trimmed());
+                break;
+            }
+            [[fallthrough]]; // one without a text has a time, too
+        case LogFields::Record:
             values.clear();
             while (fields.rest && static_cast<int>(values.size()) < columnLimit) {
                 values.push_back(takeInt(fields.rest));
             }
             take.record(decimalInt(fields.time), values);
+            break;
         }
     }
 }

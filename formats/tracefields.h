@@ -23,7 +23,8 @@ struct TraceFields
     bool isFd = false; // says so; `data` of a .candump line then begins with the digit of the flags
 };
 
-// Takes a line without white space at its ends. False for one that describes no frame.
+// Takes a line without white space at its ends. False for one that describes no frame, such as a
+// comment: the readers pass over it, and report none but those of a .csv file.
 using LineSplitter = bool (*)(std::string_view line, TraceFields& fields);
 LineSplitter lineSplitter(TraceKind kind);
 

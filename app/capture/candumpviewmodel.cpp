@@ -128,7 +128,7 @@ QVariant CandumpViewModel::displayText(const CanbusFrameData& frame, int column)
     default:
         break;
     }
-    if (column < 0 || column > TimeColumn || column >= frame.dlc) {
+    if (column < 0 || column >= std::min(frame.dlc, ByteColumns)) {
         return QVariant();
     }
     const int byte = frame.payload[static_cast<std::size_t>(column)];

@@ -12,8 +12,8 @@ CandumpWindow::CandumpWindow(QAbstractTableModel* model, QWidget* parent)
     ui->setupUi(this);
     setAttribute(Qt::WA_QuitOnClose, false);
     ui->tableView->setModel(model);
-    // As wide as their longest text and some room around it. Not by ResizeToContents, which would
-    // ask the cells after each frame.
+    // As wide as their longest text and some room around it; the last one takes the rest. Not by
+    // ResizeToContents, which would ask the cells after each frame.
     constexpr int Bytes = 8;
     for (int column = 0; column < model->columnCount(); ++column) {
         const QString widest = column < Bytes ? QStringLiteral("B000") : QStringLiteral("CAN0000");

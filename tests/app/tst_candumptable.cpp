@@ -46,8 +46,8 @@ private slots:
         const QStringList titles = {"B0", "B1", "B2",  "B3",  "B4",  "B5",
                                     "B6", "B7", "DLC", "CAN", "Time"};
         const QStringList texts = {"01", "fe", "00", "", "", "", "", "", "3", "CAN-3", "12.345"};
-        QCOMPARE(model->columnCount(), 11);
-        for (int column = 0; column < 11; ++column) {
+        QCOMPARE(model->columnCount(), titles.size());
+        for (int column = 0; column < titles.size(); ++column) {
             QCOMPARE(model->headerData(column, Qt::Horizontal).toString(), titles[column]);
             QCOMPARE(cell(column).toString(), texts[column]);
             QCOMPARE(cell(column, Qt::TextAlignmentRole).toInt(), column < 8 ? 132 : 129);

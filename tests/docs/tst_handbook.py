@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Runs what the handbook tells its readers to type: tst_handbook.py BUILD
+"""Runs what the handbook tells its readers to type: tst_handbook.py BUILD [CHAPTER.md...]
 
 Every ```sh block is typed into one shell in the order of the table of contents, in a home and a folder
 of its own: once all chapters with the installed programs on the path, once those of SCRIPTS with what
-scripts/env makes of a clone. An ```output block behind a block is what it has to print; "..." stands
-for anything within a line. A comment <!-- operator: NAME --> ahead of a block names the script in
+scripts/env makes of a clone; chapters that are named only the latter. An ```output block behind a block
+is what it has to print; "..." stands for anything within a line. A comment <!-- operator: NAME --> ahead of a block names the script in
 scripts/drive that plays the operator in the programs that the block starts.
 """
 import os
@@ -76,17 +76,18 @@ def failures_of(pages, start, build, folder):
         yield f"{last}ended with {done.returncode} and said:\n{printed[-1][-2000:]}{said}"
 
 
-def main(build):
+def main(build, *pages):
     failures = []
     with tempfile.TemporaryDirectory(prefix="handbook-") as name:
         folder = pathlib.Path(name)
-        install = ["cmake", "--install", build, "--prefix", folder / "usr"]
-        subprocess.run(install, check=True, stdout=subprocess.DEVNULL)
-        path = f"export PATH={folder}/usr/bin:$PATH PYTHONPATH={folder}/usr/lib/python3/dist-packages"
-        failures += failures_of(chapters(), path, build, folder / "package")
+        if not pages:
+            install = ["cmake", "--install", build, "--prefix", folder / "usr"]
+            subprocess.run(install, check=True, stdout=subprocess.DEVNULL)
+            path = f"export PATH={folder}/usr/bin:$PATH PYTHONPATH={folder}/usr/lib/python3/dist-packages"
+            failures += failures_of(chapters(), path, build, folder / "package")
         clone = shlex.join(["source", str(SOURCE / "scripts" / "env"), build])
-        failures += failures_of(SCRIPTS, clone, build, folder / "clone")
+        failures += failures_of(pages or SCRIPTS, clone, build, folder / "clone")
     sys.exit("\n".join(failures) or 0)
 
 
-main(os.path.abspath(sys.argv[1]))
+main(os.path.abspath(sys.argv[1]), *sys.argv[2:])
