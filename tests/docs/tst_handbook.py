@@ -57,11 +57,12 @@ def failures_of(pages, start, build, folder):
     blocks = [(page, block) for page in pages for block in BLOCK.finditer((HANDBOOK / page).read_text())]
     script = folder / "typed"
     script.write_text(f"\necho '{MARK}'\n".join([start, *(typed(block) for _, block in blocks)]))
-    command = ["bash", "-euo", "pipefail", script]
+    # Ends what the shell has started as well: a build that goes on would spoil the next one.
+    command = ["timeout", "-k", "10", str(TIME_LIMIT), "bash", "-euo", "pipefail", script]
     with open(folder / "errors", "w+") as errors:
         done = subprocess.run(
             command, cwd=home / "here", env=environment(build, home), stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE, stderr=errors, text=True, timeout=TIME_LIMIT,
+            stdout=subprocess.PIPE, stderr=errors, text=True,
         )
         errors.seek(0)
         said = errors.read()[-2000:]
