@@ -2,22 +2,12 @@
 #include "app/chosenfile.h"
 
 #include "platform/diagnostics.h"
-#include "platform/samefile.h"
 
 #include <QFileInfo>
 #include <new>
 #include <vector>
 
 namespace app {
-
-namespace {
-
-// At the fastest pace of a session every request still leaves.
-constexpr int ServeIntervalMs = 1;
-
-constexpr std::size_t ReserveSize = 32 << 20; // bytes
-
-} // namespace
 
 ChosenFile::ChosenFile(const QString& name, std::function<void()> serveFunction)
     : QFile(name)
@@ -36,15 +26,11 @@ ChosenFile::ChosenFile(const QString& name, std::function<void()> serveFunction)
 
 void ChosenFile::pause()
 {
-    if (sinceServed.hasExpired(ServeIntervalMs - 1)) {
+    constexpr int intervalMs = 1; // at the fastest pace of a session every request still leaves
+    if (sinceServed.hasExpired(intervalMs - 1)) {
         serve();
         sinceServed.start();
     }
-}
-
-bool ChosenFile::isSameAs(const QFile& other) const
-{
-    return isOpen() && other.isOpen() && platform::isSameFile(handle(), other.handle());
 }
 
 bool ChosenFile::seek(qint64 position)
@@ -67,7 +53,7 @@ void readChosenFile(
 {
     try {
         std::vector<char> reserve; // of addresses: what the rest is left with if memory runs out
-        reserve.reserve(ReserveSize);
+        reserve.reserve(32 << 20);
         ChosenFile file(name, serve);
         read(file);
     } catch (const std::bad_alloc&) {

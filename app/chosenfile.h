@@ -20,9 +20,6 @@ public:
     // Serves if it is due. To be called between any two steps of some microseconds.
     void pause();
 
-    // By whatever name or link the other one was opened. False if either is not open.
-    bool isSameAs(const QFile& other) const;
-
     bool seek(qint64 position) override;
 
 protected:

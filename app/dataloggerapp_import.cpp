@@ -115,7 +115,7 @@ void DataLoggerApp::importFile(app::ChosenFile& file)
 
 bool DataLoggerApp::importBlackbox(app::ChosenFile& file)
 {
-    const formats::BlackboxRecord record(file, [&file] { file.pause(); });
+    const formats::BlackboxRecord record(file);
     // For sessions, whose records may come while the frames are read; the file's times stay
     // absolute.
     firstTimestamp = record.firstTimestamp();
@@ -138,7 +138,7 @@ bool DataLoggerApp::importBlackbox(app::ChosenFile& file)
 void DataLoggerApp::importLog(app::ChosenFile& file)
 {
     platform::printLine("catchall");
-    tagsToLog = !file.isSameAs(logFile);
+    tagsToLog = !logFile.isSameAs(file);
     const auto takeHeader = [this](const QStringList& labels) { labelStrip(labels); };
     const auto takeTag = [this, &file](int timestamp, const QString& text) {
         takeTimestamp(timestamp);

@@ -90,9 +90,8 @@ bool readElements(DeviceStream& device, Take take)
 
 } // namespace
 
-BlackboxRecord::BlackboxRecord(QIODevice& source, std::function<void()> pauseFunction)
+BlackboxRecord::BlackboxRecord(QIODevice& source)
     : device(source)
-    , pause(std::move(pauseFunction))
 {
     DeviceStream stream(device);
     xcu::BlackboxFileLine first;
@@ -123,7 +122,6 @@ void BlackboxRecord::readAgain(int wanted, Take take) const
     if (device.isOpen() && device.seek(0)) {
         DeviceStream stream(device);
         readElements(stream, [&](int field, const std::string& bytes) {
-            pause();
             if (field == wanted) {
                 take(bytes);
             }

@@ -22,9 +22,8 @@ class BlackboxRecord
 {
 public:
     // Counts what is on the device, which has to outlive the record; one that is not open reads as
-    // empty. The pause function is called ahead of each frame and record that is given out.
-    explicit BlackboxRecord(
-        QIODevice& source, std::function<void()> pauseFunction = [] {});
+    // empty.
+    explicit BlackboxRecord(QIODevice& source);
 
     // Counts, and whether the reading came to the end of the device.
     const QString& statusText() const { return status; }
@@ -53,7 +52,6 @@ private:
     void readAgain(int wanted, Take take) const; // elements of this field
 
     QIODevice& device;
-    std::function<void()> pause;
     QString status;
     qint64 recordCount = 0;
     int firstTime = 0;

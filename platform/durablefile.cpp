@@ -19,8 +19,8 @@
 #include <utility>
 #include <vector>
 
-// Another system needs its own calls to put a file and the entries of a folder on the disk, and to
-// open the same file again for the thread.
+// Another system needs its own calls to put a file and the entries of a folder on the disk, to open
+// the same file again for the thread, and for the identity of a file.
 
 namespace platform {
 
@@ -172,6 +172,14 @@ void DurableFile::close()
         diskThread().close(*opened);
         opened.reset();
     }
+}
+
+bool DurableFile::isSameAs(const QFile& other) const
+{
+    struct stat first = {};
+    struct stat second = {};
+    return fstat(handle(), &first) == 0 && fstat(other.handle(), &second) == 0 &&
+           first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
 } // namespace platform

@@ -21,6 +21,9 @@ public:
     bool open(OpenMode mode) override;
     void close() override;
 
+    // By whatever name or link the other one was opened. False if either is not open.
+    bool isSameAs(const QFile& other) const;
+
 private:
     std::shared_ptr<OpenedFile> opened; // null if closed
 };
