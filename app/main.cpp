@@ -14,7 +14,7 @@ int main(int argc, char* argv[])
         return 0;
     }
     QApplication application(argc, argv);
-    const platform::EndRequests endRequests;
+    platform::watchEndRequests();
     DataLoggerApp window;
     window.show();
     platform::placeWhenFramed(window.windowHandle());

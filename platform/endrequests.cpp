@@ -2,6 +2,7 @@
 #include "platform/endrequests.h"
 
 #include <QCoreApplication>
+#include <QSocketNotifier>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -25,12 +26,6 @@ void sendByte(int /*number*/)
     errno = kept;
 }
 
-int receiver()
-{
-    socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data());
-    return ends[0];
-}
-
 void endProgram()
 {
     std::array<char, 64> bytes;
@@ -42,10 +37,11 @@ void endProgram()
 
 } // namespace
 
-EndRequests::EndRequests()
-    : arrival(receiver(), QSocketNotifier::Read)
+void watchEndRequests()
 {
-    QObject::connect(&arrival, &QSocketNotifier::activated, qApp, &endProgram);
+    socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data());
+    auto* arrival = new QSocketNotifier(ends[0], QSocketNotifier::Read, qApp);
+    QObject::connect(arrival, &QSocketNotifier::activated, qApp, &endProgram);
     struct sigaction action = {};
     action.sa_handler = &sendByte;
     action.sa_flags = SA_RESTART;

@@ -15,7 +15,7 @@ int main(int argc, char* argv[])
         return 0;
     }
     QApplication application(argc, argv);
-    const platform::EndRequests endRequests;
+    platform::watchEndRequests();
     MainWindow window(nullptr);
     window.show();
     platform::placeWhenFramed(window.windowHandle());
