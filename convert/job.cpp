@@ -20,7 +20,7 @@ void convertToText(const Job& job, Report& report)
 {
     const auto& [path, kind] = job.inputs.front();
     Recording recording(path, kind, job.selection);
-    platform::TextOutput output(job.output, job.replaces);
+    TextOutput output(job.output, job.replaces);
     TextTarget writer;
     std::optional<SignalPlan> plan;
     Report again(path); // what a survey has told, or most of it

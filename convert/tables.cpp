@@ -18,8 +18,7 @@ using formats::TraceFrame;
 class LogTable : public RecordingTarget
 {
 public:
-    LogTable(
-        platform::TextOutput& output, const Survey& survey, const std::vector<Channel>& channels)
+    LogTable(TextOutput& output, const Survey& survey, const std::vector<Channel>& channels)
         : out(output)
         , columnCount(channels.size())
         , isWhole(channels.size() == survey.widest)
@@ -120,7 +119,7 @@ private:
         }
     }
 
-    platform::TextOutput& out;
+    TextOutput& out;
     const std::size_t columnCount;
     const bool isWhole;                   // all channels are columns
     std::vector<bool> isColumn;           // by channel
@@ -132,7 +131,7 @@ private:
 class SignalTable : public RecordingTarget
 {
 public:
-    SignalTable(platform::TextOutput& output, const SignalPlan& signalPlan)
+    SignalTable(TextOutput& output, const SignalPlan& signalPlan)
         : out(output)
         , plan(signalPlan)
     {
@@ -172,7 +171,7 @@ public:
     }
 
 private:
-    platform::TextOutput& out;
+    TextOutput& out;
     const SignalPlan& plan;
     std::vector<std::size_t> firstColumns; // by message
     std::size_t columnCount = 0;
@@ -181,7 +180,7 @@ private:
 class FrameList : public RecordingTarget
 {
 public:
-    FrameList(Kind listKind, platform::TextOutput& output, Report& fileReport)
+    FrameList(Kind listKind, TextOutput& output, Report& fileReport)
         : kind(listKind)
         , out(output)
         , report(fileReport)
@@ -219,25 +218,47 @@ public:
 
 private:
     const Kind kind;
-    platform::TextOutput& out;
+    TextOutput& out;
     Report& report;
     std::string line;
 };
 
 } // namespace
 
-TextTarget logTable(
-    platform::TextOutput& output, const Survey& survey, const std::vector<Channel>& channels)
+TextOutput::TextOutput(const std::string& path, bool replaces)
+    : file(path, replaces)
+    , buffer(1 << 17, '\0')
+{}
+
+void TextOutput::put(std::string_view text)
+{
+    advanceTo(formats::putText(room(text.size()), text));
+}
+
+void TextOutput::commit()
+{
+    makeRoom(0);
+    file.commit();
+}
+
+void TextOutput::makeRoom(std::size_t size)
+{
+    file.write({buffer.data(), used});
+    used = 0;
+    buffer.resize(std::max(buffer.size(), size));
+}
+
+TextTarget logTable(TextOutput& output, const Survey& survey, const std::vector<Channel>& channels)
 {
     return std::make_unique<LogTable>(output, survey, channels);
 }
 
-TextTarget signalTable(platform::TextOutput& output, const SignalPlan& plan)
+TextTarget signalTable(TextOutput& output, const SignalPlan& plan)
 {
     return std::make_unique<SignalTable>(output, plan);
 }
 
-TextTarget frameList(Kind kind, platform::TextOutput& output, Report& report)
+TextTarget frameList(Kind kind, TextOutput& output, Report& report)
 {
     return std::make_unique<FrameList>(kind, output, report);
 }

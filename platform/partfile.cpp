@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <mutex>
@@ -20,8 +19,6 @@
 namespace platform {
 
 namespace {
-
-constexpr std::size_t BlockSize = 1 << 16;
 
 std::mutex partsMutex;
 std::set<std::string> parts;
@@ -175,31 +172,6 @@ void PartFile::watchSignals()
         sigwait(&quitting, &number);
         endBySignal(number);
     }).detach();
-}
-
-TextOutput::TextOutput(const std::string& path, bool replaces)
-    : file(path, replaces)
-    , buffer(2 * BlockSize, '\0')
-{}
-
-void TextOutput::put(std::string_view text)
-{
-    char* const out = room(text.size());
-    std::memcpy(out, text.data(), text.size());
-    advanceTo(out + text.size());
-}
-
-void TextOutput::commit()
-{
-    makeRoom(0);
-    file.commit();
-}
-
-void TextOutput::makeRoom(std::size_t size)
-{
-    file.write({buffer.data(), used});
-    used = 0;
-    buffer.resize(std::max(buffer.size(), size));
 }
 
 } // namespace platform

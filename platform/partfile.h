@@ -49,38 +49,4 @@ private:
     mode_t keptMode = 0; // of the file to be replaced
 };
 
-// Text into a part file, by large blocks.
-class TextOutput
-{
-public:
-    TextOutput(const std::string& path, bool replaces);
-
-    // Room for `size` bytes. What is written there counts once advanceTo() was called.
-    char* room(std::size_t size)
-    {
-        if (size > buffer.size() - used) {
-            makeRoom(size);
-        }
-        return buffer.data() + used;
-    }
-    void advanceTo(const char* end) { used = static_cast<std::size_t>(end - buffer.data()); }
-
-    void put(std::string_view text);
-    void endRow() // of CSV
-    {
-        put("\r\n");
-        ++rows;
-    }
-    void commit();
-
-    std::int64_t rows = 0; // the one with the names among them
-
-private:
-    void makeRoom(std::size_t size);
-
-    PartFile file;
-    std::string buffer;
-    std::size_t used = 0;
-};
-
 } // namespace platform
