@@ -68,9 +68,6 @@ public:
     // Forgets what waits to be sent.
     void clear();
 
-    // More than 256 KiB wait to be sent: the controller should push nothing until there is less.
-    bool isFull() const { return ready.size() > 256 * 1024; }
-
 signals:
     void bytes(const QByteArray& bytes);
 

@@ -14,14 +14,8 @@
 
 using namespace simulator;
 
-namespace {
-
-constexpr int openFlags = O_NOCTTY | O_CLOEXEC; // a child must not hold a port open
-
-} // namespace
-
 PseudoTerminal::PseudoTerminal()
-    : nearEnd(::posix_openpt(O_RDWR | openFlags))
+    : nearEnd(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
     , watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
     , readNotifier(nearEnd, QSocketNotifier::Read)
     , writeNotifier(nearEnd, QSocketNotifier::Write)
@@ -60,7 +54,7 @@ void PseudoTerminal::close()
 void PseudoTerminal::openFarEnd()
 {
     // For reading only: the watch then tells a program's close from ours.
-    farEnd = ::open(QFile::encodeName(farPath).constData(), O_RDONLY | openFlags);
+    farEnd = ::open(QFile::encodeName(farPath).constData(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
     termios attributes = {};
     ::tcgetattr(farEnd, &attributes);
     ::cfmakeraw(&attributes);

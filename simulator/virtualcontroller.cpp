@@ -170,9 +170,6 @@ void VirtualController::schedulePushing()
 void VirtualController::push()
 {
     constexpr int burst = 128; // of each kind; then the event loop has its turn
-    if (writer.isFull()) {
-        return;
-    }
     if (datalogger.isPassive()) {
         for (int due = recordPacer.take(burst); due > 0; --due) {
             put(nextRecord());
