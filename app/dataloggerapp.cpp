@@ -60,8 +60,6 @@ DataLoggerApp::DataLoggerApp(QWidget* parent)
     restoreWindow();
     restoreControls();
     createChart();
-    createChannels();
-    finishChart();
     restorePanel(ui->dataSelectorShow, ui->dataSeriesWidget, ChannelStripHidden);
     createVirtualInputs();
     restorePanel(ui->virtualInputsShow, ui->virtualInputsWidget, VirtualInputsHidden);

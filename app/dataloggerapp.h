@@ -148,7 +148,6 @@ private:
     void restoreControls();
     void createChart();
     void createChannels();
-    void finishChart();
     void createVirtualInputs();
     void connectLink();
     void prepareFolders();

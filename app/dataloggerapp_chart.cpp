@@ -9,13 +9,6 @@
 
 namespace {
 
-constexpr int StripRows = 32;
-
-QString labelKey(int channel)
-{
-    return QStringLiteral("ui/channels/%1/label").arg(channel);
-}
-
 QString selectedKey(int channel)
 {
     return QStringLiteral("ui/channels/%1/selected").arg(channel);
@@ -47,15 +40,23 @@ void DataLoggerApp::createChart()
         QCP::iSelectLegend);
     ui->chartLayout->addWidget(plot, 0, 0);
     windowLength = 1000;
+    createChannels();
+    new ChartLogo(plot); // belongs to the plot
+    // The view belongs to the operator: nothing ever moves or rescales it.
+    plot->xAxis->setRange(0, 60);
+    plot->yAxis->setRange(0, 1024);
+    requestReplot();
 }
 
 // One curve and one box in the strip for each channel. A box is connected after its state is set,
 // so that the start writes no settings.
 void DataLoggerApp::createChannels()
 {
+    constexpr int stripRows = 32;
     for (int channel = 0; channel < formats::ChannelTotal; ++channel) {
         const QString fallback = QStringLiteral("data %1").arg(channel + 1);
-        const QString label = settings.value(labelKey(channel), fallback).toString();
+        const QString labelKey = QStringLiteral("ui/channels/%1/label").arg(channel);
+        const QString label = settings.value(labelKey, fallback).toString();
         QCPGraph* graph = liveChart->addChannel();
         graph->setName(label);
         graph->setPen(QPen(formats::channelColour(channel)));
@@ -64,7 +65,7 @@ void DataLoggerApp::createChannels()
         const bool selected = settings.value(selectedKey(channel), true).toBool();
         box->setCheckState(selected ? Qt::Checked : Qt::Unchecked);
         graph->setVisible(selected);
-        ui->dataSeriesLayout->addWidget(box, channel % StripRows, channel / StripRows);
+        ui->dataSeriesLayout->addWidget(box, channel % stripRows, channel / stripRows);
         connect(box, SIGNAL(stateChanged(int)), this, SLOT(seriesVisible_stateChanged(int)));
         showChannel(box, channel);
         seriesCheckBoxes[channel] = box;
@@ -74,15 +75,6 @@ void DataLoggerApp::createChannels()
     ui->dataSeriesWidget->setMinimumHeight(
         3 * seriesCheckBoxes[0]->sizeHint().height() + 2 * strip->frameWidth() +
         strip->horizontalScrollBar()->sizeHint().height());
-}
-
-void DataLoggerApp::finishChart()
-{
-    new ChartLogo(plot); // belongs to the plot
-    // The view belongs to the operator: nothing ever moves or rescales it.
-    plot->xAxis->setRange(0, 60);
-    plot->yAxis->setRange(0, 1024);
-    requestReplot();
 }
 
 // For a change of anything but points. While a file is read, the chart waits for its end.

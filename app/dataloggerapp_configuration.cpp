@@ -4,23 +4,14 @@
 #include "formats/filestamp.h"
 #include "ui_dataloggerapp.h"
 
-namespace {
-
-void writeBackup(const QDir& directory, const std::string& block)
-{
-    platform::DurableFile file(directory.filePath(formats::stampedName("%1.xcu")));
-    file.open(QIODevice::WriteOnly);
-    file.write(block.data(), static_cast<qint64>(block.size()));
-}
-
-} // namespace
-
 void DataLoggerApp::readConfiguration(
     unsigned int /*result*/, unsigned int configId, const std::string& block)
 {
     if (!formats::isEmptyConfigurationBlock(block)) {
         if (configId == 0) {
-            writeBackup(backupDir, block);
+            platform::DurableFile backup(backupDir.filePath(formats::stampedName("%1.xcu")));
+            backup.open(QIODevice::WriteOnly);
+            backup.write(block.data(), static_cast<qint64>(block.size()));
         }
         for (const formats::ChannelLabel& label : formats::readChannelLabels(block)) {
             channelLabels[label.channel] = label.text;

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr unsigned int PromptPing = 0xFEDCBA00;
-
 QString portText(const QSerialPortInfo& port)
 {
     return comm::isControllerPort(port, {comm::UsbId::bootloader})
@@ -114,7 +112,7 @@ void DataLoggerApp::readPort(std::string payload)
 void DataLoggerApp::on_promptReceived()
 {
     emit addLog(QStringLiteral("ReceivedPrompt"));
-    commandsSender.sendPing(PromptPing);
+    commandsSender.sendPing(0xFEDCBA00);
 }
 
 void DataLoggerApp::on_pongReceived(unsigned int value)

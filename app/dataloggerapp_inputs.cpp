@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int VirtualInputMaximum = 1024;
-
 // Null for a key that is no tag.
 QString tagOfKey(const QKeyEvent& event)
 {
@@ -39,7 +37,7 @@ void DataLoggerApp::createVirtualInputs()
     int number = 1; // the operator counts from 1; the controller, its texts and tags from 0
     for (QSlider*& slider : virtualInputSliders) {
         slider = new QSlider(Qt::Vertical);
-        slider->setRange(0, VirtualInputMaximum);
+        slider->setRange(0, 1024);
         slider->setToolTip(
             QStringLiteral("Sets virtual input %1 of the controller. Each step also makes a tag.")
                 .arg(number - 1));

@@ -7,16 +7,10 @@
 
 #include <QTimer>
 
-namespace {
-
-constexpr int FaultPollMs = 200;
-
-} // namespace
-
 void DataLoggerApp::on_startLogging_clicked()
 {
     // The strip only hides curves: the controller always logs the first channels.
-    std::vector<unsigned int> channels =
+    auto channels =
         comm::firstChannels(formats::channelCountOfChoice(ui->channelCount->currentIndex()));
     const bool passive = ui->passiveDatalogger->checkState() == Qt::Checked;
     commandsSender.sendLoggerStart(channels, passive);
@@ -33,10 +27,11 @@ void DataLoggerApp::loggerStarted()
     logFile.flush();
     tagsToLog = !importing; // an import that has begun earlier is not of this session
     // Timers of earlier sessions tick on: each confirmed start adds to the pace.
+    constexpr int faultPollMs = 200;
     if (ui->passiveDatalogger->checkState() != Qt::Checked) {
         pingTimer = startSessionTimer(ui->refreshRate->value(), &DataLoggerApp::on_ping_timer);
     }
-    faultTimer = startSessionTimer(FaultPollMs, &DataLoggerApp::on_faultTimer_tieout);
+    faultTimer = startSessionTimer(faultPollMs, &DataLoggerApp::on_faultTimer_tieout);
 }
 
 QTimer* DataLoggerApp::startSessionTimer(int intervalMs, void (DataLoggerApp::*tick)())

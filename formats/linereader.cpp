@@ -7,12 +7,6 @@
 
 namespace formats {
 
-namespace {
-
-constexpr int BlockSize = 1 << 16;
-
-} // namespace
-
 LineReader::LineReader(QIODevice& source, Content content, char lineSeparator)
     : device(source)
     , separator(lineSeparator)
@@ -60,15 +54,16 @@ std::string_view LineReader::nextTrimmed()
 // Moves what has not been given out to the front of the buffer, and adds to it.
 bool LineReader::readBlock()
 {
+    constexpr int blockSize = 1 << 16;
     QByteArray block;
     if (decoder != nullptr) {
-        QString text = decoder->read(BlockSize);
+        QString text = decoder->read(blockSize);
         if (!text.isEmpty() && text.at(text.size() - 1).isHighSurrogate()) {
             text += decoder->read(1);
         }
         block = text.toUtf8();
     } else {
-        block = device.read(BlockSize);
+        block = device.read(blockSize);
     }
     buffer.erase(0, begin).append(block.constData(), static_cast<std::size_t>(block.size()));
     begin = 0;

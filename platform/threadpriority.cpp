@@ -5,17 +5,12 @@
 
 namespace platform {
 
-namespace {
-
-constexpr int Niceness = 10;
-
-} // namespace
-
 // Linux alone gives each thread a niceness of its own; elsewhere this call would slow the whole
 // program. Another system needs its own call for the priority of a thread.
 void yieldToOtherThreads()
 {
-    setpriority(PRIO_PROCESS, 0, Niceness);
+    constexpr int niceness = 10;
+    setpriority(PRIO_PROCESS, 0, niceness);
 }
 
 } // namespace platform

@@ -9,11 +9,6 @@ namespace platform {
 
 namespace {
 
-int position(int from, int size, int start, int room)
-{
-    return std::max(start, std::min(from, start + room - size));
-}
-
 // A window manager frames a window some time after show(), and nothing tells when: each event of
 // the window asks.
 class Placement : public QObject
@@ -49,6 +44,9 @@ private:
 
 QPoint framePosition(const QRect& frame, const QRect& available)
 {
+    const auto position = [](int from, int size, int start, int room) {
+        return std::max(start, std::min(from, start + room - size));
+    };
     return {
         position(frame.x(), frame.width(), available.x(), available.width()),
         position(frame.y(), frame.height(), available.y(), available.height())};

@@ -7,13 +7,6 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr unsigned long pollPause = 100; // ms
-constexpr std::size_t mostValues = 1024; // of a record; more than any controller has channels
-
-} // namespace
-
 LoggerDataDistributor::~LoggerDataDistributor()
 {
     stop();
@@ -26,7 +19,7 @@ void LoggerDataDistributor::loggerStarted()
         ++polling;
         while (running) {
             commandsSender.sendLoggerDataRequest();
-            QThread::msleep(pollPause);
+            QThread::msleep(100);
         }
         --polling;
     });
@@ -37,9 +30,9 @@ void LoggerDataDistributor::loggerStarted()
 void LoggerDataDistributor::loggerDataReceived(
     unsigned int sampleNumber, unsigned int timestamp, std::vector<int>&& values)
 {
-    if (values.size() > mostValues) {
-        platform::printLine(
-            "Refused record of ", values.size(), " values"); // each would make a row
+    constexpr std::size_t most = 1024; // more than any controller has channels
+    if (values.size() > most) {        // each would make a row
+        platform::printLine("Refused record of ", values.size(), " values");
         return;
     }
     const std::list<IDataPresenter*> registered = sinks;

@@ -7,12 +7,6 @@
 #include <QMdiArea>
 #include <algorithm>
 
-namespace {
-
-constexpr unsigned int mostMaps = 65536; // more than any controller has
-
-} // namespace
-
 void MapContainer::showMapTuner(QMdiArea* area, int mapId)
 {
     auto* editor = new MapTuning(static_cast<unsigned int>(mapId), commandsSender, nullptr);
@@ -33,7 +27,8 @@ void MapContainer::tunerClosing(QObject* editor)
 
 void MapContainer::mapTuningStart(unsigned int mapCount)
 {
-    if (mapCount > mostMaps) {
+    constexpr unsigned int most = 65536; // more than any controller has
+    if (mapCount > most) {
         platform::printLine("Refused map count ", mapCount);
         return;
     }

@@ -15,8 +15,6 @@
 
 namespace {
 
-constexpr unsigned int largestSize = 1024; // of one axis; more than any controller has
-
 // Shows no more of a cell's text than fits on a screen. To lay out the megabytes that a paste may
 // leave in a cell takes seconds, at every painting.
 class CellDelegate : public QStyledItemDelegate
@@ -86,7 +84,8 @@ MapTuning::~MapTuning() = default;
 
 void MapTuning::updateMapByParameters(unsigned int newXSize, unsigned int newYSize)
 {
-    if (newXSize > largestSize || newYSize > largestSize) {
+    constexpr unsigned int most = 1024; // more than any controller has
+    if (newXSize > most || newYSize > most) {
         platform::printLine("Refused size of map ", mapId, ": x: ", newXSize, " y: ", newYSize);
         return;
     }
