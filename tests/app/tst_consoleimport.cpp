@@ -3,7 +3,6 @@
 
 #include <QListWidget>
 #include <QTableWidget>
-#include <sys/stat.h>
 
 namespace {
 
@@ -218,22 +217,6 @@ private slots:
             console.open(name);
             QCOMPARE(contents(log), content);
         }
-    }
-
-    // Some never end, some wait for a writer, some call themselves regular and have no size.
-    void filesThatAreNone()
-    {
-        ImportingConsole console;
-        console.window.loggerStarted();
-        const QString pipe = console.root().filePath("pipe.candump");
-        QCOMPARE(mkfifo(qPrintable(pipe), 0600), 0);
-        for (const QString& name : {pipe, QString("/dev/zero"), QString("/proc/self/maps")}) {
-            console.open(name);
-            withFile(name, [&] { console.click("loadCanSignals"); });
-            QCOMPARE(console.table()->rowCount(), 0);
-        }
-        QCOMPARE(console.status(), "Read candump file. 0 canbus frames");
-        QCOMPARE(console.points(0), "");
     }
 
     void signalsAreTypedSavedAndLoaded()
