@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/container.h"
+#include "convert/partfile.h"
 #include "convert/report.h"
-#include "platform/partfile.h"
 
 #include <QByteArray>
 #include <algorithm>
@@ -271,7 +271,7 @@ public:
 
 private:
     const std::size_t blockSize;
-    platform::PartFile part;
+    PartFile part;
     Handle file;
     std::set<std::string> paths;
     std::deque<Hdf5Table> tables;

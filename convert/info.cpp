@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/job.h"
+#include "convert/partfile.h"
 #include "formats/configurationblock.h"
-#include "platform/partfile.h"
 
 #include <QtEndian>
 #include <iomanip>
@@ -102,7 +102,7 @@ void tellSignals(std::ostream& out, const Survey& survey, const Job& job, Report
     }
 }
 
-void tellBackup(std::ostream& out, platform::InputFile& file, Report& report)
+void tellBackup(std::ostream& out, InputFile& file, Report& report)
 {
     const std::string block = file.readAll().toStdString();
     file.check();
@@ -145,7 +145,7 @@ void showInfo(const Job& job, Reports& reports)
             tellSignals(out, survey, job, report);
         }
     }
-    platform::PartFile("-", false).write(out.str());
+    PartFile("-", false).write(out.str());
 }
 
 } // namespace convert

@@ -29,10 +29,10 @@ void convertToText(const Job& job, Report& report)
         const std::vector<Channel> channels = survey.channels(job.selection);
         if (kind == Kind::Blackbox && survey.records == 0) {
             throw ConversionError(
-                platform::shownName(path) + ": has no records; for its CAN frames see --frames");
+                shownName(path) + ": has no records; for its CAN frames see --frames");
         }
         if (channels.empty() && survey.widest > 0) {
-            throw ConversionError(platform::shownName(path) + ": has no channel that --only takes");
+            throw ConversionError(shownName(path) + ": has no channel that --only takes");
         }
         writer = logTable(output, survey, channels);
     } else if (job.database != nullptr) {
@@ -44,7 +44,7 @@ void convertToText(const Job& job, Report& report)
         writer = frameList(job.to, output, report);
     }
     if (recording.read(*writer, again) == 0 && !takesRecords(job, kind)) {
-        throw ConversionError(platform::shownName(path) + ": has no CAN frame");
+        throw ConversionError(shownName(path) + ": has no CAN frame");
     }
     writer->finish();
     report.addNew(again);

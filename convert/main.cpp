@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "convert/partfile.h"
 #include "convert/plan.h"
-#include "platform/partfile.h"
 
 #include <CLI/CLI.hpp>
 #include <atomic>
@@ -135,7 +135,7 @@ bool forEach(const std::vector<Job>& jobs, unsigned threadCount, void (*work)(co
         for (std::size_t i = next++; i < jobs.size(); i = next++) {
             Reports reports;
             for (const convert::Input& input : jobs[i].inputs) {
-                reports.emplace_back(platform::shownName(input.path));
+                reports.emplace_back(convert::shownName(input.path));
             }
             std::string trouble;
             try {
@@ -174,7 +174,7 @@ int run(int argc, char** argv)
     try {
         app.parse(argc, argv);
         if (!options.database.empty()) {
-            convert::Report report(platform::shownName(options.database));
+            convert::Report report(convert::shownName(options.database));
             database = std::make_unique<convert::Database>(options.database, report);
             std::fputs(inLines(report.text()).c_str(), stderr);
         }
@@ -186,7 +186,7 @@ int run(int argc, char** argv)
         return refuse(error.what());
     }
     std::fputs(inLines(plan.news).c_str(), stderr);
-    platform::PartFile::watchSignals();
+    convert::PartFile::watchSignals();
     for (const Job& job : plan.jobs) {
         if (!options.outDir.empty()) {
             std::filesystem::create_directories(std::filesystem::path(job.output).parent_path());

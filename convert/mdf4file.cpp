@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/container.h"
+#include "convert/partfile.h"
 #include "formats/mdf4blocks.h"
-#include "platform/partfile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -132,7 +132,7 @@ public:
 private:
     const Origin origin;
     const std::size_t blockSize;
-    platform::PartFile file;
+    PartFile file;
     Mdf4Blocks blocks;
     std::vector<Tag> tags;
     std::deque<Mdf4Table> tables;

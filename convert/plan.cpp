@@ -60,9 +60,9 @@ Kind outputKind(const Options& options)
     if (!kind || !isOf(*kind, Out)) {
         const bool isFolder = fs::is_directory(output) || (!output.empty() && output.back() == '/');
         throw UsageError(
-            platform::shownName(output) +
-            (isFolder ? ": is a folder; use --out-dir with --to"
-                      : ": files of this kind are not written; " + kindsText(Out)));
+            shownName(output) + (isFolder
+                                     ? ": is a folder; use --out-dir with --to"
+                                     : ": files of this kind are not written; " + kindsText(Out)));
     }
     return *kind;
 }
@@ -122,7 +122,7 @@ Plan planOf(const Options& options)
             continue;
         }
         if (!why.empty()) {
-            throw UsageError(platform::shownName(file.path) + ": " + why);
+            throw UsageError(shownName(file.path) + ": " + why);
         }
         if (isFolder && *kind == all.to && isIn(file.path, options.outDir)) {
             ++passedOver; // made by an earlier run

@@ -72,7 +72,7 @@ private:
     bool hasFrame = false;
 };
 
-void checkKind(platform::InputFile& file, Kind kind)
+void checkKind(InputFile& file, Kind kind)
 {
     constexpr int sampleSize = 4096;
     const QByteArray sample = file.peek(sampleSize);

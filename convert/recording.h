@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "convert/inputfile.h"
 #include "convert/kinds.h"
 #include "convert/report.h"
 #include "formats/logrecords.h"
-#include "platform/inputfile.h"
 
 #include <limits>
 #include <map>
@@ -38,7 +38,7 @@ public:
     // frames there are, wanted or not; throws ConversionError if a trace has none.
     std::int64_t read(formats::RecordingTarget& target, Report& report);
 
-    platform::InputFile file;
+    InputFile file;
     const Kind kind;
     const Selection& selection;
     std::int64_t lastLine = INT64_MAX; // of records: a log may grow while it is read

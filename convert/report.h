@@ -1,17 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/filefailure.h"
-
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace convert {
 
-// Why a file could not be converted.
-using ConversionError = platform::FileFailure;
+// Why a file could not be converted. The text is for the user and names the file.
+class ConversionError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+    // "<path>: <what>: <the system's word for an error number>"
+    ConversionError(const std::string& path, const std::string& what, int error)
+        : ConversionError(path + ": " + what + ": " + std::strerror(error))
+    {}
+};
 
 // The warnings of one input file: each kind once, with its first place and its count.
 class Report

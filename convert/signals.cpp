@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/signals.h"
 
-#include "platform/programoutput.h"
-
 #include <QBuffer>
 #include <algorithm>
 #include <array>
@@ -29,6 +27,39 @@ std::vector<const formats::CanSignal*> signalsOf(
     return result;
 }
 
+// For the shell.
+std::string quoted(const std::string& text)
+{
+    std::string result = "'";
+    for (const char c : text) {
+        result += c == '\'' ? "'\\''" : std::string(1, c);
+    }
+    return result + '\'';
+}
+
+// What xcu-signals prints for a database; empty if it fails, which it tells itself on standard
+// error. It is the one beside this program, where that is installed or built, or that of the path.
+QByteArray signalTableOf(const std::string& database)
+{
+    std::error_code error;
+    std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    program.replace_filename("xcu-signals");
+    if (!exists(program, error)) {
+        program = program.filename();
+    }
+    const std::string command = quoted(program) + " --table -o - -- " + quoted(database);
+    std::FILE* const pipe = popen(command.c_str(), "re");
+    if (pipe == nullptr) {
+        return {};
+    }
+    QByteArray output;
+    char block[1 << 16];
+    while (const std::size_t size = std::fread(block, 1, sizeof block, pipe)) {
+        output.append(block, static_cast<int>(size));
+    }
+    return pclose(pipe) == 0 ? output : QByteArray();
+}
+
 } // namespace
 
 std::string busName(int bus)
@@ -42,21 +73,21 @@ Database::Database(const std::string& databasePath, Report& report)
     const auto complain = [&](const std::string& what, std::int64_t line) {
         report.warn(what, line);
     };
-    platform::InputFile file(path);
+    InputFile file(path);
     const bool isTable = file.peek(sizeof formats::SignalTableMark - 1) == formats::SignalTableMark;
     if (isTable) {
         all = formats::readSignalTable(file, complain);
     } else if (path == "-" || std::filesystem::path(path).extension() == ".csv") {
         all = formats::readSignalsOfSet(file, complain);
     } else {
-        auto table = platform::programOutput("xcu-signals", {"--table", "-o", "-", "--", path});
-        QBuffer buffer(table ? &*table : nullptr);
+        QByteArray table = signalTableOf(path);
+        QBuffer buffer(&table);
         buffer.open(QIODevice::ReadOnly);
         all = formats::readSignalTable(buffer, complain);
     }
     if (all.empty()) {
         throw ConversionError(
-            report.text() + platform::shownName(path) + ": has no signal that can be decoded");
+            report.text() + shownName(path) + ": has no signal that can be decoded");
     }
 }
 
@@ -121,7 +152,7 @@ void SignalPlan::warn(const Database& database, Report& report) const
 {
     constexpr int exactBits = 53;
     if (messages.empty()) {
-        report.warn("has none of the signals of " + platform::shownName(database.path));
+        report.warn("has none of the signals of " + shownName(database.path));
     }
     for (const Message& message : messages) {
         for (const formats::CanSignal* signal : message.contents) {

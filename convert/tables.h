@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "convert/partfile.h"
 #include "convert/signals.h"
-#include "platform/partfile.h"
 
 #include <cstdint>
 #include <memory>
@@ -40,7 +40,7 @@ public:
 private:
     void makeRoom(std::size_t size);
 
-    platform::PartFile file;
+    PartFile file;
     std::string buffer;
     std::size_t used = 0;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/partfile.h"
+#include "convert/partfile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,7 +16,7 @@
 #include <unistd.h>
 #include <utility>
 
-namespace platform {
+namespace convert {
 
 namespace {
 
@@ -66,7 +66,7 @@ PartFile::PartFile(const std::string& path, bool replaces)
     const auto status = std::filesystem::status(target, error);
     if (is_regular_file(status)) {
         if (!mayReplace) {
-            throw FileFailure(target + ": is there already; --force replaces it");
+            throw ConversionError(target + ": is there already; --force replaces it");
         }
         target = std::filesystem::canonical(target);
         keptMode = static_cast<mode_t>(status.permissions());
@@ -106,7 +106,7 @@ void PartFile::fail() const
     if (errno == EPIPE) {
         endBySignal(SIGPIPE); // as with head(1): the reader has seen enough
     }
-    throw FileFailure(target == "-" ? "standard output" : target, "cannot write", errno);
+    throw ConversionError(target == "-" ? "standard output" : target, "cannot write", errno);
 }
 
 void PartFile::commit()
@@ -174,4 +174,4 @@ void PartFile::watchSignals()
     }).detach();
 }
 
-} // namespace platform
+} // namespace convert

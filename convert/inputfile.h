@@ -4,20 +4,20 @@
 #include <QFile>
 #include <string>
 
-namespace platform {
+namespace convert {
 
 // A file to be read, opened; "-" is standard input.
 class InputFile : public QFile
 {
 public:
-    // Throws FileFailure for what cannot be opened, is a folder, or is empty.
+    // Throws ConversionError for what cannot be opened, is a folder, or is empty.
     explicit InputFile(const std::string& inputPath);
 
     // Before the first reading: copies what cannot be read twice, such as a pipe, to a file without
-    // a name in TMPDIR. Throws FileFailure.
+    // a name in TMPDIR. Throws ConversionError.
     void makeRepeatable();
 
-    // Throws FileFailure if reading has failed since.
+    // Throws ConversionError if reading has failed since.
     void check() const;
 
     const std::string& name() const { return path; } // for messages
@@ -29,4 +29,4 @@ private:
 // The name for messages.
 std::string shownName(const std::string& path);
 
-} // namespace platform
+} // namespace convert

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/inputfile.h"
+#include "convert/inputfile.h"
 
-#include "platform/partfile.h"
+#include "convert/partfile.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace platform {
+namespace convert {
 
 std::string shownName(const std::string& path)
 {
@@ -24,15 +24,15 @@ InputFile::InputFile(const std::string& inputPath)
         inputPath == "-" ? dup(STDIN_FILENO) : ::open(inputPath.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat status = {};
     if (fd < 0 || fstat(fd, &status) != 0) {
-        throw FileFailure(path, "cannot read", errno);
+        throw ConversionError(path, "cannot read", errno);
     }
     QFile::open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
     if (S_ISDIR(status.st_mode)) {
-        throw FileFailure(path + ": is a folder");
+        throw ConversionError(path + ": is a folder");
     }
     if (peek(1).isEmpty()) {
         check();
-        throw FileFailure(path + ": is empty");
+        throw ConversionError(path + ": is empty");
     }
 }
 
@@ -50,7 +50,7 @@ void InputFile::makeRepeatable()
         isWritten = writeAll(copy, {block.constData(), static_cast<std::size_t>(block.size())});
     }
     if (!isWritten) {
-        throw FileFailure(path, "cannot keep a copy, " + name, errno);
+        throw ConversionError(path, "cannot keep a copy, " + name, errno);
     }
     check();
     QFile::close();
@@ -61,8 +61,8 @@ void InputFile::makeRepeatable()
 void InputFile::check() const
 {
     if (error() == QFileDevice::ReadError) {
-        throw FileFailure(path + ": cannot read: " + errorString().toStdString());
+        throw ConversionError(path + ": cannot read: " + errorString().toStdString());
     }
 }
 
-} // namespace platform
+} // namespace convert

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "platform/filefailure.h"
+#include "convert/report.h"
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
 
-namespace platform {
+namespace convert {
 
 // False with errno.
 bool writeAll(int fd, std::string_view bytes);
 
 // A file that is there whole or not at all: written as "<path>.<random>.part" and renamed when it
 // is complete. What is no regular file, such as a pipe, is written to directly. All operations
-// throw FileFailure.
+// throw ConversionError.
 class PartFile
 {
 public:
@@ -49,4 +49,4 @@ private:
     mode_t keptMode = 0; // of the file to be replaced
 };
 
-} // namespace platform
+} // namespace convert
