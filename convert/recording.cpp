@@ -119,7 +119,7 @@ Recording::Recording(const std::string& path, Kind fileKind, const Selection& se
 std::int64_t Recording::read(RecordingTarget& target, Report& report)
 {
     Selector selector(selection, lastLine, target);
-    const auto warn = [&](const char* what, std::int64_t line) { report.warn(what, line); };
+    const auto warn = [&](const std::string& what, std::int64_t line) { report.warn(what, line); };
     std::int64_t frames = 0;
     if (kind == Kind::Log) {
         formats::readRecords(file, selector, warn);

@@ -70,20 +70,18 @@ std::string busName(int bus)
 Database::Database(const std::string& databasePath, Report& report)
     : path(databasePath)
 {
-    const auto complain = [&](const std::string& what, std::int64_t line) {
-        report.warn(what, line);
-    };
+    const auto warn = [&](const std::string& what, std::int64_t line) { report.warn(what, line); };
     InputFile file(path);
     const bool isTable = file.peek(sizeof formats::SignalTableMark - 1) == formats::SignalTableMark;
     if (isTable) {
-        all = formats::readSignalTable(file, complain);
+        all = formats::readSignalTable(file, warn);
     } else if (path == "-" || std::filesystem::path(path).extension() == ".csv") {
-        all = formats::readSignalsOfSet(file, complain);
+        all = formats::readSignalsOfSet(file, warn);
     } else {
         QByteArray table = signalTableOf(path);
         QBuffer buffer(&table);
         buffer.open(QIODevice::ReadOnly);
-        all = formats::readSignalTable(buffer, complain);
+        all = formats::readSignalTable(buffer, warn);
     }
     if (all.empty()) {
         throw ConversionError(

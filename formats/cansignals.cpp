@@ -221,7 +221,7 @@ std::optional<double> CanSignal::value(const TraceFrame& frame) const
     return physical(field.read(frame.bytes));
 }
 
-std::vector<CanSignal> readSignalTable(QIODevice& device, const Complaint& complain)
+std::vector<CanSignal> readSignalTable(QIODevice& device, const WarningFunction& warn)
 {
     std::vector<CanSignal> result;
     LineReader lines(device, LineReader::Bytes);
@@ -231,20 +231,20 @@ std::vector<CanSignal> readSignalTable(QIODevice& device, const Complaint& compl
         if (const auto signal = signalOf(line)) {
             result.push_back(*signal);
         } else {
-            complain("not a line of such a table, left out", lines.lineNumber());
+            warn("not a line of such a table, left out", lines.lineNumber());
         }
     }
     return result;
 }
 
-std::vector<CanSignal> readSignalsOfSet(QIODevice& device, const Complaint& complain)
+std::vector<CanSignal> readSignalsOfSet(QIODevice& device, const WarningFunction& warn)
 {
     std::vector<CanSignal> result;
     LineReader lines(device, LineReader::Text);
     for (auto line = lines.nextTrimmed(); !line.empty(); line = lines.nextTrimmed()) {
         constexpr std::string_view mark = ";candump";
         if (line.size() > mark.size() && line.substr(line.size() - mark.size()) == mark) {
-            complain(
+            warn(
                 "made for the console's reading of .candump files, where bits of CAN FD frames "
                 "count from the flags digit; give --signals the database, such as car.dbc",
                 lines.lineNumber());
@@ -257,8 +257,7 @@ std::vector<CanSignal> readSignalsOfSet(QIODevice& device, const Complaint& comp
             signal.name = "signal " + std::to_string(lines.lineNumber());
         }
         if (!why.empty()) {
-            complain(
-                signal.name + ": " + why + (isDecoded ? "" : ", left out"), lines.lineNumber());
+            warn(signal.name + ": " + why + (isDecoded ? "" : ", left out"), lines.lineNumber());
         }
         if (isDecoded) {
             result.push_back(signal);

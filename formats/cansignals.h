@@ -4,7 +4,6 @@
 #include "formats/stricttraces.h"
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -67,20 +66,17 @@ struct CanSignal
     double physical(std::uint64_t raw) const;
 };
 
-// Takes why a line is left out; lines count from 1.
-using Complaint = std::function<void(const std::string& what, std::int64_t line)>;
-
 // The table that xcu-signals --table prints. Behind the line with the mark each line is a signal of
 // these fields, separated by tabs: "standard" or "extended"; identifier, behind "0x"; name of the
 // frame; name; place, "<start>,<bits>,<intel or motorola>" as for BitField; "unsigned", "signed" or
 // "float"; factor; addend; unit; the multiplexers that have to be set, separated by blanks, each
 // "<place>:<first>-<last>,..."; and any further ones the texts of raw values, "<value>=<text>".
 constexpr char SignalTableMark[] = "xcu-signals table 1";
-std::vector<CanSignal> readSignalTable(QIODevice& device, const Complaint& complain);
+std::vector<CanSignal> readSignalTable(QIODevice& device, const WarningFunction& warn);
 
 // A signal set of the console, read strictly: what would be decoded into nonsense is left out.
 // "Show" 0 is taken as 1, and said so. A set that was made for .candump files, by the last field,
 // gives none.
-std::vector<CanSignal> readSignalsOfSet(QIODevice& device, const Complaint& complain);
+std::vector<CanSignal> readSignalsOfSet(QIODevice& device, const WarningFunction& warn);
 
 } // namespace formats

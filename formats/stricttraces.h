@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 class QIODevice;
 
@@ -40,7 +41,7 @@ using FrameFunction = std::function<void(const TraceFrame& frame)>;
 
 // Takes what a reader found wrong and what became of it, for the user. `line` counts from 1; 0 is
 // the file as a whole.
-using WarningFunction = std::function<void(const char* what, std::int64_t line)>;
+using WarningFunction = std::function<void(const std::string& what, std::int64_t line)>;
 
 // Reads all frames of a trace, beyond empty lines as well, and returns how many. A line that makes
 // no sense, if only by a character that is no digit, gives a warning and no frame. Bus numbers

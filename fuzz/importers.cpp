@@ -74,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
         ++count;
         isRight &= frame.length >= 0 && frame.length <= formats::TraceFrame::MostBytes;
     };
-    const auto warn = [](const char*, std::int64_t) {};
+    const auto warn = [](const std::string&, std::int64_t) {};
     for (const formats::TraceFormat& format : formats::traceFormats()) {
         device.seek(0);
         count = 0;
