@@ -218,7 +218,10 @@ void AxisTag::makePicture(QPointF head, double ratio)
 {
     constexpr int margin = 10; // of an arrow's head around its line, and more
     QPolygonF corners;
-    corners << head << head + QPointF(0, TailDistance);
+    corners << head;
+    if (arrow) {
+        corners << arrow->end->pixelPosition() << arrow->start->pixelPosition();
+    }
     if (label) {
         for (const QCPItemAnchor* anchor :
              {label->topLeft, label->topRight, label->bottomLeft, label->bottomRight}) {
