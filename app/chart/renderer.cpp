@@ -121,10 +121,8 @@ void CurvePainter::paint(const Curve& curve)
 {
     painter.setPen(QPen(QColor::fromRgba(curve.colour), curve.width));
     isThin = curve.isDense && curve.width == 0 && qAlpha(curve.colour) == 255;
-    Span keys;
-    keys.include(scene.keys.coordinate(left - curve.reach()));
-    keys.include(scene.keys.coordinate(right + curve.reach()));
-    keys = {std::max(keys.lowest, scene.keys.lower), std::min(keys.highest, scene.keys.upper)};
+    const Span keys{
+        scene.keys.coordinate(left - curve.reach()), scene.keys.coordinate(right + curve.reach())};
     previous = {};
     if (curve.isDense) {
         addColumns(curve, keys);
@@ -227,22 +225,15 @@ void CurvePainter::finishLine()
 
 bool isDense(const Curve& curve, const Scale& keys)
 {
-    // With one far outside the view, so many points would still be drawn one by one.
-    const double most = 8 * (keys.upperPixel - keys.lowerPixel) + 2;
+    const Span all = curve.history->keys(curve.channel);
+    const Span seen{std::max(keys.lower, all.lowest), std::min(keys.upper, all.highest)};
+    const double fewest = 2 * (keys.pixel(seen.highest) - keys.pixel(seen.lowest)) + 2;
     double count = 0;
-    double first = 0;
-    double last = 0;
-    const Span view{keys.lower, keys.upper};
-    curve.history->visit(curve.channel, view, [&](const Block& block, int begin, int end) {
-        const double* const all = block.keys().data();
-        first = count > 0 ? first : all[begin];
-        last = all[end - 1];
+    curve.history->visit(curve.channel, seen, [&](const Block& /*block*/, int begin, int end) {
         count += end - begin;
-        return count < most;
+        return count < fewest;
     });
-    const double pixels = keys.pixel(last) - keys.pixel(first);
-    const double fewest = std::floor(2 * qAbs(pixels) + 2); // false with a NaN
-    return count >= most || count >= fewest;
+    return count >= fewest;
 }
 
 void render(

@@ -56,8 +56,8 @@ struct Scene
     bool operator==(const Scene& other) const { return tie() == other.tie(); }
 };
 
-// Whether a curve has two points a pixel or more. Such a one is led through the lowest and the
-// highest of each column of pixels.
+// Whether a curve has two points a pixel or more where it is in view. Such a one is led through the
+// lowest and the highest of each column of pixels.
 bool isDense(const Curve& curve, const Scale& keys);
 
 // Paints some columns of a scene's picture: lines through the points, on nothing. The curves are
