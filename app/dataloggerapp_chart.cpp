@@ -70,11 +70,13 @@ void DataLoggerApp::createChannels()
         showChannel(box, channel);
         seriesCheckBoxes[channel] = box;
     }
-    // Three rows in the smallest window. A fourth would not fit on a screen of 768 lines.
+    // Three rows in the smallest window. A fourth would not fit on a screen of 768 lines. As wide
+    // as the panel above it, also when a start finds the other panels hidden.
     const QScrollArea* strip = ui->dataSeriesWidget;
-    ui->dataSeriesWidget->setMinimumHeight(
+    ui->dataSeriesWidget->setMinimumSize(
+        ui->CanbusWidget->sizeHint().width(),
         3 * seriesCheckBoxes[0]->sizeHint().height() + 2 * strip->frameWidth() +
-        strip->horizontalScrollBar()->sizeHint().height());
+            strip->horizontalScrollBar()->sizeHint().height());
 }
 
 // For a change of anything but points. While a file is read, the chart waits for its end.

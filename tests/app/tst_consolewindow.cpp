@@ -167,6 +167,13 @@ private slots:
         const auto* sliders = console.child<QWidget>("virtualInputsWidget");
         QCOMPARE(signalArea->height(), signalArea->minimumSizeHint().height());
         QCOMPARE(sliders->height(), sliders->sizeHint().height());
+        {
+            home.store("ui/virtualInputShow", true);
+            ConsoleRig alone;
+            alone.window.show();
+            const auto* area = alone.child<QScrollArea>("dataSeriesWidget");
+            QVERIFY(area->viewport()->width() > alone.channelBox(33)->geometry().right());
+        }
         console.click("canMsg");
         console.window.resize(console.window.minimumSizeHint());
         QTRY_COMPARE(signalArea->height(), signalArea->minimumSizeHint().height());
