@@ -1,21 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "convert/container.h"
-#include "convert/partfile.h"
-#include "formats/mdf4blocks.h"
+#include "convert/mdf4blocks.h"
 
 #include <algorithm>
-#include <cmath>
 #include <deque>
 
 namespace convert {
 
 namespace {
-
-using formats::Mdf4Blocks;
-using formats::Mdf4Channel;
-using formats::Mdf4Group;
-
-constexpr double Nano = 1e9;
 
 class Mdf4Table : public Table
 {
@@ -32,27 +24,7 @@ public:
 private:
     void restart() final
     {
-        static constexpr Mdf4Channel::Type types[] = {// by Field::Type
-                                                      Mdf4Channel::Real, Mdf4Channel::Signed,
-                                                      Mdf4Channel::Unsigned, Mdf4Channel::Bytes};
-        const bool isBus = info.content == TableInfo::Frames;
-        const bool isTags = info.content == TableInfo::Tags;
-        Mdf4Group& group = groups.emplace_back();
-        group.name = info.name;
-        group.source = info.source;
-        group.sourceType = isBus ? Mdf4Group::Bus : isTags ? Mdf4Group::Tool : Mdf4Group::Ecu;
-        group.isCan = isBus || info.content == TableInfo::Signals;
-        group.isBusLogging = isBus;
-        group.rowSize = rowSize;
-        group.gapBytes = gapBytes;
-        group.blockLength = blockRows * rowSize;
-        for (const Field& field : info.fields) {
-            group.channels.push_back(
-                {isBus ? info.name + '.' + field.name : field.name, field.unit,
-                 field.channel < 0 ? "" : "channel " + std::to_string(field.channel),
-                 isTags ? Mdf4Channel::Text : types[field.type], field.offset, field.size,
-                 field.gapBit, field.texts});
-        }
+        groups.push_back({info, rowSize, gapBytes, blockRows * rowSize, {}, 0});
     }
 
     void write(const unsigned char* planes, std::size_t count) override
@@ -73,7 +45,7 @@ public:
         : origin(itsOrigin)
         , blockSize(size)
         , file(path, replaces)
-        , blocks([this](std::string_view bytes) { file.write(bytes); })
+        , blocks(file)
     {}
 
     Table& addTable(TableInfo info) override
@@ -112,20 +84,9 @@ public:
             });
         }
         for (auto tag = tags.rbegin(); tag != tags.rend(); ++tag) {
-            blocks.putEvent(std::llround(tag->seconds * Nano), tag->text);
+            blocks.putEvent(*tag);
         }
-        Mdf4Blocks::Header header{origin.inputs, {{"subject", origin.serial}}, XCU_VERSION};
-        if (origin.start) {
-            std::tm local = {};
-            localtime_r(&*origin.start, &local);
-            // Times are those of the controller's clock; the file begins where that stood at 0.
-            header.start =
-                *origin.start * static_cast<std::int64_t>(Nano) - std::llround(origin.clock * Nano);
-            header.daylight = local.tm_isdst > 0 ? 60 : 0;
-            header.zone = static_cast<int>(local.tm_gmtoff / 60) - header.daylight;
-            header.properties.emplace_back("recording started", shownTime(*origin.start));
-        }
-        file.writeAt(Mdf4Blocks::HeaderPlace, blocks.header(header));
+        blocks.putHeader(origin);
         file.commit();
     }
 
