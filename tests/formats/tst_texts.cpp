@@ -85,7 +85,7 @@ private slots:
             {"0000000001", signalOf(0, 33, UnsignedLeastFirst), 1},
             {"ffffffffffffffff", signalOf(0, 64, SignedLeastFirst), std::ldexp(1, 64)},
             // The bytes of a single lie on top of one another, each bit at its place in its byte.
-            {"0102048000", signalOf(0, 32, SinglePrecision), std::ldexp(0x87, -149)},
+            {"02040880ff", signalOf(0, 32, SinglePrecision), std::ldexp(0x8e, -149)},
             {"f001020408", signalOf(4, 32, SinglePrecisionToo), std::ldexp(0xff, -149)},
             {"ffffffff", signalOf(0, 31, SinglePrecision), 0},
             {"ff", signalOf(0, 8, -1), 0},
