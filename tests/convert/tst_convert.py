@@ -637,7 +637,8 @@ class Manners(Folder):
         self.assertEqual((self.folder / "b.csv").read_text(), "mine")
         self.run_convert("a.log", "-o", "b.csv", "--force")
         self.assertIn("time_s", (self.folder / "b.csv").read_text())
-        self.assertEqual((self.folder / "b.csv").stat().st_mode & 0o777, 0o666 & ~mask)
+        self.run_convert("a.log", "-o", "new.csv")
+        self.assertEqual((self.folder / "new.csv").stat().st_mode & 0o777, 0o666 & ~mask)
         # What it replaces keeps mode and place.
         (self.folder / "b.csv").chmod(0o600)
         (self.folder / "link.csv").symlink_to("b.csv")
