@@ -216,10 +216,11 @@ History::Place History::makeRoom(double key, int firstChannel, int width)
     }
 
     // If not, one will be opened. The open block in whose stead it comes is packed, maybe in two.
-    if (place.block + 1 >= int(blocks.size()) && !blocks.empty()) {
-        pack(int(blocks.size()) - 1);
+    const int end = int(blocks.size());
+    if (place.block + 1 >= end && end > 0) {
+        pack(end - 1);
     }
-    if (place.block < int(blocks.size()) && late >= 0) {
+    if (place.block < end && late >= 0) {
         pack(late);
         late = -1;
     }

@@ -195,6 +195,18 @@ private slots:
         QVERIFY2(bytes < 100.0 * records, qPrintable(QString::number(bytes / records)));
     }
 
+    void lateRecordsNowAndThenShareABlock()
+    {
+        chart::History history;
+        constexpr double value = 5;
+        for (int i = 0; i < 60'000; ++i) {
+            history.add(i % 1000 == 999 ? i * 1e-3 : 1000 + i, &value, 0, 1);
+        }
+        int blocks = 0;
+        history.visit(0, {0, 60}, [&](const chart::Block&, int, int) { return ++blocks < 60; });
+        QVERIFY2(blocks < 4, qPrintable(QString::number(blocks)));
+    }
+
     void picturesAreTheLibrarys_data()
     {
         QTest::addColumn<double>("pace"); // s
