@@ -200,8 +200,7 @@ public:
             report.warn("a frame without a bus number, written as of the first bus");
         }
         if (kind == Kind::Candump) {
-            formats::composeTraceLine(line, frame);
-            out.put(line);
+            out.advanceTo(formats::putCandumpLine(out.room(formats::MaxFrameLine), frame));
         } else if (kind == Kind::Asc) {
             out.advanceTo(formats::putAscLine(out.room(formats::MaxFrameLine), frame));
             if (frame.isError && frame.id != 0) {
@@ -220,7 +219,6 @@ private:
     const Kind kind;
     TextOutput& out;
     Report& report;
-    std::string line;
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "formats/blackboxreader.h"
 
 #include "formats/channels.h"
+#include "formats/logrecords.h"
 #include "formats/traceimport.h"
 #include "schema/blackbox.pb.h"
 
@@ -11,6 +12,7 @@
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl.h>
 #include <google/protobuf/wire_format_lite.h>
+#include <utility>
 
 namespace formats {
 
@@ -86,6 +88,30 @@ bool readElements(DeviceStream& device, Take take)
             return false;
         }
     }
+}
+
+// A frame of a record, as the converter takes it; none for one that has too many bytes.
+std::optional<TraceFrame> traceFrame(
+    const xcu::BlackboxCandumpFileLine& record, const WarningFunction& warn)
+{
+    TraceFrame frame;
+    frame.time = record.timestamp() / 1000.0;
+    const std::uint32_t bus = record.busnumber();
+    frame.bus = bus <= TraceFrame::LargestBus ? static_cast<int>(bus) : -1;
+    frame.id = static_cast<std::uint32_t>(record.canid()) & 0x1fffffff;
+    frame.isExtended = frame.id > 0x7ff;
+    const std::size_t size = record.framedata().size();
+    frame.isFd = size > ClassicSize;
+    if (frame.isFd) {
+        warn("more than 8 bytes, taken for CAN FD", 0);
+    }
+    if (size > TraceFrame::MostBytes) {
+        warn("more than 64 bytes in a frame, left out", 0);
+        return std::nullopt;
+    }
+    frame.length = static_cast<int>(size);
+    std::memcpy(frame.bytes, record.framedata().data(), size);
+    return frame;
 }
 
 } // namespace
@@ -179,43 +205,53 @@ void BlackboxRecord::readRecords(
     });
 }
 
-std::int64_t readBlackbox(
-    QIODevice& device, const FrameFunction& takeFrame, const RecordFunction& takeRecord,
-    const WarningFunction& warn)
+std::int64_t readBlackboxRecords(
+    QIODevice& device, RecordingTarget& target, const WarningFunction& warn)
 {
-    xcu::BlackboxFileLine line;
-    xcu::BlackboxCandumpFileLine record;
-    std::int64_t count = 0;
-    const auto takeParsedFrame = [&] {
-        TraceFrame frame;
-        frame.time = record.timestamp() / 1000.0;
-        const std::uint32_t bus = record.busnumber();
-        frame.bus = bus <= TraceFrame::LargestBus ? static_cast<int>(bus) : -1;
-        frame.id = static_cast<std::uint32_t>(record.canid()) & 0x1fffffff;
-        frame.isExtended = frame.id > 0x7ff;
-        const std::size_t size = record.framedata().size();
-        frame.isFd = size > ClassicSize;
-        if (frame.isFd) {
-            warn("more than 8 bytes, taken for CAN FD", 0);
+    xcu::BlackboxFileLine record;
+    xcu::BlackboxCandumpFileLine frame;
+    int inputs = 0; // of the widest records
+    int outputs = 0;
+    DeviceStream firstReading(device);
+    readElements(firstReading, [&](int field, const std::string& bytes) {
+        if (field == LogField && record.ParseFromString(bytes)) {
+            inputs = std::max(inputs, record.inputs_size());
+            outputs = std::max(outputs, record.outputs_size());
         }
-        if (size > TraceFrame::MostBytes) {
-            warn("more than 64 bytes in a frame, left out", 0);
-            return;
+    });
+    device.seek(0);
+    std::vector<std::string> labels;
+    for (int i = 0; i < inputs + outputs; ++i) {
+        labels.push_back(
+            i < inputs ? "In" + std::to_string(i) : "Out" + std::to_string(i - inputs));
+    }
+    target.addHeader(labels);
+    const auto width = static_cast<std::size_t>(inputs + outputs);
+    std::string text;
+    const auto put = [&text](const Values& values, int count) {
+        for (const int value : values) {
+            text += std::to_string(value) + ';';
         }
-        frame.length = static_cast<int>(size);
-        std::memcpy(frame.bytes, record.framedata().data(), size);
-        ++count;
-        takeFrame(frame);
+        text.append(static_cast<std::size_t>(std::max(count - values.size(), 0)), ';');
     };
+    std::uint32_t number = 0;
+    std::int64_t frames = 0;
+    std::optional<std::uint32_t> latest;
     DeviceStream stream(device);
     const bool isWhole = readElements(stream, [&](int field, const std::string& bytes) {
-        if (field == LogField && line.ParseFromString(bytes)) {
-            takeRecord(
-                static_cast<quint32>(line.timestamp()),
-                {line.inputs().begin(), line.inputs().end()},
-                {line.outputs().begin(), line.outputs().end()});
-        } else if (field == FrameField && record.ParseFromString(bytes)) {
-            takeParsedFrame();
+        if (field == LogField && record.ParseFromString(bytes)) {
+            const auto time = static_cast<std::uint32_t>(record.timestamp());
+            warnOfClock(std::exchange(latest, time), time, warn, 0);
+            text.clear();
+            put(record.inputs(), inputs);
+            put(record.outputs(), outputs);
+            const bool hasGaps = record.inputs_size() < inputs || record.outputs_size() < outputs;
+            target.addRecord({number++, time, text, width, hasGaps, 0});
+        } else if (field == FrameField && frame.ParseFromString(bytes)) {
+            if (const auto wholeFrame = traceFrame(frame, warn)) {
+                ++frames;
+                target.addFrame(*wholeFrame);
+            }
         } else {
             warn("damaged record, left out", 0);
         }
@@ -223,7 +259,7 @@ std::int64_t readBlackbox(
     if (!isWhole) {
         warn("the file breaks off", 0);
     }
-    return count;
+    return frames;
 }
 
 } // namespace formats

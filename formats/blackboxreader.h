@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/stricttraces.h"
-
 #include <QString>
 #include <QStringList>
 #include <functional>
-#include <string>
 #include <vector>
 
 class QIODevice;
@@ -58,15 +55,5 @@ private:
     int inputCount = 0; // of those that have a channel
     int outputCount = 0;
 };
-
-// Takes a log record; its timestamp is controller time in ms.
-using RecordFunction = std::function<void(
-    quint32 timestamp, const std::vector<int>& inputs, const std::vector<int>& outputs)>;
-
-// Gives out what a record holds, in file order and whole, and returns the number of frames. Memory
-// does not grow with it.
-std::int64_t readBlackbox(
-    QIODevice& device, const FrameFunction& takeFrame, const RecordFunction& takeRecord,
-    const WarningFunction& warn);
 
 } // namespace formats

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/candumpline.h"
 
+#include "formats/framelines.h"
 #include "formats/textfield.h"
 
 #include <QByteArray>
@@ -57,9 +58,8 @@ void composeCandumpLine(
     line.resize(static_cast<std::size_t>(out - line.data()));
 }
 
-void composeTraceLine(std::string& line, const TraceFrame& frame)
+char* putCandumpLine(char* out, const TraceFrame& frame)
 {
-    line.resize(MaxFixedLength + MaxSecondsLength + std::size_t{2} * TraceFrame::MostBytes);
     const int id =
         static_cast<int>(frame.id) | static_cast<int>(frame.isError ? TraceFrame::ErrorMark : 0);
     const bool isLong = frame.isExtended || frame.isError;
@@ -72,10 +72,9 @@ void composeTraceLine(std::string& line, const TraceFrame& frame)
         markSize = frame.length > 0 ? 2 : 1;
         payload = {};
     }
-    char* out = putMicroseconds(putText(line.data(), "("), frame.time);
-    out = putFrame(
+    out = putMicroseconds(putText(out, "("), frame.time);
+    return putFrame(
         out, std::max(frame.bus, 0), id, isLong ? 8 : 3, '0', {mark.data(), markSize}, payload);
-    line.resize(static_cast<std::size_t>(out - line.data()));
 }
 
 char* putMicroseconds(char* out, double seconds)

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "formats/stricttraces.h"
-
 #include <QString>
 #include <string>
 #include <string_view>
@@ -20,10 +18,6 @@ namespace formats {
 void composeCandumpLine(
     std::string& line, int busNumber, int timestampMs, int canId, bool isExtended, bool isFd,
     bool isBitrateSwitch, std::string_view payload);
-
-// A frame of any trace in the same form, with the time in microseconds, error state, remote and
-// error frames as the Linux CAN tools have them. Without a bus it is can0.
-void composeTraceLine(std::string& line, const TraceFrame& frame);
 
 // Seconds with 6 decimals, rounded; needs room for 24 characters. Up to 10^12 s.
 char* putMicroseconds(char* out, double seconds);

@@ -12,6 +12,10 @@ int lengthCode(int length);
 // the place behind its line.
 constexpr std::size_t MaxFrameLine = 512; // an FD frame of an .asc file
 
+// The form of the capture file, with the time in microseconds, error state, remote and error frames
+// as the Linux CAN tools have them. Without a bus it is can0.
+char* putCandumpLine(char* out, const TraceFrame& frame);
+
 // As log2asc writes it, channels counted from 1; without a bus it is the first.
 char* putAscLine(char* out, const TraceFrame& frame);
 

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "formats/logrecords.h"
 
-#include "formats/blackboxreader.h"
 #include "formats/channels.h"
 #include "formats/linereader.h"
 #include "formats/logfile.h"
 #include "formats/textfield.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace formats {
 
@@ -23,20 +21,6 @@ std::optional<std::uint32_t> tagTime(std::string_view text, std::optional<std::u
         return std::nullopt;
     }
     return static_cast<std::uint32_t>(*time);
-}
-
-// What the times of two records in a row tell.
-void warnOfClock(
-    std::optional<std::uint32_t> before, std::uint32_t time, const WarningFunction& warn,
-    std::int64_t line)
-{
-    constexpr std::uint32_t halfRound = 1U << 31;
-    if (before && time < *before) {
-        warn(
-            time - *before < halfRound ? "the clock has wrapped round at 2^32 ms; times start anew"
-                                       : "the clock goes back; times are those of the file",
-            line);
-    }
 }
 
 // Counts values, each closed by ";" and with a ";" ahead of the first. Returns whether they are
@@ -190,49 +174,22 @@ private:
 
 } // namespace
 
+void warnOfClock(
+    std::optional<std::uint32_t> before, std::uint32_t time, const WarningFunction& warn,
+    std::int64_t line)
+{
+    constexpr std::uint32_t halfRound = 1U << 31;
+    if (before && time < *before) {
+        warn(
+            time - *before < halfRound ? "the clock has wrapped round at 2^32 ms; times start anew"
+                                       : "the clock goes back; times are those of the file",
+            line);
+    }
+}
+
 void readRecords(QIODevice& device, RecordingTarget& target, const WarningFunction& warn)
 {
     LogReader(device, target, warn).read();
-}
-
-std::int64_t readBlackboxRecords(
-    QIODevice& device, RecordingTarget& target, const WarningFunction& warn)
-{
-    using Values = std::vector<int>;
-    std::size_t inputs = 0; // of the widest records
-    std::size_t outputs = 0;
-    const auto widen = [&](quint32, const Values& in, const Values& out) {
-        inputs = std::max(inputs, in.size());
-        outputs = std::max(outputs, out.size());
-    };
-    const auto nothing = [](auto&&...) {};
-    readBlackbox(device, nothing, widen, nothing);
-    device.seek(0);
-    std::vector<std::string> labels;
-    for (std::size_t i = 0; i < inputs + outputs; ++i) {
-        labels.push_back(
-            i < inputs ? "In" + std::to_string(i) : "Out" + std::to_string(i - inputs));
-    }
-    target.addHeader(labels);
-    std::string text;
-    std::uint32_t number = 0;
-    std::optional<std::uint32_t> latest;
-    const auto append = [&text](const Values& values, std::size_t count) {
-        for (const int value : values) {
-            text += std::to_string(value) + ';';
-        }
-        text.append(count - values.size(), ';');
-    };
-    const auto take = [&](quint32 time, const Values& in, const Values& out) {
-        warnOfClock(std::exchange(latest, time), time, warn, 0);
-        text.clear();
-        append(in, inputs);
-        append(out, outputs);
-        const bool hasGaps = in.size() < inputs || out.size() < outputs;
-        target.addRecord({number++, time, text, inputs + outputs, hasGaps, 0});
-    };
-    return readBlackbox(
-        device, [&](const TraceFrame& frame) { target.addFrame(frame); }, take, warn);
 }
 
 // The text in square brackets at the end of a label, ahead of what the console adds in parentheses.

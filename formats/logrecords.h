@@ -51,6 +51,11 @@ void readRecords(QIODevice& device, RecordingTarget& target, const WarningFuncti
 std::int64_t readBlackboxRecords(
     QIODevice& device, RecordingTarget& target, const WarningFunction& warn);
 
+// Warns where the clock, from one record to the next, goes back or wraps round.
+void warnOfClock(
+    std::optional<std::uint32_t> before, std::uint32_t time, const WarningFunction& warn,
+    std::int64_t line);
+
 // The text in square brackets at the end of a label, ahead of what the console adds in parentheses.
 std::string unitOf(std::string_view label);
 
