@@ -123,7 +123,7 @@ AxisTag::AxisTag(QCPAxis* parentAxis)
     label->setPen(QPen(Qt::blue));
     label->setPositionAlignment(Qt::AlignHCenter | Qt::AlignVCenter | Qt::AlignBottom);
     label->position->setParentAnchor(arrow->start, false);
-    TagSheet::of(axis)->tags.append(this);
+    sheet->tags.append(this);
     changed();
     // An item may be taken off the plot while the tag lives.
     connect(arrow, &QObject::destroyed, this, &AxisTag::changed);
@@ -136,7 +136,7 @@ AxisTag::~AxisTag()
     removeFromPlot(arrow);
     removeFromPlot(label);
     if (sheet) {
-        static_cast<TagSheet*>(sheet.data())->tags.removeOne(this);
+        sheet->tags.removeOne(this);
     }
 }
 

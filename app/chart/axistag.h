@@ -39,7 +39,7 @@ private:
     QPointer<QCPItemTracer> tracer; // invisible; anchors the arrow to the axis
     QPointer<QCPItemLine> arrow;
     QPointer<QCPItemText> label;
-    QPointer<QCPLayerable> sheet;
+    QPointer<TagSheet> sheet;
     QPixmap picture; // of arrow and label; null until they are painted
     QPoint corner;   // of the picture, from the arrow's head
     int length = 0;  // of the text, in pixels; 0 if the tag is not whole
