@@ -20,8 +20,9 @@ QRgb blend(QRgb below, QRgb colour, int share)
     return (mix(colour, below) >> 8 & everyOther) | (mix(colour >> 8, below >> 8) & ~everyOther);
 }
 
-// A line as wide as a pixel, antialiased, without caps. QPainter takes three times as long, and a
-// dense picture is full of them.
+// A line as wide as a pixel, antialiased, without caps. QPainter takes three times as long, and
+// leads it up to a pixel beside its way, depending on where the picture cuts it: columns that are
+// painted anew would not fit to those beside them.
 void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
 {
     QSize size = picture.size();
@@ -70,8 +71,6 @@ void drawThinLine(QImage& picture, QRgb colour, QPointF from, QPointF to)
 // The points of a channel in one column of pixels.
 struct Column
 {
-    bool isCluster() const { return count > 1 && !values.isEmpty(); }
-
     double pixel; // where it begins
     int count = 0;
     Point first = {};
@@ -120,7 +119,7 @@ private:
 void CurvePainter::paint(const Curve& curve)
 {
     painter.setPen(QPen(QColor::fromRgba(curve.colour), curve.width));
-    isThin = curve.isDense && curve.width == 0 && qAlpha(curve.colour) == 255;
+    isThin = curve.width == 0 && qAlpha(curve.colour) == 255;
     const Span keys{
         scene.keys.coordinate(left - curve.reach()), scene.keys.coordinate(right + curve.reach())};
     previous = {};
@@ -175,23 +174,19 @@ void CurvePainter::addColumns(const Curve& curve, const Span& keys)
 
 // Leads the line to a column and through it, as the library's adaptive sampling does, but for this:
 // where the curve falls, the highest point comes first. With the lowest first, the line would cross
-// each column twice, and falling flanks would look thicker than rising ones.
+// each column twice, and falling flanks would look thicker than rising ones. And between columns
+// that are apart, it runs from point to point: no other point of theirs can change it.
 void CurvePainter::addColumn(const Column& column)
 {
-    const auto add = [this](const Column& of, double share, double value) {
-        addToLine({of.pixel + share, scene.values.pixel(value)});
-    };
-    const bool isApart = previous.count > 0 && column.pixel - previous.pixel != 1;
-    if (isApart && previous.isCluster()) {
-        add(previous, 0.8, previous.last.value);
+    if (previous.count > 0 && column.pixel - previous.pixel != 1) {
+        addToLine(position(previous.last));
+        addToLine(position(column.first));
     }
-    if (isApart && column.isCluster()) {
-        add(column, 0.2, column.first.value);
-    }
-    if (column.isCluster()) {
+    if (column.count > 1 && !column.values.isEmpty()) {
+        const auto [lowest, highest] = column.values;
         const bool falls = column.last.value < column.first.value;
-        add(column, 0.25, falls ? column.values.highest : column.values.lowest);
-        add(column, 0.75, falls ? column.values.lowest : column.values.highest);
+        addToLine({column.pixel + 0.25, scene.values.pixel(falls ? highest : lowest)});
+        addToLine({column.pixel + 0.75, scene.values.pixel(falls ? lowest : highest)});
     } else {
         addToLine(position(column.first));
     }

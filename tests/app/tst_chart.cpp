@@ -40,7 +40,8 @@ bool isAlike(const QImage& one, const QImage& other)
         for (int x = 0; x < one.width(); ++x) {
             const QColor here = one.pixelColor(x, y);
             const QColor there = other.pixelColor(x, y);
-            if (qMax(qAbs(here.red() - there.red()), qAbs(here.green() - there.green())) > 3) {
+            if (qMax(qAbs(here.red() - there.red()), qAbs(here.green() - there.green())) > 3 ||
+                qAbs(here.alpha() - there.alpha()) > 3) {
                 return false;
             }
         }
@@ -307,6 +308,32 @@ private slots:
             return qAlpha(picture.pixel(50, 50));
         };
         QVERIFY(ink(scene.curves) >= ink({scene.curves.front()}));
+    }
+
+    // Wherever the columns that are painted anew begin.
+    void columnsLookAsInTheWholePicture_data()
+    {
+        QTest::addColumn<double>("width");
+        QTest::newRow("thin") << 0.0;
+        QTest::newRow("selected") << 2.5;
+    }
+
+    void columnsLookAsInTheWholePicture()
+    {
+        QFETCH(double, width);
+        chart::History history;
+        for (const chart::Point& point : {chart::Point{0, 700}, {24, 437}, {61, 500}, {62, 90}}) {
+            history.add(point.key, &point.value, 0, 1);
+        }
+        chart::Scene scene{{64, 100}, 1, {0, 64, 0.5, 64.5}, {0, 1000, 99.5, -0.5}, {}};
+        scene.curves.push_back({&history, 0, qRgb(255, 0, 0), width, false});
+        QImage whole(scene.size, QImage::Format_ARGB32_Premultiplied);
+        chart::render(scene, scene.curves, 0, 64, whole.bits(), false);
+        for (int first = 1; first < 50; ++first) {
+            QImage part = whole.copy();
+            chart::render(scene, scene.curves, first, 14, part.bits(), false);
+            QVERIFY2(isAlike(part, whole), qPrintable(QString::number(first)));
+        }
     }
 
     // Workers read while the history grows, views change, and the window closes on them.
