@@ -235,9 +235,9 @@ void render(
     const Scene& scene, const std::vector<Curve>& curves, int first, int count, uchar* bits,
     const std::atomic<bool>& isCancelled)
 {
-    constexpr int pixel = sizeof(QRgb);
+    constexpr qsizetype pixel = sizeof(QRgb);
     QImage columns(
-        bits + pixel * first, count, scene.size.height(), pixel * scene.size.width(),
+        bits + pixel * first, count, scene.size.height(), int(pixel * scene.size.width()),
         QImage::Format_ARGB32_Premultiplied);
     columns.fill(Qt::transparent);
     CurvePainter painter(scene, first, columns);
