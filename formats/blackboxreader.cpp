@@ -220,13 +220,14 @@ std::int64_t readBlackboxRecords(
         }
     });
     device.seek(0);
+    const int width = inputs + outputs;
     std::vector<std::string> labels;
-    for (int i = 0; i < inputs + outputs; ++i) {
+    labels.reserve(static_cast<std::size_t>(width));
+    for (int i = 0; i < width; ++i) {
         labels.push_back(
             i < inputs ? "In" + std::to_string(i) : "Out" + std::to_string(i - inputs));
     }
     target.addHeader(labels);
-    const auto width = static_cast<std::size_t>(inputs + outputs);
     std::string text;
     const auto put = [&text](const Values& values, int count) {
         for (const int value : values) {
@@ -246,7 +247,7 @@ std::int64_t readBlackboxRecords(
             put(record.inputs(), inputs);
             put(record.outputs(), outputs);
             const bool hasGaps = record.inputs_size() < inputs || record.outputs_size() < outputs;
-            target.addRecord({number++, time, text, width, hasGaps, 0});
+            target.addRecord({number++, time, text, static_cast<std::size_t>(width), hasGaps, 0});
         } else if (field == FrameField && frame.ParseFromString(bytes)) {
             if (const auto wholeFrame = traceFrame(frame, warn)) {
                 ++frames;

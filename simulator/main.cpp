@@ -103,7 +103,6 @@ private:
     MockedPorts ports;
     std::vector<std::unique_ptr<CommandInput>> inputs;
     QProcess program;
-    std::unique_ptr<QSocketNotifier> signalNotifier;
 };
 
 int Simulation::run()
@@ -243,8 +242,8 @@ void Simulation::catchSignals()
     if (::pipe2(signalPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
         qFatal("No pipe for signals");
     }
-    signalNotifier = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
-    connect(signalNotifier.get(), &QSocketNotifier::activated, this, [this] {
+    auto* arrival = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
+    connect(arrival, &QSocketNotifier::activated, this, [this] {
         siginfo_t caught = {};
         while (::read(signalPipe[0], &caught, sizeof caught) == sizeof caught) {
             // A terminal, whose signals come from the kernel, has signalled the program as well,

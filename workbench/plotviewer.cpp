@@ -15,10 +15,6 @@
 
 namespace {
 
-constexpr int firstRows = 5;       // there before any data
-constexpr qreal largestTime = 200; // s
-constexpr qreal largestValue = 1024;
-
 // Seconds. A controller without a clock sends a record every 100 ms.
 float recordTime(unsigned int sampleNumber, unsigned int timestamp)
 {
@@ -40,8 +36,8 @@ PlotViewer::PlotViewer(QWidget* parent)
     ui->setupUi(this);
     chart->addAxis(axisX, Qt::AlignBottom);
     chart->addAxis(axisY, Qt::AlignLeft);
-    axisY->setRange(0, largestValue);
-    axisX->setRange(0, largestTime);
+    axisY->setRange(0, 1024);
+    axisX->setRange(0, 200);
     // Curves are not animated: a chart would lay out series without a pen sixty times a second.
     chart->setAnimationDuration(0);
     auto* view = new ChartView(chart);
@@ -55,6 +51,7 @@ PlotViewer::PlotViewer(QWidget* parent)
     ui->horizontalLayout->addWidget(panelArea);
     // These count from 0 and the rows that come with the data from 1, on purpose: "data 4" is
     // followed by "data 6".
+    constexpr int firstRows = 5; // there before any data
     for (int row = 0; row < firstRows; ++row) {
         addRow(QStringLiteral("data %1").arg(row));
     }
