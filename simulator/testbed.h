@@ -6,8 +6,9 @@
 #include <QProcessEnvironment>
 #include <QString>
 
-struct _UMockdevTestbed; // umockdev.h does not go with Qt's keywords
-struct _UMockdevIoctlBase;
+// umockdev.h does not go with Qt's keywords.
+struct _UMockdevTestbed;   // NOLINT(bugprone-reserved-identifier)
+struct _UMockdevIoctlBase; // NOLINT(bugprone-reserved-identifier)
 
 namespace simulator {
 
