@@ -271,7 +271,7 @@ def see_all(bench):
     times = [one.time for one in bench.line().responses if one.answer[0] == "logger_data"]
     longest = max(after - before for before, after in zip(times, times[1:]))
     print(f"{len(times)} records, the longest pause {longest} ms")
-    assert longest < 900, "requests are late"
+    assert longest < 1900, "requests are late"
 
 
 def unread(build):

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Preloaded, a disk for logs, captures and backups that takes a second for each file; what it has
-// got stands, one line each, in the file that SLOW_DISK names. (Qt puts lock files of ports and the
-// settings on their disks in the GUI thread.)
+// Preloaded, a disk for logs, captures and backups that takes two seconds for each file; what it
+// has got stands, one line each, in the file that SLOW_DISK names. (Qt puts lock files of ports and
+// the settings on their disks in the GUI thread.)
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -29,7 +29,7 @@ std::string report(int descriptor)
 extern "C" int fdatasync(int descriptor)
 {
     const std::string path = report(descriptor); // as it is now: what comes later may not get there
-    sleep(path.find("/extLogger") == std::string::npos ? 0 : 1);
+    sleep(path.find("/extLogger") == std::string::npos ? 0 : 2);
     return 0;
 }
 

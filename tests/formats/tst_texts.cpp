@@ -84,6 +84,7 @@ private slots:
             {"00000080", signalOf(0, 32, UnsignedLeastFirst), 0xffffffff80000000},
             {"0000000001", signalOf(0, 33, UnsignedLeastFirst), 1},
             {"ffffffffffffffff", signalOf(0, 64, SignedLeastFirst), std::ldexp(1, 64)},
+            {"12fe", signalOf(8, 8, SignedLeastFirst), -2},
             // The bytes of a single lie on top of one another, each bit at its place in its byte.
             {"02040880ff", signalOf(0, 32, SinglePrecision), std::ldexp(0x8e, -149)},
             {"f001020408", signalOf(4, 32, SinglePrecisionToo), std::ldexp(0xff, -149)},
