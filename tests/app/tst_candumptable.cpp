@@ -2,13 +2,8 @@
 #include "capture/candumpviewmodel.h"
 #include "capture/candumpwindow.h"
 
-#include <QAbstractItemModelTester>
-#include <QHeaderView>
-#include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTableView>
-#include <QTest>
-#include <limits>
+#include <QtTest>
+#include <QtWidgets>
 
 class TestCandumpTable : public QObject
 {

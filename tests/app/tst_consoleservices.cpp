@@ -1,11 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/connectedconsole.h"
 
-#include <QLineEdit>
-#include <QSpinBox>
-#include <QTableView>
-#include <QTableWidget>
-
 // The smaller services of the console, each against a controller that is connected.
 class ConsoleServicesTest : public QObject
 {

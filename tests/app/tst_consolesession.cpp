@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/connectedconsole.h"
 
-#include <QSpinBox>
-
 // A connection, and the session on it.
 class ConsoleSessionTest : public QObject
 {

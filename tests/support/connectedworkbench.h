@@ -4,12 +4,8 @@
 #include "support/portrig.h"
 #include "workbench/mainwindow.h"
 
-#include <QAction>
-#include <QMdiArea>
-#include <QMdiSubWindow>
-#include <QMenu>
-#include <QStatusBar>
 #include <QTest>
+#include <QtWidgets>
 #include <google/protobuf/text_format.h>
 #include <memory>
 

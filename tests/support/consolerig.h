@@ -4,12 +4,8 @@
 #include "app/dataloggerapp.h"
 #include "support/testhome.h"
 
-#include <QAbstractButton>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QFileDialog>
-#include <QStatusBar>
 #include <QtTest>
+#include <QtWidgets>
 #include <functional>
 #include <qcustomplot.h>
 
@@ -95,6 +91,19 @@ public:
         QLayoutItem* item =
             child<QGridLayout>("dataSeriesLayout")->itemAtPosition(channel % 32, channel / 32);
         return qobject_cast<QCheckBox*>(item->widget());
+    }
+
+    // "(<time>,<value>)..." of a curve.
+    QString points(int graph)
+    {
+        QString text;
+        const QCPGraph* curve = plot()->graph(graph);
+        for (int i = 0; i < curve->dataCount(); ++i) {
+            text += QString("(%1,%2)")
+                        .arg(curve->dataMainKey(i), 0, 'g', 12)
+                        .arg(curve->dataMainValue(i), 0, 'g', 12);
+        }
+        return text;
     }
 
     // The slider above the label with this number, 1 to 12.

@@ -4,9 +4,6 @@
 #include "support/testhome.h"
 #include "workbench/idatapresenter.h"
 
-#include <QCheckBox>
-#include <QLabel>
-#include <QStatusTipEvent>
 #include <functional>
 
 namespace {

@@ -2,12 +2,6 @@
 #include "support/connectedworkbench.h"
 #include "support/stdoutcapture.h"
 
-#include <QApplication>
-#include <QClipboard>
-#include <QMimeData>
-#include <QTableWidget>
-#include <google/protobuf/text_format.h>
-
 namespace {
 
 // The edits among the commands: "X0=5" and "Y0=5" for labels, "v1,2=5" for X index 1, Y index 2.

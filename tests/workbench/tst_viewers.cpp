@@ -5,14 +5,8 @@
 #include "workbench/plotviewer.h"
 #include "workbench/valueviewer.h"
 
-#include <QCheckBox>
-#include <QLabel>
-#include <QMouseEvent>
-#include <QScreen>
-#include <QScrollArea>
-#include <QScrollBar>
-#include <QSettings>
 #include <QTest>
+#include <QtWidgets>
 #include <cmath>
 
 namespace {
