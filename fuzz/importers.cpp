@@ -61,13 +61,6 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     const auto takeRecord = [&](int, const std::vector<int>& values) { count += values.size(); };
     formats::readLog(device, 131, {takeHeader, takeTag, takeRecord});
     bool isRight = count <= size;
-    for (const formats::TraceFormat& format : formats::traceFormats()) {
-        device.seek(0);
-        QVector<CanFrames> frames;
-        formats::TraceImport import(frames);
-        const int read = format.read(device, import);
-        isRight &= read == frames.size() && static_cast<std::size_t>(read) <= size;
-    }
     device.seek(0);
     isRight &= readsBlackbox(device);
     const auto take = [&](const formats::TraceFrame& frame) {
@@ -76,6 +69,11 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     };
     const auto warn = [](const std::string&, std::int64_t) {};
     for (const formats::TraceFormat& format : formats::traceFormats()) {
+        device.seek(0);
+        QVector<CanFrames> frames;
+        formats::TraceImport import(frames);
+        const int read = format.read(device, import);
+        isRight &= read == frames.size() && static_cast<std::size_t>(read) <= size;
         device.seek(0);
         count = 0;
         formats::readFrames(device, format.kind, take, warn);

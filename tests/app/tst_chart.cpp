@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "chart/livechart.h"
+#include "support/pictures.h"
 
 #include <QtTest>
 #include <malloc.h>
@@ -12,41 +13,6 @@ std::mt19937 chance(1);
 int below(int limit)
 {
     return int(chance() % unsigned(limit));
-}
-
-// All that is painted of a widget.
-class Painted : public QObject
-{
-public:
-    int paints = 0;
-    double pixels = 0;
-
-protected:
-    bool eventFilter(QObject* /*watched*/, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint) {
-            const QRect place = static_cast<QPaintEvent*>(event)->region().boundingRect();
-            ++paints;
-            pixels += place.width() * place.height();
-        }
-        return false;
-    }
-};
-
-// Whether all pixels are the same, but for rounding.
-bool isAlike(const QImage& one, const QImage& other)
-{
-    for (int y = 0; y < one.height(); ++y) {
-        for (int x = 0; x < one.width(); ++x) {
-            const QColor here = one.pixelColor(x, y);
-            const QColor there = other.pixelColor(x, y);
-            if (qMax(qAbs(here.red() - there.red()), qAbs(here.green() - there.green())) > 3 ||
-                qAbs(here.alpha() - there.alpha()) > 3) {
-                return false;
-            }
-        }
-    }
-    return one.size() == other.size();
 }
 
 // A plot of the library's graphs and one of the chart's, given the same.
@@ -98,20 +64,8 @@ public:
         const auto isInk = [](QRgb colour) { // on white
             return qMin(qRed(colour), qMin(qGreen(colour), qBlue(colour))) < 255 - 32;
         };
-        const QRect inside = stock.axisRect()->rect().adjusted(2, 2, -2, -2);
-        int lonely = 0;
-        for (const auto& [one, other] : {std::pair(here, there), {there, here}}) {
-            for (int y = inside.top(); y <= inside.bottom(); ++y) {
-                for (int x = inside.left(); x <= inside.right(); ++x) {
-                    bool isNear = !isInk(one.pixel(x, y));
-                    for (int i = 0; i < 9 && !isNear; ++i) {
-                        isNear = isInk(other.pixel(x + i % 3 - 1, y + i / 3 - 1));
-                    }
-                    lonely += isNear ? 0 : 1;
-                }
-            }
-        }
-        return lonely;
+        const auto isAlike = [=](QRgb one, QRgb other) { return !isInk(one) || isInk(other); };
+        return lonelyPixels(here, there, stock.axisRect()->rect().adjusted(1, 1, -1, -1), isAlike);
     }
 
     int difference()
@@ -119,8 +73,6 @@ public:
         both([](QCustomPlot& plot) { plot.replot(); });
         return difference(stock.grab().toImage(), live.grab().toImage());
     }
-
-    QImage screen() const { return live.screen()->grabWindow(live.winId()).toImage(); }
 
     static constexpr int channels = 3;
     QCustomPlot stock;
@@ -328,7 +280,7 @@ private slots:
         for (int first = 1; first < 50; ++first) {
             QImage part = whole.copy();
             chart::render(scene, scene.curves, first, 14, part.bits(), false);
-            QVERIFY2(isAlike(part, whole), qPrintable(QString::number(first)));
+            QVERIFY2(differenceOf(part, whole) <= 3, qPrintable(QString::number(first)));
         }
     }
 
@@ -373,7 +325,7 @@ private slots:
         twins.live.grab();
         twins.live.xAxis->setRange(0, 60);
         twins.live.replot();
-        QTRY_COMPARE(twins.screen(), exact); // a grab would make it exact
+        QTRY_COMPARE(screenOf(twins.live), exact); // a grab would make it exact
     }
 
     void aRecordPaintsItsColumnsAlone_data()
@@ -407,7 +359,7 @@ private slots:
         addRecords(2400, 2500);
         live.grab();
         QCoreApplication::processEvents();
-        Painted painted;
+        PaintCount painted;
         live.installEventFilter(&painted);
         QSignalSpy replots(&live, &QCustomPlot::afterReplot);
         for (int i = 2500; i < 2750; i += 10) {
@@ -420,14 +372,14 @@ private slots:
         QTRY_VERIFY(painted.paints > before); // now all of them
         QCOMPARE(replots.count(), 0);
         QVERIFY(painted.pixels < 0.1 * painted.paints * live.width() * live.height());
-        const QImage screen = twins.screen();
+        const QImage screen = screenOf(twins.live);
         QCOMPARE(live.grab().toImage(), screen);
         live.replot();
-        QCOMPARE(twins.screen(), screen);
+        QCOMPARE(screenOf(twins.live), screen);
         live.xAxis->moveRange(1); // all columns anew
         live.grab();
         live.xAxis->moveRange(-1);
-        QVERIFY(isAlike(live.grab().toImage(), screen));
+        QVERIFY(differenceOf(live.grab().toImage(), screen) <= 3);
     }
 
     // What shows a part of the window before the next replot must find the axes there.
@@ -437,10 +389,10 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&twins.live));
         twins.live.xAxis->setVisible(true);
         twins.live.replot();
-        const QImage before = twins.screen();
+        const QImage before = screenOf(twins.live);
         twins.live.addSignal();
         twins.live.repaint();
-        QCOMPARE(twins.screen(), before);
+        QCOMPARE(screenOf(twins.live), before);
         twins.live.yAxis->setVisible(true); // moves the axis rect
         const QImage unplotted = twins.live.grab().toImage();
         twins.live.replot();

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/consolerig.h"
 
-namespace {
-
-QString sample(const char* name)
-{
-    return QStringLiteral(XCU_TEST_DATA_DIR "/") + QLatin1String(name);
-}
+const QString samples = QStringLiteral(XCU_TEST_DATA_DIR "/");
 
 struct ImportingConsole : ConsoleHome, ConsoleRig
 {
@@ -30,8 +25,6 @@ struct ImportingConsole : ConsoleHome, ConsoleRig
     }
 };
 
-} // namespace
-
 class ConsoleImportTest : public QObject
 {
     Q_OBJECT
@@ -45,7 +38,7 @@ private slots:
         QCOMPARE(console.status(), QString());
         console.open(console.write("empty.rbx", "")); // at its end
         QVERIFY(console.status().endsWith(". 0 log points (0 IN/0 OUT), 0 canbus frames, 1"));
-        console.open(sample("drive.rbx"));
+        console.open(samples + "drive.rbx");
         const QString converted = console.root().entryList({"canbb-*.candump"}).last();
         QVERIFY(contents(converted).endsWith("can2 456#ff\n"));
         QCOMPARE(console.channelBox(1)->text(), "In1");
@@ -70,7 +63,7 @@ private slots:
     {
         ImportingConsole console;
         console.channelBox(0)->click();
-        console.open(sample("session.log"));
+        console.open(samples + "session.log");
         QCOMPARE(console.channelBox(0)->text(), "Oil pressure (ADC3)");
         QCOMPARE(console.channelBox(0)->checkState(), Qt::Unchecked); // as it was
         QVERIFY(!console.channelBox(0)->isHidden());
@@ -204,7 +197,7 @@ private slots:
     void signalsAreTypedSavedAndLoaded()
     {
         ImportingConsole console;
-        console.open(sample("drive.candump"));
+        console.open(samples + "drive.candump");
         console.click("addCanTrace");
         QCOMPARE(console.plot()->graph(128)->pen().color(), QColor(100, 164, 156));
         QCOMPARE(console.plot()->graph(128)->name(), "Graph 129");

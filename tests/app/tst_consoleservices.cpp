@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/connectedconsole.h"
 
-// The smaller services of the console, each against a controller that is connected.
 class ConsoleServicesTest : public QObject
 {
     Q_OBJECT

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/connectedconsole.h"
 
-// A connection, and the session on it.
 class ConsoleSessionTest : public QObject
 {
     Q_OBJECT
@@ -95,7 +94,6 @@ private slots:
         QCOMPARE(console.text("pushButton_2"), "Disconnect");
     }
 
-    // From the button to the last byte of the file.
     void aSessionWritesItsLog()
     {
         ConnectedConsole console;
@@ -110,8 +108,10 @@ private slots:
         console.record(4294967295); // unsigned in a record, signed in a tag
         console.window.addTag("-1");
         console.record(1500);
-        console.slider(3)->setValue(40);
-        QTRY_COMPARE(console.controller.logger().value(22, 0), 40);
+        console.slider(12)->setValue(2000); // more than it takes
+        console.slider(12)->setValue(1024); // is there already
+        QCOMPARE(console.status(), "Set VI 11 to 1024");
+        QTRY_COMPARE(console.controller.logger().value(31, 0), 1024);
         console.click("stopLogging");
         QTRY_COMPARE(console.count(xcu::Command::kDataloggerStop), 1);
         console.record(2500); // still on its way, and the file is open
@@ -126,7 +126,7 @@ private slots:
             rows << (row.startsWith('$') ? row : row.section(';', 0, 1));
         }
         QCOMPARE(
-            rows.join('|'), "$;-1;Hard shift|0;4294967295|$;-1;-1|1;1500|$;1500;VI2=40|2;2500|");
+            rows.join('|'), "$;-1;Hard shift|0;4294967295|$;-1;-1|1;1500|$;1500;VI11=1024|2;2500|");
         console.click("pushButton_2");
         console.window.loggerDataReceived(3, 3000, {1}); // the line is lost, the point is not
         console.window.addTag("lost");

@@ -1,21 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/windowplacement.h"
 #include "support/consolerig.h"
-
-namespace {
-
-struct PaintCount : QObject
-{
-    int count = 0;
-
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        count += event->type() == QEvent::Paint ? 1 : 0;
-        return false;
-    }
-};
-
-} // namespace
+#include "support/pictures.h"
 
 class ConsoleWindowTest : public QObject
 {
@@ -183,9 +169,8 @@ private slots:
         QVERIFY(signalTable->columnWidth(10) > 100); // the name
 
         console.window.faultGetFaultsResp(std::vector<FaultItemData>(30, {1, 1, 65535, 7, 12}));
-        const QList<QPair<const char*, const char*>> windows = {
-            {"candump", "CandumpWindow"}, {"faultStatus", "FaultsDisplay"}};
-        for (const auto& [button, name] : windows) {
+        for (const auto& [button, name] :
+             {std::pair{"candump", "CandumpWindow"}, {"faultStatus", "FaultsDisplay"}}) {
             console.click(button);
             auto* table = inOpenWindow<QTableView>(name);
             QTRY_VERIFY(table->horizontalHeader()->length() <= table->viewport()->width());
@@ -215,10 +200,10 @@ private slots:
             console.window.candump(i, 0, 0x123, false, false, false, "");
             QCoreApplication::processEvents();
         }
-        QVERIFY(texts.count < 500 && frames.count < 500);
+        QVERIFY(texts.paints < 500 && frames.paints < 500);
         for (QWidget* window : {static_cast<QWidget*>(&console.window), table->window()}) {
             const QImage newest = window->grab().toImage();
-            QTRY_COMPARE(window->screen()->grabWindow(window->winId()).toImage(), newest);
+            QTRY_COMPARE(screenOf(*window), newest);
         }
     }
 };

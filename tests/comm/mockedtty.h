@@ -4,10 +4,8 @@
 #include "simulator/pseudoterminal.h"
 #include "simulator/testbed.h"
 
-#include <QCoreApplication>
-#include <QFile>
 #include <QSerialPortInfo>
-#include <QTest>
+#include <QtTest>
 #include <functional>
 
 // A serial port on the USB bus whose far end the test holds byte by byte. It is plugged in as long

@@ -7,8 +7,7 @@
 #include "support/responserecorder.h"
 #include "support/stdoutcapture.h"
 
-#include <QRegularExpression>
-#include <QTest>
+#include <QtTest>
 #include <google/protobuf/text_format.h>
 #include <set>
 
@@ -82,7 +81,6 @@ class TestCommands : public QObject
 private slots:
     void fillsEveryCommand()
     {
-        using Axis = CommandsSender::MapAxis;
         MockedTty tty("XCU1");
         ComPort port;
         QVERIFY(port.open(tty.info()));
@@ -106,6 +104,7 @@ private slots:
             QCOMPARE(text.remove(fieldNames).simplified(), expected);
         };
         using S = CommandsSender;
+        constexpr auto Y = S::MapAxis::Y;
         const std::string bytes("\0\xff", 2);
         std::vector<unsigned int> channels{5, 0, 127};
 
@@ -130,11 +129,9 @@ private slots:
         sends("map_tuner_start", &S::sendMapTunerStartReq);
         sends("map_tuner_get_map_details 1", &S::sendMapTunerGetMapDetails, 1);
         sends(
-            "map_tuner_set_map_label 1 MAP_AXIS_Y 2 -3", &S::sendMapTunerSetMapLabel, 1, Axis::Y, 2,
-            -3);
-        sends("map_tuner_get_map_label 1 MAP_AXIS_Y 2", &S::sendMapTunerGetMapLabel, 1, Axis::Y, 2);
-        sends(
-            "map_tuner_get_map_label 1 2", &S::sendMapTunerGetMapLabel, 1, static_cast<Axis>(7), 2);
+            "map_tuner_set_map_label 1 MAP_AXIS_Y 2 -3", &S::sendMapTunerSetMapLabel, 1, Y, 2, -3);
+        sends("map_tuner_get_map_label 1 MAP_AXIS_Y 2", &S::sendMapTunerGetMapLabel, 1, Y, 2);
+        sends("map_tuner_get_map_label 1 2", &S::sendMapTunerGetMapLabel, 1, S::MapAxis(7), 2);
         sends("map_tuner_set_map_value 1 2 3 -4", &S::sendMapTunerSetMapValue, 1, 2, 3, -4);
         sends("map_tuner_get_map_value 1 2 3", &S::sendMapTunerGetMapValue, 1, 2, 3);
         sends("map_tuner_get_map 1", &S::sendMapTunerGetMap, 1);

@@ -6,9 +6,7 @@
 #include "platform/diagnostics.h"
 #include "support/stdoutcapture.h"
 
-#include <QEventLoop>
-#include <QPointer>
-#include <QTest>
+#include <QtTest>
 #include <fcntl.h>
 #include <functional>
 #include <thread>
@@ -23,40 +21,6 @@ QByteArray frame(const QByteArray& payload)
 {
     return QByteArray::fromStdString(comm::makeFrame(payload.toStdString()));
 }
-
-// Stands in for a standard stream.
-class UnreadPipe
-{
-public:
-    explicit UnreadPipe(int streamDescriptor)
-        : descriptor(streamDescriptor)
-        , original(dup(streamDescriptor))
-    {
-        if (pipe2(ends, O_CLOEXEC) != 0 || fcntl(ends[0], F_SETFL, O_NONBLOCK) != 0) {
-            qFatal("no pipe");
-        }
-        dup2(ends[1], descriptor);
-    }
-    ~UnreadPipe()
-    {
-        restore();
-        for (const int end : {original, ends[0], ends[1]}) {
-            ::close(end);
-        }
-    }
-    void restore() { dup2(original, descriptor); }
-    QByteArray read()
-    {
-        QByteArray bytes(1 << 16, '\0'); // as much as it holds
-        bytes.resize(int(qMax<ssize_t>(0, ::read(ends[0], bytes.data(), size_t(bytes.size())))));
-        return bytes;
-    }
-
-private:
-    int descriptor;
-    int original;
-    int ends[2] = {};
-};
 
 // A ComPort with a line to it, and what it delivered.
 struct Link : QObject
@@ -252,22 +216,31 @@ private slots:
         const auto line = [](int number) {
             return QByteArray::number(number).rightJustified(63) + '\n';
         };
-        UnreadPipe output(STDOUT_FILENO);
-        UnreadPipe errors(STDERR_FILENO);
+        int ends[2] = {};
+        QVERIFY(pipe2(ends, O_CLOEXEC) == 0 && fcntl(ends[0], F_SETFL, O_NONBLOCK) == 0);
+        const auto read = [&] {
+            QByteArray bytes(1 << 16, '\0'); // as much as a pipe holds
+            bytes.resize(qMax(0, int(::read(ends[0], bytes.data(), size_t(bytes.size())))));
+            return bytes;
+        };
+        const int original = dup(STDOUT_FILENO);
+        dup2(ends[1], STDOUT_FILENO);
+        const StdoutCapture errors(STDERR_FILENO);
         for (int i = 0; i < total; ++i) {
             platform::printText(line(i).left(i % 64).toStdString());
             platform::printText(line(i).mid(i % 64).toStdString());
         }
         QByteArray text;
-        QByteArray complaint;
         const bool hasEnded = QTest::qWaitFor([&] {
-            text += output.read();
-            return !(complaint += errors.read()).isEmpty();
+            text += read();
+            return !errors.text().isEmpty();
         });
         platform::printLine("next");
-        const QByteArray next = output.read();
-        output.restore();
-        errors.restore();
+        const QByteArray next = read();
+        dup2(original, STDOUT_FILENO);
+        for (const int descriptor : {original, ends[0], ends[1]}) {
+            ::close(descriptor);
+        }
         QVERIFY(hasEnded);
         const int kept = text.count('\n');
         for (int i = 0; i < kept; ++i) {
@@ -275,7 +248,7 @@ private slots:
         }
         QVERIFY(text.size() > 4 << 20);
         const QByteArray lost = QByteArray::number(total - kept);
-        QCOMPARE(complaint, "standard output: not read, " + lost + " lines left out\n");
+        QCOMPARE(errors.text(), "standard output: not read, " + lost + " lines left out\n");
         QCOMPARE(next, QByteArray("next\n"));
     }
 };

@@ -3,20 +3,10 @@
 #include "comm/portdiscovery.h"
 #include "mockedtty.h"
 
-#include <QSignalSpy>
-#include <QTest>
+#include <QtTest>
 #include <chrono>
 #include <future>
 #include <memory>
-
-namespace {
-
-QString nameOf(QSerialPortInfo (*lookup)(QString&), QString serial)
-{
-    return lookup(serial).portName();
-}
-
-} // namespace
 
 class TestPortDiscovery : public QObject
 {
@@ -25,8 +15,8 @@ class TestPortDiscovery : public QObject
 private slots:
     void portsAreFoundByIdentifiersAndEqualByTexts()
     {
-        // What is replaced, whether the unit is found then, and whether the port equals what it
-        // was.
+        const auto nameOf = [](auto lookup, QString serial) { return lookup(serial).portName(); };
+        // What is replaced, whether the unit is found then, and whether the port equals itself.
         const std::tuple<QByteArray, QByteArray, bool, bool> rows[] = {
             {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eef1", false, true},
             {"ID_MODEL_ID=eef0", "ID_MODEL_ID=eeef", true, true},

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """Reads the .mf4 files of xcu-convert, block by block, and holds them against the standard."""
+import math
 import struct
 import zlib
 
@@ -15,9 +16,8 @@ class Mdf4:
         self.start, self.zone, self.daylight = struct.unpack_from("<Qhh", head)
         self.comment = self.text(comment)
         self.block(history, b"FH")
-        self.events = [(struct.unpack_from("<qd", data, 16), self.text(links[3]))
+        self.events = [(round(math.prod(struct.unpack_from("<qd", data, 16)), 9), self.text(links[3]))
                        for links, data in self.chain(event, b"EV")]
-        self.events = [(round(base * factor, 9), text) for (base, factor), text in self.events]
         self.groups = [self.group(links) for links, _ in self.chain(group, b"DG")]
         places = sorted(self.ends)
         assert all(self.ends[a] <= b for a, b in zip(places, places[1:])), "blocks overlap"
@@ -58,11 +58,11 @@ class Mdf4:
 
     def group(self, links):
         (_, channel, name, source, _, _), data = self.block(links[1], b"CG")
-        _, count, flags, _, _, width, gaps = struct.unpack("<QQHHIII", data)
+        _, count, _, _, _, width, gaps = struct.unpack("<QQHHIII", data)
         rows = self.rows(links[2], width + gaps)
         assert len(rows) == count * (width + gaps)
-        group = {"name": self.text(name), "flags": flags, "bus": self.block(source, b"SI")[1][1]}
-        group.update(values={}, units={}, comments={}, texts={})
+        self.block(source, b"SI")
+        group = {"name": self.text(name), "values": {}, "units": {}, "comments": {}, "texts": {}}
         self.add_channels(group, channel, [rows[i : i + width + gaps] for i in range(0, len(rows), width + gaps)], width)
         return group
 

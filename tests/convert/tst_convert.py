@@ -6,7 +6,6 @@ import io
 import itertools
 import os
 import pathlib
-import pty
 import random
 import re
 import resource
@@ -40,14 +39,9 @@ HEADER = "#;timestamp;" + "".join(f"{name};" for name in ["A", "x", "A", "Speed 
 
 def frames_of(reader):
     """(time, bus, id, extended, fd, brs, remote, length, data) of each frame, by python-can."""
-    result = []
-    for m in reader:
-        bus = m.channel if isinstance(m.channel, int) else int(m.channel[3:])
-        result.append(
-            (round(m.timestamp, 6), bus, m.arbitration_id, m.is_extended_id, m.is_fd,
-             m.bitrate_switch, m.is_remote_frame, m.dlc, bytes(m.data))
-        )
-    return result
+    return [
+        (round(m.timestamp, 6), int(str(m.channel).lstrip("can")), m.arbitration_id, m.is_extended_id, m.is_fd,
+         m.bitrate_switch, m.is_remote_frame, m.dlc, bytes(m.data)) for m in reader]
 
 
 class Folder(unittest.TestCase):
@@ -63,8 +57,7 @@ class Folder(unittest.TestCase):
 
     def run_program(self, *command, code=0, **more):
         surroundings = dict(os.environ, **more.pop("environment", {}))
-        done = subprocess.run(
-            command, cwd=self.folder, capture_output=True, timeout=60, env=surroundings, **more)
+        done = subprocess.run(command, cwd=self.folder, capture_output=True, timeout=60, env=surroundings, **more)
         self.said = done.stderr.decode()
         self.assertEqual(done.returncode, code, self.said)
         return done.stdout.decode()
@@ -86,6 +79,13 @@ class Folder(unittest.TestCase):
         for group in file.groups:
             groups.setdefault(group["name"], []).append(group)
         return groups, file
+
+    def read(self, path, reader=xcu_files.to_pandas):
+        with warnings.catch_warnings(record=True) as caught:
+            warnings.simplefilter("always")
+            result = reader(path)
+        self.warned = [str(warning.message).replace(f"{self.folder}/", "") for warning in caught]
+        return result
 
     def assertLeaves(self, *names):
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), sorted(names))
@@ -168,17 +168,14 @@ class Logs(Folder):
             with self.subTest(name):
                 path = self.write("a.log", "\n".join([HEADER, *lines]) + ("" if name == "torn" else "\n"))
                 groups, file = self.mdf4(path)
-                (head, *rows), got, tags, restarts = self.rows(path), [], [], 0
-                for row in rows:
-                    if any(row[1:-1]) or row[0] == "0.020":
-                        got.append([float(row[0]), *(int(value) if value else None for value in row[1:-1])])
-                    if row[-1]:
-                        tags.append((float(row[0] or 0), row[-1]))
+                head, *rows = self.rows(path)
+                got = [[float(row[0]), *(int(value) if value else None for value in row[1:-1])]
+                       for row in rows if any(row[1:-1]) or row[0] == "0.020"]
+                tags = [(float(row[0] or 0), row[-1]) for row in rows if row[-1]]
                 logs = groups.get("channels", [])
                 read = [list(record) for group in logs for record in zip(*group["values"].values())]
                 self.assertEqual(read, got)
-                restarts = sum(a[0] > b[0] for a, b in zip(got, got[1:]))
-                self.assertEqual(len(logs), restarts + 1 if got else 0)
+                self.assertEqual(len(logs), sum(a[0] > b[0] for a, b in zip([[9e9], *got], got)))
                 for group in logs:
                     self.assertEqual(list(group["values"])[1:], head[1:-1])
                     self.assertEqual(group["comments"]["A"], "channel 0")
@@ -247,9 +244,8 @@ class Logs(Folder):
         self.assertEqual([row[0] for row in self.rows("a.log", preexec_fn=limit)], ["time_s", "0.001", "0.003"])
         self.assertIn("a.log:3: a line of 1 MiB or more", self.said)
         self.write("a.log", f"{HEADER}\n1;1;1;\n2;2;{'55;' * 1300000}\n3;3;3;\nx\n")
-        with warnings.catch_warnings(record=True) as caught:
-            self.assertEqual(xcu_files.to_pandas(self.folder / "a.log").iloc[:, 0].tolist(), [1, 3])
-        self.assertIn("a.log:3: not a record, left out (2 in all)", str(caught[0].message))
+        self.assertEqual(self.read(self.folder / "a.log").iloc[:, 0].tolist(), [1, 3])
+        self.assertIn("a.log:3: not a record, left out (2 in all)", self.warned[0])
 
     def test_torn_blackbox(self):
         torn = self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100])
@@ -326,8 +322,7 @@ class Traces(Folder):
                 self.assertAlmostEqual(float(line[1:line.index(")")]), float(told[1:10]) + origin, 6)
                 self.assertEqual(line.split(" ", 1)[1], told.split(" ", 1)[1])
             self.assertEqual("without a bus" in self.said, bus == 0)
-        self.assertEqual([row[8] for row in self.rows(DATA / "drive.rbx", "--frames")[1:3]],
-                         ["x0102aa", "x1122334455667788"])
+        self.assertEqual([row[8] for row in self.rows(DATA / "drive.rbx", "--frames")[1:3]], ["x0102aa", "x1122334455667788"])
 
     def test_what_a_format_cannot_say(self):
         self.write("a.candump", "(1.0) can1 20000004#00\n(2.0) can1 123##301\n")
@@ -394,10 +389,6 @@ class Traces(Folder):
         self.assertEqual(self.rows(DATA / "drive.candump", "--signals", "bad.csv")[:2], [["time_s", "Good"], ["12.345000", "0.1"]])
         for line, name in enumerate(["Wide: 48 bits", "Unsigned: 32 bits", "Mode: \"Show\" 7", "Factor: a field", "Nan: a field"], 1):
             self.assertIn(f"bad.csv:{line}: {name}", self.said)
-        self.run_convert(DATA / "drive.candump", "--signals", "set.csv", "-o", "a.h5")
-        with h5py.File(self.folder / "a.h5") as file:
-            self.assertEqual(file["signals/Oil/value"][:].tolist(), [4312.2, 4312.2])
-            self.assertEqual(file["signals/Oil/time_s"][:].tolist(), [12.345, 13.845])
 
 
 class Databases(Folder):
@@ -427,20 +418,17 @@ class Databases(Folder):
             can_id = f"{frame.arbitration_id.id:0{8 if frame.arbitration_id.extended else 3}x}"
             lines.append(f"({n}.0) can{n % 2 + 1} {can_id}#{'#1' if frame.size > 8 else ''}{data.hex()}\n")
         self.write("a.candump", "".join(lines))
-        rows = {}
-        for which in [self.DBC, "set.csv"]:
-            (_, *head), *rows[which] = self.rows("a.candump", "--signals", which)
-            found = {float(row[0]): {c: float(text) for c, text in zip(head, row[1:]) if text} for row in rows[which]}
+        for which in ["set.csv", self.DBC]:
+            (_, *head), *rows = self.rows("a.candump", "--signals", which)
+            found = {float(row[0]): {c: float(text) for c, text in zip(head, row[1:]) if text} for row in rows}
             for n, (line, values) in enumerate(zip(lines, expected)):
-                for column, value in found.get(n, {}).items():
-                    self.assertEqual(column.split(".")[0], line.split()[1])
+                self.assertLessEqual({column.split(".")[0] for column in found.get(n, {})}, {line.split()[1]})
                 got = {column.split(".")[-1]: value for column, value in found.get(n, {}).items()}
                 missing = {key.split(".")[1] for key in left_out} if which == "set.csv" else set()
                 self.assertLessEqual(set(values) - missing, set(got))
                 self.assertLessEqual(set(got), set(values))
                 for name, value in got.items():
                     self.assertAlmostEqual(value, values[name], delta=1e-9 + 1e-14 * abs(value), msg=name)
-        (_, *head), *rows = self.rows("a.candump", "--signals", self.DBC)
         groups, _ = self.mdf4("a.candump", "--signals", self.DBC)
         units = [group for name in groups if name.startswith("can1 Long") for group in groups[name]][0]["units"]
         self.assertEqual(units["can1.Long.Motorola"], "rpm")
@@ -463,16 +451,6 @@ class Databases(Folder):
         groups, _ = self.mdf4(self.write("b.candump", "(1) can300 1#\n(2) can70000 1#\n(3) can0 1#\n"))
         self.assertEqual(groups["CAN_DataFrame"][0]["values"]["CAN_DataFrame.BusChannel"], [301, 70001, 1])
 
-    def test_other_databases(self):
-        matrix = canmatrix.formats.loadp_flat(str(self.DBC))
-
-        def signals_in(name):  # of one byte, so of either order
-            return sorted(line for line in self.signals(name, "-o", "-").splitlines() if ";Mux;" not in line and "0x601" not in line)
-
-        canmatrix.formats.dumpp({"": matrix}, str(self.folder / "a.kcd"), "kcd")
-        self.assertEqual(signals_in(self.DBC), signals_in("a.kcd"))
-        self.assertIn("may lose the byte order of multiplexers", self.said)
-
     def test_tables_and_sets(self):
         self.signals(self.DBC, "--table", "-o", "car.signals")
         self.write("a.candump", "(1) can0 123#0102030405060708\n(2) can0 500##1" + "11" * 24 + "\n")
@@ -488,33 +466,27 @@ class Databases(Folder):
         self.assertIn("has none of the signals", self.said)
         self.signals(self.DBC, "-o", "console.csv", code=1)
         self.assertIn("is there already", self.said)
+        canmatrix.formats.dumpp({"": canmatrix.formats.loadp_flat(str(self.DBC))}, str(self.folder / "a.kcd"), "kcd")
+        self.assertIn(";Intel;", self.signals("a.kcd", "-o", "-"))
+        self.assertIn("may lose the byte order of multiplexers", self.said)
         self.signals(self.write("b.dbc", "no database"), "-o", "b.csv", code=1)
         self.signals(self.write("c.xyz", ""), "-o", "b.csv", code=1)
         self.run_convert("a.candump", "--signals", "b.dbc", "-o", "b.csv", code=1)
-        self.assertLeaves("a.candump", "b.dbc", "c.xyz", "car.signals", "console.csv", "none.candump")
+        self.assertLeaves("a.candump", "a.kcd", "b.dbc", "c.xyz", "car.signals", "console.csv", "none.candump")
 
 
 class Module(Folder):
-    def pandas(self, path):
-        with warnings.catch_warnings(record=True) as caught:
-            warnings.simplefilter("always")
-            table = xcu_files.to_pandas(path)
-        self.warned = [str(warning.message).replace(f"{self.folder}/", "") for warning in caught]
-        return table
-
     def test_log_like_the_converter(self):
         path = self.write("a.log", "\n".join([
             HEADER, "$;-1;early", "1;10;1;2;3;4;5;", "$;10;Now", "$;10;again", "2;4294967295;4;5;-6;7;8;",
             "$;-1;late", "x", "3;1;5-3;5;5;5;5;", "4;1;7;8"]))
-        with warnings.catch_warnings(record=True) as caught:
-            log = xcu_files.read_log(path)
-        self.assertEqual(len(caught), 3)
+        log = self.read(path, xcu_files.read_log)
+        self.assertEqual(len(self.warned), 3)
         rows = self.rows(path)
         self.assertEqual(["time_s", *log.columns, "tag"], rows[0])
         self.assertEqual([r.values for r in log.records], [[1, 2, 3, 4, 5], [4, 5, -6, 7, 8], [None, 5, 5, 5, 5]])
         self.assertEqual([tag.ms for tag in log.tags], [None, 10, 10, 2**32 - 1])
-        table = self.pandas(path)
-        self.assertEqual(list(table.columns), rows[0][1:])
+        self.assertEqual(list(self.read(path).columns), rows[0][1:])
         self.assertEqual(
             sorted(f"xcu-convert: {line}" for line in self.warned),
             sorted(self.said.replace(f"{self.folder}/", "").splitlines()))
@@ -547,7 +519,7 @@ class Module(Folder):
         for size, (lines, ms, values, kind, tags, message) in itertools.product([15, xcu_pandas.BLOCK], table):
             with self.subTest(lines, size=size), mock.patch("xcu_pandas.BLOCK", size):
                 text = "\n".join([HEADER[:14], *lines]) + ("" if "torn" in message else "\n")
-                found = self.pandas(self.write("a.log", text))
+                found = self.read(self.write("a.log", text))
                 self.assertEqual([None if t is pandas.NaT else t / pandas.Timedelta("1ms") for t in found.index], ms)
                 self.assertEqual(found.pop("tag").tolist(), tags)
                 self.assertEqual(
@@ -556,13 +528,13 @@ class Module(Folder):
                 self.assertIn(message, "".join(self.warned[:1]))
                 self.assertEqual(bool(self.warned), bool(message))
         with self.assertRaisesRegex(ValueError, "b.log: has no record of a log"):
-            self.pandas(self.write("b.log", "not a log\n"))
+            self.read(self.write("b.log", "not a log\n"))
 
     def test_blackbox(self):
         box = xcu_files.read_rbx(DATA / "drive.rbx")
         self.assertEqual(box.records[19], (5190, [19, -19], [1900]))
         self.assertEqual(box.frames[0][:3] + box.frames[0][6:], (5.0, 2, 0x123, b"\x01\x02\xaa"))
-        table = self.pandas(DATA / "drive.rbx")
+        table = self.read(DATA / "drive.rbx")
         self.assertEqual([list(map(str, row)) for row in table.drop(columns="tag").values],
                          [row[1:-1] for row in self.rows(DATA / "drive.rbx")[1:]])
         self.assertEqual(table.index[19].total_seconds(), 5.19)
@@ -570,7 +542,7 @@ class Module(Folder):
         odd = self.write("odd.rbx", bytes.fromhex("0a0a 0a06 858080802001 180a 0a05 0a0107 1805 1209 0a0101 20fbffffff0f"))
         self.assertEqual(self.rows(odd)[1:], [["0.010", "5", "1", ""], ["0.005", "7", "", ""]])
         self.assertIn("odd.rbx: the clock goes back", self.said)
-        self.assertEqual(self.pandas(odd)["In0"].tolist(), [5, 7])
+        self.assertEqual(self.read(odd)["In0"].tolist(), [5, 7])
         self.assertEqual(self.candump(odd), "(0.000000) can0 000#01\n")
         for read, content in [(xcu_files.to_pandas, (DATA / "drive.rbx").read_bytes()[:100]),
                               (xcu_files.read_rbx, b"\x08\x01"), (xcu_files.read_xcu, b"\x02\0\0\0\x08\x01")]:
@@ -612,7 +584,6 @@ class Manners(Folder):
             (2, "--to takes candump, csv", "a.log", "-o", "b"),
             (2, "b.trc: files of this kind are not written; --to takes", "words.candump", "-o", "b.trc"),
             (2, "dir.log: is a folder; use --out-dir", "a.log", "-o", "dir.log"),
-            (2, "takes candump, csv, asc, h5", "a.log", "--to", "xls", "-o", "b.xls"),
             (2, "--from takes log, rbx", "--info", "a.h5"),
             (2, "-o or --out-dir", "a.log"),
             (2, "one .h5 or .mf4, or to a folder by --out-dir", "a.log", "a.log", "-o", "b.csv"),
@@ -650,24 +621,11 @@ class Manners(Folder):
     def test_odd_places(self):
         self.write("a.log", self.LOG)
         (self.folder / "tmp").mkdir()
-        with open(self.folder / "out", "w") as file:
-            file.write("mine\n")
-            file.flush()
-            subprocess.run([CONVERT, "a.log", "--to", "csv", "-o", "/dev/stdout"], cwd=self.folder, stdout=file, check=True)
+        self.run_program("sh", "-c", '{ echo mine; "$0" a.log --to csv -o /dev/stdout; } > out', CONVERT)
         self.assertEqual((self.folder / "out").read_text()[:11], "mine\ntime_s")
-        self.run_convert("-", "--from", "log", "--to", "csv", "-o", "-", input=self.LOG.encode(), environment={"TMPDIR": "tmp"})
-        self.run_convert("-", "--from", "log", "--to", "csv", "-o", "-", input=self.LOG.encode(), code=1,
-                         environment={"TMPDIR": "/sys"})
+        for place, code in [("tmp", 0), ("/sys", 1)]:
+            self.rows("-", "--from", "log", input=self.LOG.encode(), code=code, environment={"TMPDIR": place})
         self.assertRegex(self.said, "/sys/xcu-convert.*: (Permission denied|Read-only)")
-
-    def test_many_files(self):
-        for unit in ["XCU1", "XCU2"]:
-            (self.folder / unit).mkdir()
-            self.write(f"{unit}/same.log", self.LOG)
-            self.write(f"{unit}/{unit}.log", self.LOG)
-        self.run_convert(*self.folder.glob("XCU*/*.log"), "--to", "csv", "--out-dir", "out", code=1)
-        self.assertIn("same.csv is made of", self.said)
-        self.assertEqual(sorted(os.listdir(self.folder / "out")), ["XCU1.csv", "XCU2.csv", "same.csv"])
 
     def test_folder(self):
         """A run over a folder can be repeated; what is not known is counted."""
@@ -692,6 +650,10 @@ class Manners(Folder):
         self.assertEqual(
             [group["name"] for group in Mdf4(self.folder / "drives/all.mf4").groups], ["channels", "CAN_DataFrame", "channels"])
         self.run_convert("drives/c.xcu", "--to", "csv", "--out-dir", "out", code=2)
+        same = self.write("drives/XCU1/a.log", self.LOG)
+        self.run_convert("drives/a.log", same, "drives/XCU1/b.log", "--to", "csv", "--out-dir", "out", code=1)
+        self.assertIn("a.csv is made of", self.said)
+        self.assertEqual(sorted(os.listdir(self.folder / "out")), ["a.csv", "b.csv"])
 
     def big_log(self):
         return self.write("big.log", HEADER + "\n" + "".join(f"{n};{n};1;2;3;\n" for n in range(300000)))
@@ -758,14 +720,11 @@ class Manners(Folder):
             self.assertIn(done.returncode, [128 + signal.SIGPIPE] if "-o" in command else [0, 128 + signal.SIGPIPE])
 
     def test_progress_on_a_terminal_only(self):
-        ours, theirs = pty.openpty()
         self.write("a.log", self.LOG)
-        process = subprocess.run(
-            [CONVERT, "a.log", DATA / "drive.candump", "--to", "csv", "--out-dir", "."], cwd=self.folder, stderr=theirs)
-        os.close(theirs)
-        self.assertIn(b"1 of 2", os.read(ours, 100))
-        self.assertEqual(process.returncode, 0)
-        os.close(ours)
+        command = f"{CONVERT} a.log {DATA / 'drive.candump'} --to csv --force --out-dir ."
+        self.assertIn("1 of 2", self.run_program("script", "-qec", command, "/dev/null"))
+        self.run_program(*command.split())
+        self.assertEqual(self.said, "")
 
 
 if __name__ == "__main__":

@@ -281,7 +281,6 @@ def unread(build):
                         ("terminal", signal.SIGTERM), ("none", signal.SIGTERM)):
         with Bench(build) as bench:
             reader, writer = pty.openpty() if way == "terminal" else os.pipe()
-
             if way == "terminal":
                 os.fchmod(writer, 0)  # after "su" it is another user's
 
@@ -353,21 +352,6 @@ def departure(build):
         end(bench, workbench, signal.SIGTERM)
 
 
-def shared(build):
-    """Of two programs at one port the second is refused, and sends nothing."""
-    for names in (["datalogger"] * 2, ["datalogger", "tuning-workbench"],
-                  ["tuning-workbench", "datalogger"]):
-        with Bench(build) as bench:
-            for name, message in zip(names, ("Connected|Received", "Failed to connect")):
-                program = bench.start(name)
-                if name == "datalogger":
-                    program.play("wait xcuSerialNumber currentText XCU", "click pushButton_2",
-                                 f'wait statusBar message "{message}"')
-                else:
-                    program.play("menu menuConnection 0", f'wait statusbar message "{message}"')
-            same(sent_by(program), 0, f"commands of {names}")
-
-
 def opened(build):
     """Whatever is opened in a session, the session goes on, and nothing gets into its log."""
     with Bench(build) as bench:
@@ -395,22 +379,6 @@ def opened(build):
         same(re.sub(r"\$;-?\d+;Engine stall\n", "", written_log(path)), records, "log")
 
 
-def tuning(build):
-    """The script of ./run workbench: a map is loaded twice, one cell typed, nine are stepped three
-    times and nine pasted."""
-    script = pathlib.Path(__file__).parents[2] / "scripts" / "drive" / "tuning-workbench.txt"
-    lines = [line for line in script.read_text().splitlines() if not line.startswith("#")]
-    with Bench(build) as bench:
-        workbench = bench.start("tuning-workbench")
-        workbench.play(*lines[:-1])
-        counts = bench.counts()
-        edits = [counts[f"received map_tuner_set_map_{what}"] for what in ("label", "value")]
-        same(edits, [2 * (16 + 12), 2 * 16 * 12 + 1 + 3 * 9 + 9], "edits")
-        last = workbench.output.read_text().rpartition("Received map data: x: 16")[2]
-        assert "\nv[0, 0] = 777\n" in last, "the map was read again as it was"
-        workbench.close("MainWindow")
-
-
 def cycles(build, count=200):
     """Connecting and disconnecting leaves nothing behind."""
     with Bench(build) as bench:
@@ -435,7 +403,7 @@ def cycles(build, count=200):
 
 
 SCENARIOS = [killed, full_disk, bad_folders, flood, stall, damage, successor, unread,
-             slow_disk, departure, shared, opened, tuning, cycles]
+             slow_disk, departure, opened, cycles]
 
 
 def main(build, name=None, *arguments):

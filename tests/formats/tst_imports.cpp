@@ -6,8 +6,7 @@
 #include "formats/traceimport.h"
 #include "schema/blackbox.pb.h"
 
-#include <QBuffer>
-#include <QTest>
+#include <QtTest>
 #include <random>
 
 using namespace formats;
@@ -17,12 +16,9 @@ namespace {
 QString describe(const CanFrames& frame)
 {
     const QByteArray payload(reinterpret_cast<const char*>(frame.payload), payloadSize(frame));
-    return QString("%1 can%2 %3 [%4] %5")
-        .arg(frame.frameTime, 0, 'g', 12)
-        .arg(frame.busNumber)
-        .arg(quint64(frame.frameId), 0, 16)
-        .arg(frame.length)
-        .arg(QString(payload.toHex()));
+    return QString::asprintf(
+        "%.12g can%d %llx [%d] %s", frame.frameTime, frame.busNumber, quint64(frame.frameId),
+        frame.length, payload.toHex().constData());
 }
 
 // What read(TraceImport&) gives: diagnosis, frames and lines of the conversion, separated by "|".

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-
-// Signals in frames, and the texts of signals, configuration blocks, log lines and frames.
 #include "formats/candumpline.h"
 #include "formats/configurationblock.h"
 #include "formats/logfile.h"
@@ -8,9 +6,7 @@
 #include "formats/signalset.h"
 #include "schema/configuration.pb.h"
 
-#include <QBuffer>
-#include <QTest>
-#include <QtEndian>
+#include <QtTest>
 #include <cmath>
 #include <cstring>
 
@@ -50,9 +46,7 @@ std::string input(const std::string& name, int channel, int type = 0, unsigned n
 
 std::string output(const std::string& name, int channel, int type)
 {
-    std::string entry = input(name, channel, type);
-    entry[0] = '\x12'; // the same fields in the other list
-    return entry;
+    return '\x12' + input(name, channel, type).substr(1); // the same fields in the other list
 }
 
 // "channel=label" of each entry of a block, in order, separated by "|".

@@ -29,11 +29,12 @@ private:
     }
 };
 
+using Work = std::function<void()>;
+inline const Work nothing = [] {};
+
 // Answers the file dialog that the action opens, and does the rest as soon as the event loop runs
 // again: while a long file is being read, before the action returns.
-template <typename Action>
-void withFile(
-    const QString& path, Action action, std::function<void()> meanwhile = [] {})
+inline void withFile(const QString& path, const Work& action, const Work& meanwhile = nothing)
 {
     QCoreApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
     QTimer::singleShot(0, [path, meanwhile] {
@@ -69,8 +70,7 @@ public:
         return window.findChild<Widget*>(QLatin1String(name));
     }
 
-    void open(
-        const QString& path, std::function<void()> meanwhile = [] {})
+    void open(const QString& path, const Work& meanwhile = nothing)
     {
         withFile(
             path, [this] { child<QAction>("actionOpen_with_Timestamp")->trigger(); }, meanwhile);
@@ -99,9 +99,8 @@ public:
         QString text;
         const QCPGraph* curve = plot()->graph(graph);
         for (int i = 0; i < curve->dataCount(); ++i) {
-            text += QString("(%1,%2)")
-                        .arg(curve->dataMainKey(i), 0, 'g', 12)
-                        .arg(curve->dataMainValue(i), 0, 'g', 12);
+            text +=
+                QString::asprintf("(%.12g,%.12g)", curve->dataMainKey(i), curve->dataMainValue(i));
         }
         return text;
     }

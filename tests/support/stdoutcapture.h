@@ -3,27 +3,27 @@
 
 #include "support/testhome.h"
 
-#include <QTemporaryFile>
 #include <cstdio>
 #include <unistd.h>
 
-// Takes standard output away while it lives, and lets it out in the end, with what the test runner
-// said meanwhile.
+// Takes a standard stream away while it lives, and lets it out in the end, with what the test
+// runner said meanwhile.
 class StdoutCapture
 {
 public:
-    StdoutCapture()
-        : original(dup(STDOUT_FILENO))
+    explicit StdoutCapture(int streamDescriptor = STDOUT_FILENO)
+        : descriptor(streamDescriptor)
+        , original(dup(streamDescriptor))
     {
         std::fflush(stdout);
-        if (!file.open() || dup2(file.handle(), STDOUT_FILENO) < 0) {
-            qFatal("standard output cannot be captured");
+        if (!file.open() || dup2(file.handle(), descriptor) < 0) {
+            qFatal("a standard stream cannot be captured");
         }
     }
     ~StdoutCapture()
     {
         std::fflush(stdout);
-        dup2(original, STDOUT_FILENO);
+        dup2(original, descriptor);
         ::close(original);
         std::fputs(text().constData(), stdout);
         std::fflush(stdout);
@@ -34,6 +34,7 @@ public:
 
 private:
     QTemporaryFile file;
+    int descriptor;
     int original;
 };
 

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QDir>
-#include <QDirIterator>
-#include <QFile>
-#include <QSettings>
-#include <QStringList>
-#include <QTemporaryDir>
+#include <QtCore>
 
 // A home directory that lives as long as this object. Settings, documents and the working directory
 // of the process point into it, so that a test never touches the user's files.

@@ -6,20 +6,7 @@
 
 #include <functional>
 
-namespace {
-
 constexpr auto pollRequest = xcu::Command::kDataloggerData;
-
-struct Sink final : IDataPresenter
-{
-    void update(unsigned int, unsigned int, std::vector<int>&) override { onRecord(); }
-    void updateLabels(std::vector<std::string>&) override {}
-    void showData(std::vector<bool>&) override {}
-
-    std::function<void()> onRecord;
-};
-
-} // namespace
 
 class TestMainWindow : public QObject
 {
@@ -28,6 +15,13 @@ class TestMainWindow : public QObject
 private slots:
     void recordsReachAllSinks()
     {
+        struct Sink final : IDataPresenter
+        {
+            void update(unsigned int, unsigned int, std::vector<int>&) override { onRecord(); }
+            void updateLabels(std::vector<std::string>&) override {}
+            void showData(std::vector<bool>&) override {}
+            std::function<void()> onRecord;
+        };
         ComPort port;
         CommandsSender sender(port);
         LoggerDataDistributor distributor(sender);

@@ -60,13 +60,12 @@ class TestMapEditor : public QObject
 private slots:
     void init()
     {
+        bench.reset();
         bench = std::make_unique<ConnectedWorkbench>();
         QVERIFY(QTest::qWaitForWindowActive(bench->window.get()));
         QTRY_COMPARE(bench->entries("menuMap_Tuning").size(), 4);
         openMap();
     }
-
-    void cleanup() { bench.reset(); }
 
     void editsAreSent()
     {
@@ -121,6 +120,8 @@ private slots:
             bench->answer("map_details { map_id: 1 x_size: 1 y_size: 4294967295 }");
             bench->answer("map_data { map_id: 1 x_labels: 100 values: 200 }"); // the rest stays
             compareEdits("v0,0=77 X0=100 v0,0=200");
+            QCOMPARE(bench->controller.maps()[1].x_labels(0), 100);
+            QCOMPARE(bench->controller.maps()[1].values(0), 200);
         });
         QVERIFY(traces.contains("\nReceived map data 1: x: 3 y: 2\nReceived map data: x: 3 y: 2\n"
                                 "x[0] = 10\n<<==>>X\nx[1] = 20\n<<==>>X\nx[2] = 30\n<<==>>X\n"
@@ -186,9 +187,8 @@ private:
     // The second request for a record from now on was sent after all edits: no more are under way.
     void compareEdits(const QString& expected, const QString& name = {})
     {
-        constexpr auto marker = xcu::Command::kDataloggerData;
-        const int before = bench->count(marker);
-        QTRY_VERIFY(bench->count(marker) >= before + 2);
+        const int before = bench->count(xcu::Command::kDataloggerData);
+        QTRY_VERIFY(bench->count(xcu::Command::kDataloggerData) >= before + 2);
         QCOMPARE(name + ": " + editsOf(bench->received), name + ": " + expected);
         bench->received.clear();
     }
