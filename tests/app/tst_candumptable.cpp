@@ -72,6 +72,9 @@ private slots:
         }
         QCOMPARE(places.join(' '), QString("0-0 0-0 2-2 0-0"));
         QCOMPARE(model->rowCount(model->index(0, 0)), 4);
+        QVERIFY(!model->data({}).isValid());
+        QVERIFY(!model->headerData(-1, Qt::Horizontal).isValid());
+        QVERIFY(!model->headerData(4, Qt::Vertical).isValid());
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.at(0).at(0).toModelIndex(), model->index(1, 0));
         QVERIFY(!changed.at(0).at(1).toModelIndex().isValid());

@@ -21,7 +21,7 @@ class Twins
 public:
     explicit Twins(int graphs, double pixelRatio = 1)
     {
-        both([=](QCustomPlot& plot) {
+        both([&](QCustomPlot& plot) {
             plot.setBufferDevicePixelRatio(pixelRatio);
             plot.resize(320, 160);
             plot.xAxis->setVisible(false); // curves alone, on white

@@ -4,7 +4,6 @@
 #include "mockedtty.h"
 
 #include <QtTest>
-#include <chrono>
 #include <future>
 #include <memory>
 

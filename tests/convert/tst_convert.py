@@ -247,11 +247,6 @@ class Logs(Folder):
         self.assertEqual(self.read(self.folder / "a.log").iloc[:, 0].tolist(), [1, 3])
         self.assertIn("a.log:3: not a record, left out (2 in all)", self.warned[0])
 
-    def test_torn_blackbox(self):
-        torn = self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100])
-        self.assertLess(len(self.rows(torn)), 21)
-        self.assertIn("the file breaks off", self.said)
-
     def test_info(self):
         self.write("a.log", "\n".join([HEADER, "1;10;1;2;3;4;", "2;20;1;2;3;4;", "7;30;1;2;3;4;", "$;30;Now", ""]))
         self.write("b.candump", "(1.5) can1 123#01\n(2.5) can1 123#0102\n(2.5) can0 00000123##1aa\n")
@@ -288,12 +283,6 @@ class Traces(Folder):
             lines = self.run_program(*command).splitlines()
             frames = [line for line in lines if "can" in line.lower() or " d " in line or " r" in line]
             self.assertEqual(len(frames), len(expected), command)
-        rows = self.rows("bus.candump")[1:]
-        self.assertEqual(
-            [(float(r[0]), int(r[1]), int(r[2], 16), *(v == "1" for v in r[3:7]), int(r[7]), bytes.fromhex(r[8][1:]))
-             for r in rows], expected)
-        # No column of text looks like numbers to a spreadsheet, and it is read back.
-        self.assertTrue(all(r[2].startswith("0x") and r[8].startswith("x") for r in rows))
         self.run_convert("bus.candump", "-o", "bus.csv")
         self.assertEqual(self.candump("bus.csv"), self.candump("bus.candump").replace("##3", "##1"))
 
@@ -544,6 +533,8 @@ class Module(Folder):
         self.assertIn("odd.rbx: the clock goes back", self.said)
         self.assertEqual(self.read(odd)["In0"].tolist(), [5, 7])
         self.assertEqual(self.candump(odd), "(0.000000) can0 000#01\n")
+        self.assertLess(len(self.rows(self.write("torn.rbx", (DATA / "drive.rbx").read_bytes()[:100]))), 21)
+        self.assertIn("the file breaks off", self.said)
         for read, content in [(xcu_files.to_pandas, (DATA / "drive.rbx").read_bytes()[:100]),
                               (xcu_files.read_rbx, b"\x08\x01"), (xcu_files.read_xcu, b"\x02\0\0\0\x08\x01")]:
             with self.assertRaisesRegex(ValueError, "torn.RBX: damaged"):
