@@ -335,7 +335,7 @@ class Traces(Folder):
             ("c.candump", "(1.0) can0 123 [3] 01 02 AA\n(2) can0 1#\n", "(2.000000) can0 001#", "c.candump:1: as candump shows"),
             ("b.txt", "00:00:01.000 -> C:id=16:n=2:01:Z2\n00:00:01.000 -> C:id=16:n=2:01:02x\n"
              "00:00:02.000 -> C:id=16:n=1:03\n", "(2.000000) can0 010#03", "b.txt:1: not a frame, left out (2 in all)"),
-            ("b.trc", "1,5\tRx\t1\t1\t2\t01_2\n1,6\tRx\t1\t1\t1\t02\n", "(1.600000) can0 001#02", "b.trc:1: not a frame"),
+            ("b.trc", "1,5\tRx\t1\t1\t2\t01_2\r1,6\tRx\t1\t1\t1\t02\r", "(1.600000) can0 001#02", "b.trc:1: not a frame"),
             ("c.csv", "time_s,bus,id,extended,fd,brs,remote,length,data\r\n1,1,0x123,0,0,0,0,2,x01\r\n"
              "1,1,123,0,0,0,0,1,x01\r\n1,1,0x800,0,0,0,0,1,x01\r\n2,,0x00000123,1,1,1,0,1,xaa\r\n", "(2.000000) can0 00000123##1aa", "c.csv:2: not"),
             ("asc-1.candump", f"(1.0) can2  12#01\n(1.0) can2 12345#{'00' * 12}\n",
