@@ -13,7 +13,6 @@ import signal
 import subprocess
 import sys
 import tempfile
-import threading
 import unittest
 import unittest.mock as mock
 import warnings
