@@ -52,32 +52,39 @@ private slots:
         QCOMPARE(cell(8).toInt(), 65); // the real length, whatever is kept
     }
 
-    // Two rules of models are broken, on purpose: rowCount() passes over its parent, and a corner
-    // of dataChanged() lies outside the table, which asks views for a whole repaint.
+    // Two rules of models are broken, on purpose. rowCount() passes over its parent, so that cells
+    // seem to have children of no parent; a corner of dataChanged() lies outside the table, which
+    // asks views for a whole repaint.
     void rowsAreSortedBySignedIdentifier()
     {
+        static QSet<QString> broken;
+        const auto takeComplaint = [](QtMsgType, const QMessageLogContext& context,
+                                      const QString& text) {
+            if (qstrcmp(context.category, "qt.modeltest") == 0) {
+                broken << QRegularExpression("model->\\w+|\\w+\\.isValid").match(text).captured();
+            }
+        };
+        const auto previous = qInstallMessageHandler(takeComplaint);
+        const QAbstractItemModelTester tester(
+            model.get(), QAbstractItemModelTester::FailureReportingMode::Warning);
         QSignalSpy inserted(model.get(), &QAbstractItemModel::rowsInserted);
         QSignalSpy changed(model.get(), &QAbstractItemModel::dataChanged);
+        QByteArray byte = "00";
         for (const int id : {0x123, 0x12, 0x18daf110, std::numeric_limits<int>::min(), 0x12}) {
-            update(0, id, "00");
+            update(0, id, byte);
+            ++byte.data()[1]; // tells the tester the rows apart
         }
+        qInstallMessageHandler(previous);
+        QCOMPARE(
+            broken, QSet<QString>({"model->hasChildren", "model->parent", "bottomRight.isValid"}));
         QStringList rows;
         for (int row = 0; row < model->rowCount(); ++row) {
             rows << model->headerData(row, Qt::Vertical).toString();
         }
         QCOMPARE(rows, QStringList({"0xffffffff80000000", "0x012", "0x123", "0x18daf110"}));
-        QStringList places;
-        for (const QVariantList& arguments : inserted) {
-            places << arguments[1].toString() + '-' + arguments[2].toString();
-        }
-        QCOMPARE(places.join(' '), QString("0-0 0-0 2-2 0-0"));
-        QCOMPARE(model->rowCount(model->index(0, 0)), 4);
-        QVERIFY(!model->data({}).isValid());
-        QVERIFY(!model->headerData(-1, Qt::Horizontal).isValid());
-        QVERIFY(!model->headerData(4, Qt::Vertical).isValid());
+        QCOMPARE(inserted.count(), 4);
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.at(0).at(0).toModelIndex(), model->index(1, 0));
-        QVERIFY(!changed.at(0).at(1).toModelIndex().isValid());
         QCOMPARE(changed.at(0).at(2).value<QVector<int>>(), QVector<int>({0, 9}));
     }
 
