@@ -510,8 +510,8 @@ class Module(Folder):
                 found = self.read(self.write("a.log", text))
                 self.assertEqual([None if t is pandas.NaT else t / pandas.Timedelta("1ms") for t in found.index], ms)
                 self.assertEqual(found.pop("tag").tolist(), tags)
-                self.assertEqual(
-                    [[None if value is pandas.NA else value for value in row] for row in found.values.tolist()], values)
+                rows = found.astype(object).values.tolist()
+                self.assertEqual([[None if value is pandas.NA else value for value in row] for row in rows], values)
                 self.assertEqual(str(found.dtypes.iloc[0]) if len(found.columns) else "object", kind)
                 self.assertIn(message, "".join(self.warned[:1]))
                 self.assertEqual(bool(self.warned), bool(message))
